@@ -1,0 +1,6 @@
+# zelumo_warnings(TARGET): the warnings that all of the tree is held to, as errors.
+function(zelumo_warnings target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wformat=2 -Werror)
+endfunction()

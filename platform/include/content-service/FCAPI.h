@@ -1,0 +1,67 @@
+#pragma once
+
+#include <string>
+
+#include "zelumo-platform/export.h"
+
+/// Interfaces of the content service. The library owns them; they may be used on any thread. A text
+/// operation reads `request`, overwrites `response` and returns true, or returns false and leaves the
+/// response as it is; what the texts say is between the page and the content service.
+
+/// What a service id stands for.
+struct ExtractedServiceInfomations {
+    unsigned long long serviceId = 0;
+    bool isForDirectTune = false;
+    int channelType = -1;
+    unsigned short channelNumber = 0;
+    int serviceProfile = -1;
+    unsigned short major = 0;
+    unsigned short minor = 0;
+    unsigned short programNumber = 0;
+};
+
+class PLATFORM_API FIVirtualChannelsAPI {
+  public:
+    virtual bool GetProgramList(const std::string& request, std::string& response) = 0;
+    virtual bool GetProgram(const std::string& request, std::string& response) = 0;
+    virtual bool GetPresentProgram(const std::string& request, std::string& response) = 0;
+    virtual bool GetChannelLogo(const std::string& request, std::string& response) = 0;
+    virtual bool GetProgramThumbnail(const std::string& request, std::string& response) = 0;
+    virtual bool GetProgramBackground(const std::string& request, std::string& response) = 0;
+    virtual bool SetOnDemandProgram(const std::string& request, std::string& response) = 0;
+    virtual bool UnsetOnDemandProgram(const std::string& request, std::string& response) = 0;
+    virtual bool GetOnDemandIdentifier(const std::string& request, std::string& response) = 0;
+    virtual bool GetVCConfig(const std::string& request, std::string& response) = 0;
+    virtual bool GetFeaturedVirtualChannelInfo(const std::string& request, std::string& response) = 0;
+    virtual bool GetServiceIdFromOnTVProviderAndService(const std::string& request,
+                                                        std::string& response) = 0;
+    /// Whether the viewer has agreed to the use of viewing data.
+    virtual bool GetViewingAgreement() = 0;
+    virtual bool ProgramInfoIsAvailable(std::string& response) = 0;
+    virtual bool RestartZelumoInfo() = 0;
+    virtual bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
+                                                         ExtractedServiceInfomations& info) = 0;
+
+  protected:
+    virtual ~FIVirtualChannelsAPI();
+};
+
+class PLATFORM_API FIZELumoAPI {
+  public:
+    virtual bool LaunchedZELumoWebApp() = 0;
+    virtual bool GetAppIDAndURL(std::string& appID, std::string& url) = 0;
+    virtual bool CheckIsFirstBootingInZELumo() = 0;
+    virtual bool IsFirstEntryToZelumo() = 0;
+    virtual bool CheckFirstBootInZELumo(bool& isFirstEntry, bool& isInstantOn) = 0;
+    virtual bool IsInstantOn() = 0;
+
+  protected:
+    virtual ~FIZELumoAPI();
+};
+
+class PLATFORM_API FCAPI {
+  public:
+    /// Null while the content service is not available.
+    static FIVirtualChannelsAPI* GetVirtualChannelsAPI();
+    static FIZELumoAPI* GetZELumoAPI();
+};

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "zelumo-platform/export.h"
+
+/// The TV's media player service. Any thread. 0 is success, another result failure; a command for a player
+/// that does not exist fails.
+
+using BmsPlayerId = int;
+
+/// Rights management of a stream; all three empty: none.
+struct _BmsDrmInfo {
+    std::string drmType;
+    std::string drmOp;
+    std::string drmData;
+};
+
+/// What a report tells. Other values may be reported as well.
+enum _BmsEvent : int {
+    BMS_EVENT_INIT_COMPLETE = 32,
+    BMS_EVENT_PAUSE_COMPLETE = 33,
+    BMS_EVENT_RESUME_COMPLETE = 34,
+    BMS_EVENT_SEEK_COMPLETE = 35,  ///< value1 position, value2 duration, milliseconds
+    BMS_EVENT_STOP_SUCCESS = 36,
+    BMS_EVENT_CONTENT_RANGE_OVER = 37,
+    BMS_EVENT_END_OF_STREAM = 97,
+    BMS_EVENT_ERROR = 98,
+    BMS_EVENT_BUFFERING = 131,  ///< value1 percent
+    BMS_EVENT_FILE_NOT_FOUND = 134,
+    BMS_EVENT_CURRENT_POSITION = 137,  ///< value1 position, value2 duration, milliseconds
+    BMS_EVENT_BEGIN_OF_STREAM = 144,
+    BMS_EVENT_GET_WINDOW_ID = 200,
+    BMS_EVENT_GET_INIT_INFO = 201,
+};
+using BmsCallbackType = _BmsEvent;
+
+/// The record of a report.
+struct alignas(8) _BmsCallbackStruct {
+    std::int32_t value1 = 0;
+    std::int32_t value2 = 0;
+    std::uint64_t reserved = 0;
+};
+using BmsSignalData = _BmsCallbackStruct;
+static_assert(sizeof(_BmsCallbackStruct) == 16, "the record's size is fixed");
+
+/// Called on the player service's own thread, one call at a time.
+using BmsCallbackFunction = void (*)(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
+
+/// Makes a player for a stream and writes its id. `timeOffset` is where to begin, in seconds.
+PLATFORM_API int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType,
+                                 _BmsDrmInfo drm, BmsPlayerId* id);
+PLATFORM_API int BmsPlay(BmsPlayerId id);
+PLATFORM_API int BmsPause(BmsPlayerId id);
+PLATFORM_API int BmsResume(BmsPlayerId id);
+PLATFORM_API int BmsStop(BmsPlayerId id);
+/// Goes to the live edge of a live stream.
+PLATFORM_API int BmsResumeLive(BmsPlayerId id);
+/// Position in milliseconds.
+PLATFORM_API int BmsSeek(BmsPlayerId id, std::int32_t position);
+/// Writes the play position in milliseconds; nothing is written on failure.
+PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
+PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
+
+/// Asks for a call of `callback` for each report of that player, which need not exist yet. One registration
+/// a player and user datum: a second one replaces the callback.
+PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
+/// When it has returned, no call for that player and user datum is running or will start, unless it was
+/// called from inside one. Fails when there was no such registration.
+PLATFORM_API int BmsUnSetCallback(BmsPlayerId id, void* userData);

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ppapi/c/pp_bool.h"
+#include "ppapi/c/pp_stdint.h"
+
+typedef enum {
+    PP_VARTYPE_UNDEFINED = 0,
+    PP_VARTYPE_NULL = 1,
+    PP_VARTYPE_BOOL = 2,
+    PP_VARTYPE_INT32 = 3,
+    PP_VARTYPE_DOUBLE = 4,
+    PP_VARTYPE_STRING = 5,
+    PP_VARTYPE_OBJECT = 6,
+    PP_VARTYPE_ARRAY = 7,
+    PP_VARTYPE_DICTIONARY = 8
+} PP_VarType;
+
+/// A value that crosses between the page and a plug-in. Strings, arrays and dictionaries are counted
+/// references, named by as_id; whoever receives such a var from a C function owns one reference to it.
+struct PP_Var {
+    PP_VarType type;
+    int32_t padding;
+    union {
+        PP_Bool as_bool;
+        int32_t as_int;
+        double as_double;
+        int64_t as_id;
+    } value;
+};

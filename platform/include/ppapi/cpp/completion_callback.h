@@ -1,0 +1,22 @@
+#pragma once
+
+#include "ppapi/c/pp_completion_callback.h"
+#include "ppapi/c/pp_errors.h"
+
+namespace pp {
+
+/// A function with a user datum, to be run once with a result.
+class CompletionCallback {
+  public:
+    CompletionCallback(PP_CompletionCallback_Func func, void* user_data) : func_(func), user_data_(user_data)
+    {
+    }
+
+    void Run(int32_t result) const { func_(user_data_, result); }
+
+  private:
+    PP_CompletionCallback_Func func_;
+    void* user_data_;  // not owned; outlives the run
+};
+
+}  // namespace pp

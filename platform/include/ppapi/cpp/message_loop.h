@@ -1,0 +1,48 @@
+#pragma once
+
+#include <memory>
+
+#include "ppapi/cpp/completion_callback.h"
+#include "ppapi/cpp/instance_handle.h"
+#include "zelumo-platform/export.h"
+
+namespace tv {
+class TaskQueue;
+}
+
+namespace pp {
+
+/// A queue of work that one thread runs. Copies name the same loop. Any thread may post; attaching and
+/// running belong to the loop's own thread.
+class PLATFORM_API MessageLoop {
+  public:
+    /// No loop.
+    MessageLoop();
+    /// A new loop that no thread runs yet.
+    explicit MessageLoop(const InstanceHandle& instance);
+
+    bool is_null() const { return queue_ == nullptr; }
+
+    /// PP_ERROR_INPROGRESS when this thread or this loop is attached already.
+    int32_t AttachToCurrentThread();
+    /// Runs what is posted until a quit is reached. PP_ERROR_WRONG_THREAD off the attached thread.
+    int32_t Run();
+    /// Runs `callback` with PP_OK on the loop, after `delay_ms` milliseconds at the earliest. Work still
+    /// queued when the loop ends is run with PP_ERROR_ABORTED, on the loop's thread. PP_ERROR_FAILED once
+    /// the loop has ended.
+    int32_t PostWork(const CompletionCallback& callback, int64_t delay_ms = 0);
+    /// Ends Run after the work that was posted before. Page messages that are still waiting are not
+    /// handled any more: a blocking one is answered with an undefined var at once. With `should_destroy`
+    /// nothing can be posted afterwards.
+    int32_t PostQuit(bool should_destroy);
+
+    /// The loop attached to the calling thread, or none.
+    static MessageLoop GetCurrent();
+
+    const std::shared_ptr<tv::TaskQueue>& queue() const { return queue_; }
+
+  private:
+    std::shared_ptr<tv::TaskQueue> queue_;
+};
+
+}  // namespace pp

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "ppapi/c/pp_instance.h"
+#include "zelumo-platform/export.h"
+
+namespace pp {
+
+class Instance;
+
+/// What a loaded plug-in library offers to the runtime. One stands at a time.
+class PLATFORM_API Module {
+  public:
+    Module();
+    virtual ~Module();
+
+    virtual bool Init();
+    /// Plug-in thread. The runtime owns the result and deletes it.
+    virtual Instance* CreateInstance(PP_Instance instance) = 0;
+
+    /// The module that the runtime has loaded, or null.
+    static Module* Get();
+    /// The runtime's table of functions under that name, valid for the life of the process, or null.
+    const void* GetBrowserInterface(const char* interface_name);
+};
+
+/// Defined and exported by the plug-in: makes its module, or null when it can't. The runtime owns it.
+PLATFORM_API Module* CreateModule();
+
+}  // namespace pp

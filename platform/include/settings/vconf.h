@@ -1,0 +1,37 @@
+#pragma once
+
+#include "zelumo-platform/export.h"
+
+/// The platform's settings store: texts, whole numbers and booleans under text keys. Any thread. Unless
+/// something else is said, 0 is success and a negative number failure; reading a key that does not exist,
+/// or as another type than it holds, is a failure and writes nothing.
+
+struct _keynode_t;
+using keynode_t = _keynode_t;
+
+/// Called on the store's own thread, one call at a time, after a watched key was written by anybody.
+using vconf_callback_fn = void (*)(keynode_t* node, void* user_data);
+
+extern "C" {
+
+/// A key takes the type that is written to it.
+PLATFORM_API int vconf_set_str(const char* key, const char* value);
+PLATFORM_API int vconf_set_int(const char* key, int value);
+/// 0 is false, any other value true.
+PLATFORM_API int vconf_set_bool(const char* key, int value);
+
+/// A newly allocated text that the caller frees with free(), or null on failure.
+PLATFORM_API char* vconf_get_str(const char* key);
+PLATFORM_API int vconf_get_int(const char* key, int* value);
+/// Writes 0 or 1.
+PLATFORM_API int vconf_get_bool(const char* key, int* value);
+
+/// One watch a key and callback: a second one replaces the user datum. The key need not exist.
+PLATFORM_API int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data);
+/// When it has returned, no call of `callback` for that key is running or will start, unless it was called
+/// from inside one.
+PLATFORM_API int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback);
+
+/// The key that changed; valid during the callback.
+PLATFORM_API const char* vconf_keynode_get_name(const keynode_t* node);
+}

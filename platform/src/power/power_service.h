@@ -1,0 +1,26 @@
+#pragma once
+
+#include <vector>
+
+#include "power/device_power.h"
+#include "tv/delivery.h"
+
+namespace tv {
+
+/// Tells subscribers when the TV is switched off.
+class PLATFORM_API PowerService {
+  public:
+    int Subscribe(device_power_poweroff_cb callback, void* user_data);
+    int Unsubscribe(device_power_poweroff_cb callback);
+    /// Delivers a power-off of that type and returns what each callback returned. With `null_user` the
+    /// callbacks get a null user datum.
+    std::vector<int> Notify(int type, bool null_user);
+    std::size_t CountSubscriptions() const { return registrations_.List().size(); }
+
+  private:
+    struct NoKey {};
+    DeliveryThread thread_{"tv.power"};
+    Registrations<NoKey, device_power_poweroff_cb> registrations_{thread_};
+};
+
+}  // namespace tv

@@ -1,0 +1,10 @@
+#include "ppapi/cpp/module.h"
+
+namespace pp {
+
+const void* Module::GetBrowserInterface(const char*)
+{
+    return nullptr;
+}
+
+}  // namespace pp

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ppapi/cpp/var.h"
+
+namespace tv {
+
+/// What the counted vars (strings, arrays, dictionaries) refer to; PP_Var::value.as_id holds its address.
+/// Counts may be changed on any thread; contents are changed by one thread at a time.
+struct VarObject {
+    std::atomic<int> references{1};
+};
+
+struct StringObject : VarObject {
+    explicit StringObject(std::string value) : text(std::move(value)) {}
+    const std::string text;
+};
+
+struct ArrayObject : VarObject {
+    std::vector<pp::Var> elements;
+};
+
+struct DictionaryObject : VarObject {
+    /// Sorted by key.
+    std::vector<std::pair<std::string, pp::Var>> entries;
+};
+
+/// The object of a var of that type, or null for a var of another type.
+StringObject* AsStringObject(const PP_Var& var);
+ArrayObject* AsArrayObject(const PP_Var& var);
+DictionaryObject* AsDictionaryObject(const PP_Var& var);
+
+PLATFORM_API void AddReference(const PP_Var& var);
+PLATFORM_API void ReleaseReference(const PP_Var& var);
+
+/// How many references there are to a counted var.
+PLATFORM_API int CountReferences(const PP_Var& var);
+/// A string var's text without a copy, valid while the var lives; empty for another type.
+PLATFORM_API const std::string& TextOf(const pp::Var& var);
+/// The entries of a dictionary, sorted by key, and the elements of an array; empty for another type.
+PLATFORM_API const std::vector<std::pair<std::string, pp::Var>>& EntriesOf(const pp::Var& dictionary);
+PLATFORM_API const std::vector<pp::Var>& ElementsOf(const pp::Var& array);
+
+}  // namespace tv

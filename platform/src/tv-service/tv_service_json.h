@@ -1,0 +1,31 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <list>
+#include <string>
+
+#include "tv-service/TVServiceAPI.h"
+
+/// The forms in which the TV service's records stand in the journal, in answers and in TV files.
+namespace tv {
+
+PLATFORM_API Json::Value ToJson(const TSTvMode& mode);
+PLATFORM_API bool FromJson(const Json::Value& json, TSTvMode& mode);
+
+/// {"mode", "sort" or "value", "fetch"}: the first two only once a navigation mode filled the criteria.
+PLATFORM_API Json::Value ToJson(const TCCriteriaHelper& criteria);
+
+/// An object from field identifier to value. The service id is a decimal string, texts are strings or
+/// {"hex": bytes}, other fields are whole numbers.
+PLATFORM_API Json::Value ToJson(const TCServiceData& service);
+PLATFORM_API bool FromJson(const Json::Value& json, TCServiceData& service);
+
+/// An array of services. Read services are owned by the caller; nothing is added when one is wrong.
+PLATFORM_API Json::Value ToJson(const std::list<TCServiceData*>& services);
+PLATFORM_API bool FromJson(const Json::Value& json, std::list<TCServiceData*>& services);
+
+/// UTF-8 to 16-bit units in big-endian byte order; what is no UTF-8 becomes U+FFFD.
+PLATFORM_API std::string EncodeUnits(const std::string& utf8);
+
+}  // namespace tv

@@ -1,0 +1,197 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "tv/call_table.h"
+#include "tv/journal.h"
+#include "tv/values.h"
+#include "zelumo-platform/export.h"
+
+namespace tv {
+
+/// An answer that stands in for a platform call.
+struct Answer {
+    std::optional<Json::Value> result;  ///< absent: the call's usual success
+    Json::Value out;                    ///< array, or null: nothing is written
+    std::chrono::milliseconds delay{0};
+    int times = 0;  ///< calls that it still holds for; 0: until it is replaced or withdrawn
+};
+
+/// The one place that every platform call goes through: scripted answers are given here, and what was
+/// called is written to the journal. All operations may be called on any thread.
+class PLATFORM_API Calls {
+  public:
+    explicit Calls(Journal& journal) : journal_(journal) {}
+
+    /// The row of the call table under that name, or null.
+    static const CallInfo* Find(const std::string& name);
+
+    /// An answer without `times` replaces those that stood for the call; one with `times` queues up.
+    /// The answer must fit the call (see Mistake).
+    void SetAnswer(CallId id, Answer answer);
+    /// The call works as usual again; a delay that is being waited out ends at once.
+    void Restore(CallId id);
+    void RestoreAll();
+    /// What stands scripted, as `answer` verbs without their "tv".
+    Json::Value AnswersJson() const;
+
+    /// Why `answer` does not fit the call, or nothing when it does.
+    static std::optional<std::string> Mistake(const CallInfo& info, const Answer& answer);
+
+    /// False while nobody listens and no answer stands: then a call is just made.
+    static bool Watched() { return watchers_.load(std::memory_order_acquire) != 0; }
+
+    // For Call below and the journal.
+    /// Takes the answer that holds for the next call of `id`, having waited out its delay.
+    std::optional<Answer> Take(CallId id);
+    Journal& journal() { return journal_; }
+    static void AddWatcher() { watchers_.fetch_add(1, std::memory_order_release); }
+    static void RemoveWatcher() { watchers_.fetch_sub(1, std::memory_order_release); }
+
+  private:
+    struct Scripted {
+        std::deque<Answer> answers;
+        unsigned epoch = 0;  ///< counts restores, so that a delay knows it was withdrawn
+    };
+    void Clear(CallId id);
+
+    static std::atomic<int> watchers_;
+    Journal& journal_;  // outlives this object
+    mutable std::mutex mutex_;
+    std::condition_variable restored_;
+    std::array<Scripted, kCallCount> scripted_;  // guarded by mutex_
+};
+
+/// The Calls of the TV.
+PLATFORM_API Calls& TheCalls();
+
+/// An out argument: where it goes and whether it was written.
+template <typename T>
+class Out {
+  public:
+    /// `target` may be null: then what is set is dropped.
+    explicit Out(T* target) : target_(target) {}
+
+    void Set(T value)
+    {
+        if (target_ != nullptr)
+            *target_ = std::move(value);
+        written_ = true;
+    }
+    Json::Value Json() const
+    {
+        return written_ && target_ != nullptr ? ToJson(*target_) : Json::Value();
+    }
+    void Take(const Json::Value& json)
+    {
+        T value{};
+        if (!json.isNull() && FromJson(json, value))
+            Set(std::move(value));
+    }
+
+  private:
+    T* target_;
+    bool written_ = false;
+};
+
+/// An out argument that is an interface pointer: there is one interface, and it is written or not.
+template <typename I>
+class OutInterface {
+  public:
+    OutInterface(I** target, I* usual) : target_(target), usual_(usual) {}
+
+    void Set()
+    {
+        if (target_ != nullptr)
+            *target_ = usual_;
+        written_ = true;
+    }
+    Json::Value Json() const { return written_ ? Json::Value(true) : Json::Value(); }
+    void Take(const Json::Value& json)
+    {
+        if (json.isBool() && json.asBool())
+            Set();
+    }
+
+  private:
+    I** target_;
+    I* usual_;
+    bool written_ = false;
+};
+
+namespace call_detail {
+
+template <typename T>
+Json::Value ResultJson(const T& result)
+{
+    if constexpr (std::is_pointer_v<T>)
+        return result != nullptr ? Json::Value(true) : Json::Value();
+    else
+        return ToJson(result);
+}
+
+template <typename Result, typename Body>
+Result ScriptedResult(const CallInfo& info, const Answer& answer, Body& body)
+{
+    if constexpr (std::is_pointer_v<Result>) {
+        // An interface has one usual value, which its accessor gives without any effect.
+        return answer.result && answer.result->isNull() ? nullptr : body();
+    } else {
+        Result result{};
+        FromJson(answer.result ? *answer.result : info.success, result);
+        return result;
+    }
+}
+
+}  // namespace call_detail
+
+/// One platform call: `args` are what the journal shows (const references or values), `body` does the
+/// work and writes the out arguments, which it shares with `outs`. A scripted answer replaces the body.
+template <typename Result, typename... Args, typename Body, typename... Outs>
+Result Call(CallId id, const std::tuple<Args...>& args, Body&& body, Outs&... outs)
+{
+    if (!Calls::Watched())
+        return body();
+
+    Calls& calls = TheCalls();
+    const CallInfo& info = InfoOf(id);
+    const std::optional<Answer> answer = calls.Take(id);
+    if (answer) {
+        Json::ArrayIndex index = 0;
+        (outs.Take(answer->out.get(index++, Json::Value::nullSingleton())), ...);
+    }
+    const auto record = [&](Json::Value result) {
+        if (!calls.journal().calls_heard())
+            return;
+        CallRecord call{info.name, Json::Value(Json::arrayValue), std::move(result), Json::Value()};
+        std::apply([&](const auto&... arg) { (call.args.append(ToJson(arg)), ...); }, args);
+        if constexpr (sizeof...(Outs) > 0)
+            (call.out.append(outs.Json()), ...);
+        calls.journal().Write(call);
+    };
+    if constexpr (std::is_void_v<Result>) {
+        if (!answer)
+            body();
+        record(Json::Value());
+    } else {
+        Result result =
+            answer ? call_detail::ScriptedResult<Result>(info, *answer, body) : static_cast<Result>(body());
+        record(call_detail::ResultJson(result));
+        return result;
+    }
+}
+
+}  // namespace tv

@@ -1,0 +1,156 @@
+#include "tv/control.h"
+
+#include <algorithm>
+#include <map>
+
+#include "tv/tv.h"
+
+namespace tv {
+
+VerbFields::VerbFields(const Json::Value& verb) : verb_(verb), read_{"tv"} {}
+
+void VerbFields::Fail(const std::string& why) const
+{
+    throw VerbError("verb \"" + verb_["tv"].asString() + "\": " + why);
+}
+
+bool VerbFields::Has(const char* name) const
+{
+    return verb_.isMember(name);
+}
+
+const Json::Value& VerbFields::Raw(const char* name)
+{
+    read_.emplace_back(name);
+    return verb_[name];
+}
+
+int VerbFields::Int(const char* name)
+{
+    if (!Has(name))
+        Fail(std::string("\"") + name + "\" is missing");
+    int value = 0;
+    if (!FromJson(Raw(name), value))
+        Fail(std::string("\"") + name + "\" must be a whole number of 32 bits");
+    return value;
+}
+
+int VerbFields::IntOr(const char* name, int otherwise)
+{
+    return Has(name) ? Int(name) : otherwise;
+}
+
+std::string VerbFields::Text(const char* name)
+{
+    if (!Has(name))
+        Fail(std::string("\"") + name + "\" is missing");
+    std::string value;
+    if (!FromJson(Raw(name), value))
+        Fail(std::string("\"") + name + "\" must be a string");
+    return value;
+}
+
+bool VerbFields::NullUser()
+{
+    if (!Has("user"))
+        return false;
+    if (!Raw("user").isNull())
+        Fail("\"user\" can only be null");
+    return true;
+}
+
+void VerbFields::End() const
+{
+    for (const std::string& name : verb_.getMemberNames()) {
+        if (std::find(read_.begin(), read_.end(), name) == read_.end())
+            Fail("\"" + name + "\" is not known");
+    }
+}
+
+namespace {
+
+VerbResults Delivered(const std::vector<int>& results)
+{
+    Json::Value list(Json::arrayValue);
+    for (const int result : results)
+        list.append(result);
+    return {{"delivered", static_cast<Json::UInt>(results.size())}, {"results", list}};
+}
+
+VerbResults PowerOff(VerbFields& fields)
+{
+    const int type = fields.Int("type");
+    const bool null_user = fields.NullUser();
+    fields.End();
+    return Delivered(Tv::Get().power().Notify(type, null_user));
+}
+
+const CallInfo& CallNamed(VerbFields& fields)
+{
+    const std::string name = fields.Text("call");
+    const CallInfo* info = Calls::Find(name);
+    if (info == nullptr)
+        fields.Fail("there is no platform call \"" + name + "\"");
+    return *info;
+}
+
+VerbResults SetAnswer(VerbFields& fields)
+{
+    const CallInfo& info = CallNamed(fields);
+    Answer answer;
+    if (fields.Has("result"))
+        answer.result = fields.Raw("result");
+    if (fields.Has("out")) {
+        answer.out = fields.Raw("out");
+        if (!answer.out.isArray())
+            fields.Fail("\"out\" must be an array");
+    }
+    if (fields.Has("times")) {
+        answer.times = fields.Int("times");
+        if (answer.times < 1)
+            fields.Fail("\"times\" must be 1 or more");
+    }
+    const int delay = fields.IntOr("delay", 0);
+    if (delay < 0)
+        fields.Fail("\"delay\" must be 0 or more");
+    answer.delay = std::chrono::milliseconds(delay);
+    fields.End();
+    if (const std::optional<std::string> mistake = Calls::Mistake(info, answer))
+        fields.Fail(*mistake);
+    Tv::Get().calls().SetAnswer(info.id, std::move(answer));
+    return {};
+}
+
+VerbResults Restore(VerbFields& fields)
+{
+    const CallInfo* info = fields.Has("call") ? &CallNamed(fields) : nullptr;
+    fields.End();
+    if (info != nullptr)
+        Tv::Get().calls().Restore(info->id);
+    else
+        Tv::Get().calls().RestoreAll();
+    return {};
+}
+
+}  // namespace
+
+VerbResults CarryOut(const Json::Value& verb)
+{
+    using Operation = VerbResults (*)(VerbFields&);
+    // clang-format off
+    static const std::map<std::string, Operation> verbs{
+        {"answer",   SetAnswer},
+        {"poweroff", PowerOff},
+        {"restore",  Restore},
+    };
+    // clang-format on
+    if (!verb["tv"].isString())
+        throw VerbError("\"tv\" must name a verb");
+    const auto found = verbs.find(verb["tv"].asString());
+    if (found == verbs.end())
+        throw VerbError("there is no verb \"" + verb["tv"].asString() + "\"");
+    VerbFields fields(verb);
+    return found->second(fields);
+}
+
+}  // namespace tv

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "zelumo-platform/export.h"
+
+namespace tv {
+
+/// One finished platform call.
+struct CallRecord {
+    const char* name;
+    Json::Value args;    ///< array
+    Json::Value result;  ///< null for calls without a result
+    Json::Value out;     ///< array, an element null where the call left it unwritten; null: no out arguments
+};
+
+/// One line of the platform log.
+struct LogRecord {
+    std::string text;  ///< the finished line, prefix included
+    int buffer;
+    int priority;
+    std::string tag;
+};
+
+/// Where platform calls and log lines become visible. Listeners are called on the thread that made the
+/// call, one at a time, in the order in which the calls ended; they must not make platform calls.
+class PLATFORM_API Journal {
+  public:
+    using CallListener = std::function<void(const CallRecord&)>;
+    using LogListener = std::function<void(const LogRecord&)>;
+
+    /// Listening lasts until the result is destroyed; after that no call of the listener is running.
+    class Listening;
+    [[nodiscard]] std::unique_ptr<Listening> ListenToCalls(CallListener listener);
+    [[nodiscard]] std::unique_ptr<Listening> ListenToLog(LogListener listener);
+
+    bool calls_heard() const { return call_count_.load(std::memory_order_acquire) != 0; }
+    bool log_heard() const { return log_count_.load(std::memory_order_acquire) != 0; }
+
+    void Write(const CallRecord& record);
+    void Write(const LogRecord& record);
+
+  private:
+    void Forget(const Listening* listening);
+
+    std::atomic<int> call_count_{0};
+    std::atomic<int> log_count_{0};
+    // Guarded by mutex_, which is held while listeners run so that all of them see one order.
+    std::mutex mutex_;
+    std::vector<const Listening*> listeners_;
+};
+
+class PLATFORM_API Journal::Listening {
+  public:
+    Listening(Journal& journal, CallListener on_call, LogListener on_log);
+    ~Listening();
+    Listening(const Listening&) = delete;
+    Listening& operator=(const Listening&) = delete;
+
+  private:
+    friend class Journal;
+    Journal& journal_;  // outlives this object
+    CallListener on_call_;
+    LogListener on_log_;
+};
+
+}  // namespace tv

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "src/power/power_service.h"
+#include "src/scope-tracing/trace_libraries.h"
+#include "tv/calls.h"
+#include "tv/clock.h"
+#include "tv/delivery.h"
+#include "tv/journal.h"
+#include "zelumo-platform/export.h"
+
+namespace tv {
+
+/// The one TV of the process, which all stand-ins belong to. Any thread, unless a part says otherwise.
+class PLATFORM_API Tv {
+  public:
+    static Tv& Get();
+
+    Journal& journal() { return journal_; }
+    Calls& calls() { return calls_; }
+    Clock& clock() { return clock_; }
+    Deliveries& deliveries() { return deliveries_; }
+    TraceLibraries& trace_libraries() { return trace_libraries_; }
+    PowerService& power() { return power_; }
+
+  private:
+    Tv() = default;
+
+    Journal journal_;
+    Calls calls_{journal_};
+    Clock clock_;
+    Deliveries deliveries_;
+    TraceLibraries trace_libraries_;
+    PowerService power_;
+};
+
+}  // namespace tv

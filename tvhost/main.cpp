@@ -1,0 +1,47 @@
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "tvhost/interrupt.h"
+#include "tvhost/plugin.h"
+#include "tvhost/script.h"
+
+int main(int argc, char** argv)
+{
+    CLI::App app("Runs the streaming-channel plug-in off the TV: plays its page and its TV.", "zelumo-tv");
+    app.set_version_flag("--version", ZELUMO_VERSION);
+    app.require_subcommand(1);
+    app.fallthrough();
+    app.failure_message(CLI::FailureMessage::simple);
+
+    std::string plugin;
+    app.add_option("--plugin", plugin, "The plug-in; by default the libzelumo.so beside the program")
+        ->type_name("PATH");
+
+    host::ScriptOptions script;
+    CLI::App* const script_command = app.add_subcommand("script", "Play a script: JSON lines in, JSON lines out");
+    script_command->add_option("FILE", script.file, "The script; - is standard input")->capture_default_str();
+    script_command->add_flag("--calls", script.calls, "Also print platform calls");
+    script_command->add_flag("--log", script.log, "Also print platform log lines");
+    script_command->add_flag("--check", script.check,
+                             "FILE also holds the lines out that are expected; print what differs instead");
+    script_command->add_flag("--echo", script.echo,
+                             "Also print the lines in, so that the output is a script for --check");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+
+    host::CatchInterrupts();
+    try {
+        script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
+        return host::RunScript(script);
+    } catch (const host::PluginError& error) {
+        std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
+        return 2;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "zelumo-tv: unexpected: %s\n", error.what());
+        return 2;
+    }
+}

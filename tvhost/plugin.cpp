@@ -1,0 +1,66 @@
+#include "tvhost/plugin.h"
+
+#include <dlfcn.h>
+
+#include <string>
+#include <system_error>
+
+#include "src/ppapi/web_runtime.h"
+
+namespace host {
+namespace {
+
+/// pp::CreateModule() as the compiler names it.
+constexpr char kFactorySymbol[] = "_ZN2pp12CreateModuleEv";
+using Factory = pp::Module* (*)();
+
+}  // namespace
+
+std::filesystem::path DefaultPluginPath()
+{
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::filesystem::path folder = program.parent_path();
+    const std::filesystem::path beside = folder / "libzelumo.so";
+    if (std::filesystem::exists(beside, error))
+        return beside;
+    return (folder / ZELUMO_LIBDIR_FROM_BINDIR / "libzelumo.so").lexically_normal();
+}
+
+void Plugin::Unload::operator()(void* library) const
+{
+    dlclose(library);
+}
+
+Plugin::Plugin(const std::filesystem::path& path)
+{
+    const std::string name = "plug-in " + path.string();
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    if (!std::filesystem::exists(status))
+        throw PluginError(name + ": no such file");
+    if (std::filesystem::is_directory(status))
+        throw PluginError(name + ": is a directory");
+    // A name without a slash would be looked for in the system's library folders.
+    library_.reset(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL));
+    if (!library_)
+        throw PluginError(name + ": can't be loaded: " + dlerror());
+    const auto factory = reinterpret_cast<Factory>(dlsym(library_.get(), kFactorySymbol));
+    if (factory == nullptr)
+        throw PluginError(name + ": exports no module factory (pp::CreateModule)");
+    module_.reset(factory());
+    if (!module_)
+        throw PluginError(name + ": made no module");
+    tv::SetModule(module_.get());
+    if (!module_->Init()) {
+        tv::SetModule(nullptr);
+        throw PluginError(name + ": its module did not initialise");
+    }
+}
+
+Plugin::~Plugin()
+{
+    tv::SetModule(nullptr);
+}
+
+}  // namespace host

@@ -1,0 +1,254 @@
+#include "tvhost/script.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <regex>
+#include <system_error>
+#include <vector>
+
+#include "tvhost/interrupt.h"
+#include "tvhost/json_text.h"
+#include "tvhost/line_reader.h"
+#include "tvhost/session.h"
+
+namespace host {
+namespace {
+
+/// A line in holds one message: the message's limit, and room for blanks and the rest of the line.
+constexpr std::size_t kMaxLineBytes = 4 * kMaxMessageBytes;
+/// The object around the message is one level.
+constexpr int kMaxLineDepth = kMaxMessageDepth + 1;
+
+/// Closes a file unless it is standard input.
+class InputFile {
+  public:
+    explicit InputFile(const std::string& name)
+        : descriptor_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC))
+    {
+        struct stat status {};
+        if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0)
+            throw std::system_error(errno, std::generic_category());
+        if (S_ISDIR(status.st_mode))
+            throw std::system_error(EISDIR, std::generic_category());
+    }
+    ~InputFile()
+    {
+        if (descriptor_ > STDIN_FILENO)
+            ::close(descriptor_);
+    }
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+    int descriptor() const { return descriptor_; }
+
+  private:
+    const int descriptor_;
+};
+
+class OutputError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+bool IsPassedOver(const InputLine& line)
+{
+    return line.text.find_first_not_of(" \t") == std::string::npos || line.text.front() == '#';
+}
+
+Json::Value ParseLine(const InputLine& line)
+{
+    if (line.too_long)
+        throw LineError("too long");
+    try {
+        Json::Value value = ParseJson(line.text, kMaxLineDepth);
+        if (line.text.size() > kMaxMessageBytes && value.isObject()) {
+            for (const char* kind : {"await", "post"}) {
+                if (value.isMember(kind) && WriteJson(value[kind]).size() > kMaxMessageBytes)
+                    throw LineError("the message is larger than 1 MiB");
+            }
+        }
+        return value;
+    } catch (const JsonError& error) {
+        throw LineError(error.what());
+    }
+}
+
+std::string ErrorText(int number, const char* what)
+{
+    return "line " + std::to_string(number) + ": " + what;
+}
+
+/// Prints lines on standard output. Lines may come up on any thread, one at a time. After a failure nothing
+/// more is written; the failure shows at the next Check.
+class Printer {
+  public:
+    void Print(const std::string& line)
+    {
+        if (error_ != 0)
+            return;
+        const std::string whole = line + '\n';
+        if (std::fwrite(whole.data(), 1, whole.size(), stdout) != whole.size() || std::fflush(stdout) != 0)
+            error_ = errno;
+    }
+    void Check() const
+    {
+        if (error_ != 0)
+            throw OutputError(std::string("can't write to standard output: ") + std::strerror(error_));
+    }
+
+  private:
+    int error_ = 0;
+};
+
+int PlayScript(const ScriptOptions& options, LineReader& reader)
+{
+    Printer printer;
+    Session session(
+        options.plugin, [&](const OrderedObject& line) { printer.Print(WriteJson(line)); },
+        {options.calls, options.log});
+    session.Open();
+    bool failed = false;
+    while (const std::optional<InputLine> line = reader.Next()) {
+        printer.Check();
+        if (IsPassedOver(*line))
+            continue;
+        if (options.echo && !line->too_long)
+            printer.Print(line->text);
+        try {
+            session.CarryOut(ParseLine(*line));
+        } catch (const LineError& error) {
+            failed = true;
+            printer.Print(WriteJson(OrderedObject{{"error", ErrorText(line->number, error.what())}}));
+        }
+    }
+    printer.Check();
+    return failed ? 1 : 0;
+}
+
+/// What a script file holds: a line in, and the lines out that are expected after it. The first block has
+/// no line in: its expectations are those of the page's opening.
+struct Block {
+    int number = 0;
+    std::optional<InputLine> line;
+    struct Expected {
+        int number;
+        Json::Value line;
+    };
+    std::vector<Expected> expected;
+};
+
+bool IsLineOut(const Json::Value& line)
+{
+    if (!line.isObject() || line.isMember("tv"))
+        return false;
+    constexpr const char* kKinds[] = {"reply", "message", "call", "log", "did", "error"};
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&](const char* kind) { return line.isMember(kind); });
+}
+
+std::vector<Block> ReadBlocks(LineReader& reader, bool& calls, bool& log)
+{
+    std::vector<Block> blocks(1);
+    while (std::optional<InputLine> line = reader.Next()) {
+        if (IsPassedOver(*line))
+            continue;
+        try {
+            const Json::Value parsed = ParseLine(*line);
+            if (IsLineOut(parsed)) {
+                calls = calls || parsed.isMember("call");
+                log = log || parsed.isMember("log");
+                blocks.back().expected.push_back({line->number, parsed});
+                continue;
+            }
+        } catch (const LineError&) {
+            // Not readable as an expectation: it is a line in, whose error comes up when it is carried out.
+        }
+        const int number = line->number;
+        blocks.push_back({number, std::move(line), {}});
+    }
+    return blocks;
+}
+
+/// The line as it is compared: log lines without the number of their source line.
+Json::Value Comparable(Json::Value line)
+{
+    static const std::regex source_line(R"(^([^:]*: [^(]*)\(\d+\) > )");
+    if (line.isMember("log") && line["log"].isString())
+        line["log"] = std::regex_replace(line["log"].asString(), source_line, "$1() > ");
+    return line;
+}
+
+int CheckScript(const ScriptOptions& options, LineReader& reader)
+{
+    bool calls = false;
+    bool log = false;
+    const std::vector<Block> blocks = ReadBlocks(reader, calls, log);
+    Printer printer;
+    bool differs = false;
+    std::vector<Json::Value> got;
+    const auto compare = [&](const Block& block) {
+        for (std::size_t i = 0; i < std::max(block.expected.size(), got.size()); ++i) {
+            const bool is_expected = i < block.expected.size();
+            const bool is_got = i < got.size();
+            if (is_expected && is_got && Comparable(block.expected[i].line) == Comparable(got[i]))
+                continue;
+            differs = true;
+            const int number = is_expected ? block.expected[i].number : block.number;
+            printer.Print(ErrorText(number, "expected ") +
+                          (is_expected ? WriteJson(block.expected[i].line) : "nothing"));
+            printer.Print(ErrorText(number, "got ") + (is_got ? WriteJson(got[i]) : "nothing"));
+        }
+        got.clear();
+        printer.Check();
+    };
+    {
+        // Through text and back, so that both sides of a comparison were read alike.
+        Session session(
+            options.plugin,
+            [&](const OrderedObject& line) { got.push_back(ParseJson(WriteJson(line), kMaxLineDepth + 8)); },
+            {calls, log});
+        session.Open();
+        for (const Block& block : blocks) {
+            if (block.line) {
+                try {
+                    session.CarryOut(ParseLine(*block.line));
+                } catch (const LineError& error) {
+                    Json::Value line;
+                    line["error"] = ErrorText(block.number, error.what());
+                    got.push_back(line);
+                }
+            }
+            if (&block != &blocks.back())
+                compare(block);
+        }
+    }
+    // The end of input, with the teardown that it brings, belongs to the last line.
+    compare(blocks.back());
+    return differs ? 1 : 0;
+}
+
+}  // namespace
+
+int RunScript(const ScriptOptions& options)
+{
+    try {
+        const InputFile file(options.file);
+        LineReader reader(file.descriptor(), kMaxLineBytes, InterruptFlag());
+        return options.check ? CheckScript(options, reader) : PlayScript(options, reader);
+    } catch (const std::system_error& error) {
+        std::fprintf(stderr, "zelumo-tv: %s: %s\n", options.file == "-" ? "standard input" : options.file.c_str(),
+                     error.code().message().c_str());
+        return 2;
+    } catch (const OutputError& error) {
+        std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
+        return 1;
+    }
+}
+
+}  // namespace host

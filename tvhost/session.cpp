@@ -1,0 +1,118 @@
+#include "tvhost/session.h"
+
+#include "tv/control.h"
+#include "tv/tv.h"
+#include "tvhost/json_var.h"
+
+namespace host {
+namespace {
+
+OrderedObject CallLine(const tv::CallRecord& call)
+{
+    OrderedObject line{{"call", call.name}, {"args", call.args}, {"result", call.result}};
+    if (!call.out.isNull())
+        line.emplace_back("out", call.out);
+    return line;
+}
+
+OrderedObject LogLine(const tv::LogRecord& log)
+{
+    return {{"log", log.text}, {"buffer", log.buffer}, {"priority", log.priority}, {"tag", log.tag}};
+}
+
+}  // namespace
+
+Session::Session(const std::filesystem::path& plugin, Output output, Heard heard) : output_(std::move(output))
+{
+    tv::Tv& tv = tv::Tv::Get();
+    if (heard.calls)
+        calls_ = tv.journal().ListenToCalls([this](const tv::CallRecord& call) { Tell(CallLine(call)); });
+    if (heard.log)
+        log_ = tv.journal().ListenToLog([this](const tv::LogRecord& log) { Tell(LogLine(log)); });
+    tv.deliveries().Hold();
+    plugin_ = std::make_unique<Plugin>(plugin);
+}
+
+Session::~Session()
+{
+    // Answers end first: a scripted delay or failure is none of the teardown's business.
+    tv::Tv::Get().calls().RestoreAll();
+    instance_.reset();
+    tv::Tv::Get().deliveries().Release();
+    plugin_.reset();
+    tv::Tv::Get().deliveries().Resume();
+}
+
+void Session::Tell(const OrderedObject& line)
+{
+    const std::lock_guard lock(output_mutex_);
+    output_(line);
+}
+
+void Session::Open()
+{
+    if (instance_)
+        throw LineError("an instance is open already");
+    instance_ = std::make_unique<tv::EmbeddedInstance>(
+        plugin_->module(), [this](const pp::Var& message) { Tell({{"message", ToJson(message)}}); });
+    tv::Tv::Get().deliveries().Release();
+}
+
+void Session::Close()
+{
+    OpenInstance();
+    instance_.reset();
+    tv::Tv::Get().deliveries().Release();
+}
+
+tv::EmbeddedInstance& Session::OpenInstance()
+{
+    if (!instance_)
+        throw LineError("no instance is open");
+    return *instance_;
+}
+
+void Session::CarryOut(const Json::Value& line)
+{
+    if (line.isObject() && line.isMember("tv"))
+        DoVerb(line);
+    else if (line.isObject() && line.size() == 1 && line.isMember("await"))
+        Await(line["await"]);
+    else if (line.isObject() && line.size() == 1 && line.isMember("post"))
+        Post(line["post"]);
+    else
+        throw LineError("expected {\"await\": …}, {\"post\": …} or {\"tv\": …}");
+}
+
+void Session::Await(const Json::Value& message)
+{
+    const pp::Var reply = OpenInstance().Await(ToVar(message));
+    Tell({{"reply", ToJson(reply)}});
+    tv::Tv::Get().deliveries().Release();
+}
+
+void Session::Post(const Json::Value& message)
+{
+    OpenInstance().Post(ToVar(message));
+    tv::Tv::Get().deliveries().Release();
+}
+
+void Session::DoVerb(const Json::Value& verb)
+{
+    OrderedObject did{{"did", verb["tv"]}};
+    try {
+        if (verb["tv"] == "close" || verb["tv"] == "open") {
+            tv::VerbFields(verb).End();
+            verb["tv"] == "open" ? Open() : Close();
+        } else {
+            const tv::VerbResults results = tv::CarryOut(verb);
+            did.insert(did.end(), results.begin(), results.end());
+        }
+    } catch (const tv::VerbError& error) {
+        throw LineError(error.what());
+    }
+    Tell(did);
+    tv::Tv::Get().deliveries().Release();
+}
+
+}  // namespace host

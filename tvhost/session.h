@@ -1,0 +1,66 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+
+#include "src/ppapi/web_runtime.h"
+#include "tv/journal.h"
+#include "tvhost/json_text.h"
+#include "tvhost/plugin.h"
+
+namespace host {
+
+/// A line in that can't be carried out; what() says why. Nothing was done.
+class LineError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One plug-in with its page and its TV: carries out lines in, one at a time, and tells of everything that
+/// they cause, in the order in which it happens. What the TV wants to deliver by itself waits until the
+/// line that set it off has had its answer.
+class Session {
+  public:
+    /// Receives every line out. Called on the thread on which it came up, one call at a time.
+    using Output = std::function<void(const OrderedObject&)>;
+    struct Heard {
+        bool calls = false;
+        bool log = false;
+    };
+
+    /// Loads the plug-in. Throws PluginError. Destroyed on the same thread.
+    Session(const std::filesystem::path& plugin, Output output, Heard heard);
+    /// Closes the page, if it is open, and unloads the plug-in.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// The page's instance is created or destroyed. Throws LineError when it is open or closed already.
+    void Open();
+    void Close();
+    bool is_open() const { return instance_ != nullptr; }
+
+    /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
+    void CarryOut(const Json::Value& line);
+
+  private:
+    void Await(const Json::Value& message);
+    void Post(const Json::Value& message);
+    void DoVerb(const Json::Value& verb);
+    tv::EmbeddedInstance& OpenInstance();
+    void Tell(const OrderedObject& line);
+
+    const Output output_;
+    std::mutex output_mutex_;  // held while output_ runs
+    std::unique_ptr<tv::Journal::Listening> calls_;
+    std::unique_ptr<tv::Journal::Listening> log_;
+    std::unique_ptr<Plugin> plugin_;
+    std::unique_ptr<tv::EmbeddedInstance> instance_;
+};
+
+}  // namespace host
