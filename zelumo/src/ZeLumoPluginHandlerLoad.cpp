@@ -24,9 +24,12 @@ void HtLibHelperDeinit()
     libDeinitialized = 1;
 }
 
-// Each hook stands twice in the loader's lists, as the tracing library's tools expect; it acts once.
-[[gnu::used, gnu::section(".init_array")]] const Hook kLoadHooks[] = {HtLibHelperInit, HtLibHelperInit};
-[[gnu::used, gnu::section(".fini_array")]] const Hook kUnloadHooks[] = {HtLibHelperDeinit, HtLibHelperDeinit};
+// Each hook stands twice in the loader's lists, as the tracing library's tools expect; it acts once. Four
+// variables, because an array could be aligned more widely than the lists and leave a hole in them.
+[[gnu::used, gnu::section(".init_array")]] Hook loadHook = HtLibHelperInit;
+[[gnu::used, gnu::section(".init_array")]] Hook loadHookAgain = HtLibHelperInit;
+[[gnu::used, gnu::section(".fini_array")]] Hook unloadHook = HtLibHelperDeinit;
+[[gnu::used, gnu::section(".fini_array")]] Hook unloadHookAgain = HtLibHelperDeinit;
 
 }  // namespace
 
