@@ -23,12 +23,16 @@ pp::Var NumberVar(const Json::Value& json)
 pp::Var ToVar(const Json::Value& json)
 {
     switch (json.type()) {
-        case Json::nullValue: return pp::Var(pp::Var::Null());
-        case Json::booleanValue: return json.asBool();
+        case Json::nullValue:
+            return pp::Var(pp::Var::Null());
+        case Json::booleanValue:
+            return json.asBool();
         case Json::intValue:
         case Json::uintValue:
-        case Json::realValue: return NumberVar(json);
-        case Json::stringValue: return json.asString();
+        case Json::realValue:
+            return NumberVar(json);
+        case Json::stringValue:
+            return json.asString();
         case Json::arrayValue: {
             pp::VarArray array;
             array.SetLength(json.size());

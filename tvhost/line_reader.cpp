@@ -10,8 +10,7 @@ namespace host {
 
 LineReader::LineReader(int descriptor, std::size_t max_bytes, const volatile std::sig_atomic_t* interrupted)
     : descriptor_(descriptor), max_bytes_(max_bytes), interrupted_(interrupted)
-{
-}
+{}
 
 bool LineReader::Fill()
 {

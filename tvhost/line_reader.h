@@ -8,8 +8,8 @@ namespace host {
 
 /// One line of input, without its end.
 struct InputLine {
-    int number = 0;         ///< from 1
-    std::string text;       ///< cut off where the line was too long
+    int number = 0;    ///< from 1
+    std::string text;  ///< cut off where the line was too long
     bool too_long = false;
 };
 

@@ -19,7 +19,8 @@ int main(int argc, char** argv)
         ->type_name("PATH");
 
     host::ScriptOptions script;
-    CLI::App* const script_command = app.add_subcommand("script", "Play a script: JSON lines in, JSON lines out");
+    CLI::App* const script_command =
+        app.add_subcommand("script", "Play a script: JSON lines in, JSON lines out");
     script_command->add_option("FILE", script.file, "The script; - is standard input")->capture_default_str();
     script_command->add_flag("--calls", script.calls, "Also print platform calls");
     script_command->add_flag("--log", script.log, "Also print platform log lines");

@@ -109,9 +109,8 @@ class Printer {
 int PlayScript(const ScriptOptions& options, LineReader& reader)
 {
     Printer printer;
-    Session session(
-        options.plugin, [&](const OrderedObject& line) { printer.Print(WriteJson(line)); },
-        {options.calls, options.log});
+    Session session(options.plugin, [&](const OrderedObject& line) { printer.Print(WriteJson(line)); },
+                    {options.calls, options.log});
     session.Open();
     bool failed = false;
     while (const std::optional<InputLine> line = reader.Next()) {
@@ -242,7 +241,8 @@ int RunScript(const ScriptOptions& options)
         LineReader reader(file.descriptor(), kMaxLineBytes, InterruptFlag());
         return options.check ? CheckScript(options, reader) : PlayScript(options, reader);
     } catch (const std::system_error& error) {
-        std::fprintf(stderr, "zelumo-tv: %s: %s\n", options.file == "-" ? "standard input" : options.file.c_str(),
+        std::fprintf(stderr, "zelumo-tv: %s: %s\n",
+                     options.file == "-" ? "standard input" : options.file.c_str(),
                      error.code().message().c_str());
         return 2;
     } catch (const OutputError& error) {

@@ -1,5 +1,7 @@
 #include "tvhost/session.h"
 
+#include <cstdio>
+
 #include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/json_var.h"
@@ -35,11 +37,10 @@ Session::Session(const std::filesystem::path& plugin, Output output, Heard heard
 
 Session::~Session()
 {
-    // Answers end first: a scripted delay or failure is none of the teardown's business.
-    tv::Tv::Get().calls().RestoreAll();
-    instance_.reset();
-    tv::Tv::Get().deliveries().Release();
+    if (instance_)
+        Close();
     plugin_.reset();
+    tv::Tv::Get().calls().RestoreAll();
     tv::Tv::Get().deliveries().Resume();
 }
 
@@ -53,8 +54,9 @@ void Session::Open()
 {
     if (instance_)
         throw LineError("an instance is open already");
-    instance_ = std::make_unique<tv::EmbeddedInstance>(
-        plugin_->module(), [this](const pp::Var& message) { Tell({{"message", ToJson(message)}}); });
+    instance_ = std::make_unique<tv::EmbeddedInstance>(plugin_->module(), [this](const pp::Var& message) {
+        Tell({{"message", ToJson(message)}});
+    });
     tv::Tv::Get().deliveries().Release();
 }
 
@@ -63,6 +65,8 @@ void Session::Close()
     OpenInstance();
     instance_.reset();
     tv::Tv::Get().deliveries().Release();
+    if (const std::size_t left = tv::Tv::Get().DropLeftovers(); left != 0)
+        std::fprintf(stderr, "zelumo-tv: %zu subscriptions outlived the instance and were dropped\n", left);
 }
 
 tv::EmbeddedInstance& Session::OpenInstance()

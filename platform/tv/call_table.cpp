@@ -117,17 +117,28 @@ const CallInfo& InfoOf(CallId id)
 bool Fits(ValueKind kind, const Json::Value& value)
 {
     switch (kind) {
-        case K::Void: return value.isNull();
-        case K::Int: return Reads<int>(value);
-        case K::Bool: return Reads<bool>(value);
-        case K::Text: return value.isString();
-        case K::OptionalText: return value.isNull() || value.isString();
-        case K::Interface: return value.isNull() || (value.isBool() && value.asBool());
-        case K::Any: return true;
-        case K::TvMode: return Reads<TSTvMode>(value);
-        case K::Service: return Reads<TCServiceData>(value);
-        case K::Services: return Reads<std::list<TCServiceData*>>(value);
-        case K::ServiceDescription: return Reads<ExtractedServiceInfomations>(value);
+        case K::Void:
+            return value.isNull();
+        case K::Int:
+            return Reads<int>(value);
+        case K::Bool:
+            return Reads<bool>(value);
+        case K::Text:
+            return value.isString();
+        case K::OptionalText:
+            return value.isNull() || value.isString();
+        case K::Interface:
+            return value.isNull() || (value.isBool() && value.asBool());
+        case K::Any:
+            return true;
+        case K::TvMode:
+            return Reads<TSTvMode>(value);
+        case K::Service:
+            return Reads<TCServiceData>(value);
+        case K::Services:
+            return Reads<std::list<TCServiceData*>>(value);
+        case K::ServiceDescription:
+            return Reads<ExtractedServiceInfomations>(value);
     }
     return false;
 }
@@ -135,17 +146,28 @@ bool Fits(ValueKind kind, const Json::Value& value)
 const char* Describe(ValueKind kind)
 {
     switch (kind) {
-        case K::Void: return "null";
-        case K::Int: return "a whole number of 32 bits";
-        case K::Bool: return "true or false";
-        case K::Text: return "a string";
-        case K::OptionalText: return "a string or null";
-        case K::Interface: return "true or null";
-        case K::Any: return "a value";
-        case K::TvMode: return "an object {\"antennaMode\", \"serviceMode\"} of whole numbers";
-        case K::Service: return "an object from field identifier to value";
-        case K::Services: return "an array of services";
-        case K::ServiceDescription: return "an object with the members of a service description";
+        case K::Void:
+            return "null";
+        case K::Int:
+            return "a whole number of 32 bits";
+        case K::Bool:
+            return "true or false";
+        case K::Text:
+            return "a string";
+        case K::OptionalText:
+            return "a string or null";
+        case K::Interface:
+            return "true or null";
+        case K::Any:
+            return "a value";
+        case K::TvMode:
+            return "an object {\"antennaMode\", \"serviceMode\"} of whole numbers";
+        case K::Service:
+            return "an object from field identifier to value";
+        case K::Services:
+            return "an array of services";
+        case K::ServiceDescription:
+            return "an object with the members of a service description";
     }
     return "";
 }

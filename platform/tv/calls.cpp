@@ -26,8 +26,8 @@ std::optional<std::string> Calls::Mistake(const CallInfo& info, const Answer& an
     if (answer.result && !Fits(info.result, *answer.result))
         return std::string("\"result\" of ") + info.name + " must be " + Describe(info.result);
     if (answer.out.size() > info.out.size())
-        return std::string(info.name) + " has " + std::to_string(info.out.size()) + " out arguments, \"out\" gives " +
-               std::to_string(answer.out.size());
+        return std::string(info.name) + " has " + std::to_string(info.out.size()) +
+               " out arguments, \"out\" gives " + std::to_string(answer.out.size());
     for (Json::ArrayIndex i = 0; i < answer.out.size(); ++i) {
         if (!answer.out[i].isNull() && !Fits(info.out[i], answer.out[i]))
             return "\"out\"[" + std::to_string(i) + "] of " + info.name + " must be null or " +

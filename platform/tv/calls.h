@@ -91,10 +91,7 @@ class Out {
             *target_ = std::move(value);
         written_ = true;
     }
-    Json::Value Json() const
-    {
-        return written_ && target_ != nullptr ? ToJson(*target_) : Json::Value();
-    }
+    Json::Value Json() const { return written_ && target_ != nullptr ? ToJson(*target_) : Json::Value(); }
     void Take(const Json::Value& json)
     {
         T value{};

@@ -130,6 +130,11 @@ class Registrations {
         return removed;
     }
 
+    std::size_t RemoveAll()
+    {
+        return Remove([](const Entry&) { return true; });
+    }
+
     /// On the delivery thread: calls `invoke(entry)` for each registration that `covers` picks, in the
     /// order of registering. Returns how many were called.
     template <typename Covers, typename Invoke>

@@ -9,8 +9,7 @@ namespace tv {
 
 Journal::Listening::Listening(Journal& journal, CallListener on_call, LogListener on_log)
     : journal_(journal), on_call_(std::move(on_call)), on_log_(std::move(on_log))
-{
-}
+{}
 
 Journal::Listening::~Listening()
 {

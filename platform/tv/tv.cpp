@@ -8,6 +8,16 @@ Tv& Tv::Get()
     return tv;
 }
 
+std::size_t Tv::CountRegistrations() const
+{
+    return power_.CountSubscriptions();
+}
+
+std::size_t Tv::DropLeftovers()
+{
+    return power_.DropAll();
+}
+
 Calls& TheCalls()
 {
     return Tv::Get().calls();

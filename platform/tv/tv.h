@@ -22,6 +22,13 @@ class PLATFORM_API Tv {
     TraceLibraries& trace_libraries() { return trace_libraries_; }
     PowerService& power() { return power_; }
 
+    /// How many subscriptions, watches and registrations the services hold.
+    std::size_t CountRegistrations() const;
+    /// Drops those that an instance left behind when it was destroyed, so that nothing calls into it any
+    /// more, and returns how many there were. A correct plug-in leaves none, unless scripted answers kept
+    /// its calls from having effect.
+    std::size_t DropLeftovers();
+
   private:
     Tv() = default;
 

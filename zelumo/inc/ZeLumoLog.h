@@ -23,9 +23,9 @@ constexpr const char* BaseName(const char* path)
 
 /// One line to the platform log, after the prefix "file: function(line) > ". `...` is a printf format (a
 /// literal) and its arguments; the empty text at the end lets a format without arguments through.
-#define ZELUMO_LOG_AT(function, line, buffer, priority, tag, ...)                                   \
-    do {                                                                                            \
-        constexpr const char* zelumoLogFile = ::zelumo::BaseName(__FILE__);                         \
-        __dlog_print(buffer, priority, tag, "%s: %s(%d) > " ZELUMO_LOG_FIRST(__VA_ARGS__) "%s",     \
-                     zelumoLogFile, function, line, ZELUMO_LOG_REST(__VA_ARGS__, ""));              \
+#define ZELUMO_LOG_AT(function, line, buffer, priority, tag, ...)                               \
+    do {                                                                                        \
+        constexpr const char* zelumoLogFile = ::zelumo::BaseName(__FILE__);                     \
+        __dlog_print(buffer, priority, tag, "%s: %s(%d) > " ZELUMO_LOG_FIRST(__VA_ARGS__) "%s", \
+                     zelumoLogFile, function, line, ZELUMO_LOG_REST(__VA_ARGS__, ""));          \
     } while (false)

@@ -4,8 +4,10 @@
 
 /// Log lines of the plug-in's shell and commands, from the function that they stand in.
 #define ZELUMO_TAG "zelumo-pepper"
-#define LOG_DEBUG(...) ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_DEBUG, ZELUMO_TAG, __VA_ARGS__)
-#define LOG_ERROR(...) ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_ERROR, ZELUMO_TAG, __VA_ARGS__)
+#define LOG_DEBUG(...) \
+    ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_DEBUG, ZELUMO_TAG, __VA_ARGS__)
+#define LOG_ERROR(...) \
+    ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_ERROR, ZELUMO_TAG, __VA_ARGS__)
 #define LOG_SYSTEM_ERROR(...) LOG_SYSTEM_ERROR_IN(__func__, __VA_ARGS__)
 /// On behalf of the operation named `function`.
 #define LOG_SYSTEM_ERROR_IN(function, ...) \

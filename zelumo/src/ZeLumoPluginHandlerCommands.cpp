@@ -21,10 +21,14 @@ constexpr int kUnknown = 9999;
 const char* ErrorName(int code)
 {
     switch (code) {
-        case kNotSupported: return "NotSupportedError";
-        case kInvalidValues: return "InvalidValuesError";
-        case kServiceNotAvailable: return "ServiceNotAvailableError";
-        default: return "UnknownError ";  // the page receives the blank at its end
+        case kNotSupported:
+            return "NotSupportedError";
+        case kInvalidValues:
+            return "InvalidValuesError";
+        case kServiceNotAvailable:
+            return "ServiceNotAvailableError";
+        default:
+            return "UnknownError ";  // the page receives the blank at its end
     }
 }
 
@@ -181,7 +185,8 @@ bool CheckFirstBoot(Handler& handler, Request&, pp::Var& data)
 bool ExtractServiceInformations(Handler& handler, Request& request, pp::Var& data)
 {
     ExtractedServiceInfomations info;
-    if (!handler.ExtractServiceInformationsFromServiceId(std::strtoull(request.text.c_str(), nullptr, 10), info))
+    if (!handler.ExtractServiceInformationsFromServiceId(std::strtoull(request.text.c_str(), nullptr, 10),
+                                                         info))
         return false;
     pp::VarDictionary record;
     record.Set("TCServiceId", std::to_string(info.serviceId));
@@ -220,7 +225,7 @@ struct Row {
     std::string_view command;
     Operation operation;
     const Parameters& parameters;
-    int failureCode;             // 0: never fails
+    int failureCode;  // 0: never fails
     const char* failureMessage;
 };
 

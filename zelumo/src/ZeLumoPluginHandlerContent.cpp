@@ -38,7 +38,8 @@ bool CZeLumoPluginHandler::ZELumo_GetProgramThumbnail(std::string& input, std::s
 
 bool CZeLumoPluginHandler::ZELumo_GetProgramBackground(std::string& input, std::string& output)
 {
-    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetProgramBackground, input, output);
+    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetProgramBackground, input,
+                   output);
 }
 
 bool CZeLumoPluginHandler::ZELumo_SetOnDemandProgram(std::string& input, std::string& output)
@@ -48,12 +49,14 @@ bool CZeLumoPluginHandler::ZELumo_SetOnDemandProgram(std::string& input, std::st
 
 bool CZeLumoPluginHandler::ZELumo_UnsetOnDemandProgram(std::string& input, std::string& output)
 {
-    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::UnsetOnDemandProgram, input, output);
+    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::UnsetOnDemandProgram, input,
+                   output);
 }
 
 bool CZeLumoPluginHandler::ZELumo_GetOnDemandIdentifier(std::string& input, std::string& output)
 {
-    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetOnDemandIdentifier, input, output);
+    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetOnDemandIdentifier, input,
+                   output);
 }
 
 bool CZeLumoPluginHandler::ZELumo_GetVCConfig(std::string& input, std::string& output)
@@ -63,8 +66,8 @@ bool CZeLumoPluginHandler::ZELumo_GetVCConfig(std::string& input, std::string& o
 
 bool CZeLumoPluginHandler::ZELumo_GetFeaturedVirtualChannelInfo(std::string& input, std::string& output)
 {
-    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetFeaturedVirtualChannelInfo, input,
-                   output);
+    return Forward(FCAPI::GetVirtualChannelsAPI(), &FIVirtualChannelsAPI::GetFeaturedVirtualChannelInfo,
+                   input, output);
 }
 
 bool CZeLumoPluginHandler::ZELumo_GetServiceIdFromOnTVProviderAndService(std::string& input,

@@ -210,6 +210,7 @@ void CZeLumoPluginHandler::OnEvent(int type, std::string param1, std::string par
     message.Set("type", type);
     message.Set("param1", param1);
     message.Set("param2", param2);
-    LOG_DEBUG("[OnEvent] EVENT >> eventType: %d, param1: %s, param2: %s", type, param1.c_str(), param2.c_str());
+    LOG_DEBUG("[OnEvent] EVENT >> eventType: %d, param1: %s, param2: %s", type, param1.c_str(),
+              param2.c_str());
     instance_->PostMessage(message);
 }

@@ -61,7 +61,8 @@ bool CZeLumoPluginHandler::AddVconfCallbackWithKey(std::string& key)
     {
         const std::lock_guard lock(m_mutexLists);
         if (std::find(m_listVconfKey.begin(), m_listVconfKey.end(), key) != m_listVconfKey.end()) {
-            LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__, key.c_str());
+            LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__,
+                      key.c_str());
             return false;
         }
     }

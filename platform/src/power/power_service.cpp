@@ -21,10 +21,11 @@ std::vector<int> PowerService::Notify(int type, bool null_user)
 {
     std::vector<int> results;
     thread_.Run([&] {
-        registrations_.Deliver([](const auto&) { return true; },
-                               [&](const auto& entry) {
-                                   results.push_back(entry.callback(type, null_user ? nullptr : entry.user_data));
-                               });
+        registrations_.Deliver(
+            [](const auto&) { return true; },
+            [&](const auto& entry) {
+                results.push_back(entry.callback(type, null_user ? nullptr : entry.user_data));
+            });
     });
     return results;
 }

@@ -16,6 +16,8 @@ class PLATFORM_API PowerService {
     /// callbacks get a null user datum.
     std::vector<int> Notify(int type, bool null_user);
     std::size_t CountSubscriptions() const { return registrations_.List().size(); }
+    /// Ends every subscription; returns how many there were.
+    std::size_t DropAll() { return registrations_.RemoveAll(); }
 
   private:
     struct NoKey {};

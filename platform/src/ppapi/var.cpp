@@ -35,8 +35,9 @@ PP_Var MakeString(std::string text)
 
 auto FindEntry(DictionaryObject& dictionary, const std::string& key)
 {
-    return std::lower_bound(dictionary.entries.begin(), dictionary.entries.end(), key,
-                            [](const auto& entry, const std::string& wanted) { return entry.first < wanted; });
+    return std::lower_bound(
+        dictionary.entries.begin(), dictionary.entries.end(), key,
+        [](const auto& entry, const std::string& wanted) { return entry.first < wanted; });
 }
 
 }  // namespace
@@ -153,14 +154,20 @@ bool Var::operator==(const Var& other) const
         return false;
     switch (var_.type) {
         case PP_VARTYPE_UNDEFINED:
-        case PP_VARTYPE_NULL: return true;
-        case PP_VARTYPE_BOOL: return AsBool() == other.AsBool();
-        case PP_VARTYPE_INT32: return var_.value.as_int == other.var_.value.as_int;
-        case PP_VARTYPE_DOUBLE: return var_.value.as_double == other.var_.value.as_double;
-        case PP_VARTYPE_STRING: return tv::TextOf(*this) == tv::TextOf(other);
+        case PP_VARTYPE_NULL:
+            return true;
+        case PP_VARTYPE_BOOL:
+            return AsBool() == other.AsBool();
+        case PP_VARTYPE_INT32:
+            return var_.value.as_int == other.var_.value.as_int;
+        case PP_VARTYPE_DOUBLE:
+            return var_.value.as_double == other.var_.value.as_double;
+        case PP_VARTYPE_STRING:
+            return tv::TextOf(*this) == tv::TextOf(other);
         case PP_VARTYPE_OBJECT:
         case PP_VARTYPE_ARRAY:
-        case PP_VARTYPE_DICTIONARY: return var_.value.as_id == other.var_.value.as_id;
+        case PP_VARTYPE_DICTIONARY:
+            return var_.value.as_id == other.var_.value.as_id;
     }
     return false;
 }
@@ -203,15 +210,24 @@ PP_Var Var::Detach() noexcept
 std::string Var::DebugString() const
 {
     switch (var_.type) {
-        case PP_VARTYPE_UNDEFINED: return "Var(UNDEFINED)";
-        case PP_VARTYPE_NULL: return "Var(NULL)";
-        case PP_VARTYPE_BOOL: return AsBool() ? "Var(true)" : "Var(false)";
-        case PP_VARTYPE_INT32: return "Var(" + std::to_string(AsInt()) + ")";
-        case PP_VARTYPE_DOUBLE: return "Var(" + std::to_string(AsDouble()) + ")";
-        case PP_VARTYPE_STRING: return "Var<\"" + tv::TextOf(*this) + "\">";
-        case PP_VARTYPE_OBJECT: return "Var(OBJECT)";
-        case PP_VARTYPE_ARRAY: return "Var(ARRAY)";
-        case PP_VARTYPE_DICTIONARY: return "Var(DICTIONARY)";
+        case PP_VARTYPE_UNDEFINED:
+            return "Var(UNDEFINED)";
+        case PP_VARTYPE_NULL:
+            return "Var(NULL)";
+        case PP_VARTYPE_BOOL:
+            return AsBool() ? "Var(true)" : "Var(false)";
+        case PP_VARTYPE_INT32:
+            return "Var(" + std::to_string(AsInt()) + ")";
+        case PP_VARTYPE_DOUBLE:
+            return "Var(" + std::to_string(AsDouble()) + ")";
+        case PP_VARTYPE_STRING:
+            return "Var<\"" + tv::TextOf(*this) + "\">";
+        case PP_VARTYPE_OBJECT:
+            return "Var(OBJECT)";
+        case PP_VARTYPE_ARRAY:
+            return "Var(ARRAY)";
+        case PP_VARTYPE_DICTIONARY:
+            return "Var(DICTIONARY)";
     }
     return "Var";
 }
@@ -251,10 +267,8 @@ bool VarArray::SetLength(uint32_t length)
     return array != nullptr;
 }
 
-VarDictionary::VarDictionary()
-    : Var(PASS_REF, tv::MakeVar(PP_VARTYPE_DICTIONARY, new tv::DictionaryObject))
-{
-}
+VarDictionary::VarDictionary() : Var(PASS_REF, tv::MakeVar(PP_VARTYPE_DICTIONARY, new tv::DictionaryObject))
+{}
 
 VarDictionary::VarDictionary(const Var& var) : Var(var) {}
 

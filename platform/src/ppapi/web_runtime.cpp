@@ -112,8 +112,7 @@ class MessageTask : public Task {
   public:
     MessageTask(const InstanceRecord& record, const pp::Var& message, bool blocking)
         : record_(record), message_(message), blocking_(blocking)
-    {
-    }
+    {}
 
     void Run() override
     {

@@ -9,8 +9,7 @@ namespace pp {
 class CompletionCallback {
   public:
     CompletionCallback(PP_CompletionCallback_Func func, void* user_data) : func_(func), user_data_(user_data)
-    {
-    }
+    {}
 
     void Run(int32_t result) const { func_(user_data_, result); }
 

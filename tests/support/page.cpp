@@ -1,0 +1,180 @@
+#include "tests/support/page.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <regex>
+#include <utility>
+
+#include "tv/control.h"
+#include "tv/tv.h"
+#include "tvhost/json_text.h"
+#include "tvhost/json_var.h"
+
+namespace test {
+namespace {
+
+/// Benchmarks use this library as well, so a broken promise ends the process instead of failing a test.
+void Require(bool holds, const std::string& what)
+{
+    if (holds)
+        return;
+    std::fprintf(stderr, "test support: %s\n", what.c_str());
+    std::abort();
+}
+
+}  // namespace
+
+std::filesystem::path PluginPath()
+{
+    return ZELUMO_PLUGIN;
+}
+
+Json::Value J(const std::string& text)
+{
+    return host::ParseJson(text, 200);
+}
+
+std::string Text(const Json::Value& value)
+{
+    return host::WriteJson(value);
+}
+
+Page::Page(Deliveries deliveries) : deliveries_(deliveries)
+{
+    if (deliveries_ == Deliveries::Stepped)
+        tv::Tv::Get().deliveries().Hold();
+    plugin_ = std::make_unique<host::Plugin>(PluginPath());
+    Open();
+}
+
+Page::~Page()
+{
+    if (instance_)
+        Close();
+    plugin_.reset();
+    tv::Tv::Get().calls().RestoreAll();
+    tv::Tv::Get().deliveries().Resume();
+    std::string left;
+    for (const Json::Value& message : messages_)
+        left += "\n  " + Text(message);
+    Require(left.empty(), "messages that the test did not expect:" + left);
+}
+
+void Page::Open()
+{
+    instance_ = std::make_unique<tv::EmbeddedInstance>(
+        plugin_->module(), [this](const pp::Var& message) { OnMessage(message); });
+    Settle();
+}
+
+void Page::Close()
+{
+    instance_.reset();
+    Settle();
+    const std::size_t left = tv::Tv::Get().DropLeftovers();
+    Require(left == 0, std::to_string(left) + " subscriptions outlive the instance");
+}
+
+void Page::Settle()
+{
+    if (deliveries_ == Deliveries::Stepped)
+        tv::Tv::Get().deliveries().Release();
+}
+
+Json::Value Page::Await(const Json::Value& message)
+{
+    const Json::Value reply = host::ToJson(instance_->Await(host::ToVar(message)));
+    Settle();
+    return reply;
+}
+
+void Page::Post(const Json::Value& message)
+{
+    instance_->Post(host::ToVar(message));
+    Settle();
+}
+
+Json::Value Page::Do(const std::string& json)
+{
+    Json::Value results(Json::objectValue);
+    for (const auto& [name, value] : tv::CarryOut(J(json)))
+        results[name] = value;
+    Settle();
+    return results;
+}
+
+void Page::OnMessage(const pp::Var& message)
+{
+    const Json::Value json = host::ToJson(message);
+    std::function<void(const Json::Value&)> observer;
+    {
+        const std::lock_guard lock(mutex_);
+        observer = observer_;
+        if (!observer)
+            messages_.push_back(json);
+    }
+    posted_.notify_all();
+    if (observer)
+        observer(json);
+}
+
+std::vector<Json::Value> Page::TakeMessages()
+{
+    const std::lock_guard lock(mutex_);
+    return std::exchange(messages_, {});
+}
+
+std::vector<Json::Value> Page::TakeMessages(std::size_t count)
+{
+    std::unique_lock lock(mutex_);
+    posted_.wait(lock, [&] { return messages_.size() >= count; });
+    return std::exchange(messages_, {});
+}
+
+std::size_t Page::CountMessages()
+{
+    const std::lock_guard lock(mutex_);
+    return messages_.size();
+}
+
+void Page::Observe(std::function<void(const Json::Value&)> observer)
+{
+    const std::lock_guard lock(mutex_);
+    observer_ = std::move(observer);
+}
+
+Calls::Calls()
+{
+    listening_ = tv::Tv::Get().journal().ListenToCalls([this](const tv::CallRecord& call) {
+        std::string line = std::string(call.name) + ' ' + Text(call.args) + " -> " + Text(call.result);
+        if (!call.out.isNull())
+            line += " out " + Text(call.out);
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(line);
+    });
+}
+
+std::vector<std::string> Calls::Take()
+{
+    const std::lock_guard lock(mutex_);
+    return std::exchange(lines_, {});
+}
+
+Log::Log()
+{
+    listening_ = tv::Tv::Get().journal().ListenToLog([this](const tv::LogRecord& log) {
+        static const std::regex prefix(R"(^[^:]*: ([^(]*)\(\d+\) > )");
+        const std::string line = std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' +
+                                 log.tag + ' ' + std::regex_replace(log.text, prefix, "$1: ");
+        const std::lock_guard lock(mutex_);
+        lines_.push_back(line);
+    });
+}
+
+std::vector<std::string> Log::Take()
+{
+    const std::lock_guard lock(mutex_);
+    return std::exchange(lines_, {});
+}
+
+}  // namespace test

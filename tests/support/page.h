@@ -1,0 +1,101 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <condition_variable>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "src/ppapi/web_runtime.h"
+#include "tv/journal.h"
+#include "tvhost/plugin.h"
+
+namespace test {
+
+/// The built plug-in.
+std::filesystem::path PluginPath();
+
+/// A JSON value from its text.
+Json::Value J(const std::string& text);
+
+/// Compact text of a JSON value, for messages and comparisons.
+std::string Text(const Json::Value& value);
+
+/// A page with the real plug-in, and a TV that stands still. Deliveries that the TV makes by itself wait
+/// until the command that set them off was answered (Stepped), or come as they come up (Free). At the end
+/// every message must have been taken and nothing may be left subscribed: else the test fails.
+class Page {
+  public:
+    enum class Deliveries { Stepped, Free };
+    explicit Page(Deliveries deliveries = Deliveries::Stepped);
+    ~Page();
+    Page(const Page&) = delete;
+    Page& operator=(const Page&) = delete;
+
+    void Open();
+    void Close();
+
+    /// A blocking message and its reply.
+    Json::Value Await(const Json::Value& message);
+    Json::Value Await(const std::string& json) { return Await(J(json)); }
+    void Post(const Json::Value& message);
+    /// A verb of the TV; its results as an object.
+    Json::Value Do(const std::string& json);
+
+    /// What the plug-in posted since the last call, oldest first.
+    std::vector<Json::Value> TakeMessages();
+    /// Waits until there are that many and takes them.
+    std::vector<Json::Value> TakeMessages(std::size_t count);
+    /// How many were posted and not taken.
+    std::size_t CountMessages();
+    /// Calls `observer` for each message, on the posting thread, instead of keeping it.
+    void Observe(std::function<void(const Json::Value&)> observer);
+
+    /// For sending from other threads while the page is closed.
+    tv::EmbeddedInstance::Sender GetSender() const { return instance_->GetSender(); }
+
+  private:
+    void OnMessage(const pp::Var& message);
+    void Settle();
+
+    const Deliveries deliveries_;
+    std::mutex mutex_;
+    std::condition_variable posted_;
+    std::vector<Json::Value> messages_;                 // guarded by mutex_
+    std::function<void(const Json::Value&)> observer_;  // guarded by mutex_
+    std::unique_ptr<host::Plugin> plugin_;
+    std::unique_ptr<tv::EmbeddedInstance> instance_;
+};
+
+/// Collects the platform calls that are made while it lives.
+class Calls {
+  public:
+    Calls();
+    /// The calls since the last Take, as lines: `BmsPlay [1] -> 0`, with ` out [5]` where there are out
+    /// arguments.
+    std::vector<std::string> Take();
+
+  private:
+    std::mutex mutex_;
+    std::vector<std::string> lines_;  // guarded by mutex_
+    std::unique_ptr<tv::Journal::Listening> listening_;
+};
+
+/// Collects the log lines that are written while it lives.
+class Log {
+  public:
+    Log();
+    /// The lines since the last Take as `buffer/priority tag Function: text`, without file and number.
+    std::vector<std::string> Take();
+
+  private:
+    std::mutex mutex_;
+    std::vector<std::string> lines_;  // guarded by mutex_
+    std::unique_ptr<tv::Journal::Listening> listening_;
+};
+
+}  // namespace test
