@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "tv/tv.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
 #include "tvhost/script.h"
@@ -17,6 +18,10 @@ int main(int argc, char** argv)
     std::string plugin;
     app.add_option("--plugin", plugin, "The plug-in; by default the libzelumo.so beside the program")
         ->type_name("PATH");
+
+    std::string settings;
+    app.add_option("--settings", settings, "Keep the TV's settings in this SQLite file across runs")
+        ->type_name("FILE");
 
     host::ScriptOptions script;
     CLI::App* const script_command =
@@ -36,13 +41,15 @@ int main(int argc, char** argv)
 
     host::CatchInterrupts();
     try {
+        if (!settings.empty())
+            tv::Tv::Get().settings().OpenDatabase(settings);
         script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
         return host::RunScript(script);
     } catch (const host::PluginError& error) {
         std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
         return 2;
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "zelumo-tv: unexpected: %s\n", error.what());
+        std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
         return 2;
     }
 }

@@ -85,6 +85,38 @@ VerbResults PowerOff(VerbFields& fields)
     return Delivered(Tv::Get().power().Notify(type, null_user));
 }
 
+VerbResults RaiseEvent(VerbFields& fields)
+{
+    const int event = fields.Int("event");
+    const bool null_user = fields.NullUser();
+    fields.End();
+    return Delivered(Tv::Get().event_proxy().Notify(event, null_user));
+}
+
+VerbResults RaiseSignal(VerbFields& fields)
+{
+    const int signal = fields.Int("signal");
+    const bool null_user = fields.NullUser();
+    fields.End();
+    return Delivered(Tv::Get().signals().Notify(static_cast<ESignalType>(signal), null_user));
+}
+
+VerbResults WriteSetting(VerbFields& fields)
+{
+    const std::string key = fields.Text("key");
+    if (key.empty())
+        fields.Fail("\"key\" must not be empty");
+    SettingValue value;
+    if (!FromJson(fields.Raw("value"), value))
+        fields.Fail("\"value\" must be a string, a whole number of 32 bits, or true or false");
+    const bool null_user = fields.NullUser();
+    fields.End();
+    const std::optional<std::size_t> told = Tv::Get().settings().SetAndTell(key, value, null_user);
+    if (!told)
+        fields.Fail("the settings store refuses the write");
+    return {{"delivered", static_cast<Json::UInt>(*told)}};
+}
+
 const CallInfo& CallNamed(VerbFields& fields)
 {
     const std::string name = fields.Text("call");
@@ -140,8 +172,11 @@ VerbResults CarryOut(const Json::Value& verb)
     // clang-format off
     static const std::map<std::string, Operation> verbs{
         {"answer",   SetAnswer},
+        {"event",    RaiseEvent},
         {"poweroff", PowerOff},
         {"restore",  Restore},
+        {"setting",  WriteSetting},
+        {"signal",   RaiseSignal},
     };
     // clang-format on
     if (!verb["tv"].isString())

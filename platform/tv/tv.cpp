@@ -10,12 +10,13 @@ Tv& Tv::Get()
 
 std::size_t Tv::CountRegistrations() const
 {
-    return power_.CountSubscriptions();
+    return power_.CountSubscriptions() + event_proxy_.Events().size() + signals_.Signals().size() +
+           settings_.Watches().size();
 }
 
 std::size_t Tv::DropLeftovers()
 {
-    return power_.DropAll();
+    return power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() + settings_.DropAll();
 }
 
 Calls& TheCalls()

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "src/content-service/event_proxy.h"
 #include "src/power/power_service.h"
 #include "src/scope-tracing/trace_libraries.h"
+#include "src/settings/settings_store.h"
+#include "src/tv-service/signal_service.h"
 #include "tv/calls.h"
 #include "tv/clock.h"
 #include "tv/delivery.h"
@@ -21,6 +24,9 @@ class PLATFORM_API Tv {
     Deliveries& deliveries() { return deliveries_; }
     TraceLibraries& trace_libraries() { return trace_libraries_; }
     PowerService& power() { return power_; }
+    EventProxyService& event_proxy() { return event_proxy_; }
+    SignalService& signals() { return signals_; }
+    SettingsStore& settings() { return settings_; }
 
     /// How many subscriptions, watches and registrations the services hold.
     std::size_t CountRegistrations() const;
@@ -38,6 +44,9 @@ class PLATFORM_API Tv {
     Deliveries deliveries_;
     TraceLibraries trace_libraries_;
     PowerService power_;
+    EventProxyService event_proxy_{deliveries_};
+    SignalService signals_;
+    SettingsStore settings_{deliveries_};
 };
 
 }  // namespace tv

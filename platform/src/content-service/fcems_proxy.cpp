@@ -1,14 +1,18 @@
 #include "content-service/FCEMSProxy.h"
-
-FIIPCConnection::~FIIPCConnection() = default;
-FCEMSProxy::~FCEMSProxy() = default;
+#include "tv/calls.h"
+#include "tv/tv.h"
 
 FIIPCConnection* FIIPCConnection::GetInstance()
 {
-    return nullptr;
+    return tv::Call<FIIPCConnection*>(tv::CallId::GetIpcConnection, std::tuple<>(),
+                                      [] { return tv::Tv::Get().event_proxy().connection(); });
 }
 
-FCEMSProxy* FCEMSProxy::GetInstanceForPlugin(FIIPCConnection*, FEventCallback)
+FCEMSProxy* FCEMSProxy::GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback)
 {
-    return nullptr;
+    return tv::Call<FCEMSProxy*>(tv::CallId::GetEventProxy, std::tuple<>(), [&]() -> FCEMSProxy* {
+        if (connection == nullptr)
+            return nullptr;
+        return tv::Tv::Get().event_proxy().ProxyFor(callback);
+    });
 }

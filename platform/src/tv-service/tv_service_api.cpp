@@ -2,7 +2,6 @@
 
 IServiceNavigation::~IServiceNavigation() = default;
 ISourceControl::~ISourceControl() = default;
-ISignalSubscriber::~ISignalSubscriber() = default;
 
 int TVServiceAPI::CreateServiceNavigation(EProfile, int, IServiceNavigation**)
 {
@@ -10,11 +9,6 @@ int TVServiceAPI::CreateServiceNavigation(EProfile, int, IServiceNavigation**)
 }
 
 int TVServiceAPI::CreateSourceControl(EProfile, int, ISourceControl**)
-{
-    return 0;
-}
-
-int TVServiceAPI::CreateSignalSubscriber(TVSignalCallback, ISignalSubscriber**)
 {
     return 0;
 }
