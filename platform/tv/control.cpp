@@ -74,7 +74,7 @@ VerbResults Delivered(const std::vector<int>& results)
     Json::Value list(Json::arrayValue);
     for (const int result : results)
         list.append(result);
-    return {{"delivered", static_cast<Json::UInt>(results.size())}, {"results", list}};
+    return {{"delivered", static_cast<int>(results.size())}, {"results", list}};
 }
 
 VerbResults PowerOff(VerbFields& fields)
@@ -114,7 +114,7 @@ VerbResults WriteSetting(VerbFields& fields)
     const std::optional<std::size_t> told = Tv::Get().settings().SetAndTell(key, value, null_user);
     if (!told)
         fields.Fail("the settings store refuses the write");
-    return {{"delivered", static_cast<Json::UInt>(*told)}};
+    return {{"delivered", static_cast<int>(*told)}};
 }
 
 const CallInfo& CallNamed(VerbFields& fields)

@@ -81,7 +81,7 @@ void Page::Settle()
         tv::Tv::Get().deliveries().Release();
 }
 
-Json::Value Page::Await(const Json::Value& message)
+Json::Value Page::AwaitValue(const Json::Value& message)
 {
     const Json::Value reply = host::ToJson(instance_->Await(host::ToVar(message)));
     Settle();

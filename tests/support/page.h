@@ -40,8 +40,8 @@ class Page {
     void Close();
 
     /// A blocking message and its reply.
-    Json::Value Await(const Json::Value& message);
-    Json::Value Await(const std::string& json) { return Await(J(json)); }
+    Json::Value AwaitValue(const Json::Value& message);
+    Json::Value Await(const std::string& json) { return AwaitValue(J(json)); }
     void Post(const Json::Value& message);
     /// A verb of the TV; its results as an object.
     Json::Value Do(const std::string& json);

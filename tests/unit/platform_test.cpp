@@ -1,0 +1,268 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "power/device_power.h"
+#include "settings/vconf.h"
+#include "tests/support/page.h"
+#include "tv/control.h"
+#include "tv/tv.h"
+
+namespace {
+
+using test::J;
+using test::Text;
+
+/// Everything works as usual again at the end of a test.
+class Platform : public testing::Test {
+  protected:
+    ~Platform() override
+    {
+        tv::Tv::Get().calls().RestoreAll();
+        EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
+    }
+    static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
+};
+
+TEST_F(Platform, AnswersQueueReplaceAndRunOut)
+{
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6,"times":1})");
+    EXPECT_EQ(vconf_set_int("k", 1), -5);
+    EXPECT_EQ(vconf_set_int("k", 1), -5);
+    EXPECT_EQ(vconf_set_int("k", 1), -6);
+    EXPECT_EQ(vconf_set_int("k", 1), 0);
+
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-7})");
+    EXPECT_EQ(vconf_set_int("k", 1), -7);
+    EXPECT_EQ(vconf_set_int("k", 1), -7);
+    Do(R"({"tv":"restore","call":"vconf_set_int"})");
+    EXPECT_EQ(vconf_set_int("k", 1), 0);
+}
+
+TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
+{
+    vconf_set_int("k", 3);
+    test::Calls calls;
+    struct Case {
+        const char* answer;
+        int result;
+        int value;
+        const char* line;
+    };
+    for (const Case& c : {
+             Case{R"({"tv":"answer","call":"vconf_get_int","out":[9]})", 0, 9,
+                  R"(vconf_get_int ["k"] -> 0 out [9])"},
+             Case{R"({"tv":"answer","call":"vconf_get_int","result":-1,"out":[9]})", -1, 9,
+                  R"(vconf_get_int ["k"] -> -1 out [9])"},
+             Case{R"({"tv":"answer","call":"vconf_get_int","out":[null]})", 0, 77,
+                  R"(vconf_get_int ["k"] -> 0 out [null])"},
+             Case{R"({"tv":"answer","call":"vconf_get_int"})", 0, 77,
+                  R"(vconf_get_int ["k"] -> 0 out [null])"},
+             Case{R"({"tv":"restore"})", 0, 3, R"(vconf_get_int ["k"] -> 0 out [3])"},
+         }) {
+        Do(c.answer);
+        int value = 77;
+        EXPECT_EQ(vconf_get_int("k", &value), c.result) << c.answer;
+        EXPECT_EQ(value, c.value) << c.answer;
+        EXPECT_EQ(calls.Take(), std::vector<std::string>{c.line});
+    }
+}
+
+TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
+{
+    struct Case {
+        const char* verb;
+        const char* why;
+    };
+    for (const Case& c : {
+             Case{R"({"tv":5})", R"("tv" must name a verb)"},
+             Case{R"({"tv":"dance"})", R"(there is no verb "dance")"},
+             Case{R"({"tv":"poweroff"})", R"(verb "poweroff": "type" is missing)"},
+             Case{R"({"tv":"poweroff","type":1.5})",
+                  R"(verb "poweroff": "type" must be a whole number of 32 bits)"},
+             Case{R"({"tv":"poweroff","type":2147483648})",
+                  R"(verb "poweroff": "type" must be a whole number of 32 bits)"},
+             Case{R"({"tv":"poweroff","type":1,"user":0})", R"(verb "poweroff": "user" can only be null)"},
+             Case{R"({"tv":"poweroff","type":1,"extra":0})", R"(verb "poweroff": "extra" is not known)"},
+             Case{R"({"tv":"event","event":"90001"})",
+                  R"(verb "event": "event" must be a whole number of 32 bits)"},
+             Case{R"({"tv":"signal"})", R"(verb "signal": "signal" is missing)"},
+             Case{R"({"tv":"setting","key":"k"})",
+                  R"(verb "setting": "value" must be a string, a whole number of 32 bits, or true or false)"},
+             Case{R"({"tv":"setting","key":"","value":1})", R"(verb "setting": "key" must not be empty)"},
+             Case{R"({"tv":"answer","call":"BmsDance"})",
+                  R"(verb "answer": there is no platform call "BmsDance")"},
+             Case{R"({"tv":"answer","call":"BmsPlay","result":"0"})",
+                  R"(verb "answer": "result" of BmsPlay must be a whole number of 32 bits)"},
+             Case{R"({"tv":"answer","call":"BmsPlay","out":[1]})",
+                  R"(verb "answer": BmsPlay has 0 out arguments, "out" gives 1)"},
+             Case{R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
+                  R"(verb "answer": "out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
+             Case{R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})",
+                  R"(verb "answer": "out" must be an array)"},
+             Case{R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
+                  R"(verb "answer": "result" of FCAPI::GetZELumoAPI must be true or null)"},
+             Case{R"({"tv":"answer","call":"BmsPlay","times":0})",
+                  R"(verb "answer": "times" must be 1 or more)"},
+             Case{R"({"tv":"answer","call":"BmsPlay","delay":-1})",
+                  R"(verb "answer": "delay" must be 0 or more)"},
+             Case{R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
+                  "verb \"answer\": \"out\"[0] of IServiceNavigation::GetCurrentService must be null or an "
+                  "object "
+                  "from field identifier to value"},
+         }) {
+        try {
+            Do(c.verb);
+            ADD_FAILURE() << c.verb;
+        } catch (const tv::VerbError& error) {
+            EXPECT_EQ(error.what(), std::string(c.why)) << c.verb;
+        }
+    }
+    EXPECT_FALSE(tv::Calls::Watched());
+}
+
+TEST_F(Platform, RestoringEndsADelayAtOnce)
+{
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"delay":3600000,"times":1})");
+    auto call = std::async(std::launch::async, [] { return vconf_set_int("k", 1); });
+    while (tv::Calls::Watched())
+        std::this_thread::yield();
+    Do(R"({"tv":"restore","call":"vconf_set_int"})");
+    EXPECT_EQ(call.get(), -3);
+}
+
+struct Subscriber {
+    std::atomic<int> calls{0};
+    std::atomic<bool> running{false};
+    std::atomic<bool> gone{false};
+    std::promise<void> entered;
+    std::shared_future<void> leave;
+};
+
+int HeldCallback(int, void* datum)
+{
+    auto* subscriber = static_cast<Subscriber*>(datum);
+    subscriber->running = true;
+    subscriber->entered.set_value();
+    subscriber->leave.wait();
+    subscriber->running = false;
+    return ++subscriber->calls;
+}
+
+int CountingCallback(int, void* datum)
+{
+    auto* subscriber = static_cast<Subscriber*>(datum);
+    EXPECT_FALSE(subscriber->gone);
+    return ++subscriber->calls;
+}
+
+int LeavingCallback(int, void* datum)
+{
+    device_power_unsubscribe_poweroff(LeavingCallback);
+    return ++static_cast<Subscriber*>(datum)->calls;
+}
+
+TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
+{
+    Subscriber subscriber;
+    std::promise<void> leave;
+    subscriber.leave = leave.get_future().share();
+    device_power_subscribe_poweroff(HeldCallback, &subscriber);
+    auto notifying = std::async(std::launch::async, [] { return tv::Tv::Get().power().Notify(1, false); });
+    subscriber.entered.get_future().wait();
+    auto unsubscribing = std::async(std::launch::async, [&] {
+        device_power_unsubscribe_poweroff(HeldCallback);
+        return subscriber.running.load();
+    });
+    // The subscription is gone at once, the call returns once the callback has.
+    while (tv::Tv::Get().power().CountSubscriptions() != 0)
+        std::this_thread::yield();
+    EXPECT_TRUE(subscriber.running);
+    leave.set_value();
+    EXPECT_FALSE(unsubscribing.get());
+    EXPECT_EQ(notifying.get(), std::vector<int>{1});
+    EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
+}
+
+TEST_F(Platform, ACallbackMayUnsubscribeItself)
+{
+    Subscriber subscriber;
+    device_power_subscribe_poweroff(LeavingCallback, &subscriber);
+    EXPECT_EQ(tv::Tv::Get().power().Notify(1, false), std::vector<int>{1});
+    EXPECT_EQ(tv::Tv::Get().power().Notify(1, false), std::vector<int>{});
+}
+
+TEST_F(Platform, NoCallbackComesAfterUnsubscribing)
+{
+    std::atomic<bool> stop{false};
+    std::thread notifier([&] {
+        while (!stop)
+            tv::Tv::Get().power().Notify(1, false);
+    });
+    for (int i = 0; i < 300; ++i) {
+        Subscriber subscriber;
+        device_power_subscribe_poweroff(CountingCallback, &subscriber);
+        if (i % 2 == 0)
+            std::this_thread::yield();
+        device_power_unsubscribe_poweroff(CountingCallback);
+        subscriber.gone = true;
+    }
+    stop = true;
+    notifier.join();
+}
+
+TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)
+{
+    tv::Deliveries deliveries;
+    tv::DeliveryThread first("first");
+    tv::DeliveryThread second("second");
+    std::string order;
+    deliveries.Hold();
+    deliveries.Post(first, [&] { order += 'a'; });
+    deliveries.Post(second, [&] {
+        order += 'b';
+        deliveries.Post(first, [&] { order += 'e'; });
+    });
+    deliveries.Post(first, [&] { order += 'c'; });
+    deliveries.Post(second, [&] { order += 'd'; });
+    EXPECT_EQ(order, "");
+    EXPECT_EQ(deliveries.Release(), 5U);
+    EXPECT_EQ(order, "abcde");
+    deliveries.Post(first, [&] { order += 'f'; });
+    deliveries.Resume();
+    first.Drain();
+    EXPECT_EQ(order, "abcdef");
+}
+
+TEST_F(Platform, TheClockGoesOffInOrder)
+{
+    using std::chrono::milliseconds;
+    tv::Clock clock;
+    std::string order;
+    const auto note = [&](char name) {
+        return [&order, &clock, name] { order += name + std::to_string(clock.Now().count()) + ' '; };
+    };
+    clock.Set(milliseconds(30), note('c'));
+    clock.Set(milliseconds(10), note('a'));
+    const tv::Clock::AlarmId cancelled = clock.Set(milliseconds(20), note('x'));
+    clock.Set(milliseconds(10), [&] {
+        order += "b ";
+        clock.Set(milliseconds(15), note('n'));
+        clock.Set(milliseconds(5), note('p'));  // has passed: goes off next
+    });
+    clock.Cancel(cancelled);
+    clock.SetDate(milliseconds(1000));
+    clock.Advance(milliseconds(29), [&] { order += "| "; });
+    EXPECT_EQ(order, "a10 | b | p10 | n15 | ");
+    EXPECT_EQ(clock.Date(), milliseconds(1029));
+    clock.Advance(milliseconds(1), [] {});
+    EXPECT_EQ(order, "a10 | b | p10 | n15 | c30 ");
+}
+
+}  // namespace
