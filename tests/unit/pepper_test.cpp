@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <future>
@@ -253,8 +254,11 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
         EXPECT_FALSE(pp::MessageLoop::GetCurrent().is_null());
         EXPECT_EQ(loop.Run(), PP_OK);
     }).join();
-    const std::vector<std::pair<char, int32_t>> expected{
-        {'a', PP_OK}, {'b', PP_OK}, {'l', PP_OK}, {'n', PP_ERROR_ABORTED}};
+    // When the late work is due, beside the other, is up to the machine.
+    const auto late_run = std::find(record.ran.begin(), record.ran.end(), std::pair('l', int32_t{PP_OK}));
+    ASSERT_NE(late_run, record.ran.end());
+    record.ran.erase(late_run);
+    const std::vector<std::pair<char, int32_t>> expected{{'a', PP_OK}, {'b', PP_OK}, {'n', PP_ERROR_ABORTED}};
     EXPECT_EQ(record.ran, expected);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_ERROR_FAILED);
 }
