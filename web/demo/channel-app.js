@@ -119,7 +119,7 @@ class ChannelApp extends HTMLElement {
   #digit(digit) {
     this.#digits = (this.#digits + digit).slice(-3);
     const channel = this.channels.find(({ major }) => String(major) === this.#digits);
-    this.digits.replaceChildren(h("b", {}, this.#digits), channel ? ` ${channel.name}` : "");
+    this.digits.replaceChildren(h("b", {}, this.#digits), channel ? h("bdi", {}, channel.name) : "");
     this.digits.hidden = false;
     clearTimeout(this.#digitsTimer);
     this.#digitsTimer = setTimeout(() => this.#tuneDigits(), DIGITS_MS);

@@ -54,8 +54,13 @@ function control(field) {
       if (field.kind === "number") input.inputMode = "numeric";
       let extra = null;
       if (field.options) {
-        extra = h("datalist", { id: `list-${++lists}` }, field.options.map(([value, label]) => h("option", { value: String(value) }, label)));
-        input.setAttribute("list", extra.id);
+        const list = h("datalist", { id: `list-${++lists}` }, field.options.map(([value, label]) => h("option", { value: String(value) }, label)));
+        const meaning = h("small");
+        const explain = () => (meaning.textContent = [...list.options].find(({ value }) => value === input.value)?.textContent ?? "");
+        input.setAttribute("list", list.id);
+        input.addEventListener("input", explain);
+        explain();
+        extra = [list, meaning];
       }
       const read = () => {
         const text = field.kind === "text" ? input.value : input.value.trim();

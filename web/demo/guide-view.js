@@ -37,7 +37,7 @@ export class GuideView {
     if (!channels.length) return false;
     if (key === "up" || key === "down") this.#row = (this.#row + (key === "down" ? 1 : -1) + channels.length) % channels.length;
     else if (key === "right" && this.#chosen) this.#at = this.#chosen.endTime;
-    else if (key === "left" && this.#chosen && this.#chosen.startTime > Date.now()) this.#at = this.#chosen.startTime - 1;
+    else if (key === "left") this.#earlier();
     else if (key === "ok") return this.#act();
     else return key !== "back";
     const slot = Math.floor(this.#at / SLOT_MS) * SLOT_MS;
@@ -45,6 +45,15 @@ export class GuideView {
     if (this.#at < this.#from) this.#from = Math.max(slot, Math.floor(Date.now() / SLOT_MS) * SLOT_MS);
     this.#draw();
     return true;
+  }
+
+  // To the programme before the chosen one; the present one is the first.
+  #earlier() {
+    const now = Date.now();
+    if (!this.#chosen || this.#chosen.startTime <= now) return;
+    const before = this.#chosen.startTime - 1;
+    const program = this.#list(this.app.channels[this.#row]).find((p) => p.startTime <= before && before < p.endTime);
+    this.#at = program && program.startTime <= now ? now : before;
   }
 
   // The present programme is watched, a later one marked for watching on demand, or unmarked.
@@ -144,7 +153,7 @@ export class GuideView {
       h(
         "div",
         { class: "words" },
-        h("p", { class: "channel", dir: "auto" }, h("b", {}, channelNumber(channel)), ` ${channel.name}`),
+        h("p", { class: "channel" }, h("b", {}, channelNumber(channel)), " ", h("bdi", {}, channel.name)),
         h("h2", { dir: "auto" }, program.title),
         h("p", { class: "times" }, `${clock(program.startTime)} – ${clock(program.endTime)} · ${program.genre}`),
         h("p", { class: "synopsis", dir: "auto" }, program.synopsis),

@@ -67,7 +67,7 @@ export class LiveView {
       h(
         "div",
         { class: "words" },
-        h("p", { class: "channel", dir: "auto" }, h("b", {}, channelNumber(current)), ` ${current.name}`),
+        h("p", { class: "channel" }, h("b", {}, channelNumber(current)), " ", h("bdi", {}, current.name)),
         present
           ? [
               h("h2", { dir: "auto" }, present.title),
@@ -135,8 +135,8 @@ export class LiveView {
     for (const [i, row] of [...rows].entries()) row.setAttribute("aria-selected", String(i === this.#chosen));
     rows[this.#chosen].scrollIntoView({ block: "nearest" });
     // What is on there, for the rows in sight only.
-    const first = Math.max(0, this.#chosen - 8);
-    for (const row of [...rows].slice(first, this.#chosen + 9)) this.#fill(row);
+    const first = Math.max(0, this.#chosen - 12);
+    for (const row of [...rows].slice(first, this.#chosen + 13)) this.#fill(row);
   }
 
   #fill(row) {

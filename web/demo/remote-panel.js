@@ -46,6 +46,7 @@ class RemotePanel extends HTMLElement {
       this.append(panel);
       for (const verb of groups[name] ?? []) panel.append(this.#verbForm(verb).element);
     }
+    this.#completePlayers();
     this.#completeSettings();
     this.#completeFaults();
     this.#commands();
@@ -122,6 +123,11 @@ class RemotePanel extends HTMLElement {
   #completeSettings() {
     this.settings = h("table", { class: "plain" });
     this.#panels.get("settings").append(h("h3", {}, "Settings store"), this.settings);
+  }
+
+  #completePlayers() {
+    this.players = h("table", { class: "plain" });
+    this.#panels.get("player").append(h("h3", {}, "Players"), this.players);
   }
 
   #completeFaults() {
@@ -227,6 +233,12 @@ class RemotePanel extends HTMLElement {
     const players = state.players ?? [];
     const field = this.forms.get("report").fields.control("player");
     field.list.replaceChildren(...[101, ...players.map((p) => p.id)].map((id) => h("option", { value: String(id) }, id === 101 ? "registered with events" : "created by Init")));
+    replace(
+      this.players,
+      players.length
+        ? players.map((p) => h("tr", {}, h("th", { scope: "row" }, `${p.id} ${p.url.split("/").at(-1)}`), h("td", {}, p.state), h("td", { class: "note" }, `${duration(p.position)}${p.live ? " live" : ` of ${duration(p.duration)}`}`)))
+        : [h("tr", {}, h("td", { class: "note" }, "None yet: the TV's player view makes some."))],
+    );
     replace(
       this.settings,
       Object.entries(state.settings ?? {}).map(([key, value]) =>

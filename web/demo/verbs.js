@@ -8,7 +8,7 @@ const SUSPEND = 0x40000000;
 export function verbs(api) {
   const events = [...api.events]
     .sort((a, b) => b.event - a.event)
-    .map((e) => [e.event, `${e.event} ${e.command.replace(/^ITVS_Signal_(ZELumo_Control_State_)?|^PLOM?M?O?O?MIA_EVENT_/, "")}`]);
+    .map((e) => [e.event, e.command.replace(/^ITVS_Signal_(ZELumo_Control_State_)?|^PLO\w*?MIA_EVENT_/, "")]);
   return {
     tv: [
       {
@@ -21,7 +21,7 @@ export function verbs(api) {
         verb: "signal",
         title: "Signal",
         about: "The TV service raises a signal. The page hears of 177 alone.",
-        fields: [{ name: "signal", label: "Signal", kind: "number", value: 177, options: api.signals.map((s) => [s.signal, `${s.signal} PIN entered`]) }, NO_USER],
+        fields: [{ name: "signal", label: "Signal", kind: "number", value: 177, options: api.signals.map((s) => [s.signal, "PIN entered"]) }, NO_USER],
       },
       {
         verb: "poweroff",
@@ -39,8 +39,8 @@ export function verbs(api) {
         title: "Player report",
         about: "The player service reports. The page hears of its own players, and of player 101, after its first event subscription.",
         fields: [
-          { name: "player", label: "Player", kind: "number", value: 101, options: [[101, "101"]] },
-          { name: "type", label: "Type", kind: "number", value: 137, options: api.playerEvents.types.map((t) => [t.type, `${t.type} ${t.name}`]) },
+          { name: "player", label: "Player", kind: "number", value: 101, options: [[101, "registered with events"]] },
+          { name: "type", label: "Type", kind: "number", value: 137, options: api.playerEvents.types.map((t) => [t.type, t.name]) },
           { name: "value1", label: "Value 1", kind: "number", value: 15000 },
           { name: "value2", label: "Value 2", kind: "number", value: 600000 },
           NO_USER,
@@ -54,7 +54,7 @@ export function verbs(api) {
         about: "Somebody else on the TV writes a key. The page hears of the keys it watches.",
         fields: [
           { name: "key", label: "Key", kind: "text", value: api.settings.keys[0].key, options: api.settings.keys.map((k) => [k.key, k.type]) },
-          { name: "value", label: "Value", kind: "json", value: '"sv"', help: "A string, whole number or boolean, as JSON" },
+          { name: "value", label: "Value", kind: "json", value: '"sv"', help: "a string, whole number or boolean, as JSON" },
           NO_USER,
         ],
       },
@@ -66,10 +66,10 @@ export function verbs(api) {
         about: "From now on the call does nothing but return this.",
         fields: [
           { name: "call", label: "Call", kind: "choice", value: "BmsPlay", options: CALLS.map(([name]) => [name, name]) },
-          { name: "result", label: "Result", kind: "json", value: "-1", optional: true, help: "JSON; empty: its usual success" },
-          { name: "out", label: "Out", kind: "json", value: "", optional: true, help: "A list, as JSON; empty: unwritten" },
-          { name: "times", label: "Times", kind: "number", value: "", optional: true, help: "Empty: until restored" },
-          { name: "delay", label: "Delay, ms", kind: "number", value: "", optional: true, help: "The page waits as long" },
+          { name: "result", label: "Result", kind: "json", value: "-1", optional: true, help: "usual success" },
+          { name: "out", label: "Out", kind: "json", value: "", optional: true, help: "JSON list" },
+          { name: "times", label: "Times", kind: "number", value: "", optional: true, help: "until restored" },
+          { name: "delay", label: "Delay, ms", kind: "number", value: "", optional: true, help: "none" },
         ],
       },
       {
