@@ -157,6 +157,10 @@ function typings() {
   line();
   line("interface ZelumoElementEventMap extends HTMLElementEventMap {");
   line("  message: MessageEvent<ZelumoMessage>;");
+  line("  /** In a browser: the TV host is gone, or another page has the TV. */");
+  line('  zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;');
+  line("  /** In a browser: the plug-in was opened anew. */");
+  line("  zelumoopen: CustomEvent<{ page: number }>;");
   line("}");
   line();
   line('/** `<embed type="application/x-zelumo">`. */');
@@ -353,8 +357,11 @@ function docs() {
     "  `postMessage` drops the message with a warning on the console. Once it is back, the page is opened anew, by the next call or",
     "  within two seconds. The new instance knows nothing of the old one's subscriptions and watches.",
     "- Once another page has the TV, calls throw an `Error` whose `reason` is `\"replaced\"`; reloading takes the TV back.",
-    "- `zelumolost` (its `detail.reason` is one of the two above) and `zelumoopen` events on the elements tell of both. A page that",
-    "  runs on a TV needs neither.",
+    "- `zelumolost` and `zelumoopen` events on the elements tell of both; `detail.reason` of the first is one of the two above, or",
+    "  `\"refused\"` when the host answers but opens no page. A page that runs on a TV needs neither.",
+    "",
+    "With `serve --app DIR` one's own page runs at `/`. The remote and the journal stand beside it at `/demo/remote.html`, which",
+    "opens no page of its own; `/demo/` is a page and takes the TV.",
     "",
     "## Commands",
     "",

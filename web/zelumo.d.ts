@@ -794,6 +794,10 @@ type ZelumoMessage = ZelumoRefusal | ZelumoEventMessage | ZelumoSettingMessage |
 
 interface ZelumoElementEventMap extends HTMLElementEventMap {
   message: MessageEvent<ZelumoMessage>;
+  /** In a browser: the TV host is gone, or another page has the TV. */
+  zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;
+  /** In a browser: the plug-in was opened anew. */
+  zelumoopen: CustomEvent<{ page: number }>;
 }
 
 /** `<embed type="application/x-zelumo">`. */

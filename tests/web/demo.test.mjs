@@ -261,6 +261,18 @@ demoTest("everything can be reached by keyboard", async (page) => {
   assert.equal(await page.evaluate(() => document.activeElement.id), "tab-player");
 });
 
+demoTest("the remote alone leaves the page its TV", async (page, context) => {
+  const { page: number } = await tv.state();
+  const remote = await context.newPage();
+  await remote.goto(`${tv.url}/demo/remote.html`);
+  await shows(remote, "#connection.good", `Page ${number}`);
+  await remote.locator('[data-verb="signal"] .primary').click();
+  await shows(page, ".tv-notice", "The sound is on again");
+  await shows(remote, ".lines .message", "Unmute");
+  assert.equal(await remote.getByRole("tab", { name: "Commands" }).count(), 0);
+  assert.equal((await tv.state()).page, number);
+});
+
 for (const [width, height] of [[1280, 720], [1920, 1080]]) {
   for (const colorScheme of ["light", "dark"]) {
     demoTest(

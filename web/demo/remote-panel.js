@@ -33,14 +33,16 @@ class RemotePanel extends HTMLElement {
   #panels = new Map();
   #tabs = new Map();
 
-  /** `press(key)` is called for the remote's keys. */
+  /** `press(key)` is called for the remote's keys. Without a plug-in there are neither keys nor commands. */
   start({ api, plugin, host, press }) {
     this.api = api;
     this.plugin = plugin;
     this.host = host;
-    this.append(this.#keypad(press), this.#tabList());
+    if (press) this.append(this.#keypad(press));
+    const tabs = TABS.filter(([name]) => plugin || name !== "commands");
+    this.append(this.#tabList(tabs));
     const groups = verbs(api);
-    for (const [name] of TABS) {
+    for (const [name] of tabs) {
       const panel = h("div", { class: "panel", role: "tabpanel", id: `panel-${name}`, "aria-labelledby": `tab-${name}`, tabIndex: -1 });
       this.#panels.set(name, panel);
       this.append(panel);
@@ -49,10 +51,13 @@ class RemotePanel extends HTMLElement {
     this.#completePlayers();
     this.#completeSettings();
     this.#completeFaults();
-    this.#commands();
+    if (plugin) this.#commands();
     this.#state();
     this.choose("tv");
-    plugin.addEventListener("request", () => this.stir());
+    plugin?.addEventListener("request", () => this.stir());
+    host.addEventListener("line", ({ detail }) => {
+      if (detail.call?.startsWith("Bms") || "did" in detail) this.stir();
+    });
     this.#poll();
   }
 
@@ -82,10 +87,10 @@ class RemotePanel extends HTMLElement {
     );
   }
 
-  #tabList() {
+  #tabList(tabs) {
     const list = h("div", { class: "tabs", role: "tablist", "aria-label": "Remote" });
-    const names = TABS.map(([name]) => name);
-    for (const [name, label] of TABS) {
+    const names = tabs.map(([name]) => name);
+    for (const [name, label] of tabs) {
       const tab = h("button", { type: "button", role: "tab", id: `tab-${name}`, "aria-controls": `panel-${name}`, onclick: () => this.choose(name) }, label);
       tab.addEventListener("keydown", (event) => {
         const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
