@@ -222,6 +222,24 @@ browserTest("the TV belongs to the page that came last", async (context) => {
   assert.equal((await second.evaluate(() => ask({ command: "GetVersion" }))).reason, "replaced");
 });
 
+browserTest("a call notices by itself that its page is gone", async (context) => {
+  const page = await open(context);
+  const { page: number } = await tv.state();
+  // All in one go, so that nothing but the calls can notice.
+  const seen = await page.evaluate((n) => {
+    const send = (path) => {
+      const xhr = new XMLHttpRequest();
+      xhr.open("POST", path, false);
+      xhr.send();
+    };
+    send(`/page/${n}/close`);
+    const closed = [ask({ command: "GetVersion" }), ...heard.filter((item) => typeof item === "string")];
+    send("/page/open");
+    return { closed, replaced: ask({ command: "GetVersion" }).reason };
+  }, number);
+  assert.deepEqual(seen, { closed: [VERSION, "zelumoopen"], replaced: "replaced" });
+});
+
 browserTest("a page from elsewhere can't reach the TV", async (context) => {
   const own = await open(context);
   const before = await tv.state();
