@@ -179,7 +179,7 @@ class JournalView extends HTMLElement {
 
   #save() {
     const url = URL.createObjectURL(new Blob([this.script()], { type: "application/jsonl" }));
-    h("a", { href: url, download: "zelumo-session.jsonl" }).click();
+    h("a", { href: url, download: "zelumo-journal.jsonl" }).click();
     setTimeout(() => URL.revokeObjectURL(url), 10_000);
   }
 }
