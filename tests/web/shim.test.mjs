@@ -1,0 +1,336 @@
+// zelumo-embed.js in a real browser, against the real plug-in.
+import assert from "node:assert/strict";
+import { createServer } from "node:http";
+import { test } from "node:test";
+import { PAGES, Tv, browserFlags, browserTest, until } from "./support.mjs";
+
+browserFlags("--host-resolver-rules=MAP tv.example 127.0.0.1");
+
+const tv = await Tv.start("--app", PAGES);
+const VERSION = { code: 0, data: "1.00" };
+
+async function open(context, path = "/") {
+  const page = await context.newPage();
+  await page.goto(tv.url + path);
+  return page;
+}
+
+const heard = (page) => page.evaluate(() => heard);
+
+browserTest("a blocking call works while the page is still being read", async (context) => {
+  for (const path of ["/", "/after.html"]) {
+    const page = await open(context, path);
+    assert.deepEqual(await page.evaluate(() => early), VERSION, path);
+  }
+});
+
+browserTest("elements added by script work at once, and leave nothing behind", async (context) => {
+  const page = await open(context, "/none.html");
+  const before = (await tv.state()).page;
+  const seen = await page.evaluate(() => {
+    const make = (type) => Object.assign(document.createElement("embed"), { type });
+    const other = make("image/svg+xml");
+    document.body.append(other);
+    const box = document.createElement("div");
+    box.innerHTML = "<p></p>";
+    const element = make("application/x-zelumo");
+    const reply = () => element.postMessageAndAwaitResponse({ command: "GetVersion" });
+    let detached;
+    try {
+      reply();
+    } catch (error) {
+      detached = error.reason;
+    }
+    box.firstChild.append(element);
+    document.body.append(box);
+    const first = reply();
+    const second = make("application/x-zelumo");
+    document.body.append(second);
+    window.box = box;
+    window.second = second;
+    return { other: typeof other.postMessage, detached, first, second: second.postMessageAndAwaitResponse({ command: "GetVersion" }) };
+  });
+  assert.deepEqual(seen, { other: "undefined", detached: "detached", first: VERSION, second: VERSION });
+  const { page: number } = await tv.state();
+  assert.notEqual(number, before);
+
+  await page.evaluate(() => box.remove());
+  assert.equal((await tv.state()).page, number, "one element is left");
+  await page.evaluate(() => second.remove());
+  await until(async () => (await tv.state()).page === null, "the instance of a page without elements ends");
+
+  await page.evaluate(() => document.body.append(second));
+  await until(async () => (await tv.state()).page !== null, "an element that comes back opens the page again");
+});
+
+browserTest("messages arrive in order, none lost, at every element", async (context) => {
+  const page = await open(context);
+  const refused = (command) => ({ command, code: 9, errorName: "NotSupportedError", errorMessage: "Parameters is invalid", data: null });
+  const event = (command, number) => ({ command, code: 0, errorName: "", errorMessage: "", data: { event: number } });
+  await page.evaluate(() => {
+    const second = Object.assign(document.createElement("embed"), { type: "application/x-zelumo" });
+    document.body.append(second);
+    window.also = [];
+    window.captured = [];
+    window.bubbled = [];
+    second.addEventListener("message", ({ data }) => also.push(data));
+    document.body.addEventListener("message", ({ target }) => captured.push(target.id), true);
+    document.body.addEventListener("message", () => bubbled.push(1));
+    ask({ command: "RegisterEvent", event: 90001 });
+    for (let i = 0; i < 50; ++i) {
+      tv.postMessage({ command: `posted ${i}` });
+      if (i % 7 === 0) ask({ command: "GetVersion" });
+    }
+  });
+  await tv.do({ tv: "event", event: 90001 });
+  await tv.do({ tv: "signal", signal: 177 });
+  const expected = [
+    refused("early"),
+    ...Array.from({ length: 50 }, (_, i) => refused(`posted ${i}`)),
+    event("PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE", 90001),
+    event("ITVS_Signal_Unmute_by_pincode_input", 99999),
+  ];
+  await page.waitForFunction((n) => heard.length >= n, expected.length);
+  assert.deepEqual(await heard(page), expected);
+  const rest = await page.evaluate(() => ({ also: also.at(-1), captured: captured.length, bubbled: bubbled.length }));
+  assert.deepEqual(rest.also, expected.at(-1));
+  assert.ok(rest.captured > 50, "capturing listeners hear it");
+  assert.equal(rest.bubbled, 0, "it doesn't bubble");
+});
+
+browserTest("values cross as they are", async (context) => {
+  const page = await open(context);
+  // The message as the page writes it, and the text that must leave the page.
+  const cases = [
+    ["undefined", "null"],
+    ["null", "null"],
+    ["true", "true"],
+    ["'text'", '"text"'],
+    ["7", "7"],
+    ["-2147483648", "-2147483648"],
+    ["4294967296", "4294967296"],
+    ["2.5", "2.5"],
+    ["1e300", "1e+300"],
+    ["-0", "-0.0"],
+    ["[1, , undefined, [null]]", "[1,null,null,[null]]"],
+    ["({ a: undefined, b: { c: [] } })", '{"a":null,"b":{"c":[]}}'],
+    ["new Number(3)", "3"],
+    ["[new String('s'), new Boolean(false)]", '["s",false]'],
+    ["Object.assign(Object.create(null), { k: 1 })", '{"k":1}'],
+    ["new (class Mine { x = 1; toJSON() { return 2; } })()", '{"x":1}'],
+    ["Object.assign({ [Symbol('s')]: 1 }, { k: 1 })", '{"k":1}'],
+    ["(() => { const o = {}; return [o, o]; })()", "[{},{}]"],
+    ["'\\ud83d\\ude00 \\ud83d x \\udc00'", '"\u{1F600} \uFFFD x \uFFFD"'],
+    ["'\\u0000\\n\"\\\\'", '"\\u0000\\n\\"\\\\"'],
+  ];
+  for (const [source, expected] of cases) {
+    const [sent] = await Promise.all([
+      page.waitForRequest((r) => r.url().endsWith("/await")),
+      page.evaluate(`ask(${source})`).then((reply) => assert.equal(reply.code, 26, `${source}: ${JSON.stringify(reply)}`)),
+    ]);
+    assert.equal(sent.postData(), expected, source);
+  }
+  const key = "db/menu/language";
+  for (const text of ["", "blå 日本 \u{1F600}", "x".repeat(100_000)]) {
+    const reply = await page.evaluate(
+      ([k, input]) => [ask({ command: "SetStringToVconfWithKey", key: k, input }), ask({ command: "GetStringFromVconfWithKey", key: k })],
+      [key, text],
+    );
+    assert.deepEqual(reply, [{ code: 0, data: true }, { code: 0, data: text }]);
+  }
+});
+
+browserTest("what can't be passed throws, and nothing is sent", async (context) => {
+  const page = await open(context);
+  const sent = [];
+  page.on("request", (request) => sent.push(request.url()));
+  const cases = [
+    "() => 1",
+    "({ a: [function f() {}] })",
+    "Symbol('s')",
+    "10n",
+    "NaN",
+    "[Infinity]",
+    "document.body",
+    "window",
+    "new Date()",
+    "new Map()",
+    "/x/",
+    "new Error('x')",
+    "new ArrayBuffer(2)",
+    "new Uint8Array(2)",
+    "Promise.resolve()",
+    "(() => { const o = {}; o.o = [o]; return o; })()",
+  ];
+  for (const source of cases) {
+    for (const method of ["postMessage", "postMessageAndAwaitResponse"]) {
+      const thrown = await page.evaluate(`outcome(() => tv.${method}(${source}))`);
+      assert.equal(thrown?.threw, "DataCloneError", `${method}(${source})`);
+      assert.equal(thrown.dom, true, source);
+    }
+  }
+  assert.deepEqual(sent, []);
+});
+
+browserTest("a message that the host refuses throws its words", async (context) => {
+  const page = await open(context);
+  const large = await page.evaluate(() => ask("x".repeat(2 * 1024 * 1024)));
+  assert.equal(large.reason, "refused", JSON.stringify(large));
+  const deep = await page.evaluate(() => {
+    let value = 1;
+    for (let i = 0; i < 200; ++i) value = [value];
+    return ask(value);
+  });
+  assert.equal(deep.reason, "refused");
+  assert.match(deep.text, /deep/);
+  assert.deepEqual(await page.evaluate(() => ask({ command: "GetVersion" })), VERSION, "the page goes on");
+});
+
+browserTest("reloading and leaving end the instance", async (context) => {
+  const page = await open(context);
+  await page.evaluate(() => ask({ command: "RegisterEvent", event: 90019 }));
+  const first = await tv.state();
+  assert.ok(first.subscriptions.events.includes(90019));
+
+  await page.reload();
+  const second = await tv.state();
+  assert.notEqual(second.page, first.page);
+  assert.deepEqual(second.subscriptions.events, []);
+  assert.deepEqual(await page.evaluate(() => ask({ command: "GetVersion" })), VERSION);
+
+  await page.goto("about:blank");
+  await until(async () => (await tv.state()).page === null, "leaving ends the instance");
+  await page.goBack();
+  assert.deepEqual(await page.evaluate(() => ask({ command: "GetVersion" })), VERSION, "going back opens the page");
+
+  await page.close({ runBeforeUnload: false });
+  await until(async () => (await tv.state()).page === null, "closing ends the instance");
+});
+
+browserTest("the TV belongs to the page that came last", async (context) => {
+  const first = await open(context);
+  const { page: number } = await tv.state();
+  const second = await open(context);
+  assert.equal(await tv.status("POST", `/page/${number}/await`, {}), 410);
+  assert.equal(await tv.status("POST", `/page/${number}/post`, {}), 410);
+  await first.waitForFunction(() => heard.includes("zelumolost"));
+  assert.equal((await first.evaluate(() => ask({ command: "GetVersion" }))).reason, "replaced");
+  assert.deepEqual(await second.evaluate(() => ask({ command: "GetVersion" })), VERSION);
+
+  await first.reload();
+  assert.deepEqual(await first.evaluate(() => ask({ command: "GetVersion" })), VERSION, "reloading takes the TV back");
+  assert.equal((await second.evaluate(() => ask({ command: "GetVersion" }))).reason, "replaced");
+});
+
+browserTest("a call notices by itself that its page is gone", async (context) => {
+  const page = await open(context);
+  const { page: number } = await tv.state();
+  // All in one go, so that nothing but the calls can notice.
+  const seen = await page.evaluate((n) => {
+    const send = (path) => {
+      const xhr = new XMLHttpRequest();
+      xhr.open("POST", path, false);
+      xhr.send();
+    };
+    send(`/page/${n}/close`);
+    const closed = [ask({ command: "GetVersion" }), ...heard.filter((item) => typeof item === "string")];
+    send("/page/open");
+    return { closed, replaced: ask({ command: "GetVersion" }).reason };
+  }, number);
+  assert.deepEqual(seen, { closed: [VERSION, "zelumoopen"], replaced: "replaced" });
+});
+
+browserTest("a page from elsewhere can't reach the TV", async (context) => {
+  const own = await open(context);
+  const before = await tv.state();
+  const elsewhere = createServer((_, response) => {
+    response.setHeader("Content-Type", "text/html");
+    response.end("<!doctype html><title>Elsewhere</title>");
+  });
+  await new Promise((resolve) => elsewhere.listen(0, "127.0.0.1", resolve));
+  const page = await context.newPage();
+  try {
+    await page.goto(`http://127.0.0.1:${elsewhere.address().port}/`);
+    const seen = await page.evaluate(async (url) => {
+      const fetched = async (path, options) => {
+        try {
+          return (await fetch(url + path, options)).type;
+        } catch {
+          return "failed";
+        }
+      };
+      const socket = (path) =>
+        new Promise((resolve) => {
+          const ws = new WebSocket(url.replace("http", "ws") + path);
+          ws.onopen = () => resolve("open");
+          ws.onerror = () => resolve("failed");
+        });
+      return {
+        state: await fetched("/tv/state"),
+        opened: await fetched("/page/open", { method: "POST", mode: "no-cors" }),
+        verb: await fetched("/tv", { method: "POST", mode: "no-cors", body: '{"tv":"setting","key":"db/menu/volume","value":99}' }),
+        journal: await socket("/journal"),
+      };
+    }, tv.url);
+    assert.equal(seen.state, "failed");
+    assert.equal(seen.journal, "failed");
+    const after = await tv.state();
+    assert.equal(after.page, before.page, "the page stays");
+    assert.equal(after.settings["db/menu/volume"], before.settings["db/menu/volume"]);
+
+    const rebound = await page.goto(`http://tv.example:${tv.port}/`);
+    assert.equal(rebound.status(), 403, "another name for the same address");
+  } finally {
+    elsewhere.close();
+  }
+  assert.deepEqual(await own.evaluate(() => ask({ command: "GetVersion" })), VERSION);
+});
+
+test("requests under another name or from another origin are refused", async () => {
+  const host = new URL(tv.url).host;
+  const cases = [
+    ["GET", "/", { Host: "elsewhere.example" }, 403],
+    ["GET", "/tv/state", { Host: `elsewhere.example:${tv.port}` }, 403],
+    ["POST", "/page/open", { Host: host, Origin: "http://elsewhere.example" }, 403],
+    ["POST", "/tv", { Host: host, Origin: "null" }, 403],
+    ["GET", "/journal", { Host: host, Origin: "http://127.0.0.1:1", Connection: "Upgrade", Upgrade: "websocket", "Sec-WebSocket-Version": "13", "Sec-WebSocket-Key": "AAAAAAAAAAAAAAAAAAAAAA==" }, 403],
+    ["GET", "/tv/state", { Host: host, Origin: tv.url }, 200],
+  ];
+  for (const [method, path, headers, expected] of cases) {
+    assert.equal(await tv.status(method, path, headers), expected, `${method} ${path} ${JSON.stringify(headers)}`);
+  }
+});
+
+browserTest("a host that goes and comes back is taken up again", async (context) => {
+  let own = await Tv.start("--app", PAGES);
+  const page = await context.newPage();
+  await page.goto(own.url);
+  await page.evaluate(() => ask({ command: "RegisterEvent", event: 90001 }));
+
+  await own.end("SIGKILL");
+  const gone = await page.evaluate(() => ask({ command: "GetVersion" }));
+  assert.equal(gone.reason, "unreachable", JSON.stringify(gone));
+  assert.match(gone.text, /can't be reached/);
+  assert.equal(await page.evaluate(() => outcome(() => tv.postMessage("dropped"))), undefined);
+
+  own = await Tv.start("--app", PAGES, "--port", own.port);
+  await page.waitForFunction(() => heard.includes("zelumoopen"));
+  assert.deepEqual((await heard(page)).filter((item) => typeof item === "string"), ["zelumolost", "zelumoopen"]);
+  assert.deepEqual(await page.evaluate(() => ask({ command: "RegisterEvent", event: 90001 })), { code: 0, data: null }, "a new instance");
+  await own.do({ tv: "event", event: 90001 });
+  await page.waitForFunction(() => heard.some((item) => item.data?.event === 90001));
+
+  // Gone and back before the page looked.
+  await own.end("SIGKILL");
+  own = await Tv.start("--app", PAGES, "--port", own.port);
+  assert.deepEqual(await page.evaluate(() => ask({ command: "GetVersion" })), VERSION);
+
+  // Gone, and another page was faster.
+  await own.end("SIGKILL");
+  await page.waitForFunction(() => heard.filter((item) => item === "zelumolost").length >= 2);
+  own = await Tv.start("--app", PAGES, "--port", own.port);
+  const opened = await fetch(`${own.url}/page/open`, { method: "POST" });
+  assert.equal(opened.status, 200);
+  await until(async () => (await page.evaluate(() => ask({ command: "GetVersion" }))).reason === "replaced", "the faster page keeps the TV");
+  await own.end();
+});

@@ -1,0 +1,126 @@
+// Starts the TV host and a browser for the tests.
+import assert from "node:assert/strict";
+import { spawn } from "node:child_process";
+import { mkdirSync } from "node:fs";
+import { request } from "node:http";
+import { dirname, join } from "node:path";
+import { after, test } from "node:test";
+import { fileURLToPath } from "node:url";
+import { chromium } from "playwright-core";
+
+const here = dirname(fileURLToPath(import.meta.url));
+const SHOTS = join(here, "../../build/web-failures");
+export const PAGES = join(here, "pages");
+
+const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
+const FLAGS = [
+  "--no-sandbox",
+  "--disable-gpu",
+  "--disable-quic",
+  "--no-first-run",
+  "--disable-background-networking",
+  "--disable-component-update",
+  "--disable-sync",
+];
+const WAIT_MS = 10_000;
+
+export class Tv {
+  static running = new Set();
+
+  static async start(...args) {
+    const binary = process.env.ZELUMO_TV;
+    assert.ok(binary, "ZELUMO_TV names no TV host");
+    const port = args.includes("--port") ? [] : ["--port", "0"];
+    const tv = new Tv();
+    tv.process = spawn(binary, ["serve", ...port, ...args], { stdio: ["ignore", "pipe", "inherit"] });
+    Tv.running.add(tv);
+    tv.ended = new Promise((resolve) => tv.process.once("exit", (code, signal) => resolve({ code, signal })));
+    const line = await new Promise((resolve, reject) => {
+      let text = "";
+      tv.process.once("error", reject);
+      tv.process.once("exit", (code) => reject(new Error(`${binary} ended with ${code}`)));
+      tv.process.stdout.on("data", (data) => {
+        text += data;
+        if (text.includes("\n")) resolve(text);
+      });
+    });
+    tv.url = line.match(/http:\/\/\S+?(?=\/?(\s|$))/)[0];
+    tv.port = new URL(tv.url).port;
+    return tv;
+  }
+
+  async end(signal = "SIGINT") {
+    Tv.running.delete(this);
+    this.process.kill(signal);
+    return this.ended;
+  }
+
+  async state() {
+    return (await fetch(`${this.url}/tv/state`)).json();
+  }
+
+  /** The TV does something; gives the line out. */
+  async do(verb) {
+    const response = await fetch(`${this.url}/tv`, { method: "POST", body: JSON.stringify(verb) });
+    const line = await response.json();
+    assert.equal(response.status, 200, JSON.stringify(line));
+    return line;
+  }
+
+  /** A plain request with headers of one's own; gives its status. */
+  status(method, path, headers) {
+    return new Promise((resolve, reject) => {
+      const call = request({ host: "127.0.0.1", port: this.port, method, path, headers }, (response) => {
+        response.resume();
+        resolve(response.statusCode);
+      });
+      call.on("error", reject);
+      call.end();
+    });
+  }
+}
+
+/** Waits until `ask` gives something true, and gives that. */
+export async function until(ask, what) {
+  const end = Date.now() + WAIT_MS;
+  for (;;) {
+    const value = await ask();
+    if (value) return value;
+    assert.ok(Date.now() < end, `waited in vain: ${what}`);
+    await new Promise((resolve) => setTimeout(resolve, 10));
+  }
+}
+
+let browser;
+let extra = [];
+
+/** Further flags for the browser that this file's tests share. */
+export function browserFlags(...flags) {
+  extra = flags;
+}
+
+after(async () => {
+  await browser?.close();
+  for (const tv of [...Tv.running]) await tv.end("SIGKILL");
+});
+
+/** A test with a browser of its own state; where it fails, pictures of its pages stay in build/web-failures. */
+export function browserTest(name, body, options = {}) {
+  test(name, { timeout: 90_000 }, async (t) => {
+    browser ??= await chromium.launch({ executablePath: CHROMIUM, args: [...FLAGS, ...extra] });
+    const context = await browser.newContext({ viewport: { width: 1280, height: 720 }, ...options });
+    context.setDefaultTimeout(WAIT_MS);
+    try {
+      await body(context, t);
+    } catch (error) {
+      mkdirSync(SHOTS, { recursive: true });
+      for (const [i, page] of context.pages().entries()) {
+        const path = join(SHOTS, `${name.replace(/\W+/g, "-")}${i ? `-${i}` : ""}.png`);
+        await page.screenshot({ path }).catch((reason) => console.error(`no picture of ${page.url()}: ${reason.message}`));
+      }
+      throw error;
+    } finally {
+      await context.close();
+    }
+  });
+}
