@@ -4,7 +4,8 @@ namespace tv {
 
 Tv& Tv::Get()
 {
-    static Tv tv;
+    // Never destroyed: a plug-in that is still loaded at exit withdraws from it after all destructors.
+    static Tv& tv = *new Tv;
     return tv;
 }
 
