@@ -9,13 +9,13 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <regex>
 #include <system_error>
 #include <vector>
 
 #include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/line_reader.h"
+#include "tvhost/log_text.h"
 #include "tvhost/session.h"
 
 namespace host {
@@ -177,9 +177,8 @@ std::vector<Block> ReadBlocks(LineReader& reader, bool& calls, bool& log)
 /// The line as it is compared: log lines without the number of their source line.
 Json::Value Comparable(Json::Value line)
 {
-    static const std::regex source_line(R"(^([^:]*: [^(]*)\(\d+\) > )");
     if (line.isMember("log") && line["log"].isString())
-        line["log"] = std::regex_replace(line["log"].asString(), source_line, "$1() > ");
+        line["log"] = WithoutSourceLine(line["log"].asString());
     return line;
 }
 

@@ -2,13 +2,13 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <utility>
 
 #include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/json_text.h"
 #include "tvhost/json_var.h"
+#include "tvhost/log_text.h"
 
 namespace test {
 namespace {
@@ -163,9 +163,12 @@ std::vector<std::string> Calls::Take()
 Log::Log()
 {
     listening_ = tv::Tv::Get().journal().ListenToLog([this](const tv::LogRecord& log) {
-        static const std::regex prefix(R"(^[^:]*: ([^(]*)\(\d+\) > )");
-        const std::string line = std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' +
-                                 log.tag + ' ' + std::regex_replace(log.text, prefix, "$1: ");
+        // "file: Function() > text" becomes "Function: text".
+        std::string text = host::WithoutSourceLine(log.text);
+        text.erase(0, text.find(": ") + 2);
+        text.replace(text.find("() > "), 5, ": ");
+        const std::string line =
+            std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' + log.tag + ' ' + text;
         const std::lock_guard lock(mutex_);
         lines_.push_back(line);
     });
