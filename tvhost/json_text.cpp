@@ -43,13 +43,24 @@ int Depth(std::string_view text)
     return deepest;
 }
 
-std::string OneLine(std::string text)
+/// The first of jsoncpp's complaints ("* Line 1, Column 4\n  Syntax error\n* …") as one line.
+std::string FirstComplaint(const std::string& complaints)
 {
-    text.erase(std::remove(text.begin(), text.end(), '*'), text.end());
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    const std::size_t first = text.find_first_not_of(' ');
-    const std::size_t last = text.find_last_not_of(' ');
-    return first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+    std::string first;
+    const std::size_t begin = complaints.rfind("* ", 0) == 0 ? 2 : 0;
+    for (const char c : complaints.substr(begin, complaints.find("\n* ", begin) - begin)) {
+        if (c != '\n')
+            first += c;
+        else if (first.find(": ") == std::string::npos)
+            first += ':';
+    }
+    const std::size_t last = first.find_last_not_of(" :");
+    std::string line;
+    for (const char c : first.substr(0, last + 1)) {
+        if (c != ' ' || line.empty() || line.back() != ' ')
+            line += c;
+    }
+    return line;
 }
 
 }  // namespace
@@ -74,7 +85,7 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         errors = exception.what();
     }
     if (!read)
-        throw JsonError("not JSON: " + OneLine(errors));
+        throw JsonError("not JSON: " + FirstComplaint(errors));
     return value;
 }
 

@@ -11,7 +11,7 @@ int main(int argc, char** argv)
 {
     CLI::App app("Runs the streaming-channel plug-in off the TV: plays its page and its TV.", "zelumo-tv");
     app.set_version_flag("--version", ZELUMO_VERSION);
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     app.fallthrough();
     app.failure_message(CLI::FailureMessage::simple);
 
@@ -37,6 +37,11 @@ int main(int argc, char** argv)
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    }
+
+    if (app.get_subcommands().empty()) {
+        std::fputs("zelumo-tv: a command is required; --help lists them\n", stderr);
+        return 2;
     }
 
     host::CatchInterrupts();
