@@ -2,9 +2,9 @@
 
 #include <cstdio>
 
+#include "src/ppapi/json_var.h"
 #include "tv/control.h"
 #include "tv/tv.h"
-#include "tvhost/json_var.h"
 
 namespace host {
 namespace {
@@ -55,7 +55,7 @@ void Session::Open()
     if (instance_)
         throw LineError("an instance is open already");
     instance_ = std::make_unique<tv::EmbeddedInstance>(plugin_->module(), [this](const pp::Var& message) {
-        Tell({{"message", ToJson(message)}});
+        Tell({{"message", tv::ToJson(message)}});
     });
     tv::Tv::Get().deliveries().Release();
 }
@@ -90,14 +90,14 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::Await(const Json::Value& message)
 {
-    const pp::Var reply = OpenInstance().Await(ToVar(message));
-    Tell({{"reply", ToJson(reply)}});
+    const pp::Var reply = OpenInstance().Await(tv::ToVar(message));
+    Tell({{"reply", tv::ToJson(reply)}});
     tv::Tv::Get().deliveries().Release();
 }
 
 void Session::Post(const Json::Value& message)
 {
-    OpenInstance().Post(ToVar(message));
+    OpenInstance().Post(tv::ToVar(message));
     tv::Tv::Get().deliveries().Release();
 }
 

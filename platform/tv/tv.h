@@ -2,6 +2,7 @@
 
 #include "src/content-service/event_proxy.h"
 #include "src/power/power_service.h"
+#include "src/ppapi/extension_system.h"
 #include "src/scope-tracing/trace_libraries.h"
 #include "src/settings/settings_store.h"
 #include "src/tv-service/signal_service.h"
@@ -23,6 +24,7 @@ class PLATFORM_API Tv {
     Clock& clock() { return clock_; }
     Deliveries& deliveries() { return deliveries_; }
     TraceLibraries& trace_libraries() { return trace_libraries_; }
+    ExtensionSystem& extension() { return extension_; }
     PowerService& power() { return power_; }
     EventProxyService& event_proxy() { return event_proxy_; }
     SignalService& signals() { return signals_; }
@@ -43,6 +45,7 @@ class PLATFORM_API Tv {
     Clock clock_;
     Deliveries deliveries_;
     TraceLibraries trace_libraries_;
+    ExtensionSystem extension_;
     PowerService power_;
     EventProxyService event_proxy_{deliveries_};
     SignalService signals_;

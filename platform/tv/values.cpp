@@ -14,6 +14,11 @@ std::optional<std::uint64_t> ParseDecimal(const std::string& text)
     return value;
 }
 
+Json::Value ToJson(const Json::Value& value)
+{
+    return value;
+}
+
 Json::Value ToJson(bool value)
 {
     return value;
@@ -52,6 +57,12 @@ bool IsInt32(const Json::Value& json)
 bool IsUint16(const Json::Value& json)
 {
     return IsInt32(json) && json.asInt() >= 0 && json.asInt() <= 0xFFFF;
+}
+
+bool FromJson(const Json::Value& json, Json::Value& value)
+{
+    value = json;
+    return true;
 }
 
 bool FromJson(const Json::Value& json, bool& value)

@@ -21,6 +21,7 @@ struct DecimalId {
 /// Digits only, no sign or blanks, at most 18446744073709551615.
 PLATFORM_API std::optional<std::uint64_t> ParseDecimal(const std::string& text);
 
+PLATFORM_API Json::Value ToJson(const Json::Value& value);
 PLATFORM_API Json::Value ToJson(bool value);
 PLATFORM_API Json::Value ToJson(int value);
 PLATFORM_API Json::Value ToJson(DecimalId value);
@@ -28,6 +29,7 @@ PLATFORM_API Json::Value ToJson(const std::string& value);
 PLATFORM_API Json::Value ToJson(const char* value);
 PLATFORM_API Json::Value ToJson(const std::optional<std::string>& value);
 
+PLATFORM_API bool FromJson(const Json::Value& json, Json::Value& value);
 PLATFORM_API bool FromJson(const Json::Value& json, bool& value);
 PLATFORM_API bool FromJson(const Json::Value& json, int& value);
 PLATFORM_API bool FromJson(const Json::Value& json, DecimalId& value);

@@ -4,10 +4,10 @@
 #include <cstdlib>
 #include <utility>
 
+#include "src/ppapi/json_var.h"
 #include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/json_text.h"
-#include "tvhost/json_var.h"
 #include "tvhost/log_text.h"
 
 namespace test {
@@ -83,14 +83,14 @@ void Page::Settle()
 
 Json::Value Page::AwaitValue(const Json::Value& message)
 {
-    const Json::Value reply = host::ToJson(instance_->Await(host::ToVar(message)));
+    const Json::Value reply = tv::ToJson(instance_->Await(tv::ToVar(message)));
     Settle();
     return reply;
 }
 
 void Page::Post(const Json::Value& message)
 {
-    instance_->Post(host::ToVar(message));
+    instance_->Post(tv::ToVar(message));
     Settle();
 }
 
@@ -105,7 +105,7 @@ Json::Value Page::Do(const std::string& json)
 
 void Page::OnMessage(const pp::Var& message)
 {
-    const Json::Value json = host::ToJson(message);
+    const Json::Value json = tv::ToJson(message);
     std::function<void(const Json::Value&)> observer;
     {
         const std::lock_guard lock(mutex_);

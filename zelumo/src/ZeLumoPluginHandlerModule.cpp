@@ -8,7 +8,8 @@
 
 namespace pp {
 
-Module* CreateModule()
+// The runtime finds it by name, whatever the SDK's header says of its visibility.
+__attribute__((visibility("default"))) Module* CreateModule()
 {
     return new (std::nothrow) CZeLumoPluginModule();
 }

@@ -4,12 +4,12 @@
 
 #include "ppapi/cpp/var.h"
 
-namespace host {
+namespace tv {
 
 /// The var that a page's engine would pass for a JSON value: a number becomes an int where it is whole and
 /// fits 32 bits, else a double.
-pp::Var ToVar(const Json::Value& json);
+PLATFORM_API pp::Var ToVar(const Json::Value& json);
 /// An undefined var becomes null.
-Json::Value ToJson(const pp::Var& var);
+PLATFORM_API Json::Value ToJson(const pp::Var& var);
 
-}  // namespace host
+}  // namespace tv

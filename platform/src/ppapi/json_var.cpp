@@ -1,4 +1,4 @@
-#include "tvhost/json_var.h"
+#include "src/ppapi/json_var.h"
 
 #include <cmath>
 
@@ -6,7 +6,7 @@
 #include "ppapi/cpp/var_dictionary.h"
 #include "src/ppapi/var_objects.h"
 
-namespace host {
+namespace tv {
 namespace {
 
 pp::Var NumberVar(const Json::Value& json)
@@ -59,20 +59,20 @@ Json::Value ToJson(const pp::Var& var)
     if (var.is_double())
         return var.AsDouble();
     if (var.is_string())
-        return tv::TextOf(var);
+        return TextOf(var);
     if (var.is_array()) {
         Json::Value json(Json::arrayValue);
-        for (const pp::Var& element : tv::ElementsOf(var))
+        for (const pp::Var& element : ElementsOf(var))
             json.append(ToJson(element));
         return json;
     }
     if (var.is_dictionary()) {
         Json::Value json(Json::objectValue);
-        for (const auto& [key, value] : tv::EntriesOf(var))
+        for (const auto& [key, value] : EntriesOf(var))
             json[key] = ToJson(value);
         return json;
     }
     return Json::Value();
 }
 
-}  // namespace host
+}  // namespace tv

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include "ppapi/c/pp_var.h"
+#include "zelumo-platform/export.h"
+
+namespace tv {
+
+/// What the web runtime tells through its extension interface.
+struct ExtensionConfig {
+    bool available = true;  ///< whether the runtime offers the interface at all
+    std::string embedder = "OrvexWRT";
+    Json::Value extension_info{Json::objectValue};
+    std::map<std::string, bool> privileges;  ///< name -> granted; others are denied
+    int window_id = 1;
+};
+
+/// The web runtime's side of its extension interface. Any thread.
+class PLATFORM_API ExtensionSystem {
+  public:
+    /// Replaces what the runtime tells; the recommended words stay.
+    void Configure(ExtensionConfig config);
+
+    /// The table that pp::Module::GetBrowserInterface gives for the interface's name, or null while it is
+    /// not available.
+    const void* LookUp();
+    int CountLookUps() const;
+
+    /// Sees every var that crosses the table, on the caller's thread: a call's arguments when it begins, and
+    /// what it hands out while the observer is the only one to hold it. May be null.
+    using VarObserver = std::function<void(const PP_Var&)>;
+    void Observe(VarObserver observer);
+
+    /// {available, embedder, extensionInfo, privileges, windowId, recommendedWords, recommendedWordsType},
+    /// the latter two null until they are set.
+    Json::Value StateJson() const;
+
+    // For the interface table.
+    /// The result of a call that succeeds, and whether it does.
+    bool Perform(const std::string& operation, const Json::Value& data, Json::Value& result);
+    ExtensionConfig config() const;
+    void Observed(const PP_Var& var) const;
+
+  private:
+    mutable std::mutex mutex_;
+    // Guarded by mutex_.
+    ExtensionConfig config_;
+    int look_ups_ = 0;
+    VarObserver observer_;
+    Json::Value recommended_words_;
+    Json::Value recommended_words_type_;
+};
+
+}  // namespace tv
