@@ -1,12 +1,27 @@
 #include "tv/tv.h"
 
+#include "tv/tv_file.h"
+
 namespace tv {
+
+Tv::Tv()
+{
+    Load(SampleTv());
+}
 
 Tv& Tv::Get()
 {
     // Never destroyed: a plug-in that is still loaded at exit withdraws from it after all destructors.
     static Tv& tv = *new Tv;
     return tv;
+}
+
+void Tv::Load(const TvConfig& config)
+{
+    const auto shared = std::make_shared<const TvConfig>(config);
+    clock_.SetDate(config.date);
+    tv_service_.Load(shared);
+    content_.Load(shared);
 }
 
 std::size_t Tv::CountRegistrations() const
