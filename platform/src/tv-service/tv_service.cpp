@@ -116,10 +116,8 @@ class TvService::Navigation : public IServiceNavigation {
             CallId::GetServiceList, std::tie(criteria, mode, first, second),
             [&] {
                 // The streaming service's channels are the whole line-up: every mode lists it.
-                ServiceList all = service_.ReadAll(criteria.fetch());
-                const int count = static_cast<int>(all.size());
-                out.Set(std::move(all));
-                return count;
+                out.Set(service_.ReadAll(criteria.fetch()));
+                return 0;
             },
             out);
     }
