@@ -5,6 +5,7 @@
 #include <fstream>
 #include <string>
 
+#include "ZeLumoPluginHandler.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
@@ -34,12 +35,6 @@ double PeakGrowth(Work work)
     return MemoryStatus("VmHWM:") - before;
 }
 
-const Json::Value& CurrentChannelRequest()
-{
-    static const Json::Value request = test::J(R"({"command":"GetCurrentChannelInfo"})");
-    return request;
-}
-
 /// A TV with that many channels.
 tv::TvConfig TvOf(std::int64_t channels)
 {
@@ -55,14 +50,30 @@ tv::TvConfig TvOf(std::int64_t channels)
     return config;
 }
 
+/// From the page and back, over the worker thread.
 void BM_CurrentChannelInfo(benchmark::State& state)
 {
     tv::Tv::Get().Load(tv::SampleTv());
     test::Page page;
+    const Json::Value request = test::J(R"({"command":"GetCurrentChannelInfo"})");
     for ([[maybe_unused]] auto _ : state)
-        benchmark::DoNotOptimize(page.AwaitValue(CurrentChannelRequest()));
+        benchmark::DoNotOptimize(page.AwaitValue(request));
 }
-BENCHMARK(BM_CurrentChannelInfo);
+BENCHMARK(BM_CurrentChannelInfo)->UseRealTime();
+
+/// The operation alone.
+void BM_CurrentChannelInfoAlone(benchmark::State& state)
+{
+    tv::Tv::Get().Load(tv::SampleTv());
+    pp::Instance instance(1);
+    CZeLumoPluginHandler handler(&instance);
+    for ([[maybe_unused]] auto _ : state) {
+        std::string record;
+        handler.t_GetCurrentChannelInfoWithJsonString(record);
+        benchmark::DoNotOptimize(record);
+    }
+}
+BENCHMARK(BM_CurrentChannelInfoAlone)->UseRealTime();
 
 /// The floor: the same record built and written with nothing around it.
 void BM_CurrentChannelInfoFloor(benchmark::State& state)
@@ -88,7 +99,7 @@ void BM_CurrentChannelInfoFloor(benchmark::State& state)
         benchmark::DoNotOptimize(Json::StyledWriter().write(record));
     }
 }
-BENCHMARK(BM_CurrentChannelInfoFloor);
+BENCHMARK(BM_CurrentChannelInfoFloor)->UseRealTime();
 
 std::string ListText(std::int64_t channels)
 {
@@ -118,6 +129,13 @@ void MeasureList(benchmark::State& state, Work work)
     state.SetComplexityN(state.range(0));
 }
 
+void Sizes(benchmark::internal::Benchmark* list)
+{
+    list->ArgName("services")->RangeMultiplier(10)->Range(10, 10000);
+    list->UseRealTime()->Complexity(benchmark::oN);
+}
+
+/// From the page and back, over the worker thread.
 void BM_Services(benchmark::State& state)
 {
     tv::Tv::Get().Load(TvOf(state.range(0)));
@@ -126,19 +144,28 @@ void BM_Services(benchmark::State& state)
     if (page.AwaitValue(request)["data"].asString() != ListText(state.range(0)))
         state.SkipWithError("the list is not the floor's");
     MeasureList(state, [&] { benchmark::DoNotOptimize(page.AwaitValue(request)); });
-    tv::Tv::Get().Load(tv::SampleTv());
 }
-BENCHMARK(BM_Services)->ArgName("services")->RangeMultiplier(10)->Range(10, 10000)->Complexity(benchmark::oN);
+BENCHMARK(BM_Services)->Apply(Sizes);
+
+/// The operation alone.
+void BM_ServicesAlone(benchmark::State& state)
+{
+    tv::Tv::Get().Load(TvOf(state.range(0)));
+    pp::Instance instance(1);
+    CZeLumoPluginHandler handler(&instance);
+    MeasureList(state, [&] {
+        std::string list;
+        handler.GetZELumoServices(list);
+        benchmark::DoNotOptimize(list);
+    });
+}
+BENCHMARK(BM_ServicesAlone)->Apply(Sizes);
 
 /// The floor: the same text built and written with nothing around it.
 void BM_ServicesFloor(benchmark::State& state)
 {
     MeasureList(state, [&] { benchmark::DoNotOptimize(ListText(state.range(0))); });
 }
-BENCHMARK(BM_ServicesFloor)
-    ->ArgName("services")
-    ->RangeMultiplier(10)
-    ->Range(10, 10000)
-    ->Complexity(benchmark::oN);
+BENCHMARK(BM_ServicesFloor)->Apply(Sizes);
 
 }  // namespace
