@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
 #include "tvhost/script.h"
@@ -19,6 +20,9 @@ int main(int argc, char** argv)
     app.add_option("--plugin", plugin, "The plug-in; by default the libzelumo.so beside the program")
         ->type_name("PATH");
 
+    std::string tv_file;
+    app.add_option("--tv", tv_file, "The TV to stand in for; by default the sample TV")->type_name("FILE");
+
     std::string settings;
     app.add_option("--settings", settings, "Keep the TV's settings in this SQLite file across runs")
         ->type_name("FILE");
@@ -33,6 +37,7 @@ int main(int argc, char** argv)
                              "FILE also holds the lines out that are expected; print what differs instead");
     script_command->add_flag("--echo", script.echo,
                              "Also print the lines in, so that the output is a script for --check");
+    const CLI::App* const tv_command = app.add_subcommand("tv", "Print the sample TV as a file for --tv");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -43,9 +48,16 @@ int main(int argc, char** argv)
         std::fputs("zelumo-tv: a command is required; --help lists them\n", stderr);
         return 2;
     }
+    if (tv_command->parsed()) {
+        const std::string_view text = tv::SampleTvText();
+        const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+        return written && std::fflush(stdout) == 0 ? 0 : 1;
+    }
 
     host::CatchInterrupts();
     try {
+        if (!tv_file.empty())
+            tv::Tv::Get().Load(tv::ReadTvFile(tv_file));
         if (!settings.empty())
             tv::Tv::Get().settings().OpenDatabase(settings);
         script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);

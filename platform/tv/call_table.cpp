@@ -136,7 +136,7 @@ bool Fits(ValueKind kind, const Json::Value& value)
         case K::Service:
             return Reads<TCServiceData>(value);
         case K::Services:
-            return Reads<std::list<TCServiceData*>>(value);
+            return Reads<ServiceList>(value);
         case K::ServiceDescription:
             return Reads<ExtractedServiceInfomations>(value);
     }

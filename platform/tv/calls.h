@@ -15,6 +15,8 @@
 #include <type_traits>
 #include <utility>
 
+#include "src/content-service/content_json.h"
+#include "src/tv-service/tv_service_json.h"
 #include "tv/call_table.h"
 #include "tv/journal.h"
 #include "tv/values.h"

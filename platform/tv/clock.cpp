@@ -20,6 +20,13 @@ void Clock::SetDate(Time since_epoch)
 {
     const std::lock_guard lock(mutex_);
     started_ = since_epoch - now_;
+    set_ = since_epoch;
+}
+
+Clock::Time Clock::DateAsSet() const
+{
+    const std::lock_guard lock(mutex_);
+    return set_;
 }
 
 Clock::AlarmId Clock::Set(Time when, Alarm alarm)

@@ -23,6 +23,8 @@ class PLATFORM_API Clock {
     Time Date() const;
     /// Makes the date what is given, now.
     void SetDate(Time since_epoch);
+    /// What the date was last set to.
+    Time DateAsSet() const;
 
     /// Calls `alarm` once, on the thread that moves the clock, when playing time reaches `when`; alarms of
     /// the same time in the order of setting. A time that has passed goes off with the next move.
@@ -40,6 +42,7 @@ class PLATFORM_API Clock {
     // Guarded by mutex_.
     Time now_{0};
     Time started_{0};  ///< the date at playing time 0
+    Time set_{0};      ///< what the date was last set to
     unsigned long long next_id_ = 1;
     std::map<AlarmId, Alarm> alarms_;
 };

@@ -117,6 +117,19 @@ VerbResults WriteSetting(VerbFields& fields)
     return {{"delivered", static_cast<int>(*told)}};
 }
 
+VerbResults SetClock(VerbFields& fields)
+{
+    constexpr Json::Int64 kLast = 253402300799999;  // the end of the year 9999
+    if (!fields.Has("date"))
+        fields.Fail("\"date\" is missing");
+    const Json::Value& date = fields.Raw("date");
+    if (!date.isNumeric() || !date.isInt64() || date.asInt64() < 0 || date.asInt64() > kLast)
+        fields.Fail("\"date\" must be a whole number of milliseconds since 1970, up to the year 9999");
+    fields.End();
+    Tv::Get().clock().SetDate(Clock::Time(date.asInt64()));
+    return {};
+}
+
 const CallInfo& CallNamed(VerbFields& fields)
 {
     const std::string name = fields.Text("call");
@@ -172,6 +185,7 @@ VerbResults CarryOut(const Json::Value& verb)
     // clang-format off
     static const std::map<std::string, Operation> verbs{
         {"answer",   SetAnswer},
+        {"clock",    SetClock},
         {"event",    RaiseEvent},
         {"poweroff", PowerOff},
         {"restore",  Restore},

@@ -1,12 +1,35 @@
 #include "tv/tv.h"
 
+#include "tv/tv_file.h"
+
 namespace tv {
+
+Tv::Tv()
+{
+    Load(SampleTv());
+}
 
 Tv& Tv::Get()
 {
     // Never destroyed: a plug-in that is still loaded at exit withdraws from it after all destructors.
     static Tv& tv = *new Tv;
     return tv;
+}
+
+void Tv::Load(const TvConfig& config)
+{
+    const auto shared = std::make_shared<const TvConfig>(config);
+    clock_.SetDate(config.date);
+    tv_service_.Load(shared);
+    content_.Load(shared);
+    settings_.Load(config.settings);
+    ExtensionConfig extension;
+    extension.embedder = config.extension.embedder_name;
+    extension.extension_info = config.extension.extension_info;
+    for (const std::string& privilege : config.extension.privileges)
+        extension.privileges[privilege] = true;
+    extension.window_id = config.extension.window_id;
+    extension_.Configure(std::move(extension));
 }
 
 std::size_t Tv::CountRegistrations() const

@@ -1,15 +1,18 @@
 #pragma once
 
+#include "src/content-service/content_service.h"
 #include "src/content-service/event_proxy.h"
 #include "src/power/power_service.h"
 #include "src/ppapi/extension_system.h"
 #include "src/scope-tracing/trace_libraries.h"
 #include "src/settings/settings_store.h"
 #include "src/tv-service/signal_service.h"
+#include "src/tv-service/tv_service.h"
 #include "tv/calls.h"
 #include "tv/clock.h"
 #include "tv/delivery.h"
 #include "tv/journal.h"
+#include "tv/tv_config.h"
 #include "zelumo-platform/export.h"
 
 namespace tv {
@@ -29,6 +32,12 @@ class PLATFORM_API Tv {
     EventProxyService& event_proxy() { return event_proxy_; }
     SignalService& signals() { return signals_; }
     SettingsStore& settings() { return settings_; }
+    TvService& tv_service() { return tv_service_; }
+    ContentService& content() { return content_; }
+
+    /// Becomes that TV: its channels, date and first-use state are as they are at its start. At first it is
+    /// the sample TV.
+    void Load(const TvConfig& config);
 
     /// How many subscriptions, watches and registrations the services hold.
     std::size_t CountRegistrations() const;
@@ -38,7 +47,7 @@ class PLATFORM_API Tv {
     std::size_t DropLeftovers();
 
   private:
-    Tv() = default;
+    Tv();
 
     Journal journal_;
     Calls calls_{journal_};
@@ -50,6 +59,8 @@ class PLATFORM_API Tv {
     EventProxyService event_proxy_{deliveries_};
     SignalService signals_;
     SettingsStore settings_{deliveries_};
+    TvService tv_service_{event_proxy_};
+    ContentService content_{clock_};
 };
 
 }  // namespace tv

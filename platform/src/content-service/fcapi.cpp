@@ -1,14 +1,21 @@
 #include "content-service/FCAPI.h"
 
-FIVirtualChannelsAPI::~FIVirtualChannelsAPI() = default;
-FIZELumoAPI::~FIZELumoAPI() = default;
+#include "tv/calls.h"
+#include "tv/tv.h"
 
 FIVirtualChannelsAPI* FCAPI::GetVirtualChannelsAPI()
 {
-    return nullptr;
+    return tv::Call<FIVirtualChannelsAPI*>(
+        tv::CallId::GetVirtualChannelsApi, std::tuple<>(), []() -> FIVirtualChannelsAPI* {
+            tv::ContentService& content = tv::Tv::Get().content();
+            return content.available() ? content.virtual_channels() : nullptr;
+        });
 }
 
 FIZELumoAPI* FCAPI::GetZELumoAPI()
 {
-    return nullptr;
+    return tv::Call<FIZELumoAPI*>(tv::CallId::GetZelumoApi, std::tuple<>(), []() -> FIZELumoAPI* {
+        tv::ContentService& content = tv::Tv::Get().content();
+        return content.available() ? content.zelumo() : nullptr;
+    });
 }

@@ -4,8 +4,10 @@
 
 FIIPCConnection* FIIPCConnection::GetInstance()
 {
-    return tv::Call<FIIPCConnection*>(tv::CallId::GetIpcConnection, std::tuple<>(),
-                                      [] { return tv::Tv::Get().event_proxy().connection(); });
+    return tv::Call<FIIPCConnection*>(tv::CallId::GetIpcConnection, std::tuple<>(), []() -> FIIPCConnection* {
+        tv::Tv& tv = tv::Tv::Get();
+        return tv.content().available() ? tv.event_proxy().connection() : nullptr;
+    });
 }
 
 FCEMSProxy* FCEMSProxy::GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback)

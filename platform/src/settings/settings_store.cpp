@@ -47,10 +47,10 @@ void SettingsStore::OpenDatabase(const std::filesystem::path& file)
     database_ = std::move(database);
 }
 
-void SettingsStore::SetInitial(const std::string& key, SettingValue value)
+void SettingsStore::Load(std::map<std::string, SettingValue> values)
 {
     const std::lock_guard lock(mutex_);
-    values_.emplace(key, std::move(value));
+    values_ = std::move(values);
 }
 
 bool SettingsStore::Write(const std::string& key, const SettingValue& value)

@@ -36,8 +36,8 @@ class PLATFORM_API SettingsStore {
     /// From now on every write is also in the database before it counts as done; what the database holds
     /// replaces the values in memory. Throws std::runtime_error when it can't be used.
     void OpenDatabase(const std::filesystem::path& file);
-    /// Gives a key a value where it has none yet, without telling watchers.
-    void SetInitial(const std::string& key, SettingValue value);
+    /// What the store holds from the start, before a database is opened. Nobody is told.
+    void Load(std::map<std::string, SettingValue> values);
 
     /// False for an empty key and when the database refuses. Watchers are told some time later.
     bool Set(const std::string& key, SettingValue value);

@@ -1,24 +1,58 @@
 #include "tv-service/TVServiceAPI.h"
+#include "tv/calls.h"
+#include "tv/tv.h"
 
-IServiceNavigation::~IServiceNavigation() = default;
-ISourceControl::~ISourceControl() = default;
+namespace {
 
-int TVServiceAPI::CreateServiceNavigation(EProfile, int, IServiceNavigation**)
+template <typename Interface>
+int Create(tv::CallId id, EProfile profile, int second, Interface** target, Interface* usual)
 {
-    return 0;
+    tv::OutInterface<Interface> out(target, usual);
+    return tv::Call<int>(
+        id, std::make_tuple(static_cast<int>(profile), second),
+        [&] {
+            if (profile != EPROFILE_TV)
+                return 0;
+            out.Set();
+            return 1;
+        },
+        out);
 }
 
-int TVServiceAPI::CreateSourceControl(EProfile, int, ISourceControl**)
+}  // namespace
+
+int TVServiceAPI::CreateServiceNavigation(EProfile profile, int second, IServiceNavigation** navigation)
 {
-    return 0;
+    return Create(tv::CallId::CreateServiceNavigation, profile, second, navigation,
+                  tv::Tv::Get().tv_service().navigation());
 }
 
-bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode, TCCriteriaHelper&, ESortMode)
+int TVServiceAPI::CreateSourceControl(EProfile profile, int second, ISourceControl** sourceControl)
 {
-    return false;
+    return Create(tv::CallId::CreateSourceControl, profile, second, sourceControl,
+                  tv::Tv::Get().tv_service().source_control());
 }
 
-bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode, unsigned long long, TCCriteriaHelper&)
+bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, TCCriteriaHelper& criteria,
+                                                   ESortMode sort)
 {
-    return false;
+    return tv::Call<bool>(tv::CallId::GetNavigationCriteria,
+                          std::make_tuple(static_cast<int>(mode), static_cast<int>(sort)), [&] {
+                              if (mode != ENAVIGATION_MODE_ALL)
+                                  return false;
+                              criteria.SetMode(mode, sort);
+                              return true;
+                          });
+}
+
+bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, unsigned long long value,
+                                                   TCCriteriaHelper& criteria)
+{
+    return tv::Call<bool>(tv::CallId::GetNavigationCriteria,
+                          std::make_tuple(static_cast<int>(mode), tv::DecimalId{value}), [&] {
+                              if (mode != ENAVIGATION_MODE_ZELUMO)
+                                  return false;
+                              criteria.SetMode(mode, value);
+                              return true;
+                          });
 }

@@ -56,7 +56,7 @@ std::optional<std::string> Unhex(const std::string& hex)
 Json::Value TextJson(const std::string& bytes)
 {
     // A string only where it says all: it must come back as the same bytes.
-    const std::string utf8 = boost::locale::conv::utf_to_utf<char>(UnitsOf(bytes));
+    const std::string utf8 = DecodeUnits(bytes);
     if (EncodeUnits(utf8) == bytes)
         return utf8;
     Json::Value raw;
@@ -127,6 +127,11 @@ std::string EncodeUnits(const std::string& utf8)
             append(unit);
     }
     return bytes;
+}
+
+std::string DecodeUnits(const std::string& bytes)
+{
+    return boost::locale::conv::utf_to_utf<char>(UnitsOf(bytes));
 }
 
 Json::Value ToJson(const TSTvMode& mode)
@@ -202,27 +207,25 @@ bool FromJson(const Json::Value& json, TCServiceData& service)
     return true;
 }
 
-Json::Value ToJson(const std::list<TCServiceData*>& services)
+Json::Value ToJson(const ServiceList& services)
 {
     Json::Value json(Json::arrayValue);
-    for (const TCServiceData* service : services)
-        json.append(service != nullptr ? ToJson(*service) : Json::Value());
+    for (const std::unique_ptr<TCServiceData>& service : services)
+        json.append(ToJson(*service));
     return json;
 }
 
-bool FromJson(const Json::Value& json, std::list<TCServiceData*>& services)
+bool FromJson(const Json::Value& json, ServiceList& services)
 {
     if (!json.isArray())
         return false;
-    std::list<std::unique_ptr<TCServiceData>> read;
+    ServiceList read;
     for (const Json::Value& one : json) {
-        auto service = std::make_unique<TCServiceData>();
-        if (!FromJson(one, *service))
+        read.push_back(std::make_unique<TCServiceData>());
+        if (!FromJson(one, *read.back()))
             return false;
-        read.push_back(std::move(service));
     }
-    for (std::unique_ptr<TCServiceData>& service : read)
-        services.push_back(service.release());
+    services = std::move(read);
     return true;
 }
 

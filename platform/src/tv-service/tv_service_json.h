@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include <list>
+#include <memory>
 #include <string>
 
 #include "tv-service/TVServiceAPI.h"
@@ -21,11 +22,14 @@ PLATFORM_API Json::Value ToJson(const TCCriteriaHelper& criteria);
 PLATFORM_API Json::Value ToJson(const TCServiceData& service);
 PLATFORM_API bool FromJson(const Json::Value& json, TCServiceData& service);
 
-/// An array of services. Read services are owned by the caller; nothing is added when one is wrong.
-PLATFORM_API Json::Value ToJson(const std::list<TCServiceData*>& services);
-PLATFORM_API bool FromJson(const Json::Value& json, std::list<TCServiceData*>& services);
+/// An array of services.
+using ServiceList = std::list<std::unique_ptr<TCServiceData>>;
+PLATFORM_API Json::Value ToJson(const ServiceList& services);
+PLATFORM_API bool FromJson(const Json::Value& json, ServiceList& services);
 
 /// UTF-8 to 16-bit units in big-endian byte order; what is no UTF-8 becomes U+FFFD.
 PLATFORM_API std::string EncodeUnits(const std::string& utf8);
+/// The way back; what is no UTF-16, and an odd last byte, is left out.
+PLATFORM_API std::string DecodeUnits(const std::string& bytes);
 
 }  // namespace tv

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <cstddef>
+
+/// sample_tv.json, which the build turns into a source file.
+extern const unsigned char kSampleTvText[];
+extern const std::size_t kSampleTvTextSize;

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+
+#include "tv/tv_config.h"
+#include "zelumo-platform/export.h"
+
+namespace tv {
+
+/// A TV file that can't be used. what() is one line that begins with the place:
+/// "channels[3].major: must be a whole number from 0 to 65535".
+class PLATFORM_API TvFileError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Reads a TV from JSON text. What the text leaves out is taken from `base`. Throws TvFileError.
+PLATFORM_API TvConfig ParseTv(std::string_view text, const TvConfig& base);
+
+/// The same from a file, on the base of the sample TV. In what(), the file's name comes first.
+PLATFORM_API TvConfig ReadTvFile(const std::filesystem::path& file);
+
+/// The TV that is built in, as the text of a TV file and read.
+PLATFORM_API std::string_view SampleTvText();
+PLATFORM_API const TvConfig& SampleTv();
+
+}  // namespace tv

@@ -1,0 +1,407 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/support/page.h"
+#include "tv/control.h"
+#include "tv/tv.h"
+#include "tv/tv_file.h"
+
+namespace {
+
+using test::J;
+using test::Text;
+using Lines = std::vector<std::string>;
+
+constexpr const char* kTextCommands[] = {
+    "GetProgram",
+    "GetProgramList",
+    "GetPresentProgram",
+    "GetChannelLogo",
+    "GetProgramThumbnail",
+    "GetProgramBackground",
+    "SetOnDemandProgram",
+    "UnsetOnDemandProgram",
+    "GetOnDemandIdentifier",
+    "GetVCConfig",
+    "GetFeaturedVirtualChannelInfo",
+    "GetServiceIdFromOnTVProviderAndService",
+};
+constexpr Json::Int64 kMinute = 60 * 1000;
+constexpr Json::Int64 kStart = 1767294000000;  // 2026-01-01T19:00:00Z
+
+class Content : public testing::Test {
+  protected:
+    Content() { tv::Tv::Get().Load(tv::SampleTv()); }
+    ~Content() override { tv::Tv::Get().Load(tv::SampleTv()); }
+
+    Json::Value Send(const std::string& command, const std::string& input)
+    {
+        Json::Value request;
+        request["command"] = command;
+        request["input"] = input;
+        return page_.AwaitValue(request);
+    }
+    /// The content service's answer; null when it gave none.
+    Json::Value Ask(const std::string& command, const std::string& input)
+    {
+        const Json::Value reply = Send(command, input);
+        if (reply["code"] != 0) {
+            EXPECT_EQ(reply["code"], 9999);
+            EXPECT_EQ(reply["errorMessage"], "Can't " + command);
+            return {};
+        }
+        return J(reply["data"].asString());
+    }
+    Json::Value AskOf(const std::string& command, const Json::Value& input)
+    {
+        return Ask(command, Text(input));
+    }
+    Json::Value Get(const std::string& command)
+    {
+        return page_.Await(R"({"command":")" + command + "\"}")["data"];
+    }
+    static void SetDate(long long ms) { tv::Tv::Get().clock().SetDate(std::chrono::milliseconds(ms)); }
+    static std::vector<std::string> Ids()
+    {
+        std::vector<std::string> ids;
+        for (const tv::ChannelConfig& channel : tv::SampleTv().channels)
+            ids.push_back(std::to_string(channel.id));
+        return ids;
+    }
+
+    test::Page page_;
+};
+
+TEST_F(Content, TextsPassUnchangedBothWays)
+{
+    test::Calls calls;
+    const std::string request = "no JSON, \x01\xC3\xA9 \"quotes\" \\ and a\nbreak";
+    const std::string response = "{ answer\t\xF0\x9F\xA6\x8A }";
+    Json::Value args;
+    args.append(request);
+    Json::Value out;
+    out.append(response);
+    for (const std::string command : kTextCommands) {
+        SCOPED_TRACE(command);
+        const std::string name = "FIVirtualChannelsAPI::" + command;
+        const std::string accessor = "FCAPI::GetVirtualChannelsAPI [] -> true";
+        page_.Do(R"({"tv":"answer","call":")" + name + R"(","result":true,"out":)" + Text(out) + "}");
+        EXPECT_EQ(Send(command, request)["data"], response);
+        EXPECT_EQ(calls.Take(), (Lines{accessor, name + ' ' + Text(args) + " -> true out " + Text(out)}));
+        // Success without a text is an empty text; a text without success is none.
+        page_.Do(R"({"tv":"answer","call":")" + name + R"("})");
+        EXPECT_EQ(Send(command, request)["data"], "");
+        page_.Do(R"({"tv":"answer","call":")" + name + R"(","result":false,"out":["text"]})");
+        EXPECT_EQ(Text(Send(command, request)), R"({"code":9999,"data":null,"errorMessage":"Can't )" +
+                                                    command + R"(","errorName":"UnknownError "})");
+        page_.Do(R"({"tv":"restore"})");
+        calls.Take();
+        // What the service can't read, it does not answer.
+        EXPECT_EQ(Send(command, request)["code"], 9999);
+        EXPECT_EQ(calls.Take(), (Lines{accessor, name + ' ' + Text(args) + " -> false out [null]"}));
+    }
+}
+
+TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
+{
+    for (const std::string& id : Ids()) {
+        SCOPED_TRACE(id);
+        const Json::Value channel = J(R"({"TCServiceId":")" + id + "\"}");
+        const Json::Value now = AskOf("GetPresentProgram", channel);
+        EXPECT_EQ(now["TCServiceId"], id);
+        EXPECT_EQ(now["now"], kStart);
+        EXPECT_LE(now["present"]["startTime"].asInt64(), kStart);
+        EXPECT_GT(now["present"]["endTime"].asInt64(), kStart);
+        EXPECT_EQ(now["following"]["startTime"], now["present"]["endTime"]);
+        EXPECT_EQ(AskOf("GetProgramList", channel)["programs"][0], now["present"]);
+        const Json::Value logo = AskOf("GetChannelLogo", channel);
+        EXPECT_EQ(logo["TCServiceId"], id);
+        EXPECT_EQ(logo["url"].asString().find("data:image/svg+xml,%3Csvg"), 0U);
+
+        for (const Json::Value& program : {now["present"], now["following"]}) {
+            for (const char* member : {"title", "synopsis", "genre"})
+                EXPECT_FALSE(program[member].asString().empty()) << member;
+            EXPECT_EQ(program["programId"], id + '-' + std::to_string(program["startTime"].asInt64() / 1000));
+            Json::Value named;
+            named["programId"] = program["programId"];
+            EXPECT_EQ(AskOf("GetProgram", named)["program"], program);
+            for (const char* command : {"GetProgramThumbnail", "GetProgramBackground"}) {
+                const Json::Value picture = AskOf(command, named);
+                EXPECT_EQ(picture["programId"], program["programId"]);
+                EXPECT_EQ(picture["url"].asString().find("data:image/svg+xml,%3Csvg"), 0U);
+                EXPECT_EQ(picture["url"].asString().find_first_of("\"'<>() #"), std::string::npos);
+            }
+            const Json::Value identifier = AskOf("GetOnDemandIdentifier", named);
+            EXPECT_EQ(identifier["programId"], program["programId"]);
+            EXPECT_EQ(identifier["identifier"].asString().find("od-"), 0U);
+            Json::Value removal = named;
+            removal["removed"] = false;
+            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named), removal);
+            EXPECT_EQ(AskOf("SetOnDemandProgram", named), identifier);
+            EXPECT_EQ(AskOf("SetOnDemandProgram", named), identifier);
+            removal["removed"] = true;
+            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named), removal);
+            removal["removed"] = false;
+            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named), removal);
+        }
+    }
+    const Json::Value featured = Ask("GetFeaturedVirtualChannelInfo", "{}")["channels"];
+    ASSERT_EQ(featured.size(), Ids().size());
+    EXPECT_EQ(Text(featured[0]), R"({"TCServiceId":"1001","major":1,"minor":0,"name":"Fernwick One"})");
+    EXPECT_EQ(Text(Ask("GetVCConfig", "{}")),
+              R"({"channels":)" + std::to_string(Ids().size()) + R"(,"country":"XS","version":"1.0"})");
+    EXPECT_EQ(
+        Text(Ask("GetServiceIdFromOnTVProviderAndService", R"({"provider":"zelumo","service":"first"})")),
+        R"({"TCServiceId":"1001"})");
+    EXPECT_EQ(Get("ZELumoProgramInfoIsAvailable"), R"({"available":true})");
+    EXPECT_EQ(Text(Get("GetAppIDAndURL")),
+              R"({"URL":"http://sample.tv/channels/index.html","appID":"tv.sample.channels"})");
+    EXPECT_EQ(Get("GetViewingAgreement"), true);
+    EXPECT_EQ(
+        Text(page_.Await(
+            R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"18446744073709551614"})")
+                 ["data"]),
+        R"({"EChannelType":3,"IsForDirectTune":true,"TCServiceId":"18446744073709551614","channel number":99,)"
+        R"("major":99,"minor":9,"program number":130,"service profile":1})");
+}
+
+TEST_F(Content, TheSampleNamesComeInManyScripts)
+{
+    std::set<unsigned> lengths;  // of characters in UTF-8
+    bool right_to_left = false;
+    bool above_53_bits = false;
+    std::size_t longest = 0;
+    std::size_t with_extra = 0;
+    for (const tv::ChannelConfig& channel : tv::SampleTv().channels) {
+        for (const char c : channel.name) {
+            const auto byte = static_cast<unsigned char>(c);
+            lengths.insert(byte < 0x80 ? 1U : byte >= 0xF0 ? 4U : byte >= 0xE0 ? 3U : byte >= 0xC0 ? 2U : 1U);
+        }
+        right_to_left = right_to_left || channel.name.find("\xD7\x90") != std::string::npos;
+        above_53_bits = above_53_bits || channel.id > (1ULL << 53);
+        longest = std::max(longest, channel.service.GetLength(ESERVICE_FIELD_NAME));
+        with_extra += channel.service.GetLength(ESERVICE_FIELD_EXTRA) > 0 ? 1U : 0U;
+    }
+    EXPECT_EQ(lengths, (std::set<unsigned>{1, 2, 3, 4}));
+    EXPECT_TRUE(right_to_left);
+    EXPECT_TRUE(above_53_bits);
+    EXPECT_GE(longest, 250U);
+    EXPECT_LE(longest, 257U);
+    EXPECT_GE(with_extra, 5U);
+    EXPECT_LT(with_extra, tv::SampleTv().channels.size());
+}
+
+TEST_F(Content, WhatDoesNotExistIsNotAnswered)
+{
+    const std::string present =
+        Ask("GetPresentProgram", R"({"TCServiceId":"1001"})")["present"]["programId"].asString();
+    const Lines not_channels{"",
+                             "[]",
+                             "{}",
+                             "null",
+                             "{\"TCServiceId\":1001}",
+                             R"({"TCServiceId":"77"})",
+                             R"({"TCServiceId":""})",
+                             R"({"TCServiceId":"1001x"})",
+                             R"({"TCServiceId":"18446744073709551616"})",
+                             R"({"tcserviceid":"1001"})",
+                             R"({"TCServiceId":"1001"} x)",
+                             std::string(5000, '[')};
+    for (const char* command : {"GetProgramList", "GetPresentProgram", "GetChannelLogo"}) {
+        for (const std::string& input : not_channels)
+            EXPECT_TRUE(Ask(command, input).isNull()) << command << input;
+    }
+    for (const char* span : {R"("from":-1)", R"("from":"0")", R"("from":1.5)", R"("to":null)",
+                             R"("from":1e18)", R"("from":2000,"to":1000)", R"("to":1000)"})
+        EXPECT_TRUE(Ask("GetProgramList", std::string(R"({"TCServiceId":"1001",)") + span + "}").isNull())
+            << span;
+    for (const char* command : {"GetProgram", "GetProgramThumbnail", "GetProgramBackground",
+                                "SetOnDemandProgram", "UnsetOnDemandProgram", "GetOnDemandIdentifier"}) {
+        for (const std::string& id :
+             {std::string(), std::string("1001"), std::string("1001-"), std::string("-"), present + 'x',
+              '0' + present, present + ' ', std::string("77-1767294000"), std::string("1001-1767294001"),
+              std::string("1001-99999999999999999999")}) {
+            Json::Value input;
+            input["programId"] = id;
+            EXPECT_TRUE(AskOf(command, input).isNull()) << command << id;
+        }
+        EXPECT_TRUE(Ask(command, "{\"programId\":5}").isNull());
+    }
+    for (const char* input :
+         {"{}", R"({"provider":"zelumo"})", R"({"provider":"zelumo","service":"other"})",
+          R"({"provider":"other","service":"first"})", R"({"provider":1,"service":"first"})"})
+        EXPECT_TRUE(Ask("GetServiceIdFromOnTVProviderAndService", input).isNull()) << input;
+    EXPECT_EQ(
+        page_.Await(R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"77"})")["code"],
+        9999);
+}
+
+TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
+{
+    std::mt19937_64 random(20260101);
+    std::uniform_int_distribution<long long> any_time(0, 4102444800000);  // up to 2100
+    for (int round = 0; round < 60; ++round) {
+        const std::string id = Ids()[random() % Ids().size()];
+        const long long now = any_time(random);
+        const long long from = any_time(random);
+        const long long span = std::uniform_int_distribution<long long>(0, 30 * 60 * kMinute)(random);
+        SetDate(now);
+        Json::Value request;
+        request["TCServiceId"] = id;
+        request["from"] = static_cast<Json::Int64>(from);
+        request["to"] = static_cast<Json::Int64>(from + span);
+        SCOPED_TRACE(Text(request) + " at " + std::to_string(now));
+        const Json::Value programs = AskOf("GetProgramList", request)["programs"];
+        ASSERT_GE(programs.size(), 1U);
+        EXPECT_LE(programs[0]["startTime"].asInt64(), from);
+        EXPECT_GT(programs[0]["endTime"].asInt64(), from);
+        for (Json::ArrayIndex i = 0; i < programs.size(); ++i) {
+            const long long start = programs[i]["startTime"].asInt64();
+            const long long end = programs[i]["endTime"].asInt64();
+            EXPECT_LT(start, end);
+            if (i > 0) {
+                EXPECT_EQ(start, programs[i - 1]["endTime"].asInt64());
+                EXPECT_LT(start, from + span);
+            }
+            if (id != "1027") {  // which brings its own guide
+                EXPECT_EQ(start % (30 * kMinute), 0);
+            }
+            Json::Value named;
+            named["programId"] = programs[i]["programId"];
+            EXPECT_EQ(AskOf("GetProgram", named)["program"], programs[i]);
+        }
+        EXPECT_GE(programs[programs.size() - 1]["endTime"].asInt64(), from + span);
+    }
+}
+
+TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
+{
+    struct Case {
+        const char* span;
+        long long from;
+        long long to;
+    };
+    for (const Case& c : {
+             Case{"", kStart, kStart + 6 * 60 * kMinute},
+             Case{R"(,"from":1767000000000)", 1767000000000, 1767000000000 + 6 * 60 * kMinute},
+             Case{R"(,"to":1767294060000)", kStart, kStart + kMinute},
+             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * 24 * 60 * kMinute},  // and no further
+         }) {
+        const Json::Value list =
+            Ask("GetProgramList", std::string(R"({"TCServiceId":"1002")") + c.span + "}");
+        EXPECT_EQ(list["now"], kStart);
+        const Json::Value& programs = list["programs"];
+        EXPECT_LE(programs[0]["startTime"].asInt64(), c.from) << c.span;
+        EXPECT_GT(programs[0]["endTime"].asInt64(), c.from) << c.span;
+        EXPECT_LT(programs[programs.size() - 1]["startTime"].asInt64(), c.to) << c.span;
+        EXPECT_GE(programs[programs.size() - 1]["endTime"].asInt64(), c.to) << c.span;
+    }
+}
+
+TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
+{
+    tv::Tv::Get().Load(tv::ParseTv(
+        R"({"channels":[{"id":"7","guide":[{"title":"A","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
+        tv::SampleTv()));
+    page_.Do(R"({"tv":"clock","date":1767295799999})");  // one millisecond before the half hour
+    const Json::Value list =
+        Ask("GetProgramList", R"({"TCServiceId":"7","from":1767293999000,"to":1767297000000})")["programs"];
+    std::string titles;
+    for (const Json::Value& program : list)
+        titles += program["title"].asString();
+    EXPECT_EQ(titles, "BABA");
+    EXPECT_EQ(list[1]["startTime"].asInt64(), 1767294000000);
+    EXPECT_EQ(list[2]["startTime"].asInt64(), 1767295200000);
+    EXPECT_EQ(list[3]["startTime"].asInt64(), 1767296700000);
+    EXPECT_EQ(Ask("GetOnDemandIdentifier", R"({"programId":"7-1767295200"})")["identifier"], "b");
+    EXPECT_EQ(Ask("SetOnDemandProgram", R"({"programId":"7-1767294000"})")["identifier"], "od-7-1767294000");
+    // A mark outlives the guide that its programme stood in.
+    page_.Do(R"({"tv":"clock","date":1767295800000})");
+    EXPECT_TRUE(Ask("GetProgram", R"({"programId":"7-1767294000"})").isNull());
+    EXPECT_EQ(Ask("UnsetOnDemandProgram", R"({"programId":"7-1767294000"})")["removed"], true);
+    EXPECT_TRUE(Ask("UnsetOnDemandProgram", R"({"programId":"7-1767294000"})").isNull());
+}
+
+TEST_F(Content, TheDateIsSetByAVerb)
+{
+    page_.Do(R"({"tv":"clock","date":1800000000000})");
+    EXPECT_EQ(Ask("GetPresentProgram", R"({"TCServiceId":"1001"})")["now"].asInt64(), 1800000000000);
+    for (const char* verb :
+         {R"({"tv":"clock"})", R"({"tv":"clock","date":-1})", R"({"tv":"clock","date":1.5})",
+          R"({"tv":"clock","date":"0"})", R"({"tv":"clock","date":253402300800000})",
+          R"({"tv":"clock","date":0,"zone":1})"})
+        EXPECT_THROW(page_.Do(verb), tv::VerbError) << verb;
+    EXPECT_EQ(tv::Tv::Get().clock().Date().count(), 1800000000000);
+}
+
+TEST_F(Content, FirstUseEndsWithALaunchAndComesBack)
+{
+    const auto state = [&] {
+        const Json::Value both = Get("CheckFirstBootInZELumo");
+        EXPECT_EQ(both["isFirstEntry"], Get("IsFirstEntryToZelumo"));
+        EXPECT_EQ(both["isInstantOn"], Get("IsInstantOn"));
+        return Text(Get("CheckIsFirstBootingInZELumo")) + Text(both);
+    };
+    const std::string first = R"(true{"isFirstEntry":true,"isInstantOn":false})";
+    EXPECT_EQ(state(), first);
+    EXPECT_EQ(Text(page_.Await(R"({"command":"LaunchedZELumoWebApp"})")), R"({"code":0,"data":null})");
+    EXPECT_EQ(state(), R"(false{"isFirstEntry":false,"isInstantOn":false})");
+    const std::string named = R"({"programId":"1027-1767294000"})";
+    Ask("SetOnDemandProgram", named);
+    EXPECT_EQ(Text(page_.Await(R"({"command":"RestartZelumoInfo"})")), R"({"code":0,"data":null})");
+    EXPECT_EQ(state(), first);
+    EXPECT_EQ(Ask("UnsetOnDemandProgram", named)["removed"], false);
+
+    tv::Tv::Get().Load(tv::ParseTv(
+        R"({"firstUse":{"firstBoot":false,"firstEntry":true,"instantOn":true,"viewingAgreement":false}})",
+        tv::SampleTv()));
+    EXPECT_EQ(state(), R"(false{"isFirstEntry":true,"isInstantOn":true})");
+    EXPECT_EQ(Get("GetViewingAgreement"), false);
+}
+
+TEST_F(Content, FlagsAndTextsAreReadBackOnSuccessOnly)
+{
+    page_.Do(R"({"tv":"answer","call":"FIZELumoAPI::CheckFirstBootInZELumo","out":[null,true]})");
+    EXPECT_EQ(Text(Get("CheckFirstBootInZELumo")), R"({"isFirstEntry":false,"isInstantOn":true})");
+    page_.Do(R"({"tv":"answer","call":"FIZELumoAPI::GetAppIDAndURL","out":["id"]})");
+    EXPECT_EQ(Text(Get("GetAppIDAndURL")), R"({"URL":"","appID":"id"})");
+    page_.Do(
+        R"({"tv":"answer","call":"FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId","out":[null]})");
+    EXPECT_EQ(
+        Text(page_.Await(
+            R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"1001"})")["data"]),
+        R"({"EChannelType":-1,"IsForDirectTune":false,"TCServiceId":"0","channel number":0,"major":0,"minor":0,)"
+        R"("program number":0,"service profile":-1})");
+    for (const char* call :
+         {"FIZELumoAPI::CheckFirstBootInZELumo", "FIZELumoAPI::GetAppIDAndURL",
+          "FIZELumoAPI::LaunchedZELumoWebApp", "FIVirtualChannelsAPI::RestartZelumoInfo"}) {
+        page_.Do(std::string(R"({"tv":"answer","call":")") + call + R"(","result":false})");
+        const std::string command = std::string(call).substr(std::string(call).find("::") + 2);
+        EXPECT_EQ(page_.Await(R"({"command":")" + command + "\"}")["code"], 9999) << call;
+    }
+}
+
+TEST_F(Content, AnAbsentServiceAnswersNothing)
+{
+    tv::Tv::Get().Load(tv::ParseTv(R"({"contentService":{"available":false}})", tv::SampleTv()));
+    test::Calls calls;
+    for (const char* command : kTextCommands) {
+        EXPECT_EQ(Send(command, R"({"TCServiceId":"1001"})")["code"], 9999) << command;
+        EXPECT_EQ(calls.Take(), (Lines{"FCAPI::GetVirtualChannelsAPI [] -> null"}));
+    }
+    for (const char* command :
+         {"IsInstantOn", "IsFirstEntryToZelumo", "CheckIsFirstBootingInZELumo", "GetViewingAgreement"})
+        EXPECT_EQ(Text(page_.Await(std::string(R"({"command":")") + command + "\"}")),
+                  R"({"code":0,"data":false})");
+    for (const char* command : {"LaunchedZELumoWebApp", "CheckFirstBootInZELumo", "RestartZelumoInfo",
+                                "GetAppIDAndURL", "ZELumoProgramInfoIsAvailable"})
+        EXPECT_EQ(page_.Await(std::string(R"({"command":")") + command + "\"}")["code"], 9999) << command;
+    EXPECT_EQ(page_.Await(R"({"command":"RegisterEvent","event":90019})")["code"], 28);
+    EXPECT_EQ(page_.Await(R"({"command":"GetCurrentChannelInfo"})")["code"], 0);
+}
+
+}  // namespace
