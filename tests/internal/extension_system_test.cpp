@@ -151,7 +151,7 @@ TEST_F(ExtensionSystem, CallsTheRuntimeByName)
                std::string(kTable) + R"(GetCurrentExtensionInfo [] -> {"id":"com.example"})"}));
     EXPECT_EQ(
         Text(Runtime().StateJson()),
-        R"({"available":true,"embedder":"OrvexWRT","extensionInfo":{"id":"com.example"},"privileges":{"network":true},"recommendedWords":[{"word":"news"},"sport"],"recommendedWordsType":false,"windowId":42})");
+        R"({"available":true,"embedderName":"OrvexWRT","extensionInfo":{"id":"com.example"},"privileges":{"network":true},"recommendedWords":[{"word":"news"},"sport"],"recommendedWordsType":false,"windowId":42})");
 }
 
 TEST_F(ExtensionSystem, AsksForAPrivilegeOnceAnObject)

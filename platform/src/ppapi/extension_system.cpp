@@ -138,7 +138,7 @@ Json::Value ExtensionSystem::StateJson() const
     const std::lock_guard lock(mutex_);
     Json::Value state;
     state["available"] = config_.available;
-    state["embedder"] = config_.embedder;
+    state["embedderName"] = config_.embedder;
     state["extensionInfo"] = config_.extension_info;
     state["privileges"] = Json::Value(Json::objectValue);
     for (const auto& [name, granted] : config_.privileges)

@@ -37,8 +37,8 @@ class PLATFORM_API ExtensionSystem {
     using VarObserver = std::function<void(const PP_Var&)>;
     void Observe(VarObserver observer);
 
-    /// {available, embedder, extensionInfo, privileges, windowId, recommendedWords, recommendedWordsType},
-    /// the latter two null until they are set.
+    /// {available, embedderName, extensionInfo, privileges, windowId, recommendedWords,
+    /// recommendedWordsType}, the latter two null until they are set.
     Json::Value StateJson() const;
 
     // For the interface table.
