@@ -35,6 +35,12 @@ double PeakGrowth(Work work)
     return MemoryStatus("VmHWM:") - before;
 }
 
+/// A TV that shows a channel without extra members.
+tv::TvConfig PlainTv()
+{
+    return tv::ParseTv(R"({"current":"1002"})", tv::SampleTv());
+}
+
 /// A TV with that many channels.
 tv::TvConfig TvOf(std::int64_t channels)
 {
@@ -53,7 +59,7 @@ tv::TvConfig TvOf(std::int64_t channels)
 /// From the page and back, over the worker thread.
 void BM_CurrentChannelInfo(benchmark::State& state)
 {
-    tv::Tv::Get().Load(tv::SampleTv());
+    tv::Tv::Get().Load(PlainTv());
     test::Page page;
     const Json::Value request = test::J(R"({"command":"GetCurrentChannelInfo"})");
     for ([[maybe_unused]] auto _ : state)
@@ -64,7 +70,7 @@ BENCHMARK(BM_CurrentChannelInfo)->UseRealTime();
 /// The operation alone.
 void BM_CurrentChannelInfoAlone(benchmark::State& state)
 {
-    tv::Tv::Get().Load(tv::SampleTv());
+    tv::Tv::Get().Load(PlainTv());
     pp::Instance instance(1);
     CZeLumoPluginHandler handler(&instance);
     for ([[maybe_unused]] auto _ : state) {
@@ -80,19 +86,17 @@ void BM_CurrentChannelInfoFloor(benchmark::State& state)
 {
     for ([[maybe_unused]] auto _ : state) {
         Json::Value record;
-        record["channelName"] = "Fernwick One";
+        record["channelName"] = "Pellmoor News";
         record["frequency"] = 474000;
-        record["hd"] = true;
-        record["language"] = "en";
         record["lock"] = 0;
-        record["major"] = 1;
+        record["major"] = 2;
         record["minor"] = 0;
         record["originalNetworkId"] = 8800;
-        record["programNumber"] = 101;
+        record["programNumber"] = 102;
         record["ptc"] = 21;
-        record["serviceId"] = "1001";
-        record["serviceid"] = "1001";
-        record["sourceId"] = 200;
+        record["serviceId"] = "1002";
+        record["serviceid"] = "1002";
+        record["sourceId"] = 201;
         record["transportStreamId"] = 300;
         record["tuneMode"] = 2;
         record["type"] = 1;

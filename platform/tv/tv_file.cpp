@@ -281,9 +281,9 @@ TCServiceData ReadService(Object& object)
         TCServiceData read;
         if (!FromJson(one, read))
             node.Fail(DescribeField(field));
-        if (service.fields().count(field) != 0)
+        if (service.Find(field) != nullptr)
             node.Fail("field " + std::to_string(field) + " is given twice");
-        std::visit([&](const auto& value) { service.Set(field, value); }, read.fields().begin()->second);
+        service.Set(field, *read.Find(field));
     };
     for (const FieldName& row : kNames) {
         if (const auto member = object.Find(row.name))
@@ -308,9 +308,8 @@ ChannelConfig ReadChannel(const Node& node)
     channel.service = ReadService(object);
     if (!channel.service.Get(ESERVICE_FIELD_SERVICE_ID, channel.id))
         node["id"].Fail("is missing");
-    const auto name = channel.service.fields().find(ESERVICE_FIELD_NAME);
-    if (name != channel.service.fields().end())
-        channel.name = DecodeUnits(std::get<std::string>(name->second));
+    if (const TCServiceData::Value* const name = channel.service.Find(ESERVICE_FIELD_NAME))
+        channel.name = DecodeUnits(std::get<std::string>(*name));
     object.Read("provider", channel.provider);
     object.Read("service", channel.provider_service);
     object.Read("logo", channel.logo);

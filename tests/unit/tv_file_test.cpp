@@ -5,6 +5,7 @@
 #include <string>
 
 #include "src/tv-service/tv_service_json.h"
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
 namespace {
@@ -173,6 +174,50 @@ TEST(TvFile, SectionsForOtherServicesAreRead)
     EXPECT_EQ(Text(tv.extension.extension_info), R"([1,{"a":null}])");
     EXPECT_EQ(tv.extension.privileges, (std::vector<std::string>{"p", "q"}));
     EXPECT_EQ(tv.extension.window_id, -4);
+}
+
+TEST(TvFile, TheProgramStandsInForTheFilesTv)
+{
+    const test::TemporaryFolder folder;
+    const test::HostResult printed = test::RunHost("tv");
+    EXPECT_EQ(printed.status, 0);
+    const std::string copy = folder.Write("copy.json", printed.out);
+    const std::string script =
+        R"({"await":{"command":"GetZELumoServices"}})"
+        "\n"
+        R"({"await":{"command":"SetNextService"}})"
+        "\n"
+        R"({"await":{"command":"GetCurrentChannelInfo"}})"
+        "\n"
+        R"({"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"1013\"}"}})"
+        "\n"
+        R"({"await":{"command":"GetAppIDAndURL"}})";
+    const test::HostResult usual = test::RunHost("script", script);
+    EXPECT_EQ(usual.status, 0) << usual.err;
+    EXPECT_EQ(test::RunHost("--tv " + copy + " script", script).out, usual.out);
+
+    const std::string own = folder.Write(
+        "own.json", R"({"date":1000,"channels":[{"id":"7","name":"Own"}],"application":{"id":"own"}})");
+    const test::HostResult result = test::RunHost("--tv " + own + " script", script);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_NE(result.out.find("\\\"channelName\\\" : \\\"Own\\\""), std::string::npos) << result.out;
+    EXPECT_NE(result.out.find("http://sample.tv/channels/index.html\",\"appID\":\"own\""), std::string::npos);
+
+    const std::string wrong = folder.Write("wrong.json", R"({"channels":[{"id":7}]})");
+    struct Case {
+        std::string file;
+        std::string why;
+    };
+    for (const Case& c : {
+             Case{wrong, wrong + ": channels[0].id: must be a string of decimal digits, of 64 bits"},
+             Case{wrong + ".none", wrong + ".none: No such file or directory"},
+             Case{"/", "/: Is a directory"},
+         }) {
+        const test::HostResult refused = test::RunHost("--tv " + c.file + " script", script);
+        EXPECT_EQ(refused.status, 2);
+        EXPECT_EQ(refused.out, "");
+        EXPECT_EQ(refused.err, "zelumo-tv: " + c.why + "\n");
+    }
 }
 
 }  // namespace

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "zelumo-platform/export.h"
 
@@ -44,15 +44,21 @@ class PLATFORM_API TCServiceData {
     /// when there is none.
     bool Get(int field, std::u16string& units) const;
 
-    void Set(int field, unsigned long long number) { fields_[field] = number; }
-    /// `bytes` are the text's units in big-endian byte order; an odd last byte is kept but belongs to no
+    /// A number, or the bytes of a text in big-endian byte order; an odd last byte is kept but belongs to no
     /// unit.
-    void Set(int field, std::string bytes) { fields_[field] = std::move(bytes); }
-
-    /// A number, or the bytes of a text.
     using Value = std::variant<unsigned long long, std::string>;
-    const std::map<int, Value>& fields() const { return fields_; }
+    struct Field {
+        int id;
+        Value value;
+    };
+    void Set(int field, Value value);
+    /// Null when the field is absent.
+    const Value* Find(int field) const;
+    /// In the order of their identifiers.
+    const std::vector<Field>& fields() const { return fields_; }
+    /// Makes room for that many fields.
+    void Reserve(std::size_t count) { fields_.reserve(count); }
 
   private:
-    std::map<int, Value> fields_;
+    std::vector<Field> fields_;
 };

@@ -17,10 +17,10 @@ constexpr int kChannelLeave = 90023;
 TCServiceData Fetched(const TCServiceData& service, const std::vector<int>& fetch)
 {
     TCServiceData read;
+    read.Reserve(fetch.size());
     for (const int field : fetch) {
-        const auto found = service.fields().find(field);
-        if (found != service.fields().end())
-            std::visit([&](const auto& value) { read.Set(field, value); }, found->second);
+        if (const TCServiceData::Value* const value = service.Find(field))
+            read.Set(field, *value);
     }
     return read;
 }
