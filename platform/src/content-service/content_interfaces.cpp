@@ -12,53 +12,53 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
 
     bool GetProgramList(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetProgramList, &ContentService::GetProgramList, request, response);
+        return Ask<&ContentService::GetProgramList>(CallId::GetProgramList, request, response);
     }
     bool GetProgram(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetProgram, &ContentService::GetProgram, request, response);
+        return Ask<&ContentService::GetProgram>(CallId::GetProgram, request, response);
     }
     bool GetPresentProgram(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetPresentProgram, &ContentService::GetPresentProgram, request, response);
+        return Ask<&ContentService::GetPresentProgram>(CallId::GetPresentProgram, request, response);
     }
     bool GetChannelLogo(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetChannelLogo, &ContentService::GetChannelLogo, request, response);
+        return Ask<&ContentService::GetChannelLogo>(CallId::GetChannelLogo, request, response);
     }
     bool GetProgramThumbnail(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetProgramThumbnail, &ContentService::GetProgramThumbnail, request, response);
+        return Ask<&ContentService::GetProgramThumbnail>(CallId::GetProgramThumbnail, request, response);
     }
     bool GetProgramBackground(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetProgramBackground, &ContentService::GetProgramBackground, request, response);
+        return Ask<&ContentService::GetProgramBackground>(CallId::GetProgramBackground, request, response);
     }
     bool SetOnDemandProgram(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::SetOnDemandProgram, &ContentService::SetOnDemandProgram, request, response);
+        return Ask<&ContentService::SetOnDemandProgram>(CallId::SetOnDemandProgram, request, response);
     }
     bool UnsetOnDemandProgram(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::UnsetOnDemandProgram, &ContentService::UnsetOnDemandProgram, request, response);
+        return Ask<&ContentService::UnsetOnDemandProgram>(CallId::UnsetOnDemandProgram, request, response);
     }
     bool GetOnDemandIdentifier(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetOnDemandIdentifier, &ContentService::GetOnDemandIdentifier, request, response);
+        return Ask<&ContentService::GetOnDemandIdentifier>(CallId::GetOnDemandIdentifier, request, response);
     }
     bool GetVCConfig(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetVcConfig, &ContentService::GetVCConfig, request, response);
+        return Ask<&ContentService::GetVCConfig>(CallId::GetVcConfig, request, response);
     }
     bool GetFeaturedVirtualChannelInfo(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetFeaturedVirtualChannelInfo, &ContentService::GetFeaturedVirtualChannelInfo,
-                   request, response);
+        return Ask<&ContentService::GetFeaturedVirtualChannelInfo>(CallId::GetFeaturedVirtualChannelInfo,
+                                                                   request, response);
     }
     bool GetServiceIdFromOnTVProviderAndService(const std::string& request, std::string& response) override
     {
-        return Ask(CallId::GetServiceIdFromOnTvProviderAndService,
-                   &ContentService::GetServiceIdFromOnTVProviderAndService, request, response);
+        return Ask<&ContentService::GetServiceIdFromOnTVProviderAndService>(
+            CallId::GetServiceIdFromOnTvProviderAndService, request, response);
     }
     bool GetViewingAgreement() override
     {
@@ -96,8 +96,8 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
             out.Set(std::move(*answer));
         return answer.has_value();
     }
-    template <typename Question>
-    bool Ask(CallId id, Question question, const std::string& request, std::string& response)
+    template <auto question>
+    bool Ask(CallId id, const std::string& request, std::string& response)
     {
         Out<std::string> out(&response);
         return Call<bool>(
