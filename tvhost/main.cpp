@@ -1,12 +1,14 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 #include "tv/tv.h"
 #include "tv/tv_file.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
 #include "tvhost/script.h"
+#include "tvhost/trace_file.h"
 
 int main(int argc, char** argv)
 {
@@ -26,6 +28,9 @@ int main(int argc, char** argv)
     std::string settings;
     app.add_option("--settings", settings, "Keep the TV's settings in this SQLite file across runs")
         ->type_name("FILE");
+
+    std::string trace;
+    app.add_option("--trace", trace, "Trace the plug-in's scopes into FILE, for Perfetto")->type_name("FILE");
 
     host::ScriptOptions script;
     CLI::App* const script_command =
@@ -61,7 +66,14 @@ int main(int argc, char** argv)
         if (!settings.empty())
             tv::Tv::Get().settings().OpenDatabase(settings);
         script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
-        return host::RunScript(script);
+        // Before the plug-in is loaded: its flag is on from the moment that it registers.
+        std::optional<host::TraceFile> trace_file;
+        if (!trace.empty())
+            trace_file.emplace(trace);
+        const int status = host::RunScript(script);
+        if (trace_file)
+            trace_file->Finish();
+        return status;
     } catch (const host::PluginError& error) {
         std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
         return 2;

@@ -130,6 +130,30 @@ VerbResults SetClock(VerbFields& fields)
     return {};
 }
 
+VerbResults ReportPlayer(VerbFields& fields)
+{
+    const int player = fields.Int("player");
+    const int type = fields.Int("type");
+    const int value1 = fields.IntOr("value1", 0);
+    const int value2 = fields.IntOr("value2", 0);
+    const bool null_user = fields.NullUser();
+    fields.End();
+    const std::size_t delivered = Tv::Get().player().Report(player, type, value1, value2, null_user);
+    return {{"delivered", static_cast<Json::UInt>(delivered)}};
+}
+
+VerbResults Advance(VerbFields& fields)
+{
+    const int ms = fields.Int("ms");
+    if (ms < 0)
+        fields.Fail("\"ms\" must be 0 or more");
+    fields.End();
+    Tv& tv = Tv::Get();
+    // What an alarm sets off is delivered before the next one, so that the order is that of playing time.
+    tv.clock().Advance(Clock::Time(ms), [&] { tv.deliveries().Release(); });
+    return {{"position", static_cast<Json::Int64>(tv.clock().Now().count())}};
+}
+
 const CallInfo& CallNamed(VerbFields& fields)
 {
     const std::string name = fields.Text("call");
@@ -184,10 +208,12 @@ VerbResults CarryOut(const Json::Value& verb)
     using Operation = VerbResults (*)(VerbFields&);
     // clang-format off
     static const std::map<std::string, Operation> verbs{
+        {"advance",  Advance},
         {"answer",   SetAnswer},
         {"clock",    SetClock},
         {"event",    RaiseEvent},
         {"poweroff", PowerOff},
+        {"report",   ReportPlayer},
         {"restore",  Restore},
         {"setting",  WriteSetting},
         {"signal",   RaiseSignal},

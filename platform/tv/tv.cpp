@@ -35,12 +35,13 @@ void Tv::Load(const TvConfig& config)
 std::size_t Tv::CountRegistrations() const
 {
     return power_.CountSubscriptions() + event_proxy_.Events().size() + signals_.Signals().size() +
-           settings_.Watches().size();
+           settings_.Watches().size() + player_.CountRegistrations();
 }
 
 std::size_t Tv::DropLeftovers()
 {
-    return power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() + settings_.DropAll();
+    return power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() + settings_.DropAll() +
+           player_.DropAll();
 }
 
 Calls& TheCalls()

@@ -2,8 +2,10 @@
 
 #include "src/content-service/content_service.h"
 #include "src/content-service/event_proxy.h"
+#include "src/player-service/player_service.h"
 #include "src/power/power_service.h"
 #include "src/ppapi/extension_system.h"
+#include "src/scope-tracing/scope_tracer.h"
 #include "src/scope-tracing/trace_libraries.h"
 #include "src/settings/settings_store.h"
 #include "src/tv-service/signal_service.h"
@@ -28,10 +30,12 @@ class PLATFORM_API Tv {
     Deliveries& deliveries() { return deliveries_; }
     TraceLibraries& trace_libraries() { return trace_libraries_; }
     ExtensionSystem& extension() { return extension_; }
+    ScopeTracer& tracer() { return tracer_; }
     PowerService& power() { return power_; }
     EventProxyService& event_proxy() { return event_proxy_; }
     SignalService& signals() { return signals_; }
     SettingsStore& settings() { return settings_; }
+    PlayerService& player() { return player_; }
     TvService& tv_service() { return tv_service_; }
     ContentService& content() { return content_; }
 
@@ -55,10 +59,12 @@ class PLATFORM_API Tv {
     Deliveries deliveries_;
     TraceLibraries trace_libraries_;
     ExtensionSystem extension_;
+    ScopeTracer tracer_{trace_libraries_};
     PowerService power_;
     EventProxyService event_proxy_{deliveries_};
     SignalService signals_;
     SettingsStore settings_{deliveries_};
+    PlayerService player_{clock_, deliveries_};
     TvService tv_service_{event_proxy_};
     ContentService content_{clock_};
 };

@@ -2,5 +2,15 @@
 
 #include "scope-tracing/ht_library.h"
 
-/// The flag that the tracing library sets while this library's scopes are to be recorded.
-ht_enabled_flag* HtLibEnabled();
+namespace zelumo {
+
+inline ht_enabled_flag libEnabled{0};
+
+}  // namespace zelumo
+
+/// The flag that the tracing library sets while this library's scopes are to be recorded. Inline, so that a
+/// trace point that is off costs one load.
+inline ht_enabled_flag* HtLibEnabled()
+{
+    return &zelumo::libEnabled;
+}

@@ -4,7 +4,6 @@ namespace {
 
 using Hook = void (*)();
 
-ht_enabled_flag libEnabled{0};
 unsigned long libInitialized = 0;
 unsigned long libDeinitialized = 0;
 
@@ -32,8 +31,3 @@ void HtLibHelperDeinit()
 [[gnu::used, gnu::section(".fini_array")]] Hook unloadHookAgain = HtLibHelperDeinit;
 
 }  // namespace
-
-ht_enabled_flag* HtLibEnabled()
-{
-    return &libEnabled;
-}

@@ -1,8 +1,70 @@
 #pragma once
 
+#include <list>
+#include <mutex>
 #include <string>
 
 #include "player-service/bms.h"
 
 /// Receives a player event: its type, two texts and the user datum that it was registered with.
 using BmsEventCallback = void (*)(int type, std::string param1, std::string param2, void* userData);
+
+/// The relay of player reports: registers with the player service, turns each report into an event type and
+/// two texts, and hands them to one send-event callback on the player service's thread. Registrations
+/// change on the worker thread, and end on the plug-in thread.
+class BmsEventHandler {
+  public:
+    BmsEventHandler() = default;
+    /// Withdraws what is still registered: afterwards no report reaches this object, unless it is destroyed
+    /// from inside the send-event callback, which then returns through nothing of this object.
+    ~BmsEventHandler();
+    BmsEventHandler(const BmsEventHandler&) = delete;
+    BmsEventHandler& operator=(const BmsEventHandler&) = delete;
+
+    /// No callback is stored.
+    void Init();
+    /// From now on the reports of that player are relayed.
+    void SetCallback(BmsPlayerId id);
+    /// Stores the callback and its user datum, replacing earlier ones; `id` is not used. `userData` outlives
+    /// this object, or the callback copes with it.
+    void RegisterSendEventCallback(BmsPlayerId id, BmsEventCallback callback, void* userData);
+    /// No report of that player is relayed any more; no callback is stored.
+    void UnSetCallback(BmsPlayerId id);
+
+    /// Player service's thread; the user datum is the relay.
+    static void CallbackFunction(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
+
+  private:
+    // Player service's thread. Each of these ends with the send-event callback, which may destroy this
+    // object: nothing of it is touched afterwards.
+    void CallbackHandler(int id, _BmsEvent type, BmsSignalData data);
+    void EventInitComplete(BmsSignalData data);
+    void EventPauseComplete(BmsSignalData data);
+    void EventResumeComplete(BmsSignalData data);
+    void EventSeekComplete(BmsSignalData data);
+    void EventStopSuccess(BmsSignalData data);
+    void EventContentRangeOver(BmsSignalData data);
+    void EventEndOfStream(BmsSignalData data);
+    void EventError(BmsSignalData data);
+    void EventBuffering(BmsSignalData data);
+    void EventFileNotFound(BmsSignalData data);
+    void EventCurrentPosition(BmsSignalData data);
+    void EventBeginOfStream(BmsSignalData data);
+    void EventGetWindowID(BmsSignalData data);
+    void EventGetInitInfo(BmsSignalData data);
+    /// Calls the send-event callback, outside the lock; without one the event is dropped.
+    void SendEvent(_BmsEvent type, const std::string& param1, const std::string& param2);
+
+    struct Row {
+        _BmsEvent type;
+        void (BmsEventHandler::*handler)(BmsSignalData data);
+    };
+    static const Row kEventTable[];
+
+    /// No call of the player service and no callback is made under it.
+    std::mutex m_mutex;
+    // Guarded by m_mutex.
+    BmsEventCallback m_sendEventCallback = nullptr;
+    void* m_userData = nullptr;             // not owned
+    std::list<BmsPlayerId> m_listPlayerId;  ///< registered with the player service, each once
+};
