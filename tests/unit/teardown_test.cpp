@@ -27,6 +27,17 @@ void Subscribe(test::Page& page)
          {R"({"command":"RegisterEvent","event":90001})", R"({"command":"RegisterEvent","event":90019})",
           R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})"})
         EXPECT_EQ(page.Await(request)["code"], 0) << request;
+    EXPECT_EQ(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")["code"], 0);
+    page.TakeMessages(1);  // the player is there
+}
+
+/// The players whose reports reach a subscribed page: its own, and the plug-in's fixed one.
+constexpr int kPlayers[] = {1, 101};
+
+void ReportPositions()
+{
+    for (const int player : kPlayers)
+        tv::Tv::Get().player().Report(player, 137, 1000, 600000, false);
 }
 
 void Finish(std::unique_ptr<test::Page>& page, End end)
@@ -140,6 +151,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
             [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
             [&] { tv.power().Notify(0x40000000, false); },
             [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
+            ReportPositions,
         });
         while (told < 20)
             std::this_thread::yield();
@@ -166,6 +178,20 @@ TEST(Teardown, WhileAWatchFires)
     });
 }
 
+TEST(Teardown, WhileAPlayerReports)
+{
+    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool subscribed) {
+        std::atomic<int> told{0};
+        page->Observe([&](const Json::Value&) { ++told; });
+        page->Await(R"({"command":"Play"})");
+        const Storm storm({ReportPositions, ReportPositions,
+                           [] { tv::Tv::Get().clock().Advance(tv::Clock::Time(700), [] {}); }});
+        while (subscribed && told < 20)
+            std::this_thread::yield();
+        Finish(page, end);
+    });
+}
+
 TEST(Teardown, InsideACallbackOfAnyService)
 {
     tv::Tv& tv = tv::Tv::Get();
@@ -174,6 +200,8 @@ TEST(Teardown, InsideACallbackOfAnyService)
         [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
         [&] { tv.power().Notify(0x40000000, false); },
         [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
+        [&] { tv.player().Report(kPlayers[0], 137, 1000, 600000, false); },
+        [&] { tv.player().Report(kPlayers[1], 137, 1000, 600000, false); },
     };
     for (const std::function<void()>& service : services) {
         // The library can't be unloaded under its own feet, so the unloading comes after the callback.

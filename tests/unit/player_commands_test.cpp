@@ -1,0 +1,291 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "tests/support/page.h"
+
+namespace {
+
+using test::Text;
+using Lines = std::vector<std::string>;
+
+constexpr char kTrue[] = R"({"code":0,"data":true})";
+constexpr char kFalse[] = R"({"code":0,"data":false})";
+constexpr char kInvalid[] =
+    R"({"code":26,"data":false,"errorMessage":"Parameter is invalid","errorName":"InvalidValuesError"})";
+constexpr char kNotSupported[] =
+    R"({"code":9,"data":null,"errorMessage":"Command no recognized","errorName":"NotSupportedError"})";
+
+/// A command before any "Init", what the player service answers, what it was asked, and the reply.
+struct Case {
+    const char* request;
+    std::vector<const char*> answers;  ///< of the verb, without its beginning
+    Lines calls;
+    const char* reply;
+};
+
+TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
+{
+    // clang-format off
+    const Case cases[] = {
+        {R"({"command":"Play"})",   {R"("BmsPlay","result":0)"},    {"BmsPlay [-1] -> 0"},    kTrue},
+        {R"({"command":"Play"})",   {R"("BmsPlay","result":1)"},    {"BmsPlay [-1] -> 1"},    kFalse},
+        {R"({"command":"Play"})",   {},                             {"BmsPlay [-1] -> -1"},   kFalse},
+        {R"({"command":"Pause"})",  {R"("BmsPause","result":0)"},   {"BmsPause [-1] -> 0"},   kTrue},
+        {R"({"command":"Pause"})",  {R"("BmsPause","result":-7)"},  {"BmsPause [-1] -> -7"},  kFalse},
+        {R"({"command":"Resume"})", {R"("BmsResume","result":0)"},  {"BmsResume [-1] -> 0"},  kTrue},
+        {R"({"command":"Resume"})", {R"("BmsResume","result":-7)"}, {"BmsResume [-1] -> -7"}, kFalse},
+        {R"({"command":"Stop"})",   {R"("BmsStop","result":0)"},    {"BmsStop [-1] -> 0"},    kTrue},
+        {R"({"command":"Stop"})",   {R"("BmsStop","result":-7)"},   {"BmsStop [-1] -> -7"},   kFalse},
+
+        {R"({"command":"Seek","sec":90})",          {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,90000] -> 0"},       kTrue},
+        {R"({"command":"Seek","sec":0})",           {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
+        {R"({"command":"Seek","sec":-4})",          {R"("BmsSeek","result":2)"}, {"BmsSeek [-1,-4000] -> 2"},       kFalse},
+        {R"({"command":"Seek","sec":3.9})",         {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,3000] -> 0"},        kTrue},
+        {R"({"command":"Seek","sec":"90"})",        {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
+        {R"({"command":"Seek","sec":null})",        {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
+        {R"({"command":"Seek","sec":2147484})",     {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,2147483647] -> 0"},  kTrue},
+        {R"({"command":"Seek","sec":-2147483648})", {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,-2147483648] -> 0"}, kTrue},
+        {R"({"command":"Seek"})",                   {},                          {},                                kInvalid},
+
+        {R"({"command":"JumpForward","sec":10})",
+         {R"("BmsGetPlayTime","out":[20000])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [20000]", "BmsSeek [-1,30000] -> 0"}, kTrue},
+        {R"({"command":"JumpForward","sec":-5})",
+         {R"("BmsGetPlayTime","out":[20000])", R"("BmsSeek","result":3)"},
+         {"BmsGetPlayTime [-1] -> 0 out [20000]", "BmsSeek [-1,15000] -> 3"}, kFalse},
+        {R"({"command":"JumpForward","sec":2147483647})",
+         {R"("BmsGetPlayTime","out":[2147483647])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [2147483647]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
+        // The call failed, but the play time is there; and the other way round.
+        {R"({"command":"JumpForward","sec":1})",
+         {R"("BmsGetPlayTime","result":-1,"out":[0])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> -1 out [0]", "BmsSeek [-1,1000] -> 0"}, kTrue},
+        {R"({"command":"JumpForward","sec":1})",
+         {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
+        {R"({"command":"JumpForward"})", {}, {}, kInvalid},
+
+        {R"({"command":"JumpBackward","sec":10})",
+         {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,-6000] -> 0"}, kTrue},
+        {R"({"command":"JumpBackward","sec":-2147483648})",
+         {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
+        {R"({"command":"JumpBackward","sec":1})",
+         {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
+        {R"({"command":"JumpBackward"})", {}, {}, kInvalid},
+
+        {R"({"command":"PasueLive"})", {}, {}, kFalse},
+        {R"({"command":"PauseLive"})", {}, {}, kNotSupported},
+        {R"({"command":"play"})",      {}, {}, kNotSupported},
+        {R"({"command":"Play "})",     {}, {}, kNotSupported},
+        {R"({"command":""})",          {}, {}, kNotSupported},
+        {R"({"command":"GetPlayerWindowID"})", {}, {}, R"({"code":0,"data":0})"},
+
+        {R"({"command":"ResumeLive","reason":"user"})", {R"("BmsResumeLive","result":0)"},  {"BmsResumeLive [-1] -> 0"},  kTrue},
+        {R"({"command":"ResumeLive","reason":" "})",    {R"("BmsResumeLive","result":-1)"}, {"BmsResumeLive [-1] -> -1"}, kFalse},
+        {R"({"command":"ResumeLive","reason":""})", {}, {}, kInvalid},
+        {R"({"command":"ResumeLive","reason":7})",  {}, {}, kInvalid},
+        {R"({"command":"ResumeLive"})",             {}, {}, kInvalid},
+
+        {R"({"command":"SetDisplayRect","x":0,"y":0,"width":1920,"height":1080})",
+         {R"("BmsSetVideoPosition","result":0)"}, {"BmsSetVideoPosition [-1,0,0,1920,1080] -> 0"}, kTrue},
+        {R"({"command":"SetDisplayRect","x":-1,"y":2,"width":0,"height":-4})",
+         {R"("BmsSetVideoPosition","result":1)"}, {"BmsSetVideoPosition [-1,-1,2,0,-4] -> 1"}, kFalse},
+        {R"({"command":"SetDisplayRect","y":0,"width":1,"height":1})", {}, {}, kInvalid},
+        {R"({"command":"SetDisplayRect","x":0,"width":1,"height":1})", {}, {}, kInvalid},
+        {R"({"command":"SetDisplayRect","x":0,"y":0,"height":1})",     {}, {}, kInvalid},
+        {R"({"command":"SetDisplayRect","x":0,"y":0,"width":1})",      {}, {}, kInvalid},
+
+        {R"({"command":"Init","url":"","timeOffset":0})",   {}, {}, kInvalid},
+        {R"({"command":"Init","url":7,"timeOffset":0})",    {}, {}, kInvalid},
+        {R"({"command":"Init","timeOffset":0})",            {}, {}, kInvalid},
+        {R"({"command":"Init","url":"film"})",              {}, {}, kInvalid},
+    };
+    // clang-format on
+    test::Page page;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.request);
+        for (const char* answer : c.answers)
+            page.Do(std::string(R"({"tv":"answer","call":)") + answer + "}");
+        test::Calls calls;
+        EXPECT_EQ(Text(page.Await(c.request)), c.reply);
+        EXPECT_EQ(calls.Take(), c.calls);
+        page.Do(R"({"tv":"restore"})");
+    }
+}
+
+std::string Created(const std::string& type_and_offset, const std::string& drm, int id)
+{
+    return R"(BmsCreatePlayer ["film","application/dash+xml",)" + type_and_offset + "," + drm +
+           "] -> 0 out [" + std::to_string(id) + "]";
+}
+
+constexpr char kNoDrm[] = R"({"drmData":"","drmOp":"","drmType":""})";
+
+TEST(PlayerCommands, InitUsesRightsOnlyWhenBothTextsAreThere)
+{
+    struct Value {
+        const char* json;  ///< null: the key is absent
+        const char* text;  ///< null: it is no string
+    };
+    constexpr Value kTypes[] = {{nullptr, nullptr}, {R"("type")", "type"}, {R"("")", ""}, {"7", nullptr}};
+    constexpr Value kData[] = {{nullptr, nullptr}, {R"("<a/>")", "<a/>"}, {R"("")", ""}, {"null", nullptr}};
+    test::Page page;
+    int id = 0;
+    for (const Value& type : kTypes) {
+        for (const Value& data : kData) {
+            std::string request = R"({"command":"Init","url":"film","timeOffset":12)";
+            if (type.json != nullptr)
+                request += std::string(R"(,"drmType":)") + type.json;
+            if (data.json != nullptr)
+                request += std::string(R"(,"drmData":)") + data.json;
+            request += "}";
+            SCOPED_TRACE(request);
+            std::string drm = kNoDrm;
+            if (type.text != nullptr && data.text != nullptr) {
+                drm = std::string(R"({"drmData":")") + data.text +
+                      R"(","drmOp":"SetProperties","drmType":")" + type.text + R"("})";
+            }
+            test::Calls calls;
+            EXPECT_EQ(Text(page.Await(request)), kTrue);
+            ++id;
+            EXPECT_EQ(calls.Take(),
+                      (Lines{Created("12,0", drm, id), "BmsSetCallback [" + std::to_string(id) + "] -> 0"}));
+        }
+    }
+}
+
+TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
+{
+    test::Page page;
+    test::Calls calls;
+    page.Await(R"({"command":"Init","url":"film","timeOffset":"x","playerType":3})");
+    page.Await(R"({"command":"Init","url":"film","timeOffset":-1,"playerType":null})");
+    EXPECT_EQ(Text(page.Await(R"({"command":"Play"})")), kTrue);
+    EXPECT_EQ(calls.Take(),
+              (Lines{Created("0,3", kNoDrm, 1), "BmsSetCallback [1] -> 0", Created("-1,0", kNoDrm, 2),
+                     "BmsSetCallback [2] -> 0", "BmsPlay [2] -> 0"}));
+
+    // A failed creation registers nothing; the id that the service wrote, if any, stays.
+    page.Do(R"({"tv":"answer","call":"BmsCreatePlayer","result":-1,"times":1})");
+    page.Do(R"({"tv":"answer","call":"BmsCreatePlayer","result":4,"out":[77],"times":1})");
+    EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
+    page.Await(R"({"command":"Pause"})");
+    EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
+    page.Await(R"({"command":"Pause"})");
+    Lines lines = calls.Take();
+    lines.erase(std::remove_if(lines.begin(), lines.end(),
+                               [](const std::string& line) { return line.find("Create") != line.npos; }),
+                lines.end());
+    EXPECT_EQ(lines, (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
+
+    // All players that were created are withdrawn, the plug-in's fixed id before them.
+    page.Close();
+    lines = calls.Take();
+    EXPECT_EQ(
+        Lines(lines.end() - 3, lines.end()),
+        (Lines{"BmsUnSetCallback [101] -> -1", "BmsUnSetCallback [1] -> 0", "BmsUnSetCallback [2] -> 0"}));
+}
+
+TEST(PlayerCommands, LogUnderTheirOwnTag)
+{
+    struct LogCase {
+        const char* request;
+        const char* answer;  ///< null: none
+        Lines lines;         ///< behind those of the recognition, which are the same for every command
+    };
+    // clang-format off
+    const LogCase cases[] = {
+        {R"({"command":"Init","url":"film","timeOffset":-1,"playerType":2,"drmType":"t","drmData":"d"})", nullptr,
+         {"6 InitializeBMS: [BMSAdaptor::InitializeBMS] start command",
+          "3 InitializeBMS: [InitializeBMS]playerType 2",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] m_url: film, timeOffset: 4294967295, bProgram : 2",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] drmType: t, drmOp: SetProperties, drmData : d",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] BmsCreatePlayer START ",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback bResult : 1, playerId : 1 ",
+          "6 SetCallback: [BmsEventHandler::SetCallback] is called - playerId:[1]",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback done",
+          "3 InitializeBMS: [InitializeBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Init","url":"film","timeOffset":0})", R"("BmsCreatePlayer","result":-1)",
+         {"6 InitializeBMS: [BMSAdaptor::InitializeBMS] start command",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] m_url: film, timeOffset: 0, bProgram : 0",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] BmsCreatePlayer START ",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback bResult : 0, playerId : 1 ",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback fail",
+          "3 InitializeBMS: [InitializeBMS](N) PP_INVALID_VALUES_ERR"}},
+        {R"({"command":"Play"})", nullptr,
+         {"3 PlayBMS: [BMSAdaptor::PlayBMS] start command", "3 PlayBMS: [PlayBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Pause"})", nullptr,
+         {"3 PauseBMS: [BMSAdaptor::PauseBMS] start command", "3 PauseBMS: [PauseBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Resume"})", nullptr,
+         {"3 ResumeBMS: [BMSAdaptor::ResumeBMS] start command", "3 ResumeBMS: [ResumeBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Stop"})", nullptr,
+         {"6 StopBMS: [BMSAdaptor::StopBMS] start command", "3 StopBMS: [StopBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Seek","sec":90})", nullptr,
+         {"6 SeekBMS: [BMSAdaptor::SeekBMS] start command", "6 SeekBMS: [BMSAdaptor::SeekBMS] sec: 90",
+          "3 SeekBMS: [SeekBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"Seek"})", nullptr,
+         {"6 SeekBMS: [BMSAdaptor::SeekBMS] start command", "3 SeekBMS: [SeekBMS](N) PP_INVALID_VALUES_ERR"}},
+        {R"({"command":"JumpForward","sec":9})", nullptr,
+         {"6 JumpForwardBMS: [BMSAdaptor::JumpForwardBMS] start command",
+          "6 JumpForwardBMS: [MSAdaptor::JumpForwardBMS] sec:[9]",
+          "3 JumpForwardBMS: [JumpForwardBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"JumpBackward","sec":9})", nullptr,
+         {"6 JumpBackwradBMS: [BMSAdaptor::JumpBackwradBMS] start command",
+          "6 JumpBackwradBMS: [BMSAdaptor::JumpBackwradBMS] sec: 9",
+          "3 JumpBackwradBMS: [JumpBackwradBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"PasueLive"})", nullptr,
+         {"6 PauseLiveBMS: [BMSAdaptor::PauseLiveBMS] start command",
+          "3 PauseLiveBMS: [PauseLiveBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"ResumeLive","reason":""})", nullptr,
+         {"6 ResumeLiveBMS: [BMSAdaptor::ResumeLiveBMS] start command",
+          "6 ResumeLiveBMS: [BMSAdaptor::ResumeLiveBMS] m_reason:[]",
+          "3 ResumeLiveBMS: [ResumeLiveBMS](N) PP_INVALID_VALUES_ERR"}},
+        {R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})", nullptr,
+         {"6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] start command",
+          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] x: 1",
+          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] y: 2",
+          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] width: 3",
+          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] height: 4",
+          "3 SetDisplayRectBMS: [SetDisplayRectBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"GetPlayerWindowID"})", nullptr,
+         {"6 GetPlayerWindowIDBMS: [BMSAdaptor::GetPlayerWindowIDBMS] start command",
+          "3 GetPlayerWindowIDBMS: [GetPlayerWindowIDBMS](N) PP_STATUS_SUCCESS"}},
+        {R"({"command":"GetVersion"})", nullptr,
+         {"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -BMS doesn't care about:[GetVersion]"}},
+    };
+    // clang-format on
+    const std::regex number(R"(\]\(\d+\))");
+    test::Page page;
+    for (const LogCase& c : cases) {
+        SCOPED_TRACE(c.request);
+        if (c.answer != nullptr)
+            page.Do(std::string(R"({"tv":"answer","call":)") + c.answer + "}");
+        test::Log log;
+        page.Await(c.request);
+        Lines lines;
+        for (const std::string& line : log.Take()) {
+            const bool is_report =
+                line.find(" ZLP_BASE Callback") != line.npos || line.find(" ZLP_BASE Event") != line.npos;
+            if (is_report || line.find(" ZLP_BASE ") == line.npos)
+                continue;
+            ASSERT_EQ(line.substr(0, 2), "0/");
+            std::string rest = line.substr(2);
+            rest.erase(rest.find("ZLP_BASE "), 9);
+            lines.push_back(std::regex_replace(rest, number, "](N)"));
+        }
+        Lines expected{"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp is called",
+                       "6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -command:[" +
+                           test::J(c.request)["command"].asString() + "]"};
+        expected.insert(expected.end(), c.lines.begin(), c.lines.end());
+        EXPECT_EQ(lines, expected);
+        page.Do(R"({"tv":"restore"})");
+    }
+}
+
+}  // namespace

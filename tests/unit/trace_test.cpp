@@ -1,0 +1,357 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/page.h"
+#include "tv/tv.h"
+#include "tvhost/trace_file.h"
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+/// "BMSAdaptor::PlayBMS" of a signature.
+std::string Operation(const std::string& signature)
+{
+    const std::string head = signature.substr(0, signature.find('('));
+    return head.substr(head.rfind(' ') + 1);
+}
+
+/// Tracing is on as long as this object lives; it keeps what was collected.
+class Tracing {
+  public:
+    explicit Tracing(unsigned capture = HT_CAPTURE_IMMEDIATE)
+    {
+        tv::Tv::Get().tracer().Start(
+            [this](const tv::TracedScope& scope) {
+                const std::lock_guard lock(mutex_);
+                scopes_.push_back(scope);
+            },
+            capture);
+    }
+    ~Tracing() { tv::Tv::Get().tracer().Stop(); }
+
+    std::vector<tv::TracedScope> Take()
+    {
+        const std::lock_guard lock(mutex_);
+        return std::exchange(scopes_, {});
+    }
+    /// Each scope as its operation and values, deferred ones marked: `BMSAdaptor::SeekBMS "a" 1 later:true`.
+    Lines TakeLines()
+    {
+        Lines lines;
+        for (const tv::TracedScope& scope : Take()) {
+            std::string line = Operation(scope.signature);
+            for (const tv::TracedScope::Value& value : scope.values) {
+                const Json::Value json =
+                    std::visit([](const auto& v) { return Json::Value(v); }, value.value);
+                line += (value.deferred ? " later:" : " ") + test::Text(json);
+            }
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::vector<tv::TracedScope> scopes_;  // guarded by mutex_
+};
+
+TEST(Tracing, RecordsTheScopesOfASession)
+{
+    struct Step {
+        const char* line;  ///< a command, or a verb of the TV
+        Lines scopes;      ///< inner ones close first
+    };
+    const std::string imp = "BMSAdaptor::HandleBlockingMessageImp ";
+    const auto report = [](const std::string& event, const std::string& of_event, int type) {
+        Lines lines{"BmsEventHandler::" + event + ' ' + of_event};
+        if (type == 32 || type == 131)
+            lines.push_back("BmsEventHandler::" + event + " 40");
+        lines.push_back("BmsEventHandler::CallbackHandler 101 " + std::to_string(type));
+        lines.emplace_back("BmsEventHandler::CallbackFunction 101");
+        return lines;
+    };
+    const Step steps[] = {
+        {R"({"command":"RegisterEvent","event":90001})",
+         {imp + R"("RegisterEvent")", "BmsEventHandler::SetCallback 101", "BMSAdaptor::SetCallBack 101",
+          "BMSAdaptor::RegisterSendEvent 101"}},
+        {R"({"command":"Play"})", {imp + R"("Play")"}},
+        {R"({"command":"Seek","sec":1})", {imp + R"("Seek")"}},
+        {R"({"command":"ResumeLive","reason":"back"})",
+         {R"(BMSAdaptor::ResumeLiveBMS "back")", imp + R"("ResumeLive")"}},
+        {R"({"command":"ResumeLive","reason":""})",
+         {R"(BMSAdaptor::ResumeLiveBMS "")", imp + R"("ResumeLive")"}},
+        {R"({"command":"ResumeLive"})", {imp + R"("ResumeLive")"}},
+        {R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":-4})",
+         {"BMSAdaptor::SetDisplayRectBMS false", "BMSAdaptor::SetDisplayRectBMS 1 2 3 -4",
+          imp + R"("SetDisplayRect")"}},
+        {R"({"command":"Init","url":"","timeOffset":7})",
+         {R"(BMSAdaptor::InitializeBMS "" 7 0)", imp + R"("Init")"}},
+        {R"({"command":"Init","timeOffset":7})", {imp + R"("Init")"}},
+        {R"({"command":"nothing"})", {imp + R"("nothing")"}},
+        {R"({"command":7})", {}},
+        {R"({"tv":"report","player":101,"type":32,"value1":40})",
+         report("EventInitComplete", R"("40<BMS_PLAYER-0.5" "")", 32)},
+        {R"({"tv":"report","player":101,"type":131,"value1":40})",
+         report("EventBuffering", R"("40" "")", 131)},
+        {R"({"tv":"report","player":101,"type":137,"value1":1,"value2":2})",
+         report("EventCurrentPosition", R"("1" "2")", 137)},
+        {R"({"tv":"report","player":101,"type":33})", report("EventPauseComplete", R"("" "")", 33)},
+        {R"({"tv":"report","player":101,"type":99})",
+         {"BmsEventHandler::CallbackHandler 101 99", "BmsEventHandler::CallbackFunction 101"}},
+        {R"({"tv":"report","player":101,"type":33,"user":null})", {"BmsEventHandler::CallbackFunction 101"}},
+        {R"({"tv":"answer","call":"BmsCreatePlayer","result":0,"out":[5]})", {}},
+        {R"({"command":"Init","url":"film","timeOffset":7,"playerType":2})",
+         {"BmsEventHandler::SetCallback 5", "BMSAdaptor::InitializeBMS true 5",
+          R"(BMSAdaptor::InitializeBMS "film" 7 2)", imp + R"("Init")"}},
+    };
+    Tracing tracing;
+    test::Page page;
+    for (const Step& step : steps) {
+        SCOPED_TRACE(step.line);
+        if (test::J(step.line).isMember("tv"))
+            page.Do(step.line);
+        else
+            page.Await(step.line);
+        EXPECT_EQ(tracing.TakeLines(), step.scopes);
+    }
+    page.TakeMessages();
+    page.Close();
+    EXPECT_EQ(tracing.TakeLines(), Lines{"BMSAdaptor::Destory 101"});
+}
+
+TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
+{
+    struct Case {
+        unsigned settings;
+        const char* rect;     ///< scope of four numbers
+        const char* placed;   ///< scope of one truth value
+        const char* command;  ///< scope of one text
+        std::size_t types;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {0,                                           "SetDisplayRectBMS 2 3 4",           "SetDisplayRectBMS",                  "HandleBlockingMessageImp", 0},
+        {HT_CAPTURE_IMMEDIATE,                        "SetDisplayRectBMS 1 2 3 4",         "SetDisplayRectBMS false",            "HandleBlockingMessageImp \"SetDisplayRect\"", 0},
+        {HT_CAPTURE_DEFERRED,                         "SetDisplayRectBMS 2 3 4 later:1",   "SetDisplayRectBMS later:false",      "HandleBlockingMessageImp later:\"SetDisplayRect\"", 0},
+        {HT_CAPTURE_IMMEDIATE | HT_CAPTURE_DEFERRED,  "SetDisplayRectBMS 1 2 3 4 later:1", "SetDisplayRectBMS false later:false", "HandleBlockingMessageImp \"SetDisplayRect\" later:\"SetDisplayRect\"", 0},
+        {HT_RECORD_TYPES,                             "SetDisplayRectBMS 2 3 4",           "SetDisplayRectBMS",                  "HandleBlockingMessageImp", 1},
+        {HT_RECORD_TYPES | HT_CAPTURE_IMMEDIATE,      "SetDisplayRectBMS 1 2 3 4",         "SetDisplayRectBMS false",            "HandleBlockingMessageImp \"SetDisplayRect\"", 1},
+    };
+    // clang-format on
+    test::Page page;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.settings);
+        const auto place = [&] {
+            page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
+        };
+        {
+            Tracing tracing(c.settings);
+            place();
+            EXPECT_EQ(tracing.TakeLines(),
+                      (Lines{std::string("BMSAdaptor::") + c.placed, std::string("BMSAdaptor::") + c.rect,
+                             std::string("BMSAdaptor::") + c.command}));
+        }
+        Tracing tracing(c.settings);
+        place();
+        const std::vector<tv::TracedScope> scopes = tracing.Take();
+        ASSERT_EQ(scopes.size(), 3U);
+        const std::pair<std::string, std::size_t> types[] = {
+            {"bool", 1}, {"int", 4}, {ht::TSDemangler::Demangle(typeid(std::string).name()), 16383}};
+        for (std::size_t i = 0; i < scopes.size(); ++i) {
+            ASSERT_EQ(scopes[i].types.size(), c.types);
+            for (const tv::TracedScope::Type& type : scopes[i].types) {
+                EXPECT_EQ(type.name, types[i].first);
+                EXPECT_EQ(type.size, types[i].second);
+                EXPECT_EQ(type.settings, c.settings);
+            }
+        }
+    }
+    EXPECT_EQ(ht::TSDemangler::Demangle("no mangled name"), "no mangled name");
+}
+
+TEST(Tracing, DescribesWhereAndWhenAScopeWas)
+{
+    Tracing tracing;
+    test::Page page;
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
+    page.TakeMessages();
+    std::map<std::string, std::set<std::uint32_t>> points;
+    std::map<std::string, std::set<std::string>> threads;
+    const tv::TracedScope* outer = nullptr;
+    const tv::TracedScope* inner = nullptr;
+    const std::vector<tv::TracedScope> scopes = tracing.Take();
+    for (const tv::TracedScope& scope : scopes) {
+        const std::string operation = Operation(scope.signature);
+        points[operation].insert(scope.point);
+        threads[operation].insert(scope.thread_name);
+        EXPECT_GT(scope.thread, 0);
+        EXPECT_GT(scope.line, 0);
+        EXPECT_GE(scope.start.count(), 0);
+        EXPECT_EQ(std::filesystem::path(scope.file).filename(),
+                  operation.substr(0, 3) == "BMS" ? "BmsAdaptor.cpp" : "BmsEventHandler.cpp");
+        if (operation == "BMSAdaptor::InitializeBMS")
+            inner = &scope;
+        if (operation == "BMSAdaptor::HandleBlockingMessageImp")
+            outer = &scope;
+    }
+    // One number a point, however often it is passed; two points in one operation have two.
+    EXPECT_EQ(points["BMSAdaptor::HandleBlockingMessageImp"].size(), 1U);
+    EXPECT_EQ(points["BMSAdaptor::InitializeBMS"].size(), 2U);
+    EXPECT_EQ(points["BmsEventHandler::CallbackFunction"].count(0), 0U);
+    EXPECT_EQ(threads["BmsEventHandler::CallbackFunction"], std::set<std::string>{"tv.player"});
+    EXPECT_EQ(threads["BMSAdaptor::InitializeBMS"].count("tv.player"), 0U);
+    EXPECT_EQ(scopes.front().signature,
+              "bool BMSAdaptor::HandleBlockingMessageImp(const pp::Var&, pp::Var&)");
+    ASSERT_TRUE(inner != nullptr && outer != nullptr);
+    EXPECT_EQ(inner->thread, outer->thread);
+    EXPECT_LE(outer->start, inner->start);
+    EXPECT_GE(outer->start + outer->duration, inner->start + inner->duration);
+}
+
+TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
+{
+    test::Page page;
+    page.Await(R"({"command":"Play"})");
+    auto tracing = std::make_unique<Tracing>();
+    EXPECT_EQ(tracing->TakeLines(), Lines());
+    // The platform call is made inside the command's scope: what is open when tracing ends is dropped, and
+    // not taken for one of the next tracing either.
+    const auto listening = tv::Tv::Get().journal().ListenToCalls([&](const tv::CallRecord&) {
+        tracing.reset();
+        tracing = std::make_unique<Tracing>();
+    });
+    page.Await(R"({"command":"Play"})");
+    EXPECT_EQ(tracing->TakeLines(), Lines());
+    page.Await(R"({"command":"GetPlayerWindowID"})");
+    EXPECT_EQ(tracing->TakeLines(), Lines{R"(BMSAdaptor::HandleBlockingMessageImp "GetPlayerWindowID")"});
+}
+
+/// A file that is gone when the test is over.
+class TemporaryFile {
+  public:
+    TemporaryFile()
+    {
+        std::string name = std::filesystem::temp_directory_path() / "zelumo-trace-XXXXXX";
+        const int descriptor = mkstemp(name.data());
+        EXPECT_GE(descriptor, 0);
+        close(descriptor);
+        path_ = name;
+    }
+    ~TemporaryFile() { std::filesystem::remove(path_); }
+    const std::filesystem::path& path() const { return path_; }
+    Json::Value Read() const
+    {
+        std::ifstream file(path_);
+        return test::J(std::string(std::istreambuf_iterator<char>(file), {}));
+    }
+
+  private:
+    std::filesystem::path path_;
+};
+
+/// The complete events of a trace as `thread: operation {args}`, the place in the source left out.
+Lines Events(const Json::Value& trace)
+{
+    std::map<int, std::string> threads;
+    Lines lines;
+    for (Json::Value event : trace) {
+        if (event["ph"] == "M" && event["name"] == "thread_name")
+            threads[event["tid"].asInt()] = event["args"]["name"].asString();
+        if (event["ph"] != "X")
+            continue;
+        EXPECT_TRUE(event["ts"].isNumeric() && event["dur"].isNumeric() && event["pid"].isInt());
+        event["args"].removeMember("source");
+        lines.push_back(threads[event["tid"].asInt()] + ": " + Operation(event["name"].asString()) + ' ' +
+                        test::Text(event["args"]));
+    }
+    return lines;
+}
+
+TEST(TraceFile, HoldsOneEventAScope)
+{
+    const TemporaryFile file;
+    {
+        host::TraceFile trace(file.path());
+        test::Page page;
+        page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
+        page.Await(R"({"command":"ResumeLive","reason":"\"\\\n\u00e9"})");
+        page.Close();
+        trace.Finish();
+        page.Open();
+        page.Await(R"({"command":"Play"})");
+    }
+    const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
+    EXPECT_EQ(Events(file.Read()),
+              (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
+                     worker + R"(SetDisplayRectBMS {"value1":1,"value2":2,"value3":3,"value4":4})",
+                     worker + R"(HandleBlockingMessageImp {"value1":"SetDisplayRect"})",
+                     worker + "ResumeLiveBMS {\"value1\":\"\\\"\\\\\\n\u00e9\"}",
+                     worker + R"(HandleBlockingMessageImp {"value1":"ResumeLive"})",
+                     worker + R"(Destory {"value1":101})"}));
+}
+
+TEST(TraceFile, IsWholeWithoutAnyScope)
+{
+    const TemporaryFile file;
+    host::TraceFile(file.path()).Finish();
+    EXPECT_EQ(file.Read(), Json::Value(Json::arrayValue));
+}
+
+TEST(TraceFile, SaysWhenItCantBeWritten)
+{
+    EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
+    host::TraceFile full("/dev/full");
+    EXPECT_THROW(full.Finish(), host::TraceError);
+}
+
+TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
+{
+    const TemporaryFile file;
+    std::array<int, 2> to_program{};
+    std::array<int, 2> from_program{};
+    ASSERT_EQ(pipe(to_program.data()), 0);
+    ASSERT_EQ(pipe(from_program.data()), 0);
+    const std::string program = test::PluginPath().parent_path().parent_path() / "bin" / "zelumo-tv";
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(to_program[0], STDIN_FILENO);
+        dup2(from_program[1], STDOUT_FILENO);
+        execl(program.c_str(), "zelumo-tv", "--trace", file.path().c_str(), "script", "-", nullptr);
+        _exit(127);
+    }
+    close(to_program[0]);
+    close(from_program[1]);
+    const std::string line = R"({"await":{"command":"GetPlayerWindowID"}})"
+                             "\n";
+    ASSERT_EQ(write(to_program[1], line.data(), line.size()), static_cast<ssize_t>(line.size()));
+    char answer = 0;
+    while (read(from_program[0], &answer, 1) == 1 && answer != '\n') {
+    }
+    kill(child, SIGINT);
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status)) << status;
+    close(to_program[1]);
+    close(from_program[0]);
+    EXPECT_EQ(
+        Events(file.Read()),
+        (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"GetPlayerWindowID"})",
+               R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
+}
+
+}  // namespace
