@@ -23,6 +23,7 @@ void Tv::Load(const TvConfig& config)
     tv_service_.Load(shared);
     content_.Load(shared);
     settings_.Load(config.settings);
+    player_.SetStreams(config.streams);
     ExtensionConfig extension;
     extension.embedder = config.extension.embedder_name;
     extension.extension_info = config.extension.extension_info;

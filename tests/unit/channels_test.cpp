@@ -108,7 +108,8 @@ class Channels : public testing::Test {
     {
         Lines lines;
         for (const std::string& line : log_.Take()) {
-            if (line.find("HandleBlockingMessageImpl") == std::string::npos)
+            if (line.find(" zelumo-pepper ") != std::string::npos &&
+                line.find("HandleBlockingMessageImpl") == std::string::npos)
                 lines.push_back(line.substr(0, 3) + line.substr(line.find(' ', 4)));
         }
         return lines;

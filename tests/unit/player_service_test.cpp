@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Text;
-using tv::StreamInfo;
+using tv::StreamFault;
 
 /// A player service with a clock of its own, and one client of its reports.
 class Service {
@@ -183,7 +183,7 @@ TEST(PlayerService, RefusesASeekOutsideTheStream)
 TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 {
     Service service;
-    service->SetStreams({{"slow", 60s, false, 2s, StreamInfo::Fault::None}});
+    service->SetStreams({{"slow", 60s, false, 2s, StreamFault::None}});
     Walk(service, service.Create("slow", 10),
          {
              {"play", true, "131", "buffering 10000/60000"},
@@ -219,8 +219,8 @@ TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
 {
     Service service;
-    service->SetStreams({{"now*", 60s, true, 0ms, StreamInfo::Fault::None},
-                         {"slow", 60s, true, 2s, StreamInfo::Fault::None}});
+    service->SetStreams(
+        {{"now*", 60s, true, 0ms, StreamFault::None}, {"slow", 60s, true, 2s, StreamFault::None}});
     Walk(service, service.Create("now"),
          {
              {"pass 5000", true, "", "created 65000/65000"},
@@ -243,7 +243,7 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
          });
     // With an offset it starts there; buffering does not keep a player from the edge.
     Service other;
-    other->SetStreams({{"slow", 60s, true, 2s, StreamInfo::Fault::None}});
+    other->SetStreams({{"slow", 60s, true, 2s, StreamFault::None}});
     Walk(other, other.Create("slow", 7),
          {
              {"play", true, "131", "buffering 7000/60000"},
@@ -295,9 +295,9 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
     };
     Service service;
     check(service, by_default);
-    service->SetStreams({{"a*b", 1s, false, 0ms, StreamInfo::Fault::None},
-                         {"x", 2s, false, 0ms, StreamInfo::Fault::None},
-                         {"a*c*e", 0s, false, 0ms, StreamInfo::Fault::NotFound}});
+    service->SetStreams({{"a*b", 1s, false, 0ms, StreamFault::None},
+                         {"x", 2s, false, 0ms, StreamFault::None},
+                         {"a*c*e", 0s, false, 0ms, StreamFault::Missing}});
     check(service, with_patterns);
 }
 

@@ -12,11 +12,11 @@ constexpr Player::Time kAll{100};  // percent
 
 }  // namespace
 
-Player::Player(StreamInfo stream, Time offset, Time now, Reporter report)
+Player::Player(StreamConfig stream, Time offset, Time now, Reporter report)
     : stream_(std::move(stream)),
       created_(now),
       report_(std::move(report)),
-      state_(stream_.fault == StreamInfo::Fault::None ? State::Created : State::Failed),
+      state_(stream_.fault == StreamFault::None ? State::Created : State::Failed),
       position_(std::clamp(offset, Time(0), stream_.duration)),
       at_edge_(stream_.live && offset <= Time(0))
 {}
@@ -26,11 +26,11 @@ void Player::Announce()
     if (std::exchange(announced_, true))
         return;
     switch (stream_.fault) {
-        case StreamInfo::Fault::None:
+        case StreamFault::None:
             return report_(BMS_EVENT_INIT_COMPLETE, kNone, kNone);
-        case StreamInfo::Fault::NotFound:
+        case StreamFault::Missing:
             return report_(BMS_EVENT_FILE_NOT_FOUND, kNone, kNone);
-        case StreamInfo::Fault::Error:
+        case StreamFault::Broken:
             return report_(BMS_EVENT_ERROR, kNone, kNone);
     }
 }

@@ -4,36 +4,24 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 
 #include "player-service/bms.h"
+#include "tv/tv_config.h"
 
 namespace tv {
-
-/// What plays under an address.
-struct StreamInfo {
-    using Time = std::chrono::milliseconds;
-    enum class Fault { None, NotFound, Error };
-
-    std::string pattern;  ///< of whole addresses; * stands for any text, the empty one included
-    Time duration{0};     ///< of a live stream: how much of it there was when its player was created
-    bool live = false;    ///< the stream grows as playing time passes, and never ends
-    Time buffer{0};       ///< how long buffering takes, at the start and after each seek
-    Fault fault = Fault::None;
-};
 
 /// One player: what state it is in, where its stream stands, and what it has to report. It knows the time
 /// only as it is told, so whoever holds it calls OnTime when NextTime has come. Times are playing time.
 /// Commands give false, and change nothing, where they make no sense. One thread at a time.
 class Player {
   public:
-    using Time = StreamInfo::Time;
+    using Time = std::chrono::milliseconds;
     enum class State { Created, Buffering, Playing, Paused, Stopped, Ended, Failed };
     /// Receives the reports in their order, from inside the calls that cause them.
     using Reporter = std::function<void(_BmsEvent type, Time value1, Time value2)>;
 
     /// `offset` is where to begin. Of a live stream 0 is the live edge.
-    Player(StreamInfo stream, Time offset, Time now, Reporter report);
+    Player(StreamConfig stream, Time offset, Time now, Reporter report);
 
     /// The first words: that the player is there, or what is wrong with its address. Once.
     void Announce();
@@ -65,7 +53,7 @@ class Player {
     void EndBuffering(Time now);
     Time EndTime() const { return since_ + stream_.duration - position_; }
 
-    const StreamInfo stream_;
+    const StreamConfig stream_;
     const Time created_;
     const Reporter report_;
     bool announced_ = false;

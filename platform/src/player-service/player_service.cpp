@@ -13,16 +13,17 @@ using namespace std::chrono_literals;
 /// Clients register for reports of this id without a player of their own, so no player has it.
 constexpr BmsPlayerId kReservedId = 101;
 
-constexpr Clock::Time kOtherDuration = 1h;
-
-std::vector<StreamInfo> DefaultStreams()
+const std::vector<StreamConfig>& BuiltInStreams()
 {
-    using Fault = StreamInfo::Fault;
-    return {
-        {"*film*", 10min, false, 0ms, Fault::None},  {"*short*", 30s, false, 0ms, Fault::None},
-        {"*live*", 10min, true, 0ms, Fault::None},   {"*missing*", 0ms, false, 0ms, Fault::NotFound},
-        {"*broken*", 0ms, false, 0ms, Fault::Error},
+    static const std::vector<StreamConfig> streams{
+        {"*film*", 10min, false, 0ms, StreamFault::None},
+        {"*short*", 30s, false, 0ms, StreamFault::None},
+        {"*live*", 10min, true, 0ms, StreamFault::None},
+        {"*missing*", 0ms, false, 0ms, StreamFault::Missing},
+        {"*broken*", 0ms, false, 0ms, StreamFault::Broken},
+        {"*", 1h, false, 0ms, StreamFault::None},
     };
+    return streams;
 }
 
 bool Fits(std::string_view pattern, std::string_view text)
@@ -57,7 +58,7 @@ std::int32_t Milliseconds(Clock::Time time)
 }  // namespace
 
 PlayerService::PlayerService(Clock& clock, Deliveries& deliveries)
-    : clock_(clock), deliveries_(deliveries), streams_(DefaultStreams())
+    : clock_(clock), deliveries_(deliveries), streams_(BuiltInStreams())
 {}
 
 PlayerService::~PlayerService()
@@ -70,21 +71,18 @@ PlayerService::~PlayerService()
         thread_.Drain();
 }
 
-void PlayerService::SetStreams(std::vector<StreamInfo> streams)
+void PlayerService::SetStreams(std::vector<StreamConfig> streams)
 {
+    streams.insert(streams.end(), BuiltInStreams().begin(), BuiltInStreams().end());
     const std::lock_guard lock(mutex_);
     streams_ = std::move(streams);
 }
 
-StreamInfo PlayerService::FindStream(const std::string& url) const
+const StreamConfig& PlayerService::FindStream(const std::string& url) const
 {
-    const auto found = std::find_if(streams_.begin(), streams_.end(),
-                                    [&](const StreamInfo& stream) { return Fits(stream.pattern, url); });
-    if (found != streams_.end())
-        return *found;
-    StreamInfo other;
-    other.duration = kOtherDuration;
-    return other;
+    // The last pattern fits everything.
+    return *std::find_if(streams_.begin(), streams_.end(),
+                         [&](const StreamConfig& stream) { return Fits(stream.pattern, url); });
 }
 
 std::optional<BmsPlayerId> PlayerService::Create(const char* url, int offset_seconds)

@@ -13,6 +13,7 @@
 #include "src/player-service/player.h"
 #include "tv/clock.h"
 #include "tv/delivery.h"
+#include "tv/tv_config.h"
 
 namespace tv {
 
@@ -25,9 +26,9 @@ class PLATFORM_API PlayerService {
     PlayerService(Clock& clock, Deliveries& deliveries);
     ~PlayerService();
 
-    /// The streams there are; the first whose pattern fits an address counts. Another address plays for an
-    /// hour. Players that exist keep what they have.
-    void SetStreams(std::vector<StreamInfo> streams);
+    /// The streams there are, before the built-in ones; the first whose pattern fits an address counts.
+    /// Another address plays for an hour. Players that exist keep what they have.
+    void SetStreams(std::vector<StreamConfig> streams);
 
     /// The new player's id, or nothing without an address. An offset outside the stream begins at its
     /// nearer end.
@@ -71,7 +72,7 @@ class PLATFORM_API PlayerService {
     };
     template <typename Command>
     int Do(BmsPlayerId id, Command command);
-    StreamInfo FindStream(const std::string& url) const;
+    const StreamConfig& FindStream(const std::string& url) const;
     void Arm(BmsPlayerId id, Entry& entry);
     void OnAlarm(BmsPlayerId id, unsigned armed);
     std::size_t Deliver(BmsPlayerId id, int type, std::int32_t value1, std::int32_t value2, bool null_user);
@@ -83,7 +84,7 @@ class PLATFORM_API PlayerService {
     /// No callback is called under it.
     mutable std::mutex mutex_;
     // Guarded by mutex_.
-    std::vector<StreamInfo> streams_;
+    std::vector<StreamConfig> streams_;
     std::map<BmsPlayerId, Entry> players_;
     BmsPlayerId next_id_ = 1;
 };
