@@ -191,14 +191,14 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
     page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
     page.TakeMessages();
     std::map<std::string, std::set<std::uint32_t>> points;
-    std::map<std::string, std::set<std::string>> threads;
+    std::map<std::string, std::set<int>> threads;
     const tv::TracedScope* outer = nullptr;
     const tv::TracedScope* inner = nullptr;
     const std::vector<tv::TracedScope> scopes = tracing.Take();
     for (const tv::TracedScope& scope : scopes) {
         const std::string operation = Operation(scope.signature);
         points[operation].insert(scope.point);
-        threads[operation].insert(scope.thread_name);
+        threads[operation].insert(scope.thread);
         EXPECT_GT(scope.thread, 0);
         EXPECT_GT(scope.line, 0);
         EXPECT_GE(scope.start.count(), 0);
@@ -213,8 +213,9 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
     EXPECT_EQ(points["BMSAdaptor::HandleBlockingMessageImp"].size(), 1U);
     EXPECT_EQ(points["BMSAdaptor::InitializeBMS"].size(), 2U);
     EXPECT_EQ(points["BmsEventHandler::CallbackFunction"].count(0), 0U);
-    EXPECT_EQ(threads["BmsEventHandler::CallbackFunction"], std::set<std::string>{"tv.player"});
-    EXPECT_EQ(threads["BMSAdaptor::InitializeBMS"].count("tv.player"), 0U);
+    EXPECT_EQ(threads["BMSAdaptor::InitializeBMS"].size(), 1U);
+    EXPECT_EQ(threads["BmsEventHandler::CallbackFunction"].size(), 1U);
+    EXPECT_NE(threads["BMSAdaptor::InitializeBMS"], threads["BmsEventHandler::CallbackFunction"]);
     EXPECT_EQ(scopes.front().signature,
               "bool BMSAdaptor::HandleBlockingMessageImp(const pp::Var&, pp::Var&)");
     ASSERT_TRUE(inner != nullptr && outer != nullptr);
