@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <boost/locale/utf.hpp>
+#include <charconv>
+#include <iterator>
 #include <memory>
+#include <optional>
 
 namespace host {
 namespace {
@@ -18,6 +21,54 @@ bool IsUtf8(std::string_view text)
             return false;
     }
     return true;
+}
+
+/// The text with U+FFFD for what is no UTF-8.
+std::string WithReplacements(const std::string& text)
+{
+    using Traits = boost::locale::utf::utf_traits<char>;
+    std::string result;
+    for (auto next = text.begin(); next != text.end();) {
+        boost::locale::utf::code_point point = Traits::decode(next, text.end());
+        if (!boost::locale::utf::is_valid_codepoint(point))
+            point = 0xFFFD;
+        Traits::encode(point, std::back_inserter(result));
+    }
+    return result;
+}
+
+/// The code unit of the escape \uXXXX at that place, or nothing.
+std::optional<unsigned> EscapedUnit(std::string_view text, std::size_t at)
+{
+    unsigned unit = 0;
+    if (at + 6 > text.size() || text[at] != '\\' || text[at + 1] != 'u')
+        return std::nullopt;
+    const char* const end = text.data() + at + 6;
+    const auto [stop, error] = std::from_chars(text.data() + at + 2, end, unit, 16);
+    return error == std::errc() && stop == end ? std::optional(unit) : std::nullopt;
+}
+
+/// The text with U+FFFD for every escaped surrogate that has no partner, as a page's engine would pass it.
+std::string WithoutLoneSurrogates(std::string_view text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::optional<unsigned> unit = EscapedUnit(text, i);
+        std::size_t length = unit ? 6 : text[i] == '\\' ? 2 : 1;
+        if (unit && *unit >= 0xD800 && *unit <= 0xDFFF) {
+            const std::optional<unsigned> next = EscapedUnit(text, i + 6);
+            if (*unit <= 0xDBFF && next && *next >= 0xDC00 && *next <= 0xDFFF) {
+                length = 12;
+            } else {
+                result += "\\ufffd";
+                i += length;
+                continue;
+            }
+        }
+        result.append(text.substr(i, length));
+        i += length;
+    }
+    return result;
 }
 
 int Depth(std::string_view text)
@@ -71,6 +122,10 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         throw JsonError("not UTF-8");
     if (Depth(text) > max_depth)
         throw JsonError("nested too deeply");
+    const std::string mended =
+        text.find("\\u") == std::string_view::npos ? std::string() : WithoutLoneSurrogates(text);
+    if (!mended.empty())
+        text = mended;
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["strictRoot"] = false;
@@ -97,7 +152,8 @@ std::string WriteJson(const Json::Value& value)
         settings["emitUTF8"] = true;
         return settings;
     }();
-    return Json::writeString(builder, value);
+    std::string text = Json::writeString(builder, value);
+    return IsUtf8(text) ? text : WithReplacements(text);
 }
 
 std::string WriteJson(const OrderedObject& object)

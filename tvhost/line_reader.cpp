@@ -35,6 +35,8 @@ std::optional<InputLine> LineReader::Next()
 {
     InputLine line;
     bool any = false;
+    if (interrupted_ != nullptr && *interrupted_ != 0)
+        return std::nullopt;
     while (true) {
         if (used_ == buffer_.size() && !Fill()) {
             if (!any)

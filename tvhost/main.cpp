@@ -16,7 +16,9 @@ int main(int argc, char** argv)
     app.set_version_flag("--version", ZELUMO_VERSION);
     app.require_subcommand(0, 1);
     app.fallthrough();
-    app.failure_message(CLI::FailureMessage::simple);
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("zelumo-tv: ") + error.what() + "\n";
+    });
 
     std::string plugin;
     app.add_option("--plugin", plugin, "The plug-in; by default the libzelumo.so beside the program")

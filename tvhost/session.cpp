@@ -64,9 +64,10 @@ void Session::Close()
 {
     OpenInstance();
     instance_.reset();
-    tv::Tv::Get().deliveries().Release();
+    // Before anything more is delivered: what is left would call into the instance that is gone.
     if (const std::size_t left = tv::Tv::Get().DropLeftovers(); left != 0)
         std::fprintf(stderr, "zelumo-tv: %zu subscriptions outlived the instance and were dropped\n", left);
+    tv::Tv::Get().deliveries().Release();
 }
 
 tv::EmbeddedInstance& Session::OpenInstance()

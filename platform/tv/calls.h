@@ -131,32 +131,6 @@ class OutInterface {
     bool written_ = false;
 };
 
-namespace call_detail {
-
-template <typename T>
-Json::Value ResultJson(const T& result)
-{
-    if constexpr (std::is_pointer_v<T>)
-        return result != nullptr ? Json::Value(true) : Json::Value();
-    else
-        return ToJson(result);
-}
-
-template <typename Result, typename Body>
-Result ScriptedResult(const CallInfo& info, const Answer& answer, Body& body)
-{
-    if constexpr (std::is_pointer_v<Result>) {
-        // An interface has one usual value, which its accessor gives without any effect.
-        return answer.result && answer.result->isNull() ? nullptr : body();
-    } else {
-        Result result{};
-        FromJson(answer.result ? *answer.result : info.success, result);
-        return result;
-    }
-}
-
-}  // namespace call_detail
-
 /// One platform call: `args` are what the journal shows (const references or values), `body` does the
 /// work and writes the out arguments, which it shares with `outs`. A scripted answer replaces the body.
 template <typename Result, typename... Args, typename Body, typename... Outs>
@@ -186,11 +160,36 @@ Result Call(CallId id, const std::tuple<Args...>& args, Body&& body, Outs&... ou
             body();
         record(Json::Value());
     } else {
-        Result result =
-            answer ? call_detail::ScriptedResult<Result>(info, *answer, body) : static_cast<Result>(body());
-        record(call_detail::ResultJson(result));
+        Result result{};
+        if (answer)
+            FromJson(answer->result ? *answer->result : info.success, result);
+        else
+            result = body();
+        record(ToJson(result));
         return result;
     }
+}
+
+/// Whether a call gives its interface: written as true, or null.
+struct Availability {
+    bool available = false;
+};
+inline Json::Value ToJson(Availability value)
+{
+    return value.available ? Json::Value(true) : Json::Value();
+}
+inline bool FromJson(const Json::Value& json, Availability& value)
+{
+    value.available = json.isBool() && json.asBool();
+    return true;
+}
+
+/// One platform call that gives an interface: the usual one, or null when `body` gives false.
+template <typename I, typename Body>
+I* CallForInterface(CallId id, I* usual, Body&& body)
+{
+    return Call<Availability>(id, std::tuple<>(), [&] { return Availability{body()}; }).available ? usual
+                                                                                                  : nullptr;
 }
 
 }  // namespace tv

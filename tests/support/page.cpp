@@ -70,8 +70,8 @@ void Page::Open()
 void Page::Close()
 {
     instance_.reset();
-    Settle();
     const std::size_t left = tv::Tv::Get().DropLeftovers();
+    Settle();
     Require(left == 0, std::to_string(left) + " subscriptions outlive the instance");
 }
 

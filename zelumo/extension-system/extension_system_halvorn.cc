@@ -36,7 +36,8 @@ std::string ExtensionSystemHalvorn::GetEmbedderName() const
     const Interface* interface = GetInterface();
     if (interface == nullptr)
         return std::string();
-    return Var(PASS_REF, interface->GetEmbedderName(instance_)).AsString();
+    const Var name(PASS_REF, interface->GetEmbedderName(instance_));
+    return name.is_string() ? name.AsString() : std::string();
 }
 
 Var ExtensionSystemHalvorn::GetCurrentExtensionInfo()

@@ -218,7 +218,8 @@ bool TuneToServiceId(Handler& handler, Request& request, pp::Var&)
 {
     // Any base, unlike the other command that takes a service id.
     const unsigned long long serviceId = std::strtoull(request.text.c_str(), nullptr, 0);
-    return handler.SetServiceByServiceid(serviceId, request.message.Get("Appid").AsString());
+    const pp::Var appId = request.message.Get("Appid");
+    return handler.SetServiceByServiceid(serviceId, appId.is_string() ? appId.AsString() : std::string());
 }
 
 struct Row {

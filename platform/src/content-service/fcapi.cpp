@@ -5,17 +5,14 @@
 
 FIVirtualChannelsAPI* FCAPI::GetVirtualChannelsAPI()
 {
-    return tv::Call<FIVirtualChannelsAPI*>(
-        tv::CallId::GetVirtualChannelsApi, std::tuple<>(), []() -> FIVirtualChannelsAPI* {
-            tv::ContentService& content = tv::Tv::Get().content();
-            return content.available() ? content.virtual_channels() : nullptr;
-        });
+    tv::ContentService& content = tv::Tv::Get().content();
+    return tv::CallForInterface(tv::CallId::GetVirtualChannelsApi, content.virtual_channels(),
+                                [&] { return content.available(); });
 }
 
 FIZELumoAPI* FCAPI::GetZELumoAPI()
 {
-    return tv::Call<FIZELumoAPI*>(tv::CallId::GetZelumoApi, std::tuple<>(), []() -> FIZELumoAPI* {
-        tv::ContentService& content = tv::Tv::Get().content();
-        return content.available() ? content.zelumo() : nullptr;
-    });
+    tv::ContentService& content = tv::Tv::Get().content();
+    return tv::CallForInterface(tv::CallId::GetZelumoApi, content.zelumo(),
+                                [&] { return content.available(); });
 }

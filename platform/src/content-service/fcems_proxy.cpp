@@ -4,17 +4,13 @@
 
 FIIPCConnection* FIIPCConnection::GetInstance()
 {
-    return tv::Call<FIIPCConnection*>(tv::CallId::GetIpcConnection, std::tuple<>(), []() -> FIIPCConnection* {
-        tv::Tv& tv = tv::Tv::Get();
-        return tv.content().available() ? tv.event_proxy().connection() : nullptr;
-    });
+    tv::Tv& tv = tv::Tv::Get();
+    return tv::CallForInterface(tv::CallId::GetIpcConnection, tv.event_proxy().connection(),
+                                [&] { return tv.content().available(); });
 }
 
 FCEMSProxy* FCEMSProxy::GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback)
 {
-    return tv::Call<FCEMSProxy*>(tv::CallId::GetEventProxy, std::tuple<>(), [&]() -> FCEMSProxy* {
-        if (connection == nullptr)
-            return nullptr;
-        return tv::Tv::Get().event_proxy().ProxyFor(callback);
-    });
+    return tv::CallForInterface(tv::CallId::GetEventProxy, tv::Tv::Get().event_proxy().ProxyFor(callback),
+                                [&] { return connection != nullptr; });
 }
