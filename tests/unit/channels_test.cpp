@@ -252,6 +252,7 @@ TEST_F(Channels, ExtraMembersAreMerged)
         // Behind a zero nothing counts.
         {Raw(std::u16string(u"{\"a\":1}\0{\"b\":2}", 15)), {{"a", "1"}}},
         {Raw(std::u16string(u"\0{\"b\":2}", 8)), {}},
+        {Raw(std::u16string(u"{\"t\":\"x\0y\"}", 11)), {}},
         // A pair is one character; what is no pair is left out, a high surrogate with the unit behind it.
         {Raw(u"{\"t\":\"\U0001F98A\"}"), {{"t", "\"\\ud83e\\udd8a\""}}},
         {Raw(u"{\"t\":\"\xD83E"
