@@ -5,10 +5,10 @@
 #include "ZeLumoTrace.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/var_dictionary.h"
+#include "src/ppapi/json_var.h"
 #include "src/ppapi/web_runtime.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
-#include "tvhost/json_var.h"
 #include "tvhost/plugin.h"
 
 namespace {
@@ -27,7 +27,7 @@ class SubscribedPage {
         tv::Tv::Get().player().Report(kPlayer, 0, 0, 0, false);  // behind the player's first report
         messages_ = 0;
     }
-    pp::Var Await(const char* json) { return instance_.Await(host::ToVar(test::J(json))); }
+    pp::Var Await(const char* json) { return instance_.Await(tv::ToVar(test::J(json))); }
     tv::EmbeddedInstance& instance() { return instance_; }
     /// Fails the run when the page did not hear of every iteration.
     void CheckMessages(benchmark::State& state) const
@@ -79,7 +79,7 @@ BENCHMARK(MessagePostedDirectly)->UseRealTime();
 void Command(benchmark::State& state, const char* json)
 {
     SubscribedPage page;
-    const pp::Var request = host::ToVar(test::J(json));
+    const pp::Var request = tv::ToVar(test::J(json));
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(page.instance().Await(request));
 }

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -260,7 +259,6 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
          {"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -BMS doesn't care about:[GetVersion]"}},
     };
     // clang-format on
-    const std::regex number(R"(\]\(\d+\))");
     test::Page page;
     for (const LogCase& c : cases) {
         SCOPED_TRACE(c.request);
@@ -277,7 +275,10 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
             ASSERT_EQ(line.substr(0, 2), "0/");
             std::string rest = line.substr(2);
             rest.erase(rest.find("ZLP_BASE "), 9);
-            lines.push_back(std::regex_replace(rest, number, "](N)"));
+            // Where in the source a result line stands changes with the source.
+            if (const std::size_t before = rest.find("]("); before != rest.npos)
+                rest.replace(before + 2, rest.find(')', before) - before - 2, "N");
+            lines.push_back(rest);
         }
         Lines expected{"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp is called",
                        "6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -command:[" +

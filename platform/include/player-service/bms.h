@@ -5,8 +5,8 @@
 
 #include "zelumo-platform/export.h"
 
-/// The TV's media player service. Any thread. 0 is success, another result failure; a command fails for a player
-/// that does not exist, or that is in no state for it.
+/// The TV's media player service. Any thread. 0 is success, another result failure; a command fails for a
+/// player that does not exist, or that is in no state for it.
 
 using BmsPlayerId = int;
 
