@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 #include <vector>
 
 #include "tests/support/page.h"
+#include "tv/tv.h"
 
 namespace {
 
@@ -34,6 +36,40 @@ TEST(Shell, PowerOffToSuspendIsToldToThePage)
         if (c.message != nullptr) {
             EXPECT_EQ(Text(messages[0]), c.message);
         }
+    }
+}
+
+TEST(Shell, TenThousandMessagesAreAnsweredEach)
+{
+    // Under AddressSanitizer this is also a test for leaks, of vars above all.
+    test::Page page;
+    const Json::Value request = J(R"({"command":"GetVersion","input":["text",{"more":[1,2.5,null,true]}]})");
+    for (int i = 0; i < 10000; ++i)
+        ASSERT_EQ(page.AwaitValue(request)["data"], "1.00");
+}
+
+TEST(Shell, MayBeTornDownWhileManyThreadsSwitchTheTvOff)
+{
+    for (int round = 0; round < 10; ++round) {
+        test::Page page(test::Page::Deliveries::Free);
+        std::atomic<int> told{0};
+        std::atomic<bool> stop{false};
+        page.Observe([&](const Json::Value&) { ++told; });
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&stop] {
+                while (!stop)
+                    tv::Tv::Get().power().Notify(DEVICE_POWER_OFF_TO_SUSPEND, false);
+            });
+        }
+        while (told < 10)
+            std::this_thread::yield();
+        page.Close();
+        const int at_the_end = told;
+        stop = true;
+        for (std::thread& thread : threads)
+            thread.join();
+        EXPECT_EQ(told, at_the_end);
     }
 }
 
