@@ -71,6 +71,13 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpBackward","sec":10})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,-6000] -> 0"}, kTrue},
+        // The product stops at the end of the range before it is added.
+        {R"({"command":"JumpBackward","sec":2147484})",
+         {R"("BmsGetPlayTime","out":[5000])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147478647] -> 0"}, kTrue},
+        {R"({"command":"JumpForward","sec":5})",
+         {R"("BmsGetPlayTime","out":[-2147483648])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> 0 out [-2147483648]", "BmsSeek [-1,-2147478648] -> 0"}, kTrue},
         {R"({"command":"JumpBackward","sec":-2147483648})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},

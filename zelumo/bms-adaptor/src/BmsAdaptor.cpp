@@ -173,15 +173,16 @@ bool BMSAdaptor::ResumeBMS(pp::VarDictionary&, pp::Var& reply)
     return AnswerSuccess(reply, BmsResume(m_playerId) == 0, BMS_HERE);
 }
 
-bool BMSAdaptor::SeekRelative(long long seconds)
+bool BMSAdaptor::SeekRelative(long long offset)
 {
-    // The service writes nothing when it fails, so a position that no player has tells whether it did.
-    constexpr std::int32_t kUnwritten = std::numeric_limits<std::int32_t>::min();
+    // The service writes nothing when it fails, so a position that no player has tells whether it did. Not
+    // an end of the range: those a service may well write.
+    constexpr std::int32_t kUnwritten = -1'985'229'329;
     std::int32_t position = kUnwritten;
     BmsGetPlayTime(m_playerId, &position);
     if (position == kUnwritten)
         return false;
-    return BmsSeek(m_playerId, Saturate(position + seconds * kMillisecondsPerSecond)) == 0;
+    return BmsSeek(m_playerId, Saturate(position + offset)) == 0;
 }
 
 bool BMSAdaptor::JumpForwardBMS(pp::VarDictionary& request, pp::Var& reply)
@@ -191,7 +192,7 @@ bool BMSAdaptor::JumpForwardBMS(pp::VarDictionary& request, pp::Var& reply)
         return AnswerInvalidValues(reply, BMS_HERE);
     const int sec = request.Get("sec").AsInt();
     BMS_LOG_ERROR("[MSAdaptor::JumpForwardBMS] sec:[%d]", sec);
-    return AnswerSuccess(reply, SeekRelative(sec), BMS_HERE);
+    return AnswerSuccess(reply, SeekRelative(Saturate(sec * kMillisecondsPerSecond)), BMS_HERE);
 }
 
 bool BMSAdaptor::JumpBackwradBMS(pp::VarDictionary& request, pp::Var& reply)
@@ -201,7 +202,8 @@ bool BMSAdaptor::JumpBackwradBMS(pp::VarDictionary& request, pp::Var& reply)
         return AnswerInvalidValues(reply, BMS_HERE);
     const int sec = request.Get("sec").AsInt();
     BMS_LOG_ERROR("[BMSAdaptor::JumpBackwradBMS] sec: %d", sec);
-    return AnswerSuccess(reply, SeekRelative(-static_cast<long long>(sec)), BMS_HERE);
+    const long long offset = Saturate(sec * kMillisecondsPerSecond);
+    return AnswerSuccess(reply, SeekRelative(-offset), BMS_HERE);
 }
 
 bool BMSAdaptor::SeekBMS(pp::VarDictionary& request, pp::Var& reply)
@@ -234,8 +236,9 @@ bool BMSAdaptor::ResumeLiveBMS(pp::VarDictionary& request, pp::Var& reply)
         const std::string reason = reasonVar.AsString();
         BMS_LOG_ERROR("[BMSAdaptor::ResumeLiveBMS] m_reason:[%s]", reason.c_str());
         ZELUMO_TRACE(reason);
-        if (!reason.empty())
-            return AnswerSuccess(reply, BmsResumeLive(m_playerId) == 0, BMS_HERE);
+        if (reason.empty())
+            return AnswerInvalidValues(reply, BMS_HERE);
+        return AnswerSuccess(reply, BmsResumeLive(m_playerId) == 0, BMS_HERE);
     }
     return AnswerInvalidValues(reply, BMS_HERE);
 }

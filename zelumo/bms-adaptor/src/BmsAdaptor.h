@@ -35,8 +35,9 @@ class BMSAdaptor {
     bool SetDisplayRectBMS(pp::VarDictionary& request, pp::Var& reply);
     bool GetPlayerWindowIDBMS(pp::VarDictionary& request, pp::Var& reply);
 
-    /// Seeks to `seconds` after the play position; false when the play time can't be had or the seek fails.
-    bool SeekRelative(long long seconds);
+    /// Seeks to `offset` milliseconds after the play position, held at the ends of 32 bits; false when the
+    /// play time can't be had or the seek fails.
+    bool SeekRelative(long long offset);
 
     struct Row {
         std::string_view command;

@@ -61,10 +61,10 @@ class BmsEventHandler {
     };
     static const Row kEventTable[];
 
-    /// No call of the player service and no callback is made under it.
-    std::mutex m_mutex;
     // Guarded by m_mutex.
     BmsEventCallback m_sendEventCallback = nullptr;
     void* m_userData = nullptr;             // not owned
     std::list<BmsPlayerId> m_listPlayerId;  ///< registered with the player service, each once
+    /// No call of the player service and no callback is made under it.
+    std::mutex m_mutex;
 };
