@@ -1,0 +1,191 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "tests/support/page.h"
+
+namespace {
+
+using test::J;
+using test::Text;
+
+/// The description of the page's interface, from which typings, documents and forms are made.
+const Json::Value& Description()
+{
+    static const Json::Value description = [] {
+        std::ifstream file(ZELUMO_PAGE_API);
+        std::ostringstream text;
+        text << file.rdbuf();
+        return J(text.str());
+    }();
+    return description;
+}
+
+bool HasType(const Json::Value& value, const std::string& type)
+{
+    if (type == "string")
+        return value.isString();
+    if (type == "integer")
+        return value.isInt();
+    if (type == "boolean")
+        return value.isBool();
+    if (type == "null")
+        return value.isNull();
+    return type == "object" && value.isObject();
+}
+
+/// The error reply that a command's description gives for that occasion, or null.
+Json::Value ErrorReply(const Json::Value& command, const std::string& when)
+{
+    for (const Json::Value& error : command["errors"]) {
+        if (error["when"] != when)
+            continue;
+        Json::Value reply = error;
+        reply.removeMember("when");
+        return reply;
+    }
+    return Json::Value();
+}
+
+TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
+{
+    test::Page page;
+    EXPECT_EQ(Description()["commands"].size(), 49U);
+    for (const Json::Value& command : Description()["commands"]) {
+        SCOPED_TRACE(Text(command["example"]));
+        EXPECT_EQ(command["example"]["command"], command["name"]);
+        const Json::Value reply = page.AwaitValue(command["example"]);
+        EXPECT_EQ(reply["code"], 0) << Text(reply);
+        EXPECT_EQ(reply.getMemberNames(), (std::vector<std::string>{"code", "data"}));
+        const Json::Value& data = command["data"];
+        EXPECT_TRUE(HasType(reply["data"], data["type"].asString())) << Text(reply);
+        if (!data["values"].empty()) {
+            EXPECT_NE(std::find(data["values"].begin(), data["values"].end(), reply["data"]),
+                      data["values"].end())
+                << Text(reply);
+        }
+        if (data["type"] == "object") {
+            EXPECT_EQ(reply["data"].size(), data["fields"].size());
+            for (const Json::Value& field : data["fields"])
+                EXPECT_TRUE(HasType(reply["data"][field["name"].asString()], field["type"].asString()))
+                    << Text(field);
+        }
+        if (!data["text"].asString().empty()) {
+            EXPECT_NO_THROW(J(reply["data"].asString())) << Text(reply);
+        }
+        page.TakeMessages();
+    }
+}
+
+TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)
+{
+    test::Page page;
+    for (const Json::Value& command : Description()["commands"]) {
+        const Json::Value refusal = ErrorReply(command, "parameters");
+        for (const Json::Value& parameter : command["parameters"]) {
+            const std::string name = parameter["name"].asString();
+            SCOPED_TRACE(command["name"].asString() + " " + name);
+            Json::Value missing = command["example"];
+            missing.removeMember(name);
+            Json::Value wrong = command["example"];
+            wrong[name] = Json::Value(Json::arrayValue);
+            Json::Value empty = command["example"];
+            empty[name] = "";
+            if (parameter["required"].asBool()) {
+                EXPECT_EQ(page.AwaitValue(missing), refusal);
+            } else {
+                EXPECT_NE(page.AwaitValue(missing), refusal);
+            }
+            if (parameter["typeChecked"].asBool()) {
+                EXPECT_EQ(page.AwaitValue(wrong), refusal);
+            } else {
+                EXPECT_NE(page.AwaitValue(wrong), refusal);
+            }
+            if (parameter["nonEmpty"].asBool()) {
+                EXPECT_EQ(page.AwaitValue(empty), refusal);
+            }
+        }
+        page.TakeMessages();
+    }
+}
+
+TEST(PageApi, FailuresAreAnsweredAsDescribed)
+{
+    test::Page page;
+    for (const char* call :
+         {R"("FCAPI::GetVirtualChannelsAPI","result":null)", R"("FCAPI::GetZELumoAPI","result":null)",
+          R"("FCEMSProxy::GetInstanceForPlugin","result":null)",
+          R"("TVServiceAPI::CreateServiceNavigation","result":0)",
+          R"("TVServiceAPI::CreateSourceControl","result":0)", R"("vconf_set_str","result":-1)",
+          R"("vconf_set_int","result":-1)", R"("vconf_set_bool","result":-1)",
+          R"("vconf_get_str","result":null)", R"("vconf_get_int","result":-1)",
+          R"("vconf_get_bool","result":-1)", R"("vconf_notify_key_changed","result":-1)",
+          R"("BmsCreatePlayer","result":-1)"})
+        page.Do(std::string(R"({"tv":"answer","call":)") + call + "}");
+    for (const Json::Value& command : Description()["commands"]) {
+        const Json::Value failure = ErrorReply(command, "operation");
+        // Unregistering reaches no failure: what was never registered is no error.
+        if (failure.isNull() || command["name"] == "UnRegisterEvent")
+            continue;
+        EXPECT_EQ(page.AwaitValue(command["example"]), failure) << Text(command["name"]);
+    }
+}
+
+TEST(PageApi, MalformedAndPostedMessagesAreAnsweredAsDescribed)
+{
+    test::Page page;
+    for (Json::Value error : Description()["requestErrors"]) {
+        const Json::Value example = error["example"];
+        error.removeMember("example");
+        error.removeMember("when");
+        EXPECT_EQ(page.AwaitValue(example), error) << Text(example);
+    }
+    for (Json::Value answer : Description()["postedAnswers"]) {
+        const Json::Value example = answer["example"];
+        answer.removeMember("example");
+        answer.removeMember("when");
+        if (example.isObject() && example["command"].isString())
+            answer["command"] = example["command"];
+        page.Post(example);
+        EXPECT_EQ(page.TakeMessages(), std::vector<Json::Value>{answer}) << Text(example);
+    }
+}
+
+TEST(PageApi, EventsAreToldAsDescribed)
+{
+    test::Page page;
+    for (const Json::Value& event : Description()["events"]) {
+        const std::string number = std::to_string(event["event"].asInt());
+        SCOPED_TRACE(number);
+        page.Await(R"({"command":"RegisterEvent","event":)" + number + "}");
+        page.Do(R"({"tv":"event","event":)" + number + "}");
+        const std::vector<Json::Value> messages = page.TakeMessages();
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(messages[0]["command"], event["command"]);
+        EXPECT_EQ(messages[0]["data"].size(), event["fields"].size());
+        for (const Json::Value& field : event["fields"])
+            EXPECT_TRUE(messages[0]["data"].isMember(field["name"].asString())) << Text(field);
+    }
+    for (const Json::Value& signal : Description()["signals"]) {
+        page.Do(R"({"tv":"signal","signal":)" + std::to_string(signal["signal"].asInt()) + "}");
+        const std::vector<Json::Value> messages = page.TakeMessages();
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(messages[0]["command"], signal["command"]);
+    }
+    for (const Json::Value& type : Description()["playerEvents"]["types"]) {
+        const std::string number = std::to_string(type["type"].asInt());
+        SCOPED_TRACE(number);
+        page.Do(R"({"tv":"report","player":101,"type":)" + number + R"(,"value1":5,"value2":6})");
+        const std::vector<Json::Value> messages = page.TakeMessages();
+        ASSERT_EQ(messages.size(), 1U);
+        EXPECT_EQ(messages[0]["event"], Description()["playerEvents"]["event"]);
+        EXPECT_EQ(messages[0]["type"], type["type"]);
+        EXPECT_EQ(messages[0]["param1"].asString().empty(), type["param1"].asString().empty());
+        EXPECT_EQ(messages[0]["param2"].asString().empty(), type["param2"].asString().empty());
+    }
+}
+
+}  // namespace
