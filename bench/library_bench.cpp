@@ -1,4 +1,5 @@
 #include <benchmark/benchmark.h>
+#include <dlfcn.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,13 +13,17 @@
 
 namespace {
 
-/// Floor: one thread started and joined, as each instance does with its worker.
-void StartAndJoinAThread(benchmark::State& state)
+/// Floor: a library with the plug-in's dependencies loaded and unloaded, and one thread started and joined,
+/// as each instance does with its worker.
+void LoadEmptyLibraryAndThread(benchmark::State& state)
 {
-    for (auto _ : state)
+    for (auto _ : state) {
+        void* const library = dlopen(ZELUMO_EMPTY_LIBRARY, RTLD_NOW | RTLD_LOCAL);
         std::thread([] {}).join();
+        dlclose(library);
+    }
 }
-BENCHMARK(StartAndJoinAThread)->UseRealTime();
+BENCHMARK(LoadEmptyLibraryAndThread)->UseRealTime();
 
 void CreateAndDestroyAnInstance(benchmark::State& state)
 {
