@@ -1,0 +1,27 @@
+#include <string_view>
+
+#include "fuzz/session.h"
+#include "tv/calls.h"
+
+/// Lines in, separated by line ends.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    host::Session& session = fuzz::TheSession();
+    std::string_view text(reinterpret_cast<const char*>(data), size);
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(text.size(), line.size() + 1));
+        // A delay is real time, and a long stretch of playing time is work that was asked for.
+        if (line.find("delay") != std::string_view::npos || line.find("advance") != std::string_view::npos)
+            continue;
+        try {
+            session.CarryOut(host::ParseJson(line, host::kMaxMessageDepth + 1));
+        } catch (const host::JsonError&) {
+        } catch (const host::LineError&) {
+        }
+    }
+    tv::TheCalls().RestoreAll();
+    if (!session.is_open())
+        session.Open();
+    return 0;
+}
