@@ -29,9 +29,13 @@ std::string WithReplacements(const std::string& text)
     using Traits = boost::locale::utf::utf_traits<char>;
     std::string result;
     for (auto next = text.begin(); next != text.end();) {
+        const auto start = next;
         boost::locale::utf::code_point point = Traits::decode(next, text.end());
-        if (!boost::locale::utf::is_valid_codepoint(point))
+        if (!boost::locale::utf::is_valid_codepoint(point)) {
+            // One byte alone: decoding may have gone on into what follows, the end of a string perhaps.
             point = 0xFFFD;
+            next = start + 1;
+        }
         Traits::encode(point, std::back_inserter(result));
     }
     return result;

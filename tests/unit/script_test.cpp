@@ -174,6 +174,16 @@ TEST(Script, CheckPrintsWhatDiffers)
     }
 }
 
+TEST(JsonText, IsUtf8WhateverIsWritten)
+{
+    for (const char* text :
+         {"\xd8", "a\xd8", "\xe0\xa4", "\xf0\x90\x80", "\xed\xa0\x80", "\xff\xfe", "\xc3\xa9"}) {
+        Json::Value value;
+        value[text] = text;
+        EXPECT_EQ(test::J(test::Text(value)).size(), 1U) << text;
+    }
+}
+
 TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
 {
     const test::TemporaryFolder folder;
