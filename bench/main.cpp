@@ -34,6 +34,11 @@ const Row kRows[] = {
     {"settings change to message",             "SettingsChange",                "PostTheSettingsMessage",   1.5},
     {"trace point while tracing is off",       "TracePointOff",                 "NoTracePoint",             3, true},
     {"load, create, destroy, unload",          "LoadCreateDestroyUnload",       "LoadEmptyLibraryAndThread", 2},
+    {"blocking message over HTTP",             "AwaitOverHttp/0",               "EchoOverHttp/0",           6},
+    {"blocking message over HTTP, 10 kB",      "AwaitOverHttp/10000",           "EchoOverHttp/10000",       4},
+    {"events to 1 WebSocket, a thousand",      "PostToListeners/1",             "WriteToListeners/1",       3},
+    {"events to 50 WebSockets, a thousand",    "PostToListeners/50",            "WriteToListeners/50",      2},
+    {"start of web mode to first reply",       "StartToFirstReply",             "StartOfTheProgram",        4},
 };
 // clang-format on
 

@@ -50,7 +50,8 @@ std::optional<InputLine> LineReader::Next()
         line.too_long = line.too_long || stop - used_ > room;
         line.text.append(buffer_, used_, std::min(stop - used_, room));
         used_ = end == std::string::npos ? buffer_.size() : end + 1;
-        if (end != std::string::npos)
+        line.ended = end != std::string::npos;
+        if (line.ended)
             break;
     }
     if (!line.text.empty() && line.text.back() == '\r')

@@ -11,6 +11,7 @@ struct InputLine {
     int number = 0;    ///< from 1
     std::string text;  ///< cut off where the line was too long
     bool too_long = false;
+    bool ended = false;  ///< false: the input ended before the line did
 };
 
 /// Reads lines from a file descriptor with a limit on their length; what exceeds it is passed over without

@@ -9,6 +9,23 @@
 #include "tvhost/plugin.h"
 #include "tvhost/script.h"
 #include "tvhost/trace_file.h"
+#include "tvhost/web_files.h"
+#include "tvhost/web_host.h"
+
+namespace {
+
+/// The members of `object` that `usual` does not have, or has otherwise.
+Json::Value Differing(const Json::Value& object, const Json::Value& usual)
+{
+    Json::Value differing(Json::objectValue);
+    for (const std::string& name : object.getMemberNames()) {
+        if (usual[name] != object[name])
+            differing[name] = object[name];
+    }
+    return differing;
+}
+
+}  // namespace
 
 int main(int argc, char** argv)
 {
@@ -45,6 +62,21 @@ int main(int argc, char** argv)
     script_command->add_flag("--echo", script.echo,
                              "Also print the lines in, so that the output is a script for --check");
     const CLI::App* const tv_command = app.add_subcommand("tv", "Print the sample TV as a file for --tv");
+
+    host::ServeOptions serve;
+    CLI::App* const serve_command =
+        app.add_subcommand("serve", "Serve the TV to a page in a desktop browser");
+    serve_command->add_option("--address", serve.address, "The address to serve on")->capture_default_str();
+    serve_command->add_option("--port", serve.port, "The port; 0 takes a free one")->capture_default_str();
+    serve_command->add_option("--app", serve.app, "The folder of a page of one's own")->type_name("DIR");
+    serve_command->add_option("--record", serve.record, "Write all that happens as a script for --check")
+        ->type_name("FILE");
+    serve_command
+        ->add_option("--speed", serve.speed, "How many times as fast playing time runs; 0: it stands still")
+        ->check(CLI::Range(0.0, 100000.0))
+        ->capture_default_str();
+    serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
+        ->type_name("DIR");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -65,6 +97,7 @@ int main(int argc, char** argv)
     try {
         if (!tv_file.empty())
             tv::Tv::Get().Load(tv::ReadTvFile(tv_file));
+        const Json::Value usual_settings = tv::Tv::Get().settings().ValuesJson();
         if (!settings.empty())
             tv::Tv::Get().settings().OpenDatabase(settings);
         script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
@@ -72,7 +105,19 @@ int main(int argc, char** argv)
         std::optional<host::TraceFile> trace_file;
         if (!trace.empty())
             trace_file.emplace(trace);
-        const int status = host::RunScript(script);
+        int status = 0;
+        if (serve_command->parsed()) {
+            serve.plugin = script.plugin;
+            if (serve.web.empty())
+                serve.web = host::DefaultWebPath();
+            serve.kept_settings = Differing(tv::Tv::Get().settings().ValuesJson(), usual_settings);
+            const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
+            serve.note = {"Recorded by zelumo-tv " ZELUMO_VERSION ". To replay:",
+                          "zelumo-tv " + tv_option + "script --check " + serve.record.string()};
+            status = host::RunServe(serve);
+        } else {
+            status = host::RunScript(script);
+        }
         if (trace_file)
             trace_file->Finish();
         return status;

@@ -26,12 +26,8 @@ OrderedObject LogLine(const tv::LogRecord& log)
 
 Session::Session(const std::filesystem::path& plugin, Output output, Heard heard) : output_(std::move(output))
 {
-    tv::Tv& tv = tv::Tv::Get();
-    if (heard.calls)
-        calls_ = tv.journal().ListenToCalls([this](const tv::CallRecord& call) { Tell(CallLine(call)); });
-    if (heard.log)
-        log_ = tv.journal().ListenToLog([this](const tv::LogRecord& log) { Tell(LogLine(log)); });
-    tv.deliveries().Hold();
+    Hear(heard);
+    tv::Tv::Get().deliveries().Hold();
     plugin_ = std::make_unique<Plugin>(plugin);
 }
 
@@ -42,6 +38,20 @@ Session::~Session()
     plugin_.reset();
     tv::Tv::Get().calls().RestoreAll();
     tv::Tv::Get().deliveries().Resume();
+}
+
+void Session::Hear(Heard heard)
+{
+    tv::Journal& journal = tv::Tv::Get().journal();
+    const std::lock_guard lock(heard_mutex_);
+    if (!heard.calls)
+        calls_.reset();
+    else if (!calls_)
+        calls_ = journal.ListenToCalls([this](const tv::CallRecord& call) { Tell(CallLine(call)); });
+    if (!heard.log)
+        log_.reset();
+    else if (!log_)
+        log_ = journal.ListenToLog([this](const tv::LogRecord& log) { Tell(LogLine(log)); });
 }
 
 void Session::Tell(const OrderedObject& line)

@@ -43,6 +43,8 @@ class Session {
     /// The page's instance is created or destroyed. Throws LineError when it is open or closed already.
     void Open();
     void Close();
+    /// Which of calls and log lines are told from now on. Any thread.
+    void Hear(Heard heard);
     bool is_open() const { return instance_ != nullptr; }
 
     /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
@@ -57,6 +59,8 @@ class Session {
 
     const Output output_;
     std::mutex output_mutex_;  // held while output_ runs
+    std::mutex heard_mutex_;
+    // Guarded by heard_mutex_.
     std::unique_ptr<tv::Journal::Listening> calls_;
     std::unique_ptr<tv::Journal::Listening> log_;
     std::unique_ptr<Plugin> plugin_;

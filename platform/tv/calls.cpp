@@ -77,6 +77,18 @@ void Calls::RestoreAll()
     restored_.notify_all();
 }
 
+void Calls::Hurry(std::optional<CallId> id, bool begins)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        for (std::size_t i = 0; i < kCallCount; ++i) {
+            if (!id || *id == static_cast<CallId>(i))
+                scripted_[i].hurried += begins ? 1U : -1U;
+        }
+    }
+    restored_.notify_all();
+}
+
 std::optional<Answer> Calls::Take(CallId id)
 {
     std::unique_lock lock(mutex_);
@@ -90,7 +102,8 @@ std::optional<Answer> Calls::Take(CallId id)
     }
     if (answer.delay.count() > 0) {
         const unsigned epoch = scripted.epoch;
-        restored_.wait_for(lock, answer.delay, [&] { return scripted.epoch != epoch; });
+        restored_.wait_for(lock, answer.delay,
+                           [&] { return scripted.epoch != epoch || scripted.hurried != 0; });
     }
     return answer;
 }

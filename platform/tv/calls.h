@@ -47,6 +47,9 @@ class PLATFORM_API Calls {
     /// The call works as usual again; a delay that is being waited out ends at once.
     void Restore(CallId id);
     void RestoreAll();
+    /// While it lives, the delays of a call's answers, or of all calls', are not waited out; one that is
+    /// being waited out ends at once. Any thread.
+    class NoDelay;
     /// What stands scripted, as `answer` verbs without their "tv".
     Json::Value AnswersJson() const;
 
@@ -66,15 +69,30 @@ class PLATFORM_API Calls {
   private:
     struct Scripted {
         std::deque<Answer> answers;
-        unsigned epoch = 0;  ///< counts restores, so that a delay knows it was withdrawn
+        unsigned epoch = 0;    ///< counts restores, so that a delay knows it was withdrawn
+        unsigned hurried = 0;  ///< how many NoDelay there are for it
     };
     void Clear(CallId id);
+    void Hurry(std::optional<CallId> id, bool begins);
 
     static std::atomic<int> watchers_;
     Journal& journal_;  // outlives this object
     mutable std::mutex mutex_;
     std::condition_variable restored_;
     std::array<Scripted, kCallCount> scripted_;  // guarded by mutex_
+};
+
+class PLATFORM_API Calls::NoDelay {
+  public:
+    /// Without an id: of all calls.
+    NoDelay(Calls& calls, std::optional<CallId> id) : calls_(calls), id_(id) { calls_.Hurry(id_, true); }
+    ~NoDelay() { calls_.Hurry(id_, false); }
+    NoDelay(const NoDelay&) = delete;
+    NoDelay& operator=(const NoDelay&) = delete;
+
+  private:
+    Calls& calls_;  // outlives this object
+    const std::optional<CallId> id_;
 };
 
 /// The Calls of the TV.

@@ -43,6 +43,10 @@ class PLATFORM_API Tv {
     /// the sample TV.
     void Load(const TvConfig& config);
 
+    /// The TV as it stands: channel, players, settings, subscriptions, watches, scripted answers, `time` (its
+    /// date) and `playingTime`, both in milliseconds.
+    Json::Value StateJson() const;
+
     /// How many subscriptions, watches and registrations the services hold.
     std::size_t CountRegistrations() const;
     /// Drops those that an instance left behind when it was destroyed, so that nothing calls into it any

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -32,6 +33,31 @@ struct HostResult {
 
 /// Runs `zelumo-tv ARGUMENTS` in a shell, with `input` on its standard input, to its end.
 HostResult RunHost(const std::string& arguments, const std::string& input = std::string());
+
+/// `zelumo-tv serve --port 0 ARGUMENTS`, running beside the test.
+class ServeProcess {
+  public:
+    /// Returns when it serves. Throws std::runtime_error when it ends instead.
+    explicit ServeProcess(const std::vector<std::string>& arguments);
+    /// Kills it, if it still runs.
+    ~ServeProcess();
+    ServeProcess(const ServeProcess&) = delete;
+    ServeProcess& operator=(const ServeProcess&) = delete;
+
+    std::uint16_t port() const { return port_; }
+    /// The line on its standard output.
+    const std::string& line() const { return line_; }
+    /// Sends it a signal and waits for its end; the status is as in HostResult.
+    int End(int signal);
+
+  private:
+    int process_ = -1;
+    std::string line_;
+    std::uint16_t port_ = 0;
+};
+
+/// What a file holds.
+std::string ReadFile(const std::filesystem::path& path);
 
 /// The lines of a text.
 std::vector<std::string> LinesOf(const std::string& text);

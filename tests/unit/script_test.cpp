@@ -159,6 +159,14 @@ TEST(Script, CheckPrintsWhatDiffers)
                   "array "
                   "expected.\"}\n",
                   ""},
+             // The last line was cut off: it is passed over, and what is there of its block must fit.
+             Case{"{\"await\":{\"command\":\"GetVersion\"}}\n{\"repl", ""},
+             Case{"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"tv\":\"op", ""},
+             Case{"{\"tv\":\"close\"}\n{\"did\":\"open\"}\n{\"tv\":\"op",
+                  "line 2: expected {\"did\":\"open\"}\nline 2: got {\"did\":\"close\"}\n"},
+             Case{"{\"tv\":\"close\"}\n{\"message\":1}\n{\"message\":2}\n{\"did\":\"cl",
+                  "line 2: expected {\"message\":1}\nline 2: got {\"did\":\"close\"}\n"
+                  "line 3: expected {\"message\":2}\nline 3: got nothing\n"},
              // Calls are compared only where the script holds any: here all of the opening are missing.
              Case{"{\"call\":\"ht_register_library\",\"args\":[],\"result\":null}\n", nullptr},
          }) {

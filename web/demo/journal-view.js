@@ -42,7 +42,7 @@ function summary(line) {
 }
 
 const failed = (line) =>
-  (line.reply && typeof line.reply === "object" && line.reply.code > 0) || line.priority >= 6 || "error" in line;
+  (line.reply && typeof line.reply === "object" && line.reply.code > 0) || "error" in line;
 
 /** All that passes between page, plug-in and platform. */
 class JournalView extends HTMLElement {

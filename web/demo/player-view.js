@@ -113,7 +113,7 @@ export class PlayerView {
   /** The TV's state came: draws the video where the TV has put it. */
   tvState(state) {
     const { plane } = this.app;
-    const player = (state?.players ?? []).filter((p) => p.rect && p.state !== "stopped").at(-1);
+    const player = (state?.players ?? []).filter((p) => p.rect && p.state !== "stopped" && p.state !== "failed").at(-1);
     plane.hidden = !player;
     if (!player) return;
     const { x, y, width, height } = player.rect;

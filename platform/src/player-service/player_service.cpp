@@ -252,6 +252,14 @@ Json::Value PlayerService::PlayersJson() const
     return list;
 }
 
+std::vector<BmsPlayerId> PlayerService::Registered() const
+{
+    std::vector<BmsPlayerId> players;
+    for (const auto& entry : registrations_.List())
+        players.push_back(entry.key);
+    return players;
+}
+
 std::size_t PlayerService::DropAll()
 {
     {

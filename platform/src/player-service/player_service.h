@@ -54,6 +54,8 @@ class PLATFORM_API PlayerService {
     /// An array of {"id", "url", "state", "position", "duration", "live", "rect"}, in the order of creation.
     Json::Value PlayersJson() const;
 
+    /// The players registered for, in the order of registering.
+    std::vector<BmsPlayerId> Registered() const;
     std::size_t CountRegistrations() const { return registrations_.List().size(); }
     /// The service's client is gone: its players end, and ids start anew. Returns how many registrations it
     /// had left.

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// The files that web mode gives out: the demo page with what belongs to it, and a person's own page.
+/// Nothing outside of the two folders is ever found, whatever a path or a symbolic link says; neither are
+/// names that begin with a dot.
+class WebFiles {
+  public:
+    /// `web` holds the demo page, the script and the description of the page's interface. `app` may be
+    /// empty: then the demo page is at `/`, too. Throws std::system_error for a folder that isn't there.
+    WebFiles(const std::filesystem::path& web, const std::filesystem::path& app);
+
+    struct Found {
+        std::filesystem::path file;
+        std::string type;      ///< its media type
+        std::string redirect;  ///< when not empty: where the folder's page is
+    };
+    /// What is under a request's path, which may be percent-encoded.
+    std::optional<Found> Find(std::string_view path) const;
+
+  private:
+    std::filesystem::path web_;
+    std::filesystem::path app_;  // empty: none
+};
+
+/// The folder of the web files, built or installed beside the program.
+std::filesystem::path DefaultWebPath();
+
+}  // namespace host

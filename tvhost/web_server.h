@@ -1,0 +1,107 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <variant>
+
+namespace host {
+
+/// The server can't have its address; what() says why in one line.
+class ServerError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+struct WebRequest {
+    std::string method;
+    std::string path;  ///< as it was sent, without the query
+    std::string body;
+};
+
+struct WebResponse {
+    int status = 200;
+    std::string type = "application/json";
+    std::string body;
+    std::filesystem::path file;  ///< when not empty, its content is the body
+    std::string allow;           ///< with 405: the methods that there are
+    std::string location;        ///< with 301
+};
+
+/// A refusal: `{"error": why}`.
+WebResponse ErrorResponse(int status, const std::string& why);
+
+/// Texts for any number of WebSocket listeners: each gets all of them, in order, one frame each. Every
+/// listener has a bounded queue of its own, so that a slow one holds up nobody; when it overflows, the
+/// listener is closed with the reason. Any thread.
+class Channel {
+  public:
+    virtual ~Channel() = default;
+    /// Never waits. Nothing is sent after Close.
+    virtual void Send(std::string text) = 0;
+    /// Ends the channel: its listeners get what was sent before and are closed with the reason; later ones
+    /// are refused.
+    virtual void Close(std::string reason) = 0;
+};
+
+/// The web server: takes requests apart, refuses what is not meant for it, and passes on the rest. It has
+/// one thread of its own. A request that was not addressed to the server's own name, or that a page from
+/// elsewhere sent, is refused with 403; a body over the limit with 413.
+class WebServer {
+  public:
+    /// Gives the answer to a request, on any thread. Of several the first one counts.
+    using Answer = std::function<void(WebResponse)>;
+    struct Handlers {
+        /// A request. On the server's thread: it must not wait.
+        std::function<void(WebRequest, Answer)> request;
+        /// A WebSocket that wants to listen at that path: its channel, or a refusal. On the server's thread.
+        std::function<std::variant<std::shared_ptr<Channel>, WebResponse>(const std::string& path)> listen;
+    };
+    struct Limits {
+        std::size_t body_bytes = 1024 * 1024;
+        /// What waits for one listener, or in a channel for its first.
+        std::size_t queue_bytes = 16 * 1024 * 1024;
+        std::size_t queue_texts = 20'000;
+        /// How long a listener that is to be closed has to take the reason.
+        std::chrono::milliseconds close_grace{5000};
+    };
+
+    /// Takes the address and the port, 0 for a free one. Throws ServerError.
+    WebServer(const std::string& address, std::uint16_t port, Limits limits);
+    /// Stops.
+    ~WebServer();
+    WebServer(const WebServer&) = delete;
+    WebServer& operator=(const WebServer&) = delete;
+
+    /// `http://127.0.0.1:8047/`
+    std::string url() const;
+    std::uint16_t port() const;
+    /// Whether the address can be reached from this machine alone.
+    bool is_loopback() const;
+
+    /// A channel. One that keeps holds texts back while nobody listens; when they exceed the limit, the
+    /// oldest go. `on_listeners` is called on the server's thread with the number of listeners when that
+    /// changed: before a listener is accepted, and after one has gone. Channels must not outlive the server.
+    enum class Unheard { Keep, Drop };
+    std::shared_ptr<Channel> MakeChannel(Unheard unheard,
+                                         std::function<void(std::size_t)> on_listeners = nullptr);
+
+    /// Calls `stop` on the server's thread at Ctrl-C or a polite kill; a second one ends the process at
+    /// once. Before Start.
+    void OnInterrupt(std::function<void()> stop);
+    /// Begins to answer.
+    void Start(Handlers handlers);
+    /// Takes no more requests, closes the listeners, and ends the thread; returns when it has ended.
+    void Stop();
+
+  private:
+    class Core;
+    std::unique_ptr<Core> core_;
+};
+
+}  // namespace host
