@@ -27,8 +27,15 @@ Json::Value Tv::StateJson() const
     subscriptions["players"] = ListJson(player_.Registered());
     state["watches"] = ListJson(settings_.Watches());
     state["answers"] = calls_.AnswersJson();
-    state["time"] = static_cast<Json::Int64>(clock_.Date().count());
-    state["playingTime"] = static_cast<Json::Int64>(clock_.Now().count());
+    // Both of the same moment, though the clock may be moved meanwhile.
+    Clock::Time now{};
+    Clock::Time date{};
+    do {
+        now = clock_.Now();
+        date = clock_.Date();
+    } while (now != clock_.Now());
+    state["time"] = static_cast<Json::Int64>(date.count());
+    state["playingTime"] = static_cast<Json::Int64>(now.count());
     return state;
 }
 
