@@ -420,10 +420,13 @@ TEST(WebServer, RestoreCutsADelayedCallShort)
         WebClient client(web.port());
         client.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
         const std::string message = R"({"command":"GetIntegerFromVconfWithKey","key":"k"})";
+        WebListener journal(web.port(), "/journal");
         std::thread waiting([&] {
             const WebReply reply = WebClient(web.port()).Post(page + "await", message);
             EXPECT_EQ(J(reply.body)["code"], 9999) << "the call was answered, only sooner";
         });
+        while (journal.Read().find("\"await\"") == std::string::npos) {
+        }
         // Answered although the plug-in is busy.
         EXPECT_EQ(J(client.Get("/tv/state").body)["answers"].size(), 1U);
         EXPECT_EQ(client.Post(page + "post", kVersionMessage).status, 202);
