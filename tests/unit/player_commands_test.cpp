@@ -32,7 +32,6 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
     const Case cases[] = {
         {R"({"command":"Play"})",   {R"("BmsPlay","result":0)"},    {"BmsPlay [-1] -> 0"},    kTrue},
         {R"({"command":"Play"})",   {R"("BmsPlay","result":1)"},    {"BmsPlay [-1] -> 1"},    kFalse},
-        {R"({"command":"Play"})",   {},                             {"BmsPlay [-1] -> -1"},   kFalse},
         {R"({"command":"Pause"})",  {R"("BmsPause","result":0)"},   {"BmsPause [-1] -> 0"},   kTrue},
         {R"({"command":"Pause"})",  {R"("BmsPause","result":-7)"},  {"BmsPause [-1] -> -7"},  kFalse},
         {R"({"command":"Resume"})", {R"("BmsResume","result":0)"},  {"BmsResume [-1] -> 0"},  kTrue},
@@ -41,14 +40,11 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"Stop"})",   {R"("BmsStop","result":-7)"},   {"BmsStop [-1] -> -7"},   kFalse},
 
         {R"({"command":"Seek","sec":90})",          {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,90000] -> 0"},       kTrue},
-        {R"({"command":"Seek","sec":0})",           {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
         {R"({"command":"Seek","sec":-4})",          {R"("BmsSeek","result":2)"}, {"BmsSeek [-1,-4000] -> 2"},       kFalse},
         {R"({"command":"Seek","sec":3.9})",         {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,3000] -> 0"},        kTrue},
-        {R"({"command":"Seek","sec":"90"})",        {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
         {R"({"command":"Seek","sec":null})",        {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
         {R"({"command":"Seek","sec":2147484})",     {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,2147483647] -> 0"},  kTrue},
         {R"({"command":"Seek","sec":-2147483648})", {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,-2147483648] -> 0"}, kTrue},
-        {R"({"command":"Seek"})",                   {},                          {},                                kInvalid},
 
         {R"({"command":"JumpForward","sec":10})",
          {R"("BmsGetPlayTime","out":[20000])", R"("BmsSeek","result":0)"},
@@ -66,7 +62,6 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpForward","sec":1})",
          {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
-        {R"({"command":"JumpForward"})", {}, {}, kInvalid},
 
         {R"({"command":"JumpBackward","sec":10})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
@@ -83,34 +78,19 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
         {R"({"command":"JumpBackward","sec":1})",
          {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
-        {R"({"command":"JumpBackward"})", {}, {}, kInvalid},
 
         {R"({"command":"PasueLive"})", {}, {}, kFalse},
         {R"({"command":"PauseLive"})", {}, {}, kNotSupported},
-        {R"({"command":"play"})",      {}, {}, kNotSupported},
-        {R"({"command":"Play "})",     {}, {}, kNotSupported},
-        {R"({"command":""})",          {}, {}, kNotSupported},
         {R"({"command":"GetPlayerWindowID"})", {}, {}, R"({"code":0,"data":0})"},
 
         {R"({"command":"ResumeLive","reason":"user"})", {R"("BmsResumeLive","result":0)"},  {"BmsResumeLive [-1] -> 0"},  kTrue},
         {R"({"command":"ResumeLive","reason":" "})",    {R"("BmsResumeLive","result":-1)"}, {"BmsResumeLive [-1] -> -1"}, kFalse},
-        {R"({"command":"ResumeLive","reason":""})", {}, {}, kInvalid},
-        {R"({"command":"ResumeLive","reason":7})",  {}, {}, kInvalid},
-        {R"({"command":"ResumeLive"})",             {}, {}, kInvalid},
 
         {R"({"command":"SetDisplayRect","x":0,"y":0,"width":1920,"height":1080})",
          {R"("BmsSetVideoPosition","result":0)"}, {"BmsSetVideoPosition [-1,0,0,1920,1080] -> 0"}, kTrue},
         {R"({"command":"SetDisplayRect","x":-1,"y":2,"width":0,"height":-4})",
          {R"("BmsSetVideoPosition","result":1)"}, {"BmsSetVideoPosition [-1,-1,2,0,-4] -> 1"}, kFalse},
-        {R"({"command":"SetDisplayRect","y":0,"width":1,"height":1})", {}, {}, kInvalid},
-        {R"({"command":"SetDisplayRect","x":0,"width":1,"height":1})", {}, {}, kInvalid},
-        {R"({"command":"SetDisplayRect","x":0,"y":0,"height":1})",     {}, {}, kInvalid},
-        {R"({"command":"SetDisplayRect","x":0,"y":0,"width":1})",      {}, {}, kInvalid},
 
-        {R"({"command":"Init","url":"","timeOffset":0})",   {}, {}, kInvalid},
-        {R"({"command":"Init","url":7,"timeOffset":0})",    {}, {}, kInvalid},
-        {R"({"command":"Init","timeOffset":0})",            {}, {}, kInvalid},
-        {R"({"command":"Init","url":"film"})",              {}, {}, kInvalid},
     };
     // clang-format on
     test::Page page;

@@ -124,8 +124,6 @@ TEST(PlayerService, PlaysAStreamToItsEnd)
     Walk(service, service.Create("http://a/short.mpd"),
          {
              {"pause", false, "", "created 0/30000"},
-             {"resume", false, "", "created 0/30000"},
-             {"stop", false, "", "created 0/30000"},
              {"seek 1000", false, "", "created 0/30000"},
              {"live", false, "", "created 0/30000"},
              {"pass 5000", true, "", "created 0/30000"},
@@ -145,7 +143,6 @@ TEST(PlayerService, PlaysAStreamToItsEnd)
              {"pass 1", true, "137(3000,30000)", "playing 3000/30000"},
              {"seek 28600", true, "131 131(100) 35(28600,30000)", "playing 28600/30000"},
              {"pass 1400", true, "137(29600,30000) 97", "ended 30000/30000"},
-             {"pass 5000", true, "", "ended 30000/30000"},
              {"pause", false, "", "ended 30000/30000"},
              // From the end a seek goes on playing, and Play begins again.
              {"seek 29000", true, "131 131(100) 35(29000,30000)", "playing 29000/30000"},
@@ -153,7 +150,6 @@ TEST(PlayerService, PlaysAStreamToItsEnd)
              {"play", true, "131 131(100) 144", "playing 0/30000"},
              {"stop", true, "36", "stopped 0/30000"},
              {"stop", false, "", "stopped 0/30000"},
-             {"pause", false, "", "stopped 0/30000"},
              {"seek 1000", false, "", "stopped 0/30000"},
              {"pass 5000", true, "", "stopped 0/30000"},
              {"play", true, "131 131(100) 144", "playing 0/30000"},
@@ -172,8 +168,6 @@ TEST(PlayerService, RefusesASeekOutsideTheStream)
              // Nothing was disturbed by it: the next position comes when it was due.
              {"pass 300", true, "137(1000,30000)", "playing 1000/30000"},
              {"pause", true, "33", "paused 1000/30000"},
-             {"seek 30000", true, "131 131(100) 35(30000,30000)", "paused 30000/30000"},
-             {"seek 0", true, "131 131(100) 35(0,30000)", "paused 0/30000"},
              {"seek 30000", true, "131 131(100) 35(30000,30000)", "paused 30000/30000"},
              {"resume", true, "34", "playing 30000/30000"},
              {"pass 0", true, "97", "ended 30000/30000"},
