@@ -103,29 +103,17 @@ TEST_F(Channels, TheRecordGivesEachFieldOrItsDefault)
         J(R"({"serviceid":"9007199254740993","serviceId":"9007199254740993","channelName":"News","type":3,
               "frequency":474000,"tuneMode":2,"major":5,"minor":7,"ptc":21,"lock":1,"programNumber":101,
               "sourceId":201,"originalNetworkId":8800,"transportStreamId":300})");
-    const std::map<std::string, Lines> keys{
-        {"12", {"serviceId", "serviceid"}},
-        {"1", {"type"}},
-        {"13", {"major"}},
-        {"14", {"minor"}},
-        {"2", {"ptc"}},
-        {"22", {"lock"}},
-        {"15", {"programNumber"}},
-        {"37", {"sourceId"}},
-        {"41", {"originalNetworkId"}},
-        {"18", {"transportStreamId"}},
-        {"16", {"channelName"}},
-        {"4", {"frequency"}},
-        {"6", {"tuneMode"}},
-    };
+    const Json::Value keys = J(R"({"12":["serviceId","serviceid"],"1":["type"],"13":["major"],"14":["minor"],
+        "2":["ptc"],"22":["lock"],"15":["programNumber"],"37":["sourceId"],"41":["originalNetworkId"],
+        "18":["transportStreamId"],"16":["channelName"],"4":["frequency"],"6":["tuneMode"]})");
     ShowService(J("{}"));
     EXPECT_EQ(Record(), empty);
-    for (const auto& [field, fed] : keys) {
+    for (const std::string& field : keys.getMemberNames()) {
         Json::Value service = J(kWhole);
         service.removeMember(field);
         Json::Value expected = whole;
-        for (const std::string& key : fed)
-            expected[key] = empty[key];
+        for (const Json::Value& key : keys[field])
+            expected[key.asString()] = empty[key.asString()];
         ShowService(service);
         EXPECT_EQ(Record(), expected) << field;
     }
@@ -396,8 +384,8 @@ TEST_F(Channels, TuningFailsAtEachStep)
     const Lines steps{"TVServiceAPI::CreateSourceControl", "TVServiceAPI::CreateServiceNavigation",
                       "ISourceControl::GetSourceValue", "ISourceControl::GetSourceFlag",
                       "IServiceNavigation::TuneService"};
+    // Beside each answer how many of the steps are made.
     const std::vector<std::pair<const char*, int>> cases{
-        // how many steps are made
         {R"("TVServiceAPI::CreateSourceControl","result":0)", 2},
         {R"("TVServiceAPI::CreateServiceNavigation","result":0)", 2},
         {R"("IServiceNavigation::TuneService","result":0)", 5},

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "tests/support/page.h"
-#include "tv/control.h"
 
 namespace {
 
@@ -361,24 +360,6 @@ TEST(PlayerService, KeepsPlayersApart)
     service.Advance(5s);
     EXPECT_EQ(service.Reports(), "");
     EXPECT_EQ(service->Create("film", 0), 1);
-}
-
-TEST(PlayerVerbs, ComplainAboutTheirFields)
-{
-    for (const char* line : {
-             R"({"tv":"report","type":33})",
-             R"({"tv":"report","player":1})",
-             R"({"tv":"report","player":1,"type":33,"value1":"x"})",
-             R"({"tv":"report","player":1,"type":33,"value3":1})",
-             R"({"tv":"report","player":1,"type":33,"user":1})",
-             R"({"tv":"advance"})",
-             R"({"tv":"advance","ms":-1})",
-             R"({"tv":"advance","ms":1.5})",
-             R"({"tv":"advance","ms":2147483648})",
-             R"({"tv":"advance","ms":1,"by":2})",
-         }) {
-        EXPECT_THROW(tv::CarryOut(test::J(line)), tv::VerbError) << line;
-    }
 }
 
 }  // namespace
