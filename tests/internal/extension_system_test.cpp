@@ -233,7 +233,7 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
     // The operation name and a text or array as data cross first, and then the result. The test itself
     // holds the data, and the result while it has it.
     struct Case {
-        const char* name;
+        std::string name;
         Operation operation;
         Counts arguments;
     };
@@ -265,7 +265,7 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
         for (const Result& result : {Result{R"("text")", true}, Result{"[1]", true}, Result{"{}", true},
                                      Result{"true", false}, Result{"5", false}, Result{"null", false}}) {
             for (const int status : {0, -2}) {
-                SCOPED_TRACE(std::string(c.name) + ' ' + result.json + ' ' + std::to_string(status));
+                SCOPED_TRACE(c.name + ' ' + result.json + ' ' + std::to_string(status));
                 Answer("GetEmbedderName", R"("result":)" + std::string(result.json));
                 Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(result.json));
                 Answer("GenericSyncCall",
@@ -274,8 +274,7 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
                 Extension extension(kInstance);
                 const pp::Var data("data");
                 Counts expected = c.arguments;
-                const bool hands_on = std::string(c.name) == "GetCurrentExtensionInfo" ||
-                                      std::string(c.name) == "GenericSyncCall";
+                const bool hands_on = c.name == "GetCurrentExtensionInfo" || c.name == "GenericSyncCall";
                 const bool fails = !c.arguments.empty() && status != 0;
                 if (result.counted && !fails)
                     expected.push_back(hands_on ? 1 : 0);

@@ -147,7 +147,8 @@ TEST(Events, AreToldUnderTheirNames)
 TEST(Events, AChannelLoadCarriesWhatCanBeHad)
 {
     const std::string service = R"("IServiceNavigation::GetCurrentService","out":[{"12":"1014"}])";
-    const std::string present = R"("FIVirtualChannelsAPI::GetPresentProgram","out":["the present"])";
+    const char* const none = "18446744073709551615";
+    const std::string present = R"("FIVirtualChannelsAPI::GetPresentProgram","out":["text"])";
     struct Case {
         Lines answers;
         bool has_channel;
@@ -155,19 +156,13 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
         const char* program;
     };
     for (const Case& c : {
-             Case{{service, present}, true, "1014", "the present"},
+             Case{{service, present}, true, "1014", "text"},
              Case{{R"("IServiceNavigation::GetCurrentService","out":[{"13":4}])", present},
                   true,
-                  "18446744073709551615",
-                  "the present"},
-             Case{{R"("IServiceNavigation::GetCurrentService","result":0)", present},
-                  false,
-                  "18446744073709551615",
-                  "the present"},
-             Case{{R"("TVServiceAPI::CreateServiceNavigation","result":0)", present},
-                  false,
-                  "18446744073709551615",
-                  "the present"},
+                  none,
+                  "text"},
+             Case{{R"("IServiceNavigation::GetCurrentService","result":0)", present}, false, none, "text"},
+             Case{{R"("TVServiceAPI::CreateServiceNavigation","result":0)", present}, false, none, "text"},
              Case{{service, R"("FIVirtualChannelsAPI::GetPresentProgram","result":false,"out":["partial"])"},
                   true,
                   "1014",

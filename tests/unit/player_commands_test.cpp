@@ -183,67 +183,46 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
     struct LogCase {
         const char* request;
         const char* answer;  ///< null: none
-        Lines lines;         ///< behind those of the recognition, which are the same for every command
+        std::string function;
+        int start;      ///< level of its first line
+        Lines between;  ///< that line and the one with the result
+        const char* result;
     };
+    constexpr char kSuccess[] = "PP_STATUS_SUCCESS";
+    constexpr char kRefused[] = "PP_INVALID_VALUES_ERR";
     // clang-format off
     const LogCase cases[] = {
-        {R"({"command":"Init","url":"film","timeOffset":-1,"playerType":2,"drmType":"t","drmData":"d"})", nullptr,
-         {"6 InitializeBMS: [BMSAdaptor::InitializeBMS] start command",
-          "3 InitializeBMS: [InitializeBMS]playerType 2",
+        {R"({"command":"Init","url":"film","timeOffset":-1,"playerType":2,"drmType":"t","drmData":"d"})", nullptr, "InitializeBMS", 6,
+         {"3 InitializeBMS: [InitializeBMS]playerType 2",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] m_url: film, timeOffset: 4294967295, bProgram : 2",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] drmType: t, drmOp: SetProperties, drmData : d",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] BmsCreatePlayer START ",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback bResult : 1, playerId : 1 ",
           "6 SetCallback: [BmsEventHandler::SetCallback] is called - playerId:[1]",
-          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback done",
-          "3 InitializeBMS: [InitializeBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Init","url":"film","timeOffset":0})", R"("BmsCreatePlayer","result":-1)",
-         {"6 InitializeBMS: [BMSAdaptor::InitializeBMS] start command",
-          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] m_url: film, timeOffset: 0, bProgram : 0",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback done"}, kSuccess},
+        {R"({"command":"Init","url":"film","timeOffset":0})", R"("BmsCreatePlayer","result":-1)", "InitializeBMS", 6,
+         {"6 InitializeBMS: [BMSAdaptor::InitializeBMS] m_url: film, timeOffset: 0, bProgram : 0",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] BmsCreatePlayer START ",
           "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback bResult : 0, playerId : 1 ",
-          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback fail",
-          "3 InitializeBMS: [InitializeBMS](N) PP_INVALID_VALUES_ERR"}},
-        {R"({"command":"Play"})", nullptr,
-         {"3 PlayBMS: [BMSAdaptor::PlayBMS] start command", "3 PlayBMS: [PlayBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Pause"})", nullptr,
-         {"3 PauseBMS: [BMSAdaptor::PauseBMS] start command", "3 PauseBMS: [PauseBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Resume"})", nullptr,
-         {"3 ResumeBMS: [BMSAdaptor::ResumeBMS] start command", "3 ResumeBMS: [ResumeBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Stop"})", nullptr,
-         {"6 StopBMS: [BMSAdaptor::StopBMS] start command", "3 StopBMS: [StopBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Seek","sec":90})", nullptr,
-         {"6 SeekBMS: [BMSAdaptor::SeekBMS] start command", "6 SeekBMS: [BMSAdaptor::SeekBMS] sec: 90",
-          "3 SeekBMS: [SeekBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"Seek"})", nullptr,
-         {"6 SeekBMS: [BMSAdaptor::SeekBMS] start command", "3 SeekBMS: [SeekBMS](N) PP_INVALID_VALUES_ERR"}},
-        {R"({"command":"JumpForward","sec":9})", nullptr,
-         {"6 JumpForwardBMS: [BMSAdaptor::JumpForwardBMS] start command",
-          "6 JumpForwardBMS: [MSAdaptor::JumpForwardBMS] sec:[9]",
-          "3 JumpForwardBMS: [JumpForwardBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"JumpBackward","sec":9})", nullptr,
-         {"6 JumpBackwradBMS: [BMSAdaptor::JumpBackwradBMS] start command",
-          "6 JumpBackwradBMS: [BMSAdaptor::JumpBackwradBMS] sec: 9",
-          "3 JumpBackwradBMS: [JumpBackwradBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"PasueLive"})", nullptr,
-         {"6 PauseLiveBMS: [BMSAdaptor::PauseLiveBMS] start command",
-          "3 PauseLiveBMS: [PauseLiveBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"ResumeLive","reason":""})", nullptr,
-         {"6 ResumeLiveBMS: [BMSAdaptor::ResumeLiveBMS] start command",
-          "6 ResumeLiveBMS: [BMSAdaptor::ResumeLiveBMS] m_reason:[]",
-          "3 ResumeLiveBMS: [ResumeLiveBMS](N) PP_INVALID_VALUES_ERR"}},
-        {R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})", nullptr,
-         {"6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] start command",
-          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] x: 1",
+          "6 InitializeBMS: [BMSAdaptor::InitializeBMS] SetCallback fail"}, kRefused},
+        {R"({"command":"Play"})",              nullptr, "PlayBMS",              3, {}, kSuccess},
+        {R"({"command":"Pause"})",             nullptr, "PauseBMS",             3, {}, kSuccess},
+        {R"({"command":"Resume"})",            nullptr, "ResumeBMS",            3, {}, kSuccess},
+        {R"({"command":"Stop"})",              nullptr, "StopBMS",              6, {}, kSuccess},
+        {R"({"command":"PasueLive"})",         nullptr, "PauseLiveBMS",         6, {}, kSuccess},
+        {R"({"command":"GetPlayerWindowID"})", nullptr, "GetPlayerWindowIDBMS", 6, {}, kSuccess},
+        {R"({"command":"Seek"})",              nullptr, "SeekBMS",              6, {}, kRefused},
+        {R"({"command":"Seek","sec":90})",        nullptr, "SeekBMS",         6, {"6 SeekBMS: [BMSAdaptor::SeekBMS] sec: 90"}, kSuccess},
+        {R"({"command":"JumpForward","sec":9})",  nullptr, "JumpForwardBMS",  6, {"6 JumpForwardBMS: [MSAdaptor::JumpForwardBMS] sec:[9]"}, kSuccess},
+        {R"({"command":"JumpBackward","sec":9})", nullptr, "JumpBackwradBMS", 6, {"6 JumpBackwradBMS: [BMSAdaptor::JumpBackwradBMS] sec: 9"}, kSuccess},
+        {R"({"command":"ResumeLive","reason":""})", nullptr, "ResumeLiveBMS", 6, {"6 ResumeLiveBMS: [BMSAdaptor::ResumeLiveBMS] m_reason:[]"}, kRefused},
+        {R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})", nullptr, "SetDisplayRectBMS", 6,
+         {"6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] x: 1",
           "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] y: 2",
           "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] width: 3",
-          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] height: 4",
-          "3 SetDisplayRectBMS: [SetDisplayRectBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"GetPlayerWindowID"})", nullptr,
-         {"6 GetPlayerWindowIDBMS: [BMSAdaptor::GetPlayerWindowIDBMS] start command",
-          "3 GetPlayerWindowIDBMS: [GetPlayerWindowIDBMS](N) PP_STATUS_SUCCESS"}},
-        {R"({"command":"GetVersion"})", nullptr,
-         {"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -BMS doesn't care about:[GetVersion]"}},
+          "6 SetDisplayRectBMS: [BMSAdaptor::SetDisplayRectBMS] height: 4"}, kSuccess},
+        {R"({"command":"GetVersion"})", nullptr, "", 0,
+         {"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -BMS doesn't care about:[GetVersion]"}, nullptr},
     };
     // clang-format on
     test::Page page;
@@ -270,7 +249,12 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
         Lines expected{"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp is called",
                        "6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -command:[" +
                            test::J(c.request)["command"].asString() + "]"};
-        expected.insert(expected.end(), c.lines.begin(), c.lines.end());
+        if (c.result != nullptr)
+            expected.push_back(std::to_string(c.start) + " " + c.function + ": [BMSAdaptor::" + c.function +
+                               "] start command");
+        expected.insert(expected.end(), c.between.begin(), c.between.end());
+        if (c.result != nullptr)
+            expected.push_back("3 " + c.function + ": [" + c.function + "](N) " + c.result);
         EXPECT_EQ(lines, expected);
         page.Do(R"({"tv":"restore"})");
     }

@@ -267,10 +267,10 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
         {"http://a/Film", 0, "32", "created 0/3600000"},
     };
     const Case with_patterns[] = {
-        {"ab", 0, "32", "created 0/1000"},   {"a--b", 0, "32", "created 0/1000"},
-        {"abab", 0, "32", "created 0/1000"}, {"abc", 0, "32", "created 0/3600000"},
-        {"x", 0, "32", "created 0/2000"},    {"xx", 0, "32", "created 0/3600000"},
-        {"a.c.e", 0, "134", "failed 0/0"},   {"a.e.c", 0, "32", "created 0/3600000"},
+        {"ab", 0, "32", "created 0/1000"},       {"a--b", 0, "32", "created 0/1000"},
+        {"abc", 0, "32", "created 0/3600000"},   {"x", 0, "32", "created 0/2000"},
+        {"xx", 0, "32", "created 0/3600000"},    {"a.c.e", 0, "134", "failed 0/0"},
+        {"a.e.c", 0, "32", "created 0/3600000"},
     };
     const auto check = [](Service& service, const auto& cases) {
         for (const Case& c : cases) {
