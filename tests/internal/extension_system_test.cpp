@@ -73,23 +73,17 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
             Case{R"("result":0,"out":[true])",          true,  -1,          "true"},
             Case{R"("result":0,"out":[false])",         false, -1,          "false"},
             Case{R"("result":0,"out":[12])",            false, 12,          "12"},
-            Case{R"("result":0,"out":[0])",             false, 0,           "0"},
             Case{R"("result":0,"out":[-2147483648])",   false, -2147483647 - 1, "-2147483648"},
             Case{R"("result":0,"out":[7.5])",           false, 7,           "7.5"},
-            Case{R"("result":0,"out":[-7.5])",          false, -7,          "-7.5"},
             Case{R"("result":0,"out":[3000000000])",    false, 2147483647,  "3000000000.0"},
             Case{R"("result":0,"out":["12"])",          false, -1,          R"("12")"},
-            Case{R"("result":0,"out":["true"])",        false, -1,          R"("true")"},
             Case{R"("result":0,"out":[[true]])",        false, -1,          "[true]"},
             Case{R"("result":0,"out":[{"a":[1,null]}])",false, -1,          R"({"a":[1,null]})"},
             Case{R"("result":0,"out":[null])",          false, -1,          "null"},
             Case{R"("result":0)",                       false, -1,          "null"},
-            Case{R"("result":-2,"out":[true])",         false, -1,          "null"},
             Case{R"("result":-2,"out":[12])",           false, -1,          "null"},
             Case{R"("result":1,"out":[true])",          false, -1,          "null"},
             Case{R"("result":1,"out":[12])",            false, -1,          "null"},
-            Case{R"("result":-52,"out":["12"])",        false, -1,          "null"},
-            Case{R"("result":-5)",                      false, -1,          "null"},
         }) {
         // clang-format on
         Answer("GenericSyncCall", c.answer);
@@ -112,10 +106,8 @@ TEST_F(ExtensionSystem, GivesTheEmbedderAndTheExtensionInfo)
         const char* value;
         const char* embedder;
     };
-    for (const Case& c :
-         {Case{R"("OrvexWRT")", "OrvexWRT"}, Case{R"("\u00c9 ")", "\u00c9 "}, Case{R"("")", ""},
-          Case{"5", ""}, Case{"1.5", ""}, Case{"true", ""}, Case{"null", ""}, Case{R"(["OrvexWRT"])", ""},
-          Case{R"({"name":"OrvexWRT"})", ""}}) {
+    for (const Case& c : {Case{R"("\u00c9 ")", "\u00c9 "}, Case{R"("")", ""}, Case{"5", ""}, Case{"null", ""},
+                          Case{R"(["OrvexWRT"])", ""}, Case{R"({"name":"OrvexWRT"})", ""}}) {
         Answer("GetEmbedderName", R"("result":)" + std::string(c.value));
         Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(c.value));
         pp::ExtensionSystemHalvorn extension(kInstance);
@@ -241,55 +233,29 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
     // The operation name and a text or array as data cross first, and then the result. The test itself
     // holds the data, and the result while it has it.
     struct Case {
-        const char* name;
+        std::string name;
         Operation operation;
-        bool hands_on;  ///< gives the result to the caller
         Counts arguments;
     };
-    const std::vector<Case> operations{
-        {"GetEmbedderName",
-         [](Extension& e, const pp::Var&) {
-             e.GetEmbedderName();
-             return pp::Var();
-         },
-         false,
-         {}},
+    const auto done = [](const auto&) { return pp::Var(); };
+    const Case operations[] = {
+        {"GetEmbedderName", [&](Extension& e, const pp::Var&) { return done(e.GetEmbedderName()); }, {}},
         {"GetCurrentExtensionInfo",
          [](Extension& e, const pp::Var&) { return e.GetCurrentExtensionInfo(); },
-         true,
          {}},
         {"GenericSyncCall",
          [](Extension& e, const pp::Var& data) { return e.GenericSyncCall("operation", data); },
-         true,
          {0, 1}},
         {"CheckPrivilege",
-         [](Extension& e, const pp::Var& data) {
-             e.CheckPrivilege(data);
-             return pp::Var();
-         },
-         false,
+         [&](Extension& e, const pp::Var& data) { return done(e.CheckPrivilege(data)); },
          {0, 1}},
         {"SetIMERecommendedWords",
-         [](Extension& e, const pp::Var& data) {
-             e.SetIMERecommendedWords(data);
-             return pp::Var();
-         },
-         false,
+         [&](Extension& e, const pp::Var& data) { return done(e.SetIMERecommendedWords(data)); },
          {0, 1}},
         {"SetIMERecommendedWordsType",
-         [](Extension& e, const pp::Var&) {
-             e.SetIMERecommendedWordsType(true);
-             return pp::Var();
-         },
-         false,
+         [&](Extension& e, const pp::Var&) { return done(e.SetIMERecommendedWordsType(true)); },
          {0}},
-        {"GetWindowId",
-         [](Extension& e, const pp::Var&) {
-             e.GetWindowId();
-             return pp::Var();
-         },
-         false,
-         {0}},
+        {"GetWindowId", [&](Extension& e, const pp::Var&) { return done(e.GetWindowId()); }, {0}},
     };
     struct Result {
         const char* json;
@@ -299,7 +265,7 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
         for (const Result& result : {Result{R"("text")", true}, Result{"[1]", true}, Result{"{}", true},
                                      Result{"true", false}, Result{"5", false}, Result{"null", false}}) {
             for (const int status : {0, -2}) {
-                SCOPED_TRACE(std::string(c.name) + ' ' + result.json + ' ' + std::to_string(status));
+                SCOPED_TRACE(c.name + ' ' + result.json + ' ' + std::to_string(status));
                 Answer("GetEmbedderName", R"("result":)" + std::string(result.json));
                 Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(result.json));
                 Answer("GenericSyncCall",
@@ -308,14 +274,15 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
                 Extension extension(kInstance);
                 const pp::Var data("data");
                 Counts expected = c.arguments;
+                const bool hands_on = c.name == "GetCurrentExtensionInfo" || c.name == "GenericSyncCall";
                 const bool fails = !c.arguments.empty() && status != 0;
                 if (result.counted && !fails)
-                    expected.push_back(c.hands_on ? 1 : 0);
+                    expected.push_back(hands_on ? 1 : 0);
                 {
                     const pp::Var handed_on = c.operation(extension, data);
                     EXPECT_EQ(references.Others(), expected) << "while the result is held";
                 }
-                if (c.hands_on && result.counted && !fails)
+                if (hands_on && result.counted && !fails)
                     expected.back() = 0;
                 EXPECT_EQ(references.Others(), expected) << "afterwards";
                 EXPECT_EQ(tv::CountReferences(data.pp_var()), 1 + (c.arguments.size() == 2 ? 2 : 0));
@@ -380,8 +347,7 @@ TEST_F(ExtensionSystem, IsValidIsFoundOutOnceAProcess)
     };
     for (const Case& c :
          {Case{R"("OrvexWRT")", true}, Case{R"("orvexwrt")", false}, Case{R"("OrvexWRT ")", false},
-          Case{R"("OrvexWRT\u0000")", false}, Case{R"("Orvex")", false}, Case{R"("")", false},
-          Case{"5", false}, Case{"null", false}}) {
+          Case{R"("OrvexWRT\u0000")", false}, Case{R"("")", false}, Case{"5", false}}) {
         InFreshProcess(c.embedder, [&] {
             test::Calls calls;
             Answer("GetEmbedderName", R"("result":)" + std::string(c.embedder));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <json/value.h>
+#include <json/writer.h>
 
 #include <condition_variable>
 #include <filesystem>

@@ -157,20 +157,16 @@ TEST(Library, ExportsTheFactoryAndTheExtensionClassesAlone)
 
 TEST(Library, HoldsEachLoadHookTwice)
 {
-    struct Case {
-        const char* hook;
-        ElfW(Word) list;
-    };
     const SharedObject library(test::PluginPath());
-    for (const Case& c :
-         {Case{"HtLibHelperInit()", SHT_INIT_ARRAY}, Case{"HtLibHelperDeinit()", SHT_FINI_ARRAY}}) {
+    const std::vector<std::pair<const char*, ElfW(Word)>> hooks{{"HtLibHelperInit()", SHT_INIT_ARRAY},
+                                                                {"HtLibHelperDeinit()", SHT_FINI_ARRAY}};
+    for (const auto& [hook, list] : hooks) {
         int count = 0;
-        for (const std::string& function : library.Functions(c.list)) {
-            EXPECT_NE(function, "(nothing)") << "a hole in the list of " << c.hook;
-            if (function.find(c.hook) != std::string::npos)
-                ++count;
+        for (const std::string& function : library.Functions(list)) {
+            EXPECT_NE(function, "(nothing)") << "a hole in the list of " << hook;
+            count += function.find(hook) != std::string::npos ? 1 : 0;
         }
-        EXPECT_EQ(count, 2) << c.hook;
+        EXPECT_EQ(count, 2) << hook;
     }
 }
 

@@ -43,11 +43,9 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
     constexpr int kMin = -kMax - 1;
     // clang-format off
     const Case cases[] = {
-        {32,  0,     5,      "0<BMS_PLAYER-0.5", "",       "EventInitComplete",     "BmsEventHandler::EventInitComplete",     "CZeLumoPluginHandler::EventInitComplete-sParam1:[0<BMS_PLAYER-0.5], EventCurrentPosition:[]"},
         {32,  -12,   5,      "-12<BMS_PLAYER-0.5", "",     "EventInitComplete",     "BmsEventHandler::EventInitComplete",     "CZeLumoPluginHandler::EventInitComplete-sParam1:[-12<BMS_PLAYER-0.5], EventCurrentPosition:[]"},
         {33,  1,     2,      "", "",                       "EventPauseComplete",    "BmsEventHandler::EventPauseComplete",    "CZeLumoPluginHandler::EventPauseComplete-sParam1:[], sParam2:[]"},
         {34,  1,     2,      "", "",                       "EventResumeComplete",   "BmsEventHandler::EventResumeComplete",   "CZeLumoPluginHandler::EventResumeComplete-sParam1:[], sParam2:[]"},
-        {35,  15000, 600000, "15000", "600000",            "EventSeekComplete",     "BmsEventHandler::EventSeekComplete",     "CZeLumoPluginHandler::EventSeekComplete -position:[15000], duration:[600000]"},
         {35,  kMin,  kMax,   "-2147483648", "2147483647",  "EventSeekComplete",     "BmsEventHandler::EventSeekComplete",     "CZeLumoPluginHandler::EventSeekComplete -position:[-2147483648], duration:[2147483647]"},
         {36,  1,     2,      "", "",                       "EventStopSuccess",      "BmsEventHandler::EventStopSuccess",      "CZeLumoPluginHandler::EventStopSuccess-sParam1:[], sParam2:[]"},
         {37,  1,     2,      "", "",                       "EventContentRangeOver", "[BmsEventHandler::EventContentRangeOver]", "CZeLumoPluginHandler::EventContentRangeOver-sParam1:[], sParam2:[]"},
@@ -60,8 +58,6 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
         {200, 1,     2,      "", "",                       "EventGetWindowID",      "BmsEventHandler::EventGetWindowID",      "CZeLumoPluginHandler::EventGetWindowID-sParam1:[], sParam2:[]"},
         {201, 1,     2,      "", "",                       "EventGetInitInfo",      "BmsEventHandler::EventGetInitInfo",      "CZeLumoPluginHandler::EventGetInitInfo-sParam1:[], sParam2:[]"},
         {99,  1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
-        {0,   1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
-        {31,  1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
         {-35, 1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
         {202, 1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
     };
@@ -101,31 +97,20 @@ TEST(PlayerEvents, AreHeardOnceThePageHasSubscribedToSomething)
 {
     struct Step {
         const char* request;  ///< null: none
-        const char* report;
-        const char* delivered;
+        const char* report;   ///< behind the verb
+        int delivered;
         Lines messages;
     };
+    const Lines stopped{Message(36, "", "")};
     const Step steps[] = {
-        {nullptr, R"({"tv":"report","player":101,"type":36})", R"({"delivered":0})", {}},
-        {R"({"command":"Init","url":"film","timeOffset":0})",
-         R"({"tv":"report","player":1,"type":36})",
-         R"({"delivered":1})",
-         {}},
-        {R"({"command":"RegisterEvent","event":90001})",
-         R"({"tv":"report","player":1,"type":131,"value1":3})",
-         R"({"delivered":1})",
-         {Message(131, "3", "")}},
-        {nullptr, R"({"tv":"report","player":101,"type":36,"user":null})", R"({"delivered":1})", {}},
-        {nullptr, R"({"tv":"report","player":2,"type":36})", R"({"delivered":0})", {}},
+        {nullptr, R"("player":101,"type":36})", 0, {}},
+        {R"({"command":"Init","url":"film","timeOffset":0})", R"("player":1,"type":36})", 1, {}},
+        {R"({"command":"RegisterEvent","event":90001})", R"("player":1,"type":36})", 1, stopped},
+        {nullptr, R"("player":101,"type":36,"user":null})", 1, {}},
+        {nullptr, R"("player":2,"type":36})", 0, {}},
         // More subscriptions, more registrations: still one message a report.
-        {R"({"command":"RegisterEvent","event":90002})",
-         R"({"tv":"report","player":101,"type":36})",
-         R"({"delivered":1})",
-         {Message(36, "", "")}},
-        {R"({"command":"UnRegisterEvent","event":90001})",
-         R"({"tv":"report","player":101,"type":36})",
-         R"({"delivered":1})",
-         {Message(36, "", "")}},
+        {R"({"command":"RegisterEvent","event":90002})", R"("player":101,"type":36})", 1, stopped},
+        {R"({"command":"UnRegisterEvent","event":90001})", R"("player":101,"type":36})", 1, stopped},
     };
     test::Page page;
     for (const Step& step : steps) {
@@ -133,7 +118,8 @@ TEST(PlayerEvents, AreHeardOnceThePageHasSubscribedToSomething)
         if (step.request != nullptr)
             page.Await(step.request);
         page.TakeMessages();
-        EXPECT_EQ(Text(page.Do(step.report)), step.delivered);
+        EXPECT_EQ(page.Do(std::string(R"({"tv":"report",)") + step.report)["delivered"].asInt(),
+                  step.delivered);
         Lines messages;
         for (const Json::Value& message : page.TakeMessages())
             messages.push_back(Text(message));

@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
 #include "tvhost/trace_file.h"
@@ -89,7 +90,6 @@ TEST(Tracing, RecordsTheScopesOfASession)
          {imp + R"("RegisterEvent")", "BmsEventHandler::SetCallback 101", "BMSAdaptor::SetCallBack 101",
           "BMSAdaptor::RegisterSendEvent 101"}},
         {R"({"command":"Play"})", {imp + R"("Play")"}},
-        {R"({"command":"Seek","sec":1})", {imp + R"("Seek")"}},
         {R"({"command":"ResumeLive","reason":"back"})",
          {R"(BMSAdaptor::ResumeLiveBMS "back")", imp + R"("ResumeLive")"}},
         {R"({"command":"ResumeLive","reason":""})",
@@ -137,21 +137,20 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
 {
     struct Case {
         unsigned settings;
-        const char* rect;     ///< scope of four numbers
-        const char* placed;   ///< scope of one truth value
-        const char* command;  ///< scope of one text
+        const char* placed;   ///< values of a scope of one truth value
+        const char* rect;     ///< of one of four numbers
+        const char* command;  ///< of one text
         std::size_t types;
     };
-    // clang-format off
+    constexpr unsigned kBoth = HT_CAPTURE_IMMEDIATE | HT_CAPTURE_DEFERRED;
     const Case cases[] = {
-        {0,                                           "SetDisplayRectBMS 2 3 4",           "SetDisplayRectBMS",                  "HandleBlockingMessageImp", 0},
-        {HT_CAPTURE_IMMEDIATE,                        "SetDisplayRectBMS 1 2 3 4",         "SetDisplayRectBMS false",            "HandleBlockingMessageImp \"SetDisplayRect\"", 0},
-        {HT_CAPTURE_DEFERRED,                         "SetDisplayRectBMS 2 3 4 later:1",   "SetDisplayRectBMS later:false",      "HandleBlockingMessageImp later:\"SetDisplayRect\"", 0},
-        {HT_CAPTURE_IMMEDIATE | HT_CAPTURE_DEFERRED,  "SetDisplayRectBMS 1 2 3 4 later:1", "SetDisplayRectBMS false later:false", "HandleBlockingMessageImp \"SetDisplayRect\" later:\"SetDisplayRect\"", 0},
-        {HT_RECORD_TYPES,                             "SetDisplayRectBMS 2 3 4",           "SetDisplayRectBMS",                  "HandleBlockingMessageImp", 1},
-        {HT_RECORD_TYPES | HT_CAPTURE_IMMEDIATE,      "SetDisplayRectBMS 1 2 3 4",         "SetDisplayRectBMS false",            "HandleBlockingMessageImp \"SetDisplayRect\"", 1},
+        {0, "", " 2 3 4", "", 0},
+        {HT_CAPTURE_IMMEDIATE, " false", " 1 2 3 4", R"( "SetDisplayRect")", 0},
+        {HT_CAPTURE_DEFERRED, " later:false", " 2 3 4 later:1", R"( later:"SetDisplayRect")", 0},
+        {kBoth, " false later:false", " 1 2 3 4 later:1", R"( "SetDisplayRect" later:"SetDisplayRect")", 0},
+        {HT_RECORD_TYPES, "", " 2 3 4", "", 1},
+        {HT_RECORD_TYPES | HT_CAPTURE_IMMEDIATE, " false", " 1 2 3 4", R"( "SetDisplayRect")", 1},
     };
-    // clang-format on
     test::Page page;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.settings);
@@ -162,8 +161,9 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
             Tracing tracing(c.settings);
             place();
             EXPECT_EQ(tracing.TakeLines(),
-                      (Lines{std::string("BMSAdaptor::") + c.placed, std::string("BMSAdaptor::") + c.rect,
-                             std::string("BMSAdaptor::") + c.command}));
+                      (Lines{std::string("BMSAdaptor::SetDisplayRectBMS") + c.placed,
+                             std::string("BMSAdaptor::SetDisplayRectBMS") + c.rect,
+                             std::string("BMSAdaptor::HandleBlockingMessageImp") + c.command}));
         }
         Tracing tracing(c.settings);
         place();
@@ -242,28 +242,11 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
     EXPECT_EQ(tracing->TakeLines(), Lines{R"(BMSAdaptor::HandleBlockingMessageImp "GetPlayerWindowID")"});
 }
 
-/// A file that is gone when the test is over.
-class TemporaryFile {
-  public:
-    TemporaryFile()
-    {
-        std::string name = std::filesystem::temp_directory_path() / "zelumo-trace-XXXXXX";
-        const int descriptor = mkstemp(name.data());
-        EXPECT_GE(descriptor, 0);
-        close(descriptor);
-        path_ = name;
-    }
-    ~TemporaryFile() { std::filesystem::remove(path_); }
-    const std::filesystem::path& path() const { return path_; }
-    Json::Value Read() const
-    {
-        std::ifstream file(path_);
-        return test::J(std::string(std::istreambuf_iterator<char>(file), {}));
-    }
-
-  private:
-    std::filesystem::path path_;
-};
+Json::Value Read(const std::string& path)
+{
+    std::ifstream file(path);
+    return test::J(std::string(std::istreambuf_iterator<char>(file), {}));
+}
 
 /// The complete events of a trace as `thread: operation {args}`, the place in the source left out.
 Lines Events(const Json::Value& trace)
@@ -285,9 +268,10 @@ Lines Events(const Json::Value& trace)
 
 TEST(TraceFile, HoldsOneEventAScope)
 {
-    const TemporaryFile file;
+    const test::TemporaryFolder folder;
+    const std::string file = folder / "trace.json";
     {
-        host::TraceFile trace(file.path());
+        host::TraceFile trace(file);
         test::Page page;
         page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
         page.Await(R"({"command":"ResumeLive","reason":"\"\\\n\u00e9"})");
@@ -297,7 +281,7 @@ TEST(TraceFile, HoldsOneEventAScope)
         page.Await(R"({"command":"Play"})");
     }
     const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
-    EXPECT_EQ(Events(file.Read()),
+    EXPECT_EQ(Events(Read(file)),
               (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
                      worker + R"(SetDisplayRectBMS {"value1":1,"value2":2,"value3":3,"value4":4})",
                      worker + R"(HandleBlockingMessageImp {"value1":"SetDisplayRect"})",
@@ -306,15 +290,12 @@ TEST(TraceFile, HoldsOneEventAScope)
                      worker + R"(Destory {"value1":101})"}));
 }
 
-TEST(TraceFile, IsWholeWithoutAnyScope)
+TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
 {
-    const TemporaryFile file;
-    host::TraceFile(file.path()).Finish();
-    EXPECT_EQ(file.Read(), Json::Value(Json::arrayValue));
-}
-
-TEST(TraceFile, SaysWhenItCantBeWritten)
-{
+    const test::TemporaryFolder folder;
+    const std::string file = folder / "trace.json";
+    host::TraceFile(file).Finish();
+    EXPECT_EQ(Read(file), Json::Value(Json::arrayValue));
     EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
     host::TraceFile full("/dev/full");
     EXPECT_THROW(full.Finish(), host::TraceError);
@@ -322,17 +303,18 @@ TEST(TraceFile, SaysWhenItCantBeWritten)
 
 TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
 {
-    const TemporaryFile file;
+    const test::TemporaryFolder folder;
+    const std::string file = folder / "trace.json";
     std::array<int, 2> to_program{};
     std::array<int, 2> from_program{};
     ASSERT_EQ(pipe(to_program.data()), 0);
     ASSERT_EQ(pipe(from_program.data()), 0);
-    const std::string program = test::PluginPath().parent_path().parent_path() / "bin" / "zelumo-tv";
+    const std::string program = test::HostPath();
     const pid_t child = fork();
     if (child == 0) {
         dup2(to_program[0], STDIN_FILENO);
         dup2(from_program[1], STDOUT_FILENO);
-        execl(program.c_str(), "zelumo-tv", "--trace", file.path().c_str(), "script", "-", nullptr);
+        execl(program.c_str(), "zelumo-tv", "--trace", file.c_str(), "script", "-", nullptr);
         _exit(127);
     }
     close(to_program[0]);
@@ -350,7 +332,7 @@ TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
     close(to_program[1]);
     close(from_program[0]);
     EXPECT_EQ(
-        Events(file.Read()),
+        Events(Read(file)),
         (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"GetPlayerWindowID"})",
                R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
 }

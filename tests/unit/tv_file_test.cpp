@@ -37,35 +37,27 @@ TEST(TvFile, MistakesNameTheirPlace)
         {"{\"channels\":[{\"id\":\"1\",\"name\":\"\xC3\"}]}", "the file: is not UTF-8"},
         {"[]", "the file: must be an object"},
         {R"({"chanels":[]})", "chanels: is not known"},
-        {R"({"a b":1})", "[\"a b\"]: is not known"},
         {R"({"":1})", "[\"\"]: is not known"},
         {R"({"date":-1})", "date: must be a whole number from 0 to 253402300799999"},
-        {R"({"date":"now"})", "date: must be a whole number from 0 to 253402300799999"},
 
         {R"({"channels":{}})", "channels: must be an array"},
         {R"({"channels":[5]})", "channels[0]: must be an object"},
         {R"({"channels":[{}]})", "channels[0].id: is missing"},
         {R"({"channels":[{"id":1}]})", "channels[0].id: must be a string of decimal digits, of 64 bits"},
-        {R"({"channels":[{"id":"-1"}]})", "channels[0].id: must be a string of decimal digits, of 64 bits"},
         {R"({"channels":[{"id":"18446744073709551616"}]})",
          "channels[0].id: must be a string of decimal digits, of 64 bits"},
         {R"({"channels":[{"id":"1"},{"id":"2"},{"id":"01"}]})",
          "channels[2].id: is that of channels[0] as well"},
         {R"({"channels":[{"id":"1","12":"1"}]})", "channels[0].12: field 12 is given twice"},
         {R"({"channels":[{"id":"1","012":"1"}]})", "channels[0].012: is not the number of a field"},
-        {R"({"channels":[{"id":"1","99999999999":1}]})",
-         "channels[0].99999999999: is not the number of a field"},
         {R"({"channels":[{"id":"1","200":"x"}]})", "channels[0].200: must be a whole number"},
         {R"({"channels":[{"id":"1"},{"id":"2","name":5}]})",
          "channels[1].name: must be a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","name":{"hex":"4"}}]})",
          "channels[0].name: must be a string, or {\"hex\": its units in hexadecimal}"},
-        {R"({"channels":[{"id":"1","extra":[]}]})",
-         "channels[0].extra: must be an object or a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","extra":{"hex":"xy"}}]})",
          "channels[0].extra: must be an object or a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","major":65536}]})", at("channels[0].major", whole16)},
-        {R"({"channels":[{"id":"1","lock":true}]})", at("channels[0].lock", whole16)},
         {R"({"channels":[{"id":"1","programNumber":-1}]})", at("channels[0].programNumber", whole16)},
         {R"({"channels":[{"id":"1","frequency":2147483648}]})",
          "channels[0].frequency: must be a whole number of 32 bits"},
@@ -81,19 +73,13 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":5,"at":0}]}]})",
          "channels[0].guide[0].at: is not known"},
         {R"({"current":"77"})", "current: no channel has this id"},
-        {R"({"current":1001})", "current: must be a string of decimal digits, of 64 bits"},
         {R"({"channels":[{"id":"1"}],"current":"1001"})", "current: no channel has this id"},
         {R"({"programs":[]})", "programs: must hold at least one programme"},
         {R"({"programs":[{"title":"A"}]})", "channels[0].genre: no programme has it"},
 
-        {R"({"tvMode":{"antennaMode":"x"}})", "tvMode.antennaMode: must be a whole number of 32 bits"},
         {R"({"source":{"value":1.5}})", "source.value: must be a whole number of 32 bits"},
         {R"({"source":{"flags":0}})", "source.flags: is not known"},
-        {R"({"contentService":true})", "contentService: must be an object"},
         {R"({"contentService":{"available":"yes"}})", "contentService.available: must be true or false"},
-        {R"({"firstUse":{"instantOn":0}})", "firstUse.instantOn: must be true or false"},
-        {R"({"application":{"url":1}})", "application.url: must be a string"},
-        {R"({"settings":[]})", "settings: must be an object"},
         {R"({"settings":{"db/menu":1.5}})", at("settings[\"db/menu\"]", setting)},
         {R"({"settings":{"a":null}})", at("settings.a", setting)},
         {R"({"settings":{"":1}})", "settings[\"\"]: a key must not be empty"},
@@ -103,7 +89,6 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"streams":[{"pattern":"*","fault":"lost"}]})",
          "streams[0].fault: must be \"missing\" or \"broken\""},
         {R"({"extension":{"privileges":[1]}})", "extension.privileges[0]: must be a string"},
-        {R"({"extension":{"windowId":"1"}})", "extension.windowId: must be a whole number of 32 bits"},
     };
     for (const auto& [text, mistake] : cases)
         EXPECT_EQ(MistakeOf(text), mistake) << text;
@@ -117,7 +102,6 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
     EXPECT_EQ(same.current, 1001U);
     EXPECT_EQ(same.settings, sample.settings);
     EXPECT_EQ(same.date.count(), 1767294000000);
-
     const tv::TvConfig other = tv::ParseTv(
         R"({"channels":[{"id":"7"}],"date":5,"firstUse":{"instantOn":true},"source":{"flag":3},"settings":{}})",
         sample);
@@ -182,16 +166,11 @@ TEST(TvFile, TheProgramStandsInForTheFilesTv)
     const test::HostResult printed = test::RunHost("tv");
     EXPECT_EQ(printed.status, 0);
     const std::string copy = folder.Write("copy.json", printed.out);
-    const std::string script =
-        R"({"await":{"command":"GetZELumoServices"}})"
-        "\n"
-        R"({"await":{"command":"SetNextService"}})"
-        "\n"
-        R"({"await":{"command":"GetCurrentChannelInfo"}})"
-        "\n"
-        R"({"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"1013\"}"}})"
-        "\n"
-        R"({"await":{"command":"GetAppIDAndURL"}})";
+    const std::string script = R"({"await":{"command":"GetZELumoServices"}}
+{"await":{"command":"SetNextService"}}
+{"await":{"command":"GetCurrentChannelInfo"}}
+{"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"1013\"}"}}
+{"await":{"command":"GetAppIDAndURL"}})";
     const test::HostResult usual = test::RunHost("script", script);
     EXPECT_EQ(usual.status, 0) << usual.err;
     EXPECT_EQ(test::RunHost("--tv " + copy + " script", script).out, usual.out);
@@ -204,19 +183,16 @@ TEST(TvFile, TheProgramStandsInForTheFilesTv)
     EXPECT_NE(result.out.find("http://sample.tv/channels/index.html\",\"appID\":\"own\""), std::string::npos);
 
     const std::string wrong = folder.Write("wrong.json", R"({"channels":[{"id":7}]})");
-    struct Case {
-        std::string file;
-        std::string why;
+    const std::vector<std::pair<std::string, std::string>> refusals{
+        {wrong, ": channels[0].id: must be a string of decimal digits, of 64 bits"},
+        {wrong + ".none", ": No such file or directory"},
+        {"/", ": Is a directory"},
     };
-    for (const Case& c : {
-             Case{wrong, wrong + ": channels[0].id: must be a string of decimal digits, of 64 bits"},
-             Case{wrong + ".none", wrong + ".none: No such file or directory"},
-             Case{"/", "/: Is a directory"},
-         }) {
-        const test::HostResult refused = test::RunHost("--tv " + c.file + " script", script);
+    for (const auto& [file, why] : refusals) {
+        const test::HostResult refused = test::RunHost("--tv " + file + " script", script);
         EXPECT_EQ(refused.status, 2);
         EXPECT_EQ(refused.out, "");
-        EXPECT_EQ(refused.err, "zelumo-tv: " + c.why + "\n");
+        EXPECT_EQ(refused.err, "zelumo-tv: " + file + why + "\n");
     }
 }
 
