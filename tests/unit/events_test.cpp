@@ -144,6 +144,37 @@ TEST(Events, AreToldUnderTheirNames)
     }
 }
 
+TEST(Events, AreLogged)
+{
+    struct Case {
+        const char* verb;
+        Lines log;
+    };
+    test::Page page;
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    test::Log log;
+    for (const Case& c : {
+             Case{R"({"tv":"event","event":90001})",
+                  {"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called",
+                   "0/6 zelumo-pepper SendPloomiaEvent:  PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE is "
+                   "sent"}},
+             Case{R"({"tv":"event","event":90001,"user":null})",
+                  {"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called"}},
+             Case{R"({"tv":"signal","signal":177})",
+                  {"0/3 zelumo-pepper t_SendData: [CZeLumoPluginHandler::t_SendData] signal : 177"}},
+             Case{R"({"tv":"poweroff","type":1073741824,"user":null})",
+                  {"2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] OnPowerOff is called !!",
+                   "2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] pInstance is NULL!!"}},
+             Case{R"({"tv":"poweroff","type":1})",
+                  {"2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] OnPowerOff is called !!",
+                   "2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] It is NOT POWER_OFF_TO_SUSPEND!!"}},
+         }) {
+        page.Do(c.verb);
+        EXPECT_EQ(log.Take(), c.log) << c.verb;
+    }
+    page.TakeMessages();
+}
+
 TEST(Events, AChannelLoadCarriesWhatCanBeHad)
 {
     const std::string service = R"("IServiceNavigation::GetCurrentService","out":[{"12":"1014"}])";
@@ -273,6 +304,11 @@ TEST(Settings, WatchedKeysAreTold)
     const std::string watch = R"({"command":"AddVconfCallbackWithKey","key":"w/k"})";
     EXPECT_EQ(Text(page.Await(watch)), R"({"code":0,"data":null})");
     EXPECT_EQ(calls.Take(), Lines{R"(vconf_notify_key_changed ["w/k"] -> 0)"});
+    // Only a negative result is a failure.
+    page.Do(R"({"tv":"answer","call":"vconf_notify_key_changed","result":5,"times":1})");
+    EXPECT_EQ(page.Await(R"({"command":"AddVconfCallbackWithKey","key":"w/positive"})")["code"], 0);
+    EXPECT_EQ(page.Await(R"({"command":"AddVconfCallbackWithKey","key":""})")["code"], 9999);
+    calls.Take();
     // The store is not asked a second time.
     EXPECT_EQ(page.Await(watch)["code"], 9999);
     EXPECT_EQ(
@@ -293,7 +329,9 @@ TEST(Settings, WatchedKeysAreTold)
 
     calls.Take();
     page.Close();
-    EXPECT_EQ(Holding(calls.Take(), {"vconf_ignore"}), Lines{R"(vconf_ignore_key_changed ["w/k"] -> 0)"});
+    EXPECT_EQ(Holding(calls.Take(), {"vconf_ignore"}),
+              (Lines{R"(vconf_ignore_key_changed ["w/k"] -> 0)",
+                     R"(vconf_ignore_key_changed ["w/positive"] -> -1)"}));
     EXPECT_EQ(page.Do(R"({"tv":"setting","key":"w/k","value":1})")["delivered"], 0);
 }
 
