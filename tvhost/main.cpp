@@ -34,7 +34,7 @@ int main(int argc, char** argv)
     app.require_subcommand(0, 1);
     app.fallthrough();
     app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("zelumo-tv: ") + error.what() + "\n";
+        return std::string("zelumo-tv: ") + error.what() + "; --help lists what there is\n";
     });
 
     std::string plugin;
@@ -67,16 +67,23 @@ int main(int argc, char** argv)
     CLI::App* const serve_command =
         app.add_subcommand("serve", "Serve the TV to a page in a desktop browser");
     serve_command->add_option("--address", serve.address, "The address to serve on")->capture_default_str();
-    serve_command->add_option("--port", serve.port, "The port; 0 takes a free one")->capture_default_str();
+    serve_command->add_option("--port", serve.port, "The port; 0 takes a free one")
+        ->type_name("N")
+        ->check(CLI::Range(0, 65535))
+        ->capture_default_str();
     serve_command->add_option("--app", serve.app, "The folder of a page of one's own")->type_name("DIR");
     serve_command->add_option("--record", serve.record, "Write all that happens as a script for --check")
         ->type_name("FILE");
     serve_command
         ->add_option("--speed", serve.speed, "How many times as fast playing time runs; 0: it stands still")
         ->check(CLI::Range(0.0, 100000.0))
+        ->type_name("N")
         ->capture_default_str();
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
         ->type_name("DIR");
+    for (CLI::App* command : {script_command, serve_command})
+        command->footer(
+            "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -17,7 +17,7 @@ Recorder::Recorder(const std::filesystem::path& file)
       descriptor_(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666))
 {
     if (descriptor_ < 0)
-        throw std::system_error(errno, std::generic_category(), file.string());
+        throw std::system_error(errno, std::generic_category(), "recording " + file.string());
 }
 
 Recorder::~Recorder()

@@ -136,10 +136,24 @@ std::optional<WebFiles::Found> FindIn(const fs::path& folder, const fs::path& na
 
 }  // namespace
 
+namespace {
+
+/// A folder without its main file is another than was meant.
+void Require(const fs::path& file)
+{
+    if (!fs::exists(file))
+        throw std::system_error(ENOENT, std::generic_category(), file.string());
+}
+
+}  // namespace
+
 WebFiles::WebFiles(const fs::path& web, const fs::path& app) : web_(Folder(web))
 {
-    if (!app.empty())
-        app_ = Folder(app);
+    Require(web_ / "zelumo-embed.js");
+    if (app.empty())
+        return;
+    app_ = Folder(app);
+    Require(app_ / "index.html");
 }
 
 std::optional<WebFiles::Found> WebFiles::Find(std::string_view path) const

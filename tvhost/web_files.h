@@ -13,7 +13,8 @@ namespace host {
 class WebFiles {
   public:
     /// `web` holds the demo page, the script and the description of the page's interface. `app` may be
-    /// empty: then the demo page is at `/`, too. Throws std::system_error for a folder that isn't there.
+    /// empty: then the demo page is at `/`, too. Throws std::system_error for a folder that isn't there, or
+    /// that lacks zelumo-embed.js or, of a page of one's own, index.html.
     WebFiles(const std::filesystem::path& web, const std::filesystem::path& app);
 
     struct Found {

@@ -51,7 +51,7 @@ plugin.addEventListener("open", () => (lost = false));
 const [api] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.connect()]);
 remote.addEventListener("state", ({ detail: state }) => {
   if (!state || lost) return;
-  connected("good", `Page ${state.page} · playing time ${duration(state.playingTime)}`);
+  connected("good", `Page open · playing time ${duration(state.playingTime)}`);
   app.views.player.tvState(state);
 });
 app.start({ plugin });
