@@ -10,19 +10,17 @@
 #include <condition_variable>
 #include <csignal>
 #include <deque>
-#include <future>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tests/support/web.h"
 #include "tests/support/web_client.h"
 #include "tv/tv.h"
-#include "tvhost/web_host.h"
 
 namespace {
 
@@ -35,44 +33,6 @@ using tcp = asio::ip::tcp;
 
 constexpr int kBatch = 1000;
 constexpr int kEvent = 90001;
-
-/// Web mode on a thread of its own, with a page open; the TV's clock stands still.
-class Web {
-  public:
-    Web()
-    {
-        host::ServeOptions options;
-        options.plugin = test::PluginPath();
-        options.web = ZELUMO_WEB;
-        options.port = 0;
-        options.speed = 0;
-        std::promise<void> ready;
-        thread_ = std::thread([this, options, &ready] {
-            host_.emplace(options);
-            host_->Run([&] { ready.set_value(); });
-        });
-        ready.get_future().wait();
-        const std::string url = host_->url();
-        port_ = static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1)));
-        page_ = "/page/" + test::J(test::WebClient(port_).Post("/page/open").body)["page"].asString() + '/';
-    }
-    ~Web()
-    {
-        host_->Stop();
-        thread_.join();
-    }
-    Web(const Web&) = delete;
-    Web& operator=(const Web&) = delete;
-
-    std::uint16_t port() const { return port_; }
-    const std::string& page() const { return page_; }
-
-  private:
-    std::optional<host::WebHost> host_;
-    std::thread thread_;
-    std::uint16_t port_ = 0;
-    std::string page_;
-};
 
 /// A bare Beast server on a thread of its own: it sends every body back, and takes every WebSocket for a
 /// listener.
@@ -270,11 +230,12 @@ BENCHMARK(EchoOverHttp)->Arg(0)->Arg(10000)->UseRealTime();
 /// A blocking message to the plug-in and its reply.
 void AwaitOverHttp(benchmark::State& state)
 {
-    const Web web;
+    const test::Web web;
+    const std::string page = web.OpenPage();
     test::WebClient client(web.port());
     const std::string message = Message(state.range(0));
     for (auto _ : state)
-        benchmark::DoNotOptimize(client.Post(web.page() + "await", message));
+        benchmark::DoNotOptimize(client.Post(page + "await", message));
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(AwaitOverHttp)->Arg(0)->Arg(10000)->UseRealTime();
@@ -303,9 +264,10 @@ BENCHMARK(WriteToListeners)->Arg(1)->Arg(50)->UseRealTime()->Unit(benchmark::kMi
 /// Events that the plug-in turns into messages to its page, until every listener has them.
 void PostToListeners(benchmark::State& state)
 {
-    const Web web;
-    test::WebClient(web.port()).Post(web.page() + "await", R"({"command":"RegisterEvent","event":90001})");
-    Listeners listeners(web.port(), web.page() + "messages", static_cast<int>(state.range(0)));
+    const test::Web web;
+    const std::string page = web.OpenPage();
+    test::WebClient(web.port()).Post(page + "await", R"({"command":"RegisterEvent","event":90001})");
+    Listeners listeners(web.port(), page + "messages", static_cast<int>(state.range(0)));
     for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
             tv::Tv::Get().event_proxy().Notify(kEvent, false);

@@ -3,22 +3,21 @@
 
 #include <algorithm>
 #include <chrono>
-#include <future>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tests/support/web.h"
 #include "tests/support/web_client.h"
 #include "tv/tv.h"
-#include "tvhost/web_host.h"
 
 namespace {
 
 using test::J;
 using test::Text;
+using test::Web;
 using test::WebClient;
 using test::WebListener;
 using test::WebReply;
@@ -27,46 +26,6 @@ using Lines = std::vector<std::string>;
 constexpr char kVersionMessage[] = R"({"command":"GetVersion"})";
 constexpr char kVersionReply[] = R"({"code":0,"data":"1.00"})";
 constexpr std::size_t kMebibyte = 1024 * 1024;
-
-/// Web mode on a thread of its own; the TV's clock stands still.
-class Web {
-  public:
-    explicit Web(host::ServeOptions options = {})
-    {
-        options.plugin = test::PluginPath();
-        options.port = 0;
-        options.speed = 0;
-        if (options.web.empty())
-            options.web = std::filesystem::path(ZELUMO_WEB);
-        std::promise<void> ready;
-        thread_ = std::thread([this, options, &ready] {
-            host_.emplace(options);
-            host_->Run([&] { ready.set_value(); });
-        });
-        ready.get_future().wait();
-        const std::string url = host_->url();
-        port_ = static_cast<std::uint16_t>(std::stoi(url.substr(url.rfind(':') + 1)));
-    }
-    ~Web()
-    {
-        host_->Stop();
-        thread_.join();
-    }
-    Web(const Web&) = delete;
-    Web& operator=(const Web&) = delete;
-
-    std::uint16_t port() const { return port_; }
-    /// Opens a page; its number with a slash on both ends and "page" before it: "/page/7/".
-    std::string OpenPage() const
-    {
-        return "/page/" + J(WebClient(port_).Post("/page/open").body)["page"].asString() + '/';
-    }
-
-  private:
-    std::optional<host::WebHost> host_;
-    std::thread thread_;
-    std::uint16_t port_ = 0;
-};
 
 std::string Nested(int depth)
 {
