@@ -1,49 +1,77 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tvhost/json_text.h"
 
 namespace {
 
-/// A benchmark and what it is held against: the time of its floor, measured in the same run.
+enum class Kind {
+    Time,        ///< real time as a ratio of the floor's
+    Rows,        ///< one command's ratio to its floor, against another one's
+    Cpu,         ///< the thread's own CPU time as a ratio: for work that waits for nobody
+    Difference,  ///< nanoseconds more than the floor
+    Counter,     ///< a counter of the benchmark, as a ratio of the floor's
+    Limit,       ///< a counter by itself
+};
+
+/// A benchmark and what it is held against, measured in the same run. A name that ends with '*' stands for
+/// all benchmarks that begin so, each against the floor of the same ending: the worst of them is shown.
 struct Row {
     const char* what;
     const char* benchmark;
     const char* floor;
-    double goal;  ///< the greatest ratio, or with `difference` the greatest number of nanoseconds more
-    bool difference = false;
+    double goal;  ///< the greatest that holds
+    Kind kind = Kind::Time;
+    const char* counter = "";
 };
 
 // clang-format off
 const Row kRows[] = {
-    {"GetVersion, page to reply",              "GetVersion",                    "HandOverAndBack",          1.15},
-    {"GetCurrentChannelInfo alone",            "BM_CurrentChannelInfoAlone",    "BM_CurrentChannelInfoFloor", 1.3},
-    {"GetZELumoServices, 10",                  "BM_ServicesAlone/services:10",  "BM_ServicesFloor/services:10", 1.15},
-    {"GetZELumoServices, 100",                 "BM_ServicesAlone/services:100", "BM_ServicesFloor/services:100", 1.15},
-    {"GetZELumoServices, 1,000",               "BM_ServicesAlone/services:1000", "BM_ServicesFloor/services:1000", 1.15},
-    {"GetZELumoServices, 10,000",              "BM_ServicesAlone/services:10000", "BM_ServicesFloor/services:10000", 1.15},
-    {"content event to message",               "ContentEvent",                  "PostTheEventsMessage",     1.5},
-    {"player report to message",               "ReportToMessage",               "MessagePostedDirectly",    1.5},
-    {"settings change to message",             "SettingsChange",                "PostTheSettingsMessage",   1.5},
-    {"trace point while tracing is off",       "TracePointOff",                 "NoTracePoint",             3, true},
-    {"load, create, destroy, unload",          "LoadCreateDestroyUnload",       "LoadEmptyLibraryAndThread", 2},
-    {"blocking message over HTTP",             "AwaitOverHttp/0",               "EchoOverHttp/0",           1.25},
-    {"blocking message over HTTP, 10 kB",      "AwaitOverHttp/10000",           "EchoOverHttp/10000",       1.25},
-    {"events to 1 WebSocket, a thousand",      "PostToListeners/1",             "WriteToListeners/1",       1.43},
-    {"events to 50 WebSockets, a thousand",    "PostToListeners/50",            "WriteToListeners/50",      1.43},
-    {"start of web mode to first reply",       "StartToFirstReply",             "StartOfTheProgram",        300e6, true},
+    {"GetVersion, page to reply",             "GetVersion",                     "HandOverAndBack",            1.15},
+    {"dispatcher alone, worst command",       "Dispatch/*",                     "DispatchFloor/*",            2, Kind::Cpu},
+    {"dispatcher alone, last row to first",   "SetPreviousService",             "GetVersion",                 1.3, Kind::Rows},
+    {"GetCurrentChannelInfo alone",           "BM_CurrentChannelInfoAlone",     "BM_CurrentChannelInfoFloor", 1.3, Kind::Cpu},
+    {"GetZELumoServices, 10",                 "BM_ServicesAlone/services:10",   "BM_ServicesFloor/services:10", 1.15, Kind::Cpu},
+    {"GetZELumoServices, 100",                "BM_ServicesAlone/services:100",  "BM_ServicesFloor/services:100", 1.15, Kind::Cpu},
+    {"GetZELumoServices, 1,000",              "BM_ServicesAlone/services:1000", "BM_ServicesFloor/services:1000", 1.15, Kind::Cpu},
+    {"GetZELumoServices, 10,000",             "BM_ServicesAlone/services:10000", "BM_ServicesFloor/services:10000", 1.15, Kind::Cpu},
+    {"GetZELumoServices, 10,000, peak bytes", "BM_ServicesAlone/services:10000", "BM_ServicesFloor/services:10000", 1.2, Kind::Counter, "peak_bytes"},
+    {"content event to message",              "ContentEvent",                   "PostTheEventsMessage",       1.5},
+    {"player report to message",              "ReportToMessage",                "MessagePostedDirectly",      1.5},
+    {"settings change to message",            "SettingsChange",                 "PostTheSettingsMessage",     1.5},
+    {"trace point while tracing is off",      "TracePointOff",                  "NoTracePoint",               3, Kind::Difference},
+    {"platform call that nobody watches",     "PlatformCallUnwatched",          "NoPlatformCall",             3, Kind::Difference},
+    {"1,000,000 messages, growth in KiB",     "MessagesInARow",                 nullptr,                      256, Kind::Limit, "grown_KiB"},
+    {"1,000,000 events, growth in KiB",       "EventsInARow",                   nullptr,                      256, Kind::Limit, "grown_KiB"},
+    {"load, create, destroy, unload",         "LoadCreateDestroyUnload",        "LoadEmptyLibraryAndThread",  2},
+    {"libzelumo.so, stripped, in KiB",        "LoadCreateDestroyUnload",        nullptr,                      300, Kind::Limit, "stripped_KiB"},
+    {"blocking message over HTTP",            "AwaitOverHttp/0",                "EchoOverHttp/0",             1.25},
+    {"blocking message over HTTP, 10 kB",     "AwaitOverHttp/10000",            "EchoOverHttp/10000",         1.25},
+    {"events to 1 WebSocket, a thousand",     "PostToListeners/1",              "WriteToListeners/1",         1 / 0.7},
+    {"events to 50 WebSockets, a thousand",   "PostToListeners/50",             "WriteToListeners/50",        1 / 0.7},
+    {"start of web mode to first reply",      "StartToFirstReply",              "StartOfTheProgram",          300e6, Kind::Difference},
 };
 // clang-format on
 
-/// Prints nothing while the benchmarks run but their names; keeps the median of each.
-class MedianKeeper : public benchmark::BenchmarkReporter {
+/// Of one benchmark: the fastest of its repetitions, since whatever else the machine does only adds.
+struct Measured {
+    double real = 0;  ///< nanoseconds
+    double cpu = 0;   ///< nanoseconds
+    std::map<std::string, double> counters;
+};
+
+/// Prints nothing while the benchmarks run; keeps what was measured.
+class Keeper : public benchmark::BenchmarkReporter {
   public:
     bool ReportContext(const Context&) override { return true; }
     void ReportRuns(const std::vector<Run>& runs) override
@@ -52,33 +80,113 @@ class MedianKeeper : public benchmark::BenchmarkReporter {
             if (run.error_occurred) {
                 std::cerr << run.benchmark_name() << ": " << run.error_message << '\n';
                 failed_ = true;
-            } else if (run.aggregate_name == "median") {
-                std::string name = run.run_name.function_name;
-                if (!run.run_name.args.empty())
-                    name += '/' + run.run_name.args;
-                const double unit = benchmark::GetTimeUnitMultiplier(run.time_unit);
-                medians_[name] = run.GetAdjustedRealTime() / unit * 1e9;
-                for (const auto& [counter, value] : run.counters)
-                    counters_[name + " " + counter] = value.value;
-                std::cerr << "measured " << name << '\n';
+            } else if (run.run_type == Run::RT_Iteration) {
+                Keep(run);
             }
         }
     }
 
     bool failed() const { return failed_; }
-    const std::map<std::string, double>& medians() const { return medians_; }
-    const std::map<std::string, double>& counters() const { return counters_; }
+    const std::map<std::string, Measured>& measured() const { return measured_; }
+    const Measured* Find(const std::string& name) const
+    {
+        const auto found = measured_.find(name);
+        return found == measured_.end() ? nullptr : &found->second;
+    }
 
   private:
+    void Keep(const Run& run)
+    {
+        std::string name = run.run_name.function_name;
+        if (!run.run_name.args.empty())
+            name += '/' + run.run_name.args;
+        const double nanoseconds = 1e9 / benchmark::GetTimeUnitMultiplier(run.time_unit);
+        const double real = run.GetAdjustedRealTime() * nanoseconds;
+        const double cpu = run.GetAdjustedCPUTime() * nanoseconds;
+        const auto [kept, is_new] = measured_.try_emplace(name, Measured{real, cpu, {}});
+        kept->second.real = std::min(kept->second.real, real);
+        kept->second.cpu = std::min(kept->second.cpu, cpu);
+        for (const auto& [counter, value] : run.counters) {
+            double& best = kept->second.counters.try_emplace(counter, value.value).first->second;
+            best = std::min(best, value.value);
+        }
+    }
+
     bool failed_ = false;
-    std::map<std::string, double> medians_;   ///< nanoseconds
-    std::map<std::string, double> counters_;  ///< "benchmark counter"
+    std::map<std::string, Measured> measured_;
 };
+
+/// A row's figures.
+struct Figures {
+    double value;
+    double floor;
+    double compared;  ///< what is held against the goal
+};
+
+std::optional<Figures> Compare(const Row& row, const Measured* measured, const Measured* floor)
+{
+    if (measured == nullptr || (row.floor != nullptr && floor == nullptr))
+        return std::nullopt;
+    const auto counter = [&row](const Measured& from) {
+        const auto found = from.counters.find(row.counter);
+        return found == from.counters.end() ? 0 : found->second;
+    };
+    switch (row.kind) {
+        case Kind::Time:
+            return Figures{measured->real, floor->real, measured->real / floor->real};
+        case Kind::Cpu:
+            return Figures{measured->cpu, floor->cpu, measured->cpu / floor->cpu};
+        case Kind::Rows:
+            break;  // of four benchmarks: see Find
+        case Kind::Difference:
+            return Figures{measured->real, floor->real, measured->real - floor->real};
+        case Kind::Counter:
+            return Figures{counter(*measured), counter(*floor), counter(*measured) / counter(*floor)};
+        case Kind::Limit:
+            return Figures{counter(*measured), 0, counter(*measured)};
+    }
+    return std::nullopt;
+}
+
+/// The row's figures, and which benchmark they are of; nothing when it was not run.
+std::optional<std::pair<Figures, std::string>> Find(const Row& row, const Keeper& kept)
+{
+    const std::string name = row.benchmark;
+    if (row.kind == Kind::Rows) {
+        const auto ratio = [&kept](const std::string& command) {
+            const Measured* const measured = kept.Find("Dispatch/" + command);
+            const Measured* const floor = kept.Find("DispatchFloor/" + command);
+            return measured != nullptr && floor != nullptr ? measured->cpu / floor->cpu : 0;
+        };
+        const double last = ratio(name);
+        const double first = ratio(row.floor);
+        if (last == 0 || first == 0)
+            return std::nullopt;
+        return std::pair(Figures{last, first, last / first}, std::string());
+    }
+    if (name.back() != '*') {
+        const std::optional<Figures> figures =
+            Compare(row, kept.Find(name), row.floor == nullptr ? nullptr : kept.Find(row.floor));
+        return figures ? std::optional(std::pair(*figures, std::string())) : std::nullopt;
+    }
+    const std::string start = name.substr(0, name.size() - 1);
+    const std::string floor_start = std::string(row.floor).substr(0, std::string(row.floor).size() - 1);
+    std::optional<std::pair<Figures, std::string>> worst;
+    for (const auto& [one, measured] : kept.measured()) {
+        if (one.compare(0, start.size(), start) != 0)
+            continue;
+        const std::string ending = one.substr(start.size());
+        const std::optional<Figures> figures = Compare(row, &measured, kept.Find(floor_start + ending));
+        if (figures && (!worst || figures->compared > worst->first.compared))
+            worst = std::pair(*figures, ending);
+    }
+    return worst;
+}
 
 std::string Time(double nanoseconds)
 {
     char text[32];
-    if (nanoseconds < 1e3)
+    if (std::abs(nanoseconds) < 1e3)
         std::snprintf(text, sizeof text, "%.2f ns", nanoseconds);
     else if (nanoseconds < 1e6)
         std::snprintf(text, sizeof text, "%.2f us", nanoseconds / 1e3);
@@ -87,37 +195,45 @@ std::string Time(double nanoseconds)
     return text;
 }
 
-Json::Value PrintTable(const MedianKeeper& kept)
+std::string Plain(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, value >= 1000 ? "%.0f" : "%.2f", value);
+    return text;
+}
+
+Json::Value PrintTable(const Keeper& kept)
 {
     Json::Value table(Json::arrayValue);
-    std::printf("%-36s %12s %12s %10s %10s  %s\n", "what", "time", "floor", "ratio", "goal", "held");
+    std::printf("%-38s %12s %12s %10s %10s  %s\n", "what", "measured", "floor", "ratio", "goal", "held");
     for (const Row& row : kRows) {
-        const auto time = kept.medians().find(row.benchmark);
-        const auto floor = kept.medians().find(row.floor);
-        if (time == kept.medians().end() || floor == kept.medians().end())
+        const auto found = Find(row, kept);
+        if (!found)
             continue;
-        const double measured = row.difference ? time->second - floor->second : time->second / floor->second;
-        const bool held = measured <= row.goal;
-        const auto figure = [&row](double value) {
-            char text[32];
-            std::snprintf(text, sizeof text, "%.2f", value);
-            return row.difference ? Time(value) : std::string(text);
+        const Figures& figures = found->first;
+        const bool held = figures.compared <= row.goal;
+        const bool is_time = row.kind == Kind::Time || row.kind == Kind::Cpu || row.kind == Kind::Difference;
+        const auto shown = [&](double value) { return is_time ? Time(value) : Plain(value); };
+        const auto compared = [&](double value) {
+            return row.kind == Kind::Difference ? '+' + Time(value) : Plain(value);
         };
-        std::printf("%-36s %12s %12s %10s %10s  %s\n", row.what, Time(time->second).c_str(),
-                    Time(floor->second).c_str(), figure(measured).c_str(), figure(row.goal).c_str(),
-                    held ? "yes" : "no");
+        std::printf("%-38s %12s %12s %10s %10s  %s%s%s\n", row.what, shown(figures.value).c_str(),
+                    row.floor == nullptr ? "" : shown(figures.floor).c_str(),
+                    row.kind == Kind::Limit ? "" : compared(figures.compared).c_str(),
+                    compared(row.goal).c_str(), held ? "yes" : "no", found->second.empty() ? "" : ", ",
+                    found->second.c_str());
         Json::Value line;
         line["what"] = row.what;
-        line["nanoseconds"] = time->second;
-        line["floor"] = floor->second;
-        line[row.difference ? "difference" : "ratio"] = measured;
+        if (!found->second.empty())
+            line["worst"] = found->second;
+        line[is_time ? "nanoseconds" : "value"] = figures.value;
+        if (row.floor != nullptr)
+            line["floor"] = figures.floor;
+        if (row.kind != Kind::Limit)
+            line[row.kind == Kind::Difference ? "difference" : "ratio"] = figures.compared;
         line["goal"] = row.goal;
         line["held"] = held;
         table.append(line);
-    }
-    for (const auto& [name, value] : kept.counters()) {
-        if (name.find("_per_second") == std::string::npos)
-            std::printf("%-60s %g\n", name.c_str(), value);
     }
     return table;
 }
@@ -150,7 +266,7 @@ int main(int argc, char** argv)
         return 2;
     if (plain)
         return benchmark::RunSpecifiedBenchmarks() > 0 ? 0 : 1;
-    MedianKeeper kept;
+    Keeper kept;
     benchmark::RunSpecifiedBenchmarks(&kept);
     const Json::Value table = PrintTable(kept);
     if (!json_file.empty()) {

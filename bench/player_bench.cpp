@@ -1,6 +1,7 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
+#include <tuple>
 
 #include "ZeLumoTrace.h"
 #include "ppapi/cpp/instance.h"
@@ -8,6 +9,7 @@
 #include "src/ppapi/json_var.h"
 #include "src/ppapi/web_runtime.h"
 #include "tests/support/page.h"
+#include "tv/calls.h"
 #include "tv/tv.h"
 #include "tvhost/plugin.h"
 
@@ -75,17 +77,6 @@ void MessagePostedDirectly(benchmark::State& state)
 }
 BENCHMARK(MessagePostedDirectly)->UseRealTime();
 
-/// A command from the page to the reply.
-void Command(benchmark::State& state, const char* json)
-{
-    SubscribedPage page;
-    const pp::Var request = tv::ToVar(test::J(json));
-    for ([[maybe_unused]] auto _ : state)
-        benchmark::DoNotOptimize(page.instance().Await(request));
-}
-BENCHMARK_CAPTURE(Command, Play, R"({"command":"Play"})")->UseRealTime();
-BENCHMARK_CAPTURE(Command, GetVersion, R"({"command":"GetVersion"})")->UseRealTime();
-
 [[gnu::noinline]] int Plain(int value)
 {
     benchmark::DoNotOptimize(value);
@@ -108,5 +99,17 @@ void Passage(benchmark::State& state)
 /// What a trace point costs while tracing is off: the difference of the two.
 BENCHMARK(Passage<Traced>)->Name("TracePointOff");
 BENCHMARK(Passage<Plain>)->Name("NoTracePoint");
+
+[[gnu::noinline]] int Called(int value)
+{
+    return tv::Call<int>(tv::CallId::VconfGetInt, std::tie(value), [&value] {
+        benchmark::DoNotOptimize(value);
+        return value;
+    });
+}
+/// What a platform call costs while nobody listens to the journal and nothing is scripted: the difference of
+/// the two.
+BENCHMARK(Passage<Called>)->Name("PlatformCallUnwatched");
+BENCHMARK(Passage<Plain>)->Name("NoPlatformCall");
 
 }  // namespace

@@ -8,7 +8,10 @@
 #include <charconv>
 #include <iterator>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <sstream>
+#include <vector>
 
 namespace host {
 namespace {
@@ -118,6 +121,69 @@ std::string FirstComplaint(const std::string& complaints)
     return line;
 }
 
+/// jsoncpp's readers and writers, made once and lent to one thread at a time: to make one takes longer than
+/// what it does for a message. Never destroyed, since messages may still be written when the process ends.
+template <typename Tool>
+class Pool {
+  public:
+    explicit Pool(Tool* (*make)()) : make_(make) {}
+
+    template <typename Use>
+    void With(Use use)
+    {
+        std::unique_ptr<Tool> tool = Take();
+        use(*tool);
+        const std::lock_guard lock(mutex_);
+        free_.push_back(std::move(tool));
+    }
+
+  private:
+    std::unique_ptr<Tool> Take()
+    {
+        const std::lock_guard lock(mutex_);
+        if (free_.empty())
+            return std::unique_ptr<Tool>(make_());
+        std::unique_ptr<Tool> tool = std::move(free_.back());
+        free_.pop_back();
+        return tool;
+    }
+
+    Tool* (*const make_)();
+    std::mutex mutex_;
+    std::vector<std::unique_ptr<Tool>> free_;  // guarded by mutex_
+};
+
+Json::CharReader* MakeReader()
+{
+    Json::CharReaderBuilder builder;
+    Json::CharReaderBuilder::strictMode(&builder.settings_);
+    builder["strictRoot"] = false;
+    builder["rejectDupKeys"] = false;  // the last one counts, as in a page's engine
+    return builder.newCharReader();
+}
+
+/// A writer and what it writes into.
+class Writer {
+  public:
+    Writer()
+    {
+        Json::StreamWriterBuilder settings;
+        settings["indentation"] = "";
+        settings["emitUTF8"] = true;
+        writer_.reset(settings.newStreamWriter());
+    }
+    std::string Write(const Json::Value& value)
+    {
+        stream_.str(std::string());
+        writer_->write(value, &stream_);
+        return stream_.str();
+    }
+
+  private:
+    std::unique_ptr<Json::StreamWriter> writer_;
+    std::ostringstream stream_;
+};
+
 }  // namespace
 
 Json::Value ParseJson(std::string_view text, int max_depth)
@@ -130,16 +196,14 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         text.find("\\u") == std::string_view::npos ? std::string() : WithoutLoneSurrogates(text);
     if (!mended.empty())
         text = mended;
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["strictRoot"] = false;
-    builder["rejectDupKeys"] = false;  // the last one counts, as in a page's engine
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+    static auto& readers = *new Pool<Json::CharReader>(MakeReader);
     Json::Value value;
     std::string errors;
     bool read = false;
     try {
-        read = reader->parse(text.data(), text.data() + text.size(), &value, &errors);
+        readers.With([&](Json::CharReader& reader) {
+            read = reader.parse(text.data(), text.data() + text.size(), &value, &errors);
+        });
     } catch (const Json::Exception& exception) {
         errors = exception.what();
     }
@@ -150,13 +214,9 @@ Json::Value ParseJson(std::string_view text, int max_depth)
 
 std::string WriteJson(const Json::Value& value)
 {
-    static const Json::StreamWriterBuilder builder = [] {
-        Json::StreamWriterBuilder settings;
-        settings["indentation"] = "";
-        settings["emitUTF8"] = true;
-        return settings;
-    }();
-    std::string text = Json::writeString(builder, value);
+    static auto& writers = *new Pool<Writer>([] { return new Writer; });
+    std::string text;
+    writers.With([&](Writer& writer) { text = writer.Write(value); });
     return IsUtf8(text) ? text : WithReplacements(text);
 }
 

@@ -1,6 +1,7 @@
 #include "tvhost/session.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "src/ppapi/json_var.h"
 #include "tv/control.h"
@@ -17,9 +18,15 @@ OrderedObject CallLine(const tv::CallRecord& call)
     return line;
 }
 
+Json::Value Text(std::string_view text)
+{
+    return Json::Value(text.data(), text.data() + text.size());
+}
+
 OrderedObject LogLine(const tv::LogRecord& log)
 {
-    return {{"log", log.text}, {"buffer", log.buffer}, {"priority", log.priority}, {"tag", log.tag}};
+    return {
+        {"log", Text(log.text)}, {"buffer", log.buffer}, {"priority", log.priority}, {"tag", Text(log.tag)}};
 }
 
 }  // namespace
@@ -101,8 +108,8 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::Await(const Json::Value& message)
 {
-    const pp::Var reply = OpenInstance().Await(tv::ToVar(message));
-    Tell({{"reply", tv::ToJson(reply)}});
+    OpenInstance().Await(tv::ToVar(message),
+                         [this](const pp::Var& reply) { Tell({{"reply", tv::ToJson(reply)}}); });
     tv::Tv::Get().deliveries().Release();
 }
 

@@ -39,6 +39,9 @@ using namespace std::chrono_literals;
 constexpr std::uint32_t kMaxHeaderBytes = 16 * 1024;
 /// What is read of a body that is refused, so that the browser gets to read the refusal.
 constexpr std::size_t kMaxDrainedBytes = 64 * 1024 * 1024;
+/// How often connections are watched for those that took too long. A timer of their own would cost each
+/// request more than the rest of its way through the server.
+constexpr auto kWatch = 5s;
 constexpr auto kIdle = 75s;
 constexpr auto kSlowBody = 30s;
 constexpr auto kSlowFile = 600s;
@@ -64,6 +67,8 @@ class Connection {
     virtual ~Connection() = default;
     /// The server stops.
     virtual void End() = 0;
+    /// Ends it, if it took too long.
+    virtual void Watch(std::chrono::steady_clock::time_point now) = 0;
 };
 
 struct Shared {
@@ -203,6 +208,7 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
         Finish(websocket::close_code::policy_error, reason);
     }
     void End() override { Finish(websocket::close_code::going_away, "the TV host ends"); }
+    void Watch(std::chrono::steady_clock::time_point) override {}  // Beast does, with pings
 
   private:
     void Read()
@@ -356,9 +362,17 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (!answering_)
             stream_.close();
     }
+    void Watch(std::chrono::steady_clock::time_point now) override
+    {
+        if (now >= deadline_)
+            stream_.close();
+    }
 
   private:
     using Request = http::request<http::buffer_body>;
+
+    /// What is under way has that long, give or take the interval of the watch.
+    void Expect(std::chrono::seconds patience) { deadline_ = std::chrono::steady_clock::now() + patience; }
 
     void ReadHeader()
     {
@@ -373,7 +387,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         body_.clear();
         drained_ = 0;
         too_large_ = false;
-        stream_.expires_after(kIdle);
+        Expect(kIdle);
         http::async_read_header(stream_, buffer_, *parser_,
                                 [self = shared_from_this()](error_code error, std::size_t) {
                                     if (error)
@@ -418,7 +432,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         auto& part = parser_->get().body();
         part.data = chunk_.data();
         part.size = chunk_.size();
-        stream_.expires_after(kSlowBody);
+        Expect(kSlowBody);
         http::async_read(stream_, buffer_, *parser_,
                          [self = shared_from_this()](error_code error, std::size_t) {
                              if (error && error != http::error::need_buffer)
@@ -490,7 +504,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             return Respond(std::move(*refusal), true);
         if (too_large_)
             return Respond(TooLarge(), true);
-        stream_.expires_never();
+        deadline_ = std::chrono::steady_clock::time_point::max();
         answering_ = true;
         const unsigned turn = ++turn_;
         WebRequest request{std::string(View(parser_->get().method_string())), Path(), std::move(body_)};
@@ -566,7 +580,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void Write(const std::shared_ptr<http::response<Body>>& message,
                std::chrono::seconds patience = kSlowBody)
     {
-        stream_.expires_after(patience);
+        Expect(patience);
         http::async_write(stream_, *message,
                           [self = shared_from_this(), message](error_code error, std::size_t) {
                               if (error)
@@ -589,6 +603,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     bool answering_ = false;  ///< a request was taken, and its answer is not yet written
     bool answered_ = false;   ///< its answer is known
     unsigned turn_ = 0;       ///< counts requests
+    std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 
 }  // namespace
@@ -643,6 +658,7 @@ class WebServer::Core {
     {
         shared_.handlers = std::move(handlers);
         Accept();
+        WatchConnections();
         thread_ = std::thread([this] {
             pthread_setname_np(pthread_self(), "web");
             shared_.io.run();
@@ -685,6 +701,16 @@ class WebServer::Core {
             });
         });
     }
+    void WatchConnections()
+    {
+        watch_.expires_after(kWatch);
+        watch_.async_wait([this](error_code) {
+            const std::set<Connection*> connections = shared_.connections;
+            for (Connection* connection : connections)
+                connection->Watch(std::chrono::steady_clock::now());
+            WatchConnections();
+        });
+    }
     /// Ends the wait for last answers when there is nobody left to wait for.
     void WatchEnd()
     {
@@ -697,6 +723,7 @@ class WebServer::Core {
     Shared shared_;
     tcp::acceptor acceptor_{shared_.io};
     tcp::endpoint local_;
+    asio::steady_timer watch_{shared_.io};
     asio::steady_timer retry_{shared_.io};
     asio::steady_timer last_answers_{shared_.io};
     std::optional<asio::signal_set> signals_;

@@ -6,7 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "zelumo-platform/export.h"
@@ -21,12 +21,12 @@ struct CallRecord {
     Json::Value out;     ///< array, an element null where the call left it unwritten; null: no out arguments
 };
 
-/// One line of the platform log.
+/// One line of the platform log. The texts are valid while the listener runs.
 struct LogRecord {
-    std::string text;  ///< the finished line, prefix included
+    std::string_view text;  ///< the finished line, prefix included
     int buffer;
     int priority;
-    std::string tag;
+    std::string_view tag;
 };
 
 /// Where platform calls and log lines become visible. Listeners are called on the thread that made the

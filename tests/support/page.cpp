@@ -164,11 +164,11 @@ Log::Log()
 {
     listening_ = tv::Tv::Get().journal().ListenToLog([this](const tv::LogRecord& log) {
         // "file: Function() > text" becomes "Function: text".
-        std::string text = host::WithoutSourceLine(log.text);
+        std::string text = host::WithoutSourceLine(std::string(log.text));
         text.erase(0, text.find(": ") + 2);
         text.replace(text.find("() > "), 5, ": ");
-        const std::string line =
-            std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' + log.tag + ' ' + text;
+        const std::string line = std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' +
+                                 std::string(log.tag) + ' ' + text;
         const std::lock_guard lock(mutex_);
         lines_.push_back(line);
     });

@@ -26,6 +26,7 @@ struct ArrayObject : VarObject {
 };
 
 struct DictionaryObject : VarObject {
+    DictionaryObject() { entries.reserve(5); }  // messages and replies have up to five members
     /// Sorted by key.
     std::vector<std::pair<std::string, pp::Var>> entries;
 };

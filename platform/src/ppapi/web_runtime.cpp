@@ -1,7 +1,7 @@
 #include "src/ppapi/web_runtime.h"
 
-#include <condition_variable>
-#include <cstring>
+#include <semaphore.h>
+
 #include <map>
 #include <mutex>
 #include <optional>
@@ -18,6 +18,8 @@ namespace tv {
 /// The runtime's side of one instance. Shared by the element, the registry and messages on their way.
 class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
   public:
+    using ReplySink = EmbeddedInstance::ReplySink;
+
     InstanceRecord(PP_Instance id, EmbeddedInstance::MessageSink sink) : id_(id), sink_(std::move(sink)) {}
 
     PP_Instance id() const { return id_; }
@@ -81,7 +83,8 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
         return handler_;
     }
 
-    std::optional<pp::Var> Send(const pp::Var& message, bool blocking);
+    /// Nothing when nobody takes the message; `on_reply` was not called then.
+    std::optional<pp::Var> Send(const pp::Var& message, bool blocking, const ReplySink& on_reply);
 
   private:
     void DropHandler()
@@ -110,9 +113,17 @@ namespace {
 /// One message of the page, on the stack of the thread that waits for it.
 class MessageTask : public Task {
   public:
-    MessageTask(const InstanceRecord& record, const pp::Var& message, bool blocking)
-        : record_(record), message_(message), blocking_(blocking)
-    {}
+    using ReplySink = EmbeddedInstance::ReplySink;
+
+    MessageTask(const InstanceRecord& record, const pp::Var& message, bool blocking,
+                const ReplySink& on_reply)
+        : record_(record), message_(message), blocking_(blocking), on_reply_(on_reply)
+    {
+        sem_init(&done_, 0, 0);
+    }
+    ~MessageTask() { sem_destroy(&done_); }
+    MessageTask(const MessageTask&) = delete;
+    MessageTask& operator=(const MessageTask&) = delete;
 
     void Run() override
     {
@@ -129,27 +140,28 @@ class MessageTask : public Task {
 
     pp::Var Wait()
     {
-        std::unique_lock lock(mutex_);
-        done_changed_.wait(lock, [this] { return done_; });
+        while (sem_wait(&done_) != 0) {
+            // Interrupted by a signal.
+        }
         return std::move(reply_);
     }
 
   private:
     void Finish(pp::Var reply)
     {
-        // Notified under the lock: the waiting thread owns this object and goes on at once.
-        const std::lock_guard lock(mutex_);
+        if (on_reply_)
+            on_reply_(reply);
         reply_ = std::move(reply);
-        done_ = true;
-        done_changed_.notify_one();
+        // The waiting thread owns this object and goes on at once, which a semaphore, unlike a condition
+        // variable, stands.
+        sem_post(&done_);
     }
 
     const InstanceRecord& record_;
     const pp::Var& message_;
     const bool blocking_;
-    std::mutex mutex_;
-    std::condition_variable done_changed_;
-    bool done_ = false;
+    const ReplySink& on_reply_;
+    sem_t done_;
     pp::Var reply_;
 };
 
@@ -176,12 +188,12 @@ std::shared_ptr<InstanceRecord> FindRecord(PP_Instance id)
 
 }  // namespace
 
-std::optional<pp::Var> InstanceRecord::Send(const pp::Var& message, bool blocking)
+std::optional<pp::Var> InstanceRecord::Send(const pp::Var& message, bool blocking, const ReplySink& on_reply)
 {
     const std::shared_ptr<TaskQueue> queue = Queue();
     if (!queue)
         return std::nullopt;
-    MessageTask task(*this, message, blocking);
+    MessageTask task(*this, message, blocking, on_reply);
     if (!queue->Post(TaskQueue::Kind::Message, task))
         return std::nullopt;
     return task.Wait();
@@ -224,9 +236,9 @@ PP_Instance EmbeddedInstance::pp_instance() const
     return record_->id();
 }
 
-pp::Var EmbeddedInstance::Await(const pp::Var& message)
+pp::Var EmbeddedInstance::Await(const pp::Var& message, const ReplySink& on_reply)
 {
-    return GetSender().Await(message);
+    return GetSender().Await(message, on_reply);
 }
 
 void EmbeddedInstance::Post(const pp::Var& message)
@@ -239,14 +251,18 @@ EmbeddedInstance::Sender EmbeddedInstance::GetSender() const
     return Sender(record_);
 }
 
-pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message) const
+pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message, const ReplySink& on_reply) const
 {
-    return record_->Send(message, true).value_or(pp::Var());
+    if (std::optional<pp::Var> reply = record_->Send(message, true, on_reply))
+        return *std::move(reply);
+    if (on_reply)
+        on_reply(pp::Var());
+    return pp::Var();
 }
 
 void EmbeddedInstance::Sender::Post(const pp::Var& message) const
 {
-    record_->Send(message, false);
+    record_->Send(message, false, nullptr);
 }
 
 void SetModule(pp::Module* module)

@@ -24,6 +24,9 @@ class PLATFORM_API EmbeddedInstance {
     /// Receives what the plug-in posts to the page, on the posting thread, one message at a time for each
     /// thread. It must not destroy this object on the worker thread.
     using MessageSink = std::function<void(const pp::Var&)>;
+    /// Receives a reply on the thread on which it comes up, the worker thread as a rule, before whoever
+    /// waits for it goes on. It must not wait for a message of its own.
+    using ReplySink = std::function<void(const pp::Var&)>;
     using Attributes = std::vector<std::pair<std::string, std::string>>;
 
     EmbeddedInstance(pp::Module& module, MessageSink sink, const Attributes& attributes = {});
@@ -34,8 +37,9 @@ class PLATFORM_API EmbeddedInstance {
 
     PP_Instance pp_instance() const;
     /// A blocking message: waits for the plug-in's answer. Undefined when there is no handler, or when the
-    /// handler's loop ends before the message's turn has come.
-    pp::Var Await(const pp::Var& message);
+    /// handler's loop ends before the message's turn has come. `on_reply` may be empty; it gets the reply
+    /// sooner than the waiting thread, by the time that a thread needs to wake.
+    pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr);
     /// A non-blocking message. Returns once the plug-in has handled it, or dropped it.
     void Post(const pp::Var& message);
 
@@ -49,7 +53,7 @@ class PLATFORM_API EmbeddedInstance {
 
 class PLATFORM_API EmbeddedInstance::Sender {
   public:
-    pp::Var Await(const pp::Var& message) const;
+    pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr) const;
     void Post(const pp::Var& message) const;
 
   private:
