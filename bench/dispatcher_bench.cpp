@@ -19,6 +19,7 @@
 #include "tv/calls.h"
 #include "tv/journal.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
@@ -41,6 +42,7 @@ class Dispatcher {
   public:
     explicit Dispatcher(const Json::Value& request) : request_(tv::ToVar(request))
     {
+        tv::Tv::Get().Load(tv::SampleTv());
         tv::Tv::Get().deliveries().Hold();
         // A player to command, something to unregister.
         Ask(R"({"command":"Init","url":"film","timeOffset":0})");

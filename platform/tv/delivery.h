@@ -122,7 +122,7 @@ class Registrations {
         }
         // A call that runs may belong to an entry that an earlier Remove, from inside it, took away.
         if (running_ != 0 && !running_removed)
-            running_removed = covers(running_entry_);
+            running_removed = covers(*running_entry_);
         if (running_removed && !thread_.IsCurrent()) {
             const std::uint64_t run = run_;
             ended_.wait(lock, [&] { return run_ != run; });
@@ -153,7 +153,7 @@ class Registrations {
                 continue;
             const Entry entry = slot->entry;
             running_ = id;
-            running_entry_ = entry;
+            running_entry_ = &entry;
             lock.unlock();
             invoke(entry);
             lock.lock();
@@ -194,9 +194,9 @@ class Registrations {
     // Guarded by mutex_.
     std::vector<Slot> slots_;
     std::uint64_t next_id_ = 1;
-    std::uint64_t running_ = 0;  ///< the slot whose callback runs, 0: none
-    Entry running_entry_{};      ///< while running_ is not 0
-    std::uint64_t run_ = 0;      ///< counts finished callbacks
+    std::uint64_t running_ = 0;             ///< the slot whose callback runs, 0: none
+    const Entry* running_entry_ = nullptr;  ///< while running_ is not 0
+    std::uint64_t run_ = 0;                 ///< counts finished callbacks
 };
 
 }  // namespace tv

@@ -137,10 +137,11 @@ std::string CZeLumoPluginHandler::t_GetChannelInfo(TCServiceData* data)
     if (data == nullptr)
         return std::string();
     try {
+        const Json::Value serviceId = ServiceIdText(*data);
         Json::Value record;
-        record["serviceid"] = ServiceIdText(*data);
+        record["serviceid"] = serviceId;
         record["type"] = Int(*data, ESERVICE_FIELD_TYPE);
-        record["serviceId"] = ServiceIdText(*data);
+        record["serviceId"] = serviceId;
         record["major"] = Short(*data, ESERVICE_FIELD_MAJOR);
         record["minor"] = Short(*data, ESERVICE_FIELD_MINOR);
         record["ptc"] = Short(*data, ESERVICE_FIELD_PTC);
