@@ -1,14 +1,32 @@
 #pragma once
 
-#include <csignal>
+#include <functional>
+#include <thread>
 
 namespace host {
 
-/// From now on Ctrl-C and a polite kill set a flag and interrupt reads, so that the program can end in
+/// From now on Ctrl-C and a polite kill are noted instead of ending the program, so that it can end in
 /// order; a second Ctrl-C ends it at once. A write to a closed pipe becomes an error instead of a signal.
+/// Once, before other threads are started. Throws std::system_error.
 void CatchInterrupts();
 
-/// Not 0 once such a signal came.
-const volatile std::sig_atomic_t* InterruptFlag();
+/// Becomes readable with the first such signal, and stays so; never to be read. -1 before CatchInterrupts.
+int InterruptDescriptor();
+
+/// Whether such a signal came. Any thread.
+bool IsInterrupted();
+
+/// While it lives, `act` is called on a thread of its own when such a signal comes, or has come before.
+class OnInterrupt {
+  public:
+    explicit OnInterrupt(std::function<void()> act);
+    ~OnInterrupt();
+    OnInterrupt(const OnInterrupt&) = delete;
+    OnInterrupt& operator=(const OnInterrupt&) = delete;
+
+  private:
+    const int ended_;
+    std::thread thread_;
+};
 
 }  // namespace host

@@ -1,42 +1,50 @@
 #include "tvhost/line_reader.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <system_error>
 
 namespace host {
 
-LineReader::LineReader(int descriptor, std::size_t max_bytes, const volatile std::sig_atomic_t* interrupted)
-    : descriptor_(descriptor), max_bytes_(max_bytes), interrupted_(interrupted)
+LineReader::LineReader(int descriptor, std::size_t max_bytes, int interrupt_descriptor)
+    : descriptor_(descriptor), max_bytes_(max_bytes), interrupt_descriptor_(interrupt_descriptor)
 {}
 
-bool LineReader::Fill()
+bool LineReader::Wait() const
 {
-    buffer_.resize(64 * 1024);
-    used_ = 0;
-    while (true) {
-        if (interrupted_ != nullptr && *interrupted_ != 0) {
-            buffer_.clear();
-            return false;
-        }
-        const ssize_t count = ::read(descriptor_, buffer_.data(), buffer_.size());
-        if (count >= 0) {
-            buffer_.resize(static_cast<std::size_t>(count));
-            return count > 0;
-        }
+    std::array<pollfd, 2> events{{{interrupt_descriptor_, POLLIN, 0}, {descriptor_, POLLIN, 0}}};
+    while (poll(events.data(), events.size(), -1) < 0) {
         if (errno != EINTR)
             throw std::system_error(errno, std::generic_category());
     }
+    return events[0].revents == 0;
+}
+
+bool LineReader::Fill()
+{
+    used_ = 0;
+    buffer_.clear();
+    if (!Wait())
+        return false;
+    buffer_.resize(64 * 1024);
+    ssize_t count = 0;
+    do {
+        count = ::read(descriptor_, buffer_.data(), buffer_.size());
+    } while (count < 0 && errno == EINTR);
+    if (count < 0)
+        throw std::system_error(errno, std::generic_category());
+    buffer_.resize(static_cast<std::size_t>(count));
+    return count > 0;
 }
 
 std::optional<InputLine> LineReader::Next()
 {
     InputLine line;
     bool any = false;
-    if (interrupted_ != nullptr && *interrupted_ != 0)
-        return std::nullopt;
     while (true) {
         if (used_ == buffer_.size() && !Fill()) {
             if (!any)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <csignal>
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -18,18 +18,20 @@ struct InputLine {
 /// being kept. Interrupts end the input.
 class LineReader {
   public:
-    /// `interrupted` is set by a signal handler, or null. Neither is owned.
-    LineReader(int descriptor, std::size_t max_bytes, const volatile std::sig_atomic_t* interrupted);
+    /// The input ends when `interrupt_descriptor` becomes readable; -1: there is none. Neither is owned.
+    LineReader(int descriptor, std::size_t max_bytes, int interrupt_descriptor);
 
     /// The next line, or nothing at the end of input. Throws std::system_error.
     std::optional<InputLine> Next();
 
   private:
     bool Fill();
+    /// Waits for input; false when there was an interrupt.
+    bool Wait() const;
 
     const int descriptor_;
     const std::size_t max_bytes_;
-    const volatile std::sig_atomic_t* const interrupted_;
+    const int interrupt_descriptor_;
     std::string buffer_;
     std::size_t used_ = 0;
     int number_ = 0;

@@ -109,14 +109,22 @@ class Printer {
     int error_ = 0;
 };
 
+/// From an interrupt on nobody waits out scripted delays any more.
+class DelaysEndAtInterrupt {
+  private:
+    std::optional<tv::Calls::NoDelay> no_delay_;
+    OnInterrupt on_interrupt_{[this] { no_delay_.emplace(tv::TheCalls(), std::nullopt); }};
+};
+
 int PlayScript(const ScriptOptions& options, LineReader& reader)
 {
+    const DelaysEndAtInterrupt delays_end;
     Printer printer;
     Session session(options.plugin, [&](const OrderedObject& line) { printer.Print(WriteJson(line)); },
                     {options.calls, options.log});
     session.Open();
     bool failed = false;
-    while (const std::optional<InputLine> line = reader.Next()) {
+    while (const std::optional<InputLine> line = IsInterrupted() ? std::nullopt : reader.Next()) {
         printer.Check();
         if (IsPassedOver(*line))
             continue;
@@ -130,12 +138,7 @@ int PlayScript(const ScriptOptions& options, LineReader& reader)
         }
     }
     printer.Check();
-    if (*InterruptFlag() != 0) {
-        // Nobody waits out a scripted delay any more.
-        tv::TheCalls().RestoreAll();
-        return 1;
-    }
-    return failed ? 1 : 0;
+    return failed || IsInterrupted() ? 1 : 0;
 }
 
 /// What a script file holds: a line in, and the lines out that are expected after it. The first block has
@@ -206,6 +209,7 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
     bool calls = false;
     bool log = false;
     const std::vector<Block> blocks = ReadBlocks(reader, calls, log);
+    const DelaysEndAtInterrupt delays_end;
     Printer printer;
     bool differs = false;
     std::vector<std::string> got;
@@ -233,6 +237,8 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
                         {calls, log});
         session.Open();
         for (const Block& block : blocks) {
+            if (IsInterrupted())
+                return 1;
             if (block.line) {
                 try {
                     session.CarryOut(ParseLine(*block.line));
@@ -255,7 +261,7 @@ int RunScript(const ScriptOptions& options)
 {
     try {
         const InputFile file(options.file);
-        LineReader reader(file.descriptor(), kMaxLineBytes, InterruptFlag());
+        LineReader reader(file.descriptor(), kMaxLineBytes, InterruptDescriptor());
         return options.check ? CheckScript(options, reader) : PlayScript(options, reader);
     } catch (const std::system_error& error) {
         std::fprintf(stderr, "zelumo-tv: %s: %s\n",

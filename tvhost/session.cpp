@@ -108,8 +108,9 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::Await(const Json::Value& message)
 {
-    OpenInstance().Await(tv::ToVar(message),
-                         [this](const pp::Var& reply) { Tell({{"reply", tv::ToJson(reply)}}); });
+    OpenInstance().Await(tv::ToVar(message), [this](const pp::Var& reply) {
+        Tell({{"reply", tv::ToJson(reply)}});
+    });
     tv::Tv::Get().deliveries().Release();
 }
 

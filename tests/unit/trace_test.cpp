@@ -314,27 +314,32 @@ TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
     if (child == 0) {
         dup2(to_program[0], STDIN_FILENO);
         dup2(from_program[1], STDOUT_FILENO);
-        execl(program.c_str(), "zelumo-tv", "--trace", file.c_str(), "script", "-", nullptr);
+        execl(program.c_str(), "zelumo-tv", "--trace", file.c_str(), "script", "--log", "-", nullptr);
         _exit(127);
     }
     close(to_program[0]);
     close(from_program[1]);
-    const std::string line = R"({"await":{"command":"GetPlayerWindowID"}})"
+    // A call that would take ten minutes is under way: it is cut short.
+    const std::string line = R"({"tv":"answer","call":"BmsStop","delay":600000})"
+                             "\n"
+                             R"({"await":{"command":"Stop"}})"
                              "\n";
     ASSERT_EQ(write(to_program[1], line.data(), line.size()), static_cast<ssize_t>(line.size()));
-    char answer = 0;
-    while (read(from_program[0], &answer, 1) == 1 && answer != '\n') {
-    }
+    std::string out;
+    for (char c = 0; out.find("command:[Stop]") == std::string::npos && read(from_program[0], &c, 1) == 1;)
+        out += c;
     kill(child, SIGINT);
+    for (char c = 0; read(from_program[0], &c, 1) == 1;)
+        out += c;
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_TRUE(WIFEXITED(status)) << status;
+    EXPECT_NE(out.find(R"({"reply":)"), std::string::npos) << out;
     close(to_program[1]);
     close(from_program[0]);
-    EXPECT_EQ(
-        Events(Read(file)),
-        (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"GetPlayerWindowID"})",
-               R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
+    EXPECT_EQ(Events(Read(file)),
+              (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"Stop"})",
+                     R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
 }
 
 }  // namespace
