@@ -50,7 +50,8 @@ class JournalView extends HTMLElement {
   #waiting = []; // came while paused, or since the last frame
   #paused = false;
   #frame = 0;
-  #shown = new Set(KINDS.map(([kind]) => kind));
+  // The log says in many lines what the other kinds say in one: it is there when it is asked for.
+  #shown = new Set(KINDS.map(([kind]) => kind).filter((kind) => kind !== "log"));
   #words = "";
 
   start(host) {
@@ -76,7 +77,7 @@ class JournalView extends HTMLElement {
                 type: "button",
                 class: `kind ${kind}`,
                 title: about,
-                "aria-pressed": "true",
+                "aria-pressed": String(this.#shown.has(kind)),
                 onclick: ({ currentTarget }) => {
                   toggle(kind);
                   currentTarget.setAttribute("aria-pressed", String(this.#shown.has(kind)));
