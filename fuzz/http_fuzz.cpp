@@ -3,6 +3,8 @@
 #include <array>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/write.hpp>
+#include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -30,6 +32,14 @@ constexpr std::array kTargets{
 /// A way to reach the server that is never broken, whatever the inputs do to theirs.
 class Server {
   public:
+    Server()
+    {
+        // The fuzzer's clock ticks by signals, which are not to end the waiting for an answer.
+        struct sigaction action {};
+        sigaction(SIGALRM, nullptr, &action);
+        action.sa_flags |= static_cast<int>(SA_RESTART);
+        sigaction(SIGALRM, &action, nullptr);
+    }
     std::uint16_t port() const { return web_.port(); }
     /// The number of the page that is open; it is opened first when there is none.
     std::string Page()
@@ -99,7 +109,10 @@ void SendBytes(Server& server, std::string bytes)
     std::array<char, 16384> chunk{};
     for (;;) {
         pollfd readable{socket.native_handle(), POLLIN, 0};
-        if (poll(&readable, 1, 20'000) == 0)
+        const int ready = poll(&readable, 1, 20'000);
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready == 0)
             Fail("no end of the answer to", bytes);
         const std::size_t size = socket.read_some(asio::buffer(chunk), error);
         if (error)
