@@ -1,5 +1,6 @@
 #include "tests/support/page.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <utility>
@@ -124,6 +125,14 @@ std::vector<Json::Value> Page::TakeMessages()
     return std::exchange(messages_, {});
 }
 
+Lines Page::TakeTexts()
+{
+    Lines texts;
+    for (const Json::Value& message : TakeMessages())
+        texts.push_back(Text(message));
+    return texts;
+}
+
 std::vector<Json::Value> Page::TakeMessages(std::size_t count)
 {
     std::unique_lock lock(mutex_);
@@ -143,21 +152,43 @@ void Page::Observe(std::function<void(const Json::Value&)> observer)
     observer_ = std::move(observer);
 }
 
-Calls::Calls()
-{
-    listening_ = tv::Tv::Get().journal().ListenToCalls([this](const tv::CallRecord& call) {
-        std::string line = std::string(call.name) + ' ' + Text(call.args) + " -> " + Text(call.result);
-        if (!call.out.isNull())
-            line += " out " + Text(call.out);
-        const std::lock_guard lock(mutex_);
-        lines_.push_back(line);
-    });
-}
-
-std::vector<std::string> Calls::Take()
+Lines Collected::Take()
 {
     const std::lock_guard lock(mutex_);
     return std::exchange(lines_, {});
+}
+
+Lines Collected::TakeHolding(const std::vector<std::string>& texts)
+{
+    Lines held;
+    for (const std::string& line : Take()) {
+        const auto holds = [&](const std::string& text) { return line.find(text) != std::string::npos; };
+        if (std::any_of(texts.begin(), texts.end(), holds))
+            held.push_back(line);
+    }
+    return held;
+}
+
+void Collected::Add(const std::string& line)
+{
+    const std::lock_guard lock(mutex_);
+    lines_.push_back(line);
+}
+
+Calls::Calls()
+{
+    listening_ = tv::Tv::Get().journal().ListenToCalls([this](const tv::CallRecord& call) {
+        const std::string out = call.out.isNull() ? "" : " out " + Text(call.out);
+        Add(std::string(call.name) + ' ' + Text(call.args) + " -> " + Text(call.result) + out);
+    });
+}
+
+Lines Calls::TakeNames()
+{
+    Lines names;
+    for (const std::string& line : Take())
+        names.push_back(line.substr(0, line.find(' ')));
+    return names;
 }
 
 Log::Log()
@@ -167,17 +198,9 @@ Log::Log()
         std::string text = host::WithoutSourceLine(std::string(log.text));
         text.erase(0, text.find(": ") + 2);
         text.replace(text.find("() > "), 5, ": ");
-        const std::string line = std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' +
-                                 std::string(log.tag) + ' ' + text;
-        const std::lock_guard lock(mutex_);
-        lines_.push_back(line);
+        Add(std::to_string(log.buffer) + '/' + std::to_string(log.priority) + ' ' + std::string(log.tag) +
+            ' ' + text);
     });
-}
-
-std::vector<std::string> Log::Take()
-{
-    const std::lock_guard lock(mutex_);
-    return std::exchange(lines_, {});
 }
 
 }  // namespace test

@@ -17,6 +17,8 @@
 
 namespace test {
 
+using Lines = std::vector<std::string>;
+
 /// The built plug-in.
 std::filesystem::path PluginPath();
 
@@ -46,9 +48,13 @@ class Page {
     void Post(const Json::Value& message);
     /// A verb of the TV; its results as an object.
     Json::Value Do(const std::string& json);
+    /// From now on a platform call gives that answer: `"BmsPlay","result":-1`.
+    void Answer(const std::string& answer) { Do(R"({"tv":"answer","call":)" + answer + "}"); }
 
     /// What the plug-in posted since the last call, oldest first.
     std::vector<Json::Value> TakeMessages();
+    /// The same, as texts.
+    Lines TakeTexts();
     /// Waits until there are that many and takes them.
     std::vector<Json::Value> TakeMessages(std::size_t count);
     /// How many were posted and not taken.
@@ -72,31 +78,35 @@ class Page {
     std::unique_ptr<tv::EmbeddedInstance> instance_;
 };
 
-/// Collects the platform calls that are made while it lives.
-class Calls {
+/// Collects what the TV's journal tells while it lives.
+class Collected {
   public:
-    Calls();
-    /// The calls since the last Take, as lines: `BmsPlay [1] -> 0`, with ` out [5]` where there are out
-    /// arguments.
-    std::vector<std::string> Take();
+    /// The lines since the last Take.
+    Lines Take();
+    /// Of those lines the ones that hold one of the texts.
+    Lines TakeHolding(const std::vector<std::string>& texts);
 
-  private:
+  protected:
+    Collected() = default;
+    void Add(const std::string& line);
+
     std::mutex mutex_;
-    std::vector<std::string> lines_;  // guarded by mutex_
+    Lines lines_;  // guarded by mutex_
     std::unique_ptr<tv::Journal::Listening> listening_;
 };
 
-/// Collects the log lines that are written while it lives.
-class Log {
+/// Platform calls as `BmsPlay [1] -> 0`, with ` out [5]` where there are out arguments.
+class Calls : public Collected {
+  public:
+    Calls();
+    /// The names alone.
+    Lines TakeNames();
+};
+
+/// Log lines as `buffer/priority tag Function: text`, without file and number.
+class Log : public Collected {
   public:
     Log();
-    /// The lines since the last Take as `buffer/priority tag Function: text`, without file and number.
-    std::vector<std::string> Take();
-
-  private:
-    std::mutex mutex_;
-    std::vector<std::string> lines_;  // guarded by mutex_
-    std::unique_ptr<tv::Journal::Listening> listening_;
 };
 
 }  // namespace test

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <map>
 #include <string>
 #include <utility>
@@ -13,8 +14,8 @@
 namespace {
 
 using test::J;
+using test::Lines;
 using test::Text;
-using Lines = std::vector<std::string>;
 
 /// Units as the TV keeps them, whole characters or not.
 Json::Value Raw(const std::u16string& units)
@@ -57,12 +58,7 @@ class Channels : public testing::Test {
 
     void Answer(const std::string& call, const Json::Value& result, const Json::Value& out)
     {
-        Json::Value verb;
-        verb["tv"] = "answer";
-        verb["call"] = call;
-        verb["result"] = result;
-        verb["out"] = out;
-        page_.Do(Text(verb));
+        page_.Answer('"' + call + R"(","result":)" + Text(result) + R"(,"out":)" + Text(out));
     }
     void ShowService(const Json::Value& service)
     {
@@ -79,9 +75,8 @@ class Channels : public testing::Test {
     Lines TakeLog()
     {
         Lines lines;
-        for (const std::string& line : log_.Take()) {
-            if (line.find(" zelumo-pepper ") != std::string::npos &&
-                line.find("HandleBlockingMessageImpl") == std::string::npos)
+        for (const std::string& line : log_.TakeHolding({" zelumo-pepper "})) {
+            if (line.find("HandleBlockingMessageImpl") == std::string::npos)
                 lines.push_back(line.substr(0, 3) + line.substr(line.find(' ', 4)));
         }
         return lines;
@@ -222,61 +217,86 @@ TEST_F(Channels, ExtraTextThatIsNoObjectLeavesNoRecord)
     }
 }
 
-TEST_F(Channels, CurrentChannelStepByStep)
+TEST_F(Channels, TheCurrentChannelIsAskedForInTheTvsMode)
 {
     const std::string mode = R"({"antennaMode":4,"serviceMode":-9})";
-    const std::string query = "IServiceNavigation::GetCurrentService [" + mode +
-                              R"(,{"fetch":[12,16,41,15,18,1,2,6,37,4,13,14,22,110]}] -> )";
-    const Lines steps{"TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [true]",
-                      "IServiceNavigation::GetTvMode [] -> 1 out [" + mode + "]"};
-    const Lines failed{"0/6 t_GetCurrentChannel: Fail to get current service data\n"};
-    struct Case {
-        const char* call;
-        std::string answer;
-        std::size_t done;       ///< of the steps before the failing call
-        std::string last_call;  ///< and that call
-        Lines log;
-    };
-    const std::vector<Case> cases{
-        {"TVServiceAPI::CreateServiceNavigation",
-         R"("result":1)",
-         0,
-         "TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [null]",
-         {}},
-        {"IServiceNavigation::GetTvMode",
-         R"("result":0,"out":[)" + mode + "]",
-         1,
-         "IServiceNavigation::GetTvMode [] -> 0 out [" + mode + "]",
-         {}},
-        {"IServiceNavigation::GetCurrentService", R"("result":0,"out":[{"12":"5"}])", 2,
-         query + R"(0 out [{"12":"5"}])", failed},
-        {"IServiceNavigation::GetCurrentService", R"("result":-1)", 2, query + "-1 out [null]", failed},
-        {"IServiceNavigation::GetCurrentService",
-         R"("result":2,"out":[{"12":"18446744073709551614","13":5}])",
-         2,
-         query + R"(2 out [{"12":"18446744073709551614","13":5}])",
-         {"0/3 t_GetCurrentChannel: SERVICE_ID = 18446744073709551614",
-          "0/3 t_GetCurrentChannel: MAJOR = 5"}},
-        {"IServiceNavigation::GetCurrentService",
-         R"("out":[null])",
-         2,
-         query + "1 out [null]",
-         {"0/3 t_GetCurrentChannel: SERVICE_ID = 18446744073709551615",
-          "0/3 t_GetCurrentChannel: MAJOR = 65535"}},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.call + c.answer);
-        Answer("IServiceNavigation::GetTvMode", 1, J('[' + mode + ']'));
-        page_.Do(std::string(R"({"tv":"answer","call":")") + c.call + "\"," + c.answer + "}");
+    Answer("IServiceNavigation::GetTvMode", 1, J('[' + mode + ']'));
+    for (const auto& [answer, id, major] : std::vector<std::array<std::string, 3>>{
+             {R"("result":2,"out":[{"12":"18446744073709551614","13":5}])", "18446744073709551614", "5"},
+             {R"("out":[null])", "18446744073709551615", "65535"}}) {
+        SCOPED_TRACE(answer);
+        page_.Answer(R"("IServiceNavigation::GetCurrentService",)" + answer);
         calls_.Take();
         TakeLog();
-        const Json::Value reply = page_.Await(R"({"command":"GetCurrentChannelInfo"})");
-        EXPECT_EQ(reply["code"], c.log.size() == 2 ? 0 : 28);
-        Lines calls(steps.begin(), steps.begin() + static_cast<std::ptrdiff_t>(c.done));
-        calls.push_back(c.last_call);
-        EXPECT_EQ(calls_.Take(), calls);
+        EXPECT_EQ(page_.Await(R"({"command":"GetCurrentChannelInfo"})")["code"], 0);
+        const Lines calls = calls_.Take();
+        ASSERT_EQ(calls.size(), 3U);
+        EXPECT_EQ(calls[0], "TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [true]");
+        EXPECT_EQ(calls[2].substr(0, calls[2].find(" -> ")),
+                  "IServiceNavigation::GetCurrentService [" + mode +
+                      R"(,{"fetch":[12,16,41,15,18,1,2,6,37,4,13,14,22,110]}])");
+        EXPECT_EQ(TakeLog(), (Lines{"0/3 t_GetCurrentChannel: SERVICE_ID = " + id,
+                                    "0/3 t_GetCurrentChannel: MAJOR = " + major}));
+    }
+}
+
+TEST_F(Channels, QueriesStopAtTheFirstFailure)
+{
+    const std::string channel = R"({"command":"GetCurrentChannelInfo"})";
+    const std::string list = R"({"command":"GetZELumoServices"})";
+    const std::string tune = R"({"command":"SetServiceByServiceid","Serviceid":"1002"})";
+    const std::string create = "TVServiceAPI::CreateServiceNavigation";
+    const std::string source = "TVServiceAPI::CreateSourceControl";
+    const std::string mode = "IServiceNavigation::GetTvMode";
+    const std::string query = "IServiceNavigation::GetCurrentService";
+    const std::string criteria = "TCNavigationModeHelper::GetNavigationCriteria";
+    const Lines ways{source, create, "ISourceControl::GetSourceValue", "ISourceControl::GetSourceFlag"};
+    const auto tunes = [&](const std::string& call) {
+        Lines calls = ways;
+        calls.push_back(call);
+        return calls;
+    };
+    const Lines failed{"0/6 t_GetCurrentChannel: Fail to get current service data\n"};
+    const Lines begins{"0/6 GetZELumoServices: GetZELumoServices begins"};
+    const Lines tuning{"0/6 SetServiceByServiceid: SetServiceByServiceid begins"};
+    struct Case {
+        std::string request;
+        const char* flag;  ///< of the source
+        std::string call;  ///< the one that fails
+        const char* answer;
+        Lines calls;
+        Lines log;
+    };
+    for (const Case& c : {
+             Case{channel, "0", create, "1", {create}, {}},
+             Case{channel, "0", mode, "0", {create, mode}, {}},
+             Case{channel, "0", query, R"(0,"out":[{"12":"5"}])", {create, mode, query}, failed},
+             Case{channel, "0", query, "-1", {create, mode, query}, failed},
+             Case{list, "0", create, "1", {create}, begins},
+             Case{list, "0", mode, "0", {create, mode}, begins},
+             Case{list,
+                  "0",
+                  criteria,
+                  "false",
+                  {create, mode, criteria},
+                  {begins[0], "0/6 GetZELumoServices: Get navigation criteria failed"}},
+             Case{tune, "0", source, "0", {source, create}, tuning},
+             Case{tune, "0", create, "0", {source, create}, tuning},
+             Case{tune, "0", "IServiceNavigation::TuneService", "0", tunes("IServiceNavigation::TuneService"),
+                  tuning},
+             Case{tune, "1", "ISourceControl::TuneService", "0", tunes("ISourceControl::TuneService"),
+                  tuning},
+         }) {
+        SCOPED_TRACE(c.request + c.call + c.answer);
+        Answer("ISourceControl::GetSourceFlag", 1, J('[' + std::string(c.flag) + ']'));
+        page_.Answer('"' + c.call + R"(","result":)" + c.answer);
+        calls_.Take();
+        TakeLog();
+        EXPECT_EQ(page_.Await(c.request)["code"], 28);
+        EXPECT_EQ(calls_.TakeNames(), c.calls);
         EXPECT_EQ(TakeLog(), c.log);
         page_.Do(R"({"tv":"restore"})");
+        EXPECT_EQ(CurrentId(), "1001");
     }
 }
 
@@ -302,6 +322,8 @@ TEST_F(Channels, TheListIsWrittenInTheTvsOrder)
         Json::Value out;
         out.append(J(c.services));
         Answer("IServiceNavigation::GetServiceList", c.result, out);
+        Answer("IServiceNavigation::GetTvMode", 1, J(R"([{"antennaMode":-1,"serviceMode":8}])"));
+        calls_.Take();
         TakeLog();
         const Json::Value reply = page_.Await(R"({"command":"GetZELumoServices"})");
         EXPECT_EQ(reply["code"], c.listed == nullptr ? 28 : 0);
@@ -311,47 +333,16 @@ TEST_F(Channels, TheListIsWrittenInTheTvsOrder)
         }
         EXPECT_EQ(TakeLog(),
                   (Lines{"0/6 GetZELumoServices: GetZELumoServices begins",
-                         "0/6 GetZELumoServices: nTCTVMode.antennaMode = 1, nTCTVMode.serviceMode = 1 !",
+                         "0/6 GetZELumoServices: nTCTVMode.antennaMode = -1, nTCTVMode.serviceMode = 8 !",
                          "0/6 GetZELumoServices: GetServiceList svc_list.size = " +
                              std::to_string(J(c.services).size()) + ", "}));
+        const Lines calls = calls_.Take();
+        ASSERT_EQ(calls.size(), 4U);
+        EXPECT_EQ(calls[2], R"(TCNavigationModeHelper::GetNavigationCriteria [16,"0"] -> true)");
+        EXPECT_EQ(calls[3].substr(0, calls[3].find(" -> ")),
+                  R"(IServiceNavigation::GetServiceList [{"fetch":[12,13,14],"mode":16,"value":"0"},)"
+                  R"({"antennaMode":-1,"serviceMode":8},0,0])");
     }
-}
-
-TEST_F(Channels, TheListStopsAtTheFirstFailure)
-{
-    struct Case {
-        const char* answer;
-        std::size_t calls;
-        bool logged;
-    };
-    for (const Case& c : {
-             Case{R"("TVServiceAPI::CreateServiceNavigation","result":1)", 1, false},
-             Case{R"("IServiceNavigation::GetTvMode","result":0)", 2, false},
-             Case{R"("TCNavigationModeHelper::GetNavigationCriteria","result":false)", 3, true},
-         }) {
-        SCOPED_TRACE(c.answer);
-        page_.Do(std::string(R"({"tv":"answer","call":)") + c.answer + "}");
-        calls_.Take();
-        TakeLog();
-        EXPECT_EQ(page_.Await(R"({"command":"GetZELumoServices"})")["code"], 28);
-        EXPECT_EQ(calls_.Take().size(), c.calls);
-        Lines log{"0/6 GetZELumoServices: GetZELumoServices begins"};
-        if (c.logged)
-            log.emplace_back("0/6 GetZELumoServices: Get navigation criteria failed");
-        EXPECT_EQ(TakeLog(), log);
-        page_.Do(R"({"tv":"restore"})");
-    }
-    Answer("IServiceNavigation::GetTvMode", 1, J(R"([{"antennaMode":-1,"serviceMode":8}])"));
-    calls_.Take();
-    page_.Await(R"({"command":"GetZELumoServices"})");
-    const Lines calls = calls_.Take();
-    ASSERT_EQ(calls.size(), 4U);
-    EXPECT_EQ(calls[2], R"(TCNavigationModeHelper::GetNavigationCriteria [16,"0"] -> true)");
-    EXPECT_EQ(
-        calls[3].find(R"(IServiceNavigation::GetServiceList [{"fetch":[12,13,14],"mode":16,"value":"0"},)"
-                      R"({"antennaMode":-1,"serviceMode":8},0,0] -> 0 out [[{"12":"1001","13":1,"14":0},)"),
-        0U)
-        << calls[3];
 }
 
 TEST_F(Channels, TuningGoesByValueAndFlag)
@@ -376,34 +367,6 @@ TEST_F(Channels, TuningGoesByValueAndFlag)
             EXPECT_EQ(calls[3].find("ISourceControl::GetSourceFlag [] -> "), 0U);
             EXPECT_EQ(calls[4], navigates ? by_navigation : by_source);
         }
-    }
-}
-
-TEST_F(Channels, TuningFailsAtEachStep)
-{
-    const Lines steps{"TVServiceAPI::CreateSourceControl", "TVServiceAPI::CreateServiceNavigation",
-                      "ISourceControl::GetSourceValue", "ISourceControl::GetSourceFlag",
-                      "IServiceNavigation::TuneService"};
-    // Beside each answer how many of the steps are made.
-    const std::vector<std::pair<const char*, int>> cases{
-        {R"("TVServiceAPI::CreateSourceControl","result":0)", 2},
-        {R"("TVServiceAPI::CreateServiceNavigation","result":0)", 2},
-        {R"("IServiceNavigation::TuneService","result":0)", 5},
-        {R"("IServiceNavigation::TuneService","result":-3)", 5},
-    };
-    for (const auto& [answer, made] : cases) {
-        SCOPED_TRACE(answer);
-        page_.Do(std::string(R"({"tv":"answer","call":)") + answer + "}");
-        calls_.Take();
-        TakeLog();
-        EXPECT_EQ(page_.Await(R"({"command":"SetServiceByServiceid","Serviceid":"1002"})")["code"], 28);
-        Lines names;
-        for (const std::string& call : calls_.Take())
-            names.push_back(call.substr(0, call.find(' ')));
-        EXPECT_EQ(names, Lines(steps.begin(), steps.begin() + made));
-        EXPECT_EQ(TakeLog(), (Lines{"0/6 SetServiceByServiceid: SetServiceByServiceid begins"}));
-        page_.Do(R"({"tv":"restore"})");
-        EXPECT_EQ(CurrentId(), "1001");
     }
 }
 
@@ -446,38 +409,47 @@ TEST_F(Channels, ServiceIdsAreReadFromText)
 
 TEST_F(Channels, NextAndPreviousAskTheNavigation)
 {
+    const std::string created = "TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [true]";
+    const std::string criteria = "TCNavigationModeHelper::GetNavigationCriteria [11,0] -> ";
+    const std::string whole = R"( [{"fetch":[],"mode":11,"sort":0}] -> )";
     for (const std::string operation : {"SetNextService", "SetPreviousService"}) {
-        const std::string request = R"({"command":")" + operation + "\"}";
-        const std::string function = operation == "SetNextService" ? "SetNextService: " : "SetPrevService: ";
-        const auto expect = [&](bool result, const Lines& calls, const Lines& log) {
+        const std::string call = "IServiceNavigation::" + operation;
+        const std::string log =
+            (operation == "SetNextService" ? "SetNextService: " : "SetPrevService: ") + operation;
+        struct Case {
+            std::string answer;
+            bool result;
+            Lines calls;
+            Lines log;
+        };
+        for (const Case& c : {
+                 Case{'"' + call + R"(","result":1)",
+                      true,
+                      {created, criteria + "true", call + whole + '1'},
+                      {"0/3 " + log + " success"}},
+                 Case{'"' + call + R"(","result":0)",
+                      false,
+                      {created, criteria + "true", call + whole + '0'},
+                      {"0/6 " + log + " Failed"}},
+                 Case{R"("TCNavigationModeHelper::GetNavigationCriteria","result":false)",
+                      true,
+                      {created, criteria + "false", call + R"( [{"fetch":[]}] -> 1)"},
+                      {"0/3 " + log + " success"}},
+                 Case{R"("TVServiceAPI::CreateServiceNavigation","result":1)",
+                      false,
+                      {"TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [null]"},
+                      {}},
+             }) {
+            SCOPED_TRACE(c.answer);
+            page_.Answer(c.answer);
             calls_.Take();
             TakeLog();
-            EXPECT_EQ(Text(page_.Await(request)),
-                      std::string(R"({"code":0,"data":)") + (result ? "true}" : "false}"));
-            EXPECT_EQ(calls_.Take(), calls);
-            EXPECT_EQ(TakeLog(), log);
+            const Json::Value reply = page_.Await(R"({"command":")" + operation + "\"}");
+            EXPECT_EQ(Text(reply), std::string(R"({"code":0,"data":)") + (c.result ? "true}" : "false}"));
+            EXPECT_EQ(calls_.Take(), c.calls);
+            EXPECT_EQ(TakeLog(), c.log);
             page_.Do(R"({"tv":"restore"})");
-        };
-        const std::string created = "TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [true]";
-        const std::string call = "IServiceNavigation::" + operation;
-        const Lines success{"0/3 " + function + operation + " success"};
-        const Lines failure{"0/6 " + function + operation + " Failed"};
-        expect(true,
-               {created, "TCNavigationModeHelper::GetNavigationCriteria [11,0] -> true",
-                call + R"( [{"fetch":[],"mode":11,"sort":0}] -> 1)"},
-               success);
-        page_.Do(R"({"tv":"answer","call":"TCNavigationModeHelper::GetNavigationCriteria","result":false})");
-        expect(true,
-               {created, "TCNavigationModeHelper::GetNavigationCriteria [11,0] -> false",
-                call + R"( [{"fetch":[]}] -> 1)"},
-               success);
-        page_.Do(R"({"tv":"answer","call":")" + call + R"(","result":0})");
-        expect(false,
-               {created, "TCNavigationModeHelper::GetNavigationCriteria [11,0] -> true",
-                call + R"( [{"fetch":[],"mode":11,"sort":0}] -> 0)"},
-               failure);
-        page_.Do(R"({"tv":"answer","call":"TVServiceAPI::CreateServiceNavigation","result":1})");
-        expect(false, {"TVServiceAPI::CreateServiceNavigation [1,0] -> 1 out [null]"}, {});
+        }
     }
 }
 

@@ -8,7 +8,7 @@
 namespace {
 
 using test::J;
-using Lines = std::vector<std::string>;
+using test::Lines;
 
 constexpr char kNoDictionary[] = "Incoming message is not dictionary";
 constexpr char kNoCommand[] = "Parameter command is invalid";

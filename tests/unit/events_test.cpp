@@ -9,26 +9,13 @@
 namespace {
 
 using test::J;
+using test::Lines;
 using test::Text;
-using Lines = std::vector<std::string>;
 
 std::string Posted(const std::string& name, const std::string& data)
 {
     return R"({"code":0,"command":)" + Text(Json::Value(name)) + R"(,"data":)" + data +
            R"(,"errorMessage":"","errorName":""})";
-}
-
-/// Those of the lines that hold one of the texts.
-Lines Holding(const Lines& lines, const std::vector<const char*>& texts)
-{
-    Lines found;
-    for (const std::string& line : lines) {
-        for (const char* text : texts) {
-            if (line.find(text) != std::string::npos)
-                found.push_back(line);
-        }
-    }
-    return found;
 }
 
 TEST(Events, SubscribingStepByStep)
@@ -71,31 +58,31 @@ TEST(Events, SubscribingStepByStep)
     for (const Step& step : steps) {
         SCOPED_TRACE(step.request);
         EXPECT_EQ(page.Await(step.request)["code"], step.code);
-        EXPECT_EQ(Holding(calls.Take(), {"Proxy::Subscribe", "Proxy::Unsubscribe"}), step.calls);
-        const Lines own = Holding(log.Take(), {"zelumo-pepper"});
+        EXPECT_EQ(calls.TakeHolding({"Proxy::Subscribe", "Proxy::Unsubscribe"}), step.calls);
+        const Lines own = log.TakeHolding({"zelumo-pepper"});
         if (!step.log.empty()) {
             EXPECT_EQ(Lines(own.begin() + 1, own.end()), step.log);
         }
     }
     page.Close();
     // In the order of subscribing, and once.
-    EXPECT_EQ(Holding(calls.Take(), {"Proxy::Unsubscribe"}),
+    EXPECT_EQ(calls.TakeHolding({"Proxy::Unsubscribe"}),
               (Lines{"FCEMSProxy::Unsubscribe [-5] -> 0", "FCEMSProxy::Unsubscribe [90001] -> 0"}));
 }
 
 TEST(Events, WithoutAnEventProxyNothingChanges)
 {
     test::Page page;
-    page.Do(R"({"tv":"answer","call":"FCEMSProxy::GetInstanceForPlugin","result":null})");
+    page.Answer(R"("FCEMSProxy::GetInstanceForPlugin","result":null)");
     test::Calls calls;
     EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 28);
-    EXPECT_EQ(Holding(calls.Take(), {"Bms"}), Lines());
+    EXPECT_EQ(calls.TakeHolding({"Bms"}), Lines());
     EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":90001})")["code"], 0);
     page.Do(R"({"tv":"restore"})");
 
     // The refused event was not listed, and unregistering drops the list entry even without a proxy.
     EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
-    page.Do(R"({"tv":"answer","call":"FIIPCConnection::GetInstance","result":null})");
+    page.Answer(R"("FIIPCConnection::GetInstance","result":null)");
     EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":90001})")["code"], 0);
     page.Do(R"({"tv":"restore"})");
     EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
@@ -105,74 +92,72 @@ TEST(Events, WithoutASignalSubscriberTheInstanceLives)
 {
     test::Page page;
     page.Close();
-    page.Do(R"({"tv":"answer","call":"TVServiceAPI::CreateSignalSubscriber","result":0})");
+    page.Answer(R"("TVServiceAPI::CreateSignalSubscriber","result":0)");
+    test::Log log;
     page.Open();
+    EXPECT_EQ(log.TakeHolding({"no signal subscriber"}),
+              Lines{"0/6 zelumo-pepper Initialize: [CZeLumoPluginHandler::Initialize] no signal subscriber"});
     EXPECT_EQ(page.Await(R"({"command":"GetVersion"})")["data"], "1.00");
     EXPECT_EQ(page.Do(R"({"tv":"signal","signal":177})")["delivered"], 0);
     page.Close();
+    const std::string purge =
+        "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal] ";
+    EXPECT_EQ(log.TakeHolding({"subscriber"}), Lines(2, purge + "no signal subscriber"));
 }
 
-TEST(Events, AreToldUnderTheirNames)
+TEST(Events, AreToldUnderTheirNamesAndLogged)
 {
-    test::Page page;
-    for (const int event : {90001, 90005, 90027})
-        page.Await(R"({"command":"RegisterEvent","event":)" + std::to_string(event) + "}");
+    const std::string tag = "zelumo-pepper ";
+    const std::string called = "0/6 " + tag + "t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called";
+    const std::string sent = "0/6 " + tag + "SendPloomiaEvent:  ";
+    const std::string signal = "0/3 " + tag + "t_SendData: [CZeLumoPluginHandler::t_SendData] signal : 177";
+    const std::string off = "2/6 " + tag + "t_OnPowerOff: [zelumo-pepper] ";
+    const std::string off_told = Posted("ITVS_Signal_Instant_Off", R"({"event":90028})");
+    const Lines off_sent{off + "OnPowerOff is called !!", sent + "ITVS_Signal_Instant_Off is sent"};
     struct Case {
         const char* verb;
         const char* results;
         std::string message;
-    };
-    for (const Case& c : {
-             Case{R"({"tv":"event","event":90001})", "[0]",
-                  Posted("PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE", R"({"event":90001})")},
-             Case{R"({"tv":"event","event":90005})", "[0]", Posted("", R"({"event":90005})")},
-             Case{R"({"tv":"event","event":90027})", "[0]",
-                  Posted("ITVS_Signal_Instant_On", R"({"event":90027})")},
-             Case{R"({"tv":"event","event":90001,"user":null})", "[-1]", ""},
-             Case{R"({"tv":"event","event":90002})", "[]", ""},
-             Case{R"({"tv":"signal","signal":177})", "[1]",
-                  Posted("ITVS_Signal_Unmute_by_pincode_input", R"({"event":99999})")},
-             Case{R"({"tv":"signal","signal":177,"user":null})", "[1]", ""},
-             Case{R"({"tv":"signal","signal":176})", "[]", ""},
-         }) {
-        SCOPED_TRACE(c.verb);
-        EXPECT_EQ(Text(page.Do(c.verb)["results"]), c.results);
-        Lines messages;
-        for (const Json::Value& message : page.TakeMessages())
-            messages.push_back(Text(message));
-        EXPECT_EQ(messages, c.message.empty() ? Lines() : Lines{c.message});
-    }
-}
-
-TEST(Events, AreLogged)
-{
-    struct Case {
-        const char* verb;
         Lines log;
     };
+    const Case cases[] = {
+        {R"({"tv":"event","event":90001})",
+         "[0]",
+         Posted("PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE", R"({"event":90001})"),
+         {called, sent + "PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE is sent"}},
+        {R"({"tv":"event","event":90005})",
+         "[0]",
+         Posted("", R"({"event":90005})"),
+         {called, sent + " is sent"}},
+        {R"({"tv":"event","event":90001,"user":null})", "[-1]", "", {called}},
+        {R"({"tv":"event","event":90002})", "[]", "", {}},
+        {R"({"tv":"signal","signal":177})",
+         "[1]",
+         Posted("ITVS_Signal_Unmute_by_pincode_input", R"({"event":99999})"),
+         {signal}},
+        {R"({"tv":"signal","signal":177,"user":null})", "[1]", "", {}},
+        {R"({"tv":"signal","signal":176})", "[]", "", {}},
+        {R"({"tv":"poweroff","type":1073741824})", "[0]", off_told, off_sent},
+        {R"({"tv":"poweroff","type":-1})", "[0]", off_told, off_sent},
+        {R"({"tv":"poweroff","type":1})",
+         "[0]",
+         "",
+         {off + "OnPowerOff is called !!", off + "It is NOT POWER_OFF_TO_SUSPEND!!"}},
+        {R"({"tv":"poweroff","type":1073741824,"user":null})",
+         "[0]",
+         "",
+         {off + "OnPowerOff is called !!", off + "pInstance is NULL!!"}},
+    };
     test::Page page;
-    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    for (const int event : {90001, 90005})
+        page.Await(R"({"command":"RegisterEvent","event":)" + std::to_string(event) + "}");
     test::Log log;
-    for (const Case& c : {
-             Case{R"({"tv":"event","event":90001})",
-                  {"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called",
-                   "0/6 zelumo-pepper SendPloomiaEvent:  PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE is "
-                   "sent"}},
-             Case{R"({"tv":"event","event":90001,"user":null})",
-                  {"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called"}},
-             Case{R"({"tv":"signal","signal":177})",
-                  {"0/3 zelumo-pepper t_SendData: [CZeLumoPluginHandler::t_SendData] signal : 177"}},
-             Case{R"({"tv":"poweroff","type":1073741824,"user":null})",
-                  {"2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] OnPowerOff is called !!",
-                   "2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] pInstance is NULL!!"}},
-             Case{R"({"tv":"poweroff","type":1})",
-                  {"2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] OnPowerOff is called !!",
-                   "2/6 zelumo-pepper t_OnPowerOff: [zelumo-pepper] It is NOT POWER_OFF_TO_SUSPEND!!"}},
-         }) {
-        page.Do(c.verb);
-        EXPECT_EQ(log.Take(), c.log) << c.verb;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.verb);
+        EXPECT_EQ(Text(page.Do(c.verb)["results"]), c.results);
+        EXPECT_EQ(page.TakeTexts(), c.message.empty() ? Lines() : Lines{c.message});
+        EXPECT_EQ(log.Take(), c.log);
     }
-    page.TakeMessages();
 }
 
 TEST(Events, AChannelLoadCarriesWhatCanBeHad)
@@ -204,7 +189,7 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
         test::Page page;
         page.Await(R"({"command":"RegisterEvent","event":90019})");
         for (const std::string& answer : c.answers)
-            page.Do(R"({"tv":"answer","call":)" + answer + "}");
+            page.Answer(answer);
         test::Calls calls;
         page.Do(R"({"tv":"event","event":90019})");
         const std::vector<Json::Value> messages = page.TakeMessages();
@@ -213,7 +198,7 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
         EXPECT_EQ(data["event"], 90019);
         EXPECT_EQ(!data["ch_info"].asString().empty(), c.has_channel);
         EXPECT_EQ(data["program_info"], c.program);
-        const Lines requests = Holding(calls.Take(), {"FIVirtualChannelsAPI::GetPresentProgram"});
+        const Lines requests = calls.TakeHolding({"FIVirtualChannelsAPI::GetPresentProgram"});
         ASSERT_EQ(requests.size(), c.asked == nullptr ? 0U : 1U);
         if (c.asked != nullptr) {
             EXPECT_EQ(requests[0].substr(0, requests[0].find(" -> ")),
@@ -273,18 +258,18 @@ TEST(Settings, FailuresAreLogged)
         const char* log;
     };
     for (const Case& c : {
-             Case{"SetStringToVconfWithKey", "vconf_set_str", "-1", "vconf_set_str is failed"},
+             Case{"SetStringToVconfWithKey", "vconf_set_str", "1", "vconf_set_str is failed"},
              Case{"GetStringFromVconfWithKey", "vconf_get_str", "null", "vconf_get_str is failed"},
              Case{"SetIntegerToVconfWithKey", "vconf_set_int", "5", "vconf_set_int is failed"},
              Case{"GetIntegerFromVconfWithKey", "vconf_get_int", "1", "vconf_get_int is failed"},
-             Case{"SetBooleanToVconfWithKey", "vconf_set_bool", "-1", "vconf_set_bool is failed"},
-             Case{"GetBooleanFromVconfWithKey", "vconf_get_bool", "-1", "vconf_get_bool is failed"},
+             Case{"SetBooleanToVconfWithKey", "vconf_set_bool", "1", "vconf_set_bool is failed"},
+             Case{"GetBooleanFromVconfWithKey", "vconf_get_bool", "1", "vconf_get_bool is failed"},
              Case{"AddVconfCallbackWithKey", "vconf_notify_key_changed", "-1",
                   "failed to vconf_notify_key_changed() with key:k"},
          }) {
         SCOPED_TRACE(c.command);
         test::Page page;
-        page.Do(std::string(R"({"tv":"answer","call":")") + c.call + R"(","result":)" + c.result + "}");
+        page.Answer('"' + std::string(c.call) + R"(","result":)" + c.result);
         test::Log log;
         Json::Value request;
         request["command"] = c.command;
@@ -305,7 +290,7 @@ TEST(Settings, WatchedKeysAreTold)
     EXPECT_EQ(Text(page.Await(watch)), R"({"code":0,"data":null})");
     EXPECT_EQ(calls.Take(), Lines{R"(vconf_notify_key_changed ["w/k"] -> 0)"});
     // Only a negative result is a failure.
-    page.Do(R"({"tv":"answer","call":"vconf_notify_key_changed","result":5,"times":1})");
+    page.Answer(R"("vconf_notify_key_changed","result":5,"times":1)");
     EXPECT_EQ(page.Await(R"({"command":"AddVconfCallbackWithKey","key":"w/positive"})")["code"], 0);
     EXPECT_EQ(page.Await(R"({"command":"AddVconfCallbackWithKey","key":""})")["code"], 9999);
     calls.Take();
@@ -329,7 +314,7 @@ TEST(Settings, WatchedKeysAreTold)
 
     calls.Take();
     page.Close();
-    EXPECT_EQ(Holding(calls.Take(), {"vconf_ignore"}),
+    EXPECT_EQ(calls.TakeHolding({"vconf_ignore"}),
               (Lines{R"(vconf_ignore_key_changed ["w/k"] -> 0)",
                      R"(vconf_ignore_key_changed ["w/positive"] -> -1)"}));
     EXPECT_EQ(page.Do(R"({"tv":"setting","key":"w/k","value":1})")["delivered"], 0);

@@ -1,136 +1,39 @@
-#include <cxxabi.h>
 #include <dlfcn.h>
-#include <elf.h>
 #include <gtest/gtest.h>
 #include <link.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <cstdio>
 #include <fstream>
-#include <iterator>
-#include <memory>
+#include <map>
 #include <set>
-#include <stdexcept>
 #include <string>
-#include <vector>
+#include <utility>
 
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using test::Lines;
 
-std::string Demangled(const char* name)
+/// What the library's dynamic symbol table defines, demangled.
+std::set<std::string> Exports()
 {
-    int status = 0;
-    const std::unique_ptr<char, decltype(&std::free)> text(
-        abi::__cxa_demangle(name, nullptr, nullptr, &status), std::free);
-    return status == 0 ? text.get() : name;
+    std::FILE* const listing = popen(("nm -DC --defined-only " + test::PluginPath().string()).c_str(), "r");
+    std::string text;
+    for (int c = std::fgetc(listing); c != EOF; c = std::fgetc(listing))
+        text += static_cast<char>(c);
+    EXPECT_EQ(pclose(listing), 0);
+    std::set<std::string> names;
+    for (const std::string& line : test::LinesOf(text))
+        names.insert(line.substr(line.find(' ') + 3));  // behind the address and the type
+    return names;
 }
-
-/// A shared object as it lies on disk.
-class SharedObject {
-  public:
-    explicit SharedObject(const std::filesystem::path& path)
-    {
-        std::ifstream file(path, std::ios::binary);
-        bytes_.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-        const auto header = At<ElfW(Ehdr)>(0);
-        for (unsigned i = 0; i < header.e_shnum; ++i)
-            sections_.push_back(At<ElfW(Shdr)>(header.e_shoff + i * sizeof(ElfW(Shdr))));
-    }
-
-    /// What the dynamic symbol table defines, demangled.
-    std::set<std::string> Exports() const
-    {
-        std::set<std::string> names;
-        for (const Symbol& symbol : Symbols(SHT_DYNSYM)) {
-            if (symbol.entry.st_shndx != SHN_UNDEF)
-                names.insert(Demangled(symbol.name));
-        }
-        return names;
-    }
-
-    /// The functions that a loader's list (SHT_INIT_ARRAY, SHT_FINI_ARRAY) holds, in order, demangled.
-    std::vector<std::string> Functions(ElfW(Word) list_type) const
-    {
-        std::vector<std::string> names;
-        for (const ElfW(Shdr) & list : Sections(list_type)) {
-            for (ElfW(Addr) slot = list.sh_addr; slot < list.sh_addr + list.sh_size; slot += sizeof(slot))
-                names.push_back(FunctionAt(Relocated(slot)));
-        }
-        return names;
-    }
-
-  private:
-    struct Symbol {
-        const char* name;
-        ElfW(Sym) entry;
-    };
-
-    template <typename T>
-    T At(std::size_t offset) const
-    {
-        T value{};
-        if (offset + sizeof(T) > bytes_.size())
-            throw std::out_of_range("not within the file");
-        std::memcpy(&value, bytes_.data() + offset, sizeof(T));
-        return value;
-    }
-
-    std::vector<ElfW(Shdr)> Sections(ElfW(Word) type) const
-    {
-        std::vector<ElfW(Shdr)> found;
-        for (const ElfW(Shdr) & section : sections_) {
-            if (section.sh_type == type)
-                found.push_back(section);
-        }
-        return found;
-    }
-
-    std::vector<Symbol> Symbols(ElfW(Word) table_type) const
-    {
-        std::vector<Symbol> symbols;
-        for (const ElfW(Shdr) & table : Sections(table_type)) {
-            const char* names = bytes_.data() + sections_.at(table.sh_link).sh_offset;
-            for (std::size_t at = 0; at < table.sh_size; at += sizeof(ElfW(Sym))) {
-                const auto entry = At<ElfW(Sym)>(table.sh_offset + at);
-                symbols.push_back({names + entry.st_name, entry});
-            }
-        }
-        return symbols;
-    }
-
-    /// What the loader writes to that address, relative to where it puts the object.
-    ElfW(Addr) Relocated(ElfW(Addr) slot) const
-    {
-        for (const ElfW(Shdr) & table : Sections(SHT_RELA)) {
-            for (std::size_t at = 0; at < table.sh_size; at += sizeof(ElfW(Rela))) {
-                const auto relocation = At<ElfW(Rela)>(table.sh_offset + at);
-                if (relocation.r_offset == slot)
-                    return static_cast<ElfW(Addr)>(relocation.r_addend);
-            }
-        }
-        return 0;
-    }
-
-    std::string FunctionAt(ElfW(Addr) address) const
-    {
-        for (const Symbol& symbol : Symbols(SHT_SYMTAB)) {
-            if ((symbol.entry.st_info & 0xF) == STT_FUNC && symbol.entry.st_value == address)
-                return Demangled(symbol.name);
-        }
-        return "(nothing)";
-    }
-
-    std::string bytes_;
-    std::vector<ElfW(Shdr)> sections_;
-};
 
 TEST(Library, ExportsTheFactoryAndTheExtensionClassesAlone)
 {
-    const std::set<std::string> exports = SharedObject(test::PluginPath()).Exports();
+    const std::set<std::string> exports = Exports();
     for (const char* operation : {
              "pp::CreateModule()",
              "pp::ExtensionSystemHalvorn::ExtensionSystemHalvorn(pp::InstanceHandle const&)",
@@ -157,17 +60,23 @@ TEST(Library, ExportsTheFactoryAndTheExtensionClassesAlone)
 
 TEST(Library, HoldsEachLoadHookTwice)
 {
-    const SharedObject library(test::PluginPath());
-    const std::vector<std::pair<const char*, ElfW(Word)>> hooks{{"HtLibHelperInit()", SHT_INIT_ARRAY},
-                                                                {"HtLibHelperDeinit()", SHT_FINI_ARRAY}};
-    for (const auto& [hook, list] : hooks) {
-        int count = 0;
-        for (const std::string& function : library.Functions(list)) {
-            EXPECT_NE(function, "(nothing)") << "a hole in the list of " << hook;
-            count += function.find(hook) != std::string::npos ? 1 : 0;
-        }
-        EXPECT_EQ(count, 2) << hook;
+    void* const library = dlopen(test::PluginPath().c_str(), RTLD_NOW | RTLD_LOCAL);
+    link_map* map = nullptr;
+    ASSERT_EQ(dlinfo(library, RTLD_DI_LINKMAP, &map), 0) << dlerror();
+    std::map<ElfW(Sxword), ElfW(Xword)> entries;
+    for (const ElfW(Dyn)* entry = map->l_ld; entry->d_tag != DT_NULL; ++entry)
+        entries[entry->d_tag] = entry->d_un.d_val;
+    for (const auto& [list, size] :
+         {std::pair(DT_INIT_ARRAY, DT_INIT_ARRAYSZ), {DT_FINI_ARRAY, DT_FINI_ARRAYSZ}}) {
+        const auto* const functions = reinterpret_cast<const ElfW(Addr)*>(map->l_addr + entries[list]);
+        std::map<ElfW(Addr), int> times;
+        int twice = 0;
+        for (std::size_t i = 0; i < entries[size] / sizeof(*functions); ++i)
+            twice += ++times[functions[i]] == 2 ? 1 : 0;
+        EXPECT_EQ(times.count(0), 0U) << "a hole in list " << list;
+        EXPECT_EQ(twice, 1) << "in list " << list;
     }
+    dlclose(library);
 }
 
 TEST(Library, RegistersWithTheTracingLibraryOnceALoad)

@@ -14,7 +14,7 @@
 
 namespace {
 
-using test::J;
+using test::Lines;
 
 /// How an instance comes to its end.
 enum class End { Close, CloseAndOpen, Unload };
@@ -94,11 +94,6 @@ void ForEachCell(const std::function<void(std::unique_ptr<test::Page>&, End, boo
     }
 }
 
-TEST(Teardown, OfAnIdleInstanceLeavesNothing)
-{
-    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool) { Finish(page, end); });
-}
-
 TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
 {
     ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool) {
@@ -144,6 +139,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
     ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool) {
         std::atomic<int> told{0};
         page->Observe([&](const Json::Value&) { ++told; });
+        page->Await(R"({"command":"Play"})");
         tv::Tv& tv = tv::Tv::Get();
         const Storm storm({
             [&] { tv.event_proxy().Notify(90001, false); },
@@ -152,6 +148,8 @@ TEST(Teardown, WhileEveryServiceTellsThings)
             [&] { tv.power().Notify(0x40000000, false); },
             [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
             ReportPositions,
+            ReportPositions,
+            [&] { tv.clock().Advance(tv::Clock::Time(700), [] {}); },
         });
         while (told < 20)
             std::this_thread::yield();
@@ -163,32 +161,6 @@ TEST(Teardown, WhileEveryServiceTellsThings)
                 tv.power().Notify(0x40000000, false);
             EXPECT_EQ(told, at_the_end);
         }
-    });
-}
-
-TEST(Teardown, WhileAWatchFires)
-{
-    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool subscribed) {
-        std::atomic<int> told{0};
-        page->Observe([&](const Json::Value&) { ++told; });
-        const Storm storm({[] { tv::Tv::Get().settings().SetAndTell("teardown/watched", 1, false); }});
-        while (subscribed && told < 20)
-            std::this_thread::yield();
-        Finish(page, end);
-    });
-}
-
-TEST(Teardown, WhileAPlayerReports)
-{
-    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool subscribed) {
-        std::atomic<int> told{0};
-        page->Observe([&](const Json::Value&) { ++told; });
-        page->Await(R"({"command":"Play"})");
-        const Storm storm({ReportPositions, ReportPositions,
-                           [] { tv::Tv::Get().clock().Advance(tv::Clock::Time(700), [] {}); }});
-        while (subscribed && told < 20)
-            std::this_thread::yield();
-        Finish(page, end);
     });
 }
 
@@ -219,72 +191,86 @@ TEST(Teardown, InsideACallbackOfAnyService)
     }
 }
 
-TEST(Teardown, LoadingAgainAndAgainLeavesNothing)
-{
-    for (int i = 0; i < 20; ++i) {
-        const test::Page page;
-        EXPECT_EQ(tv::CountInstances(), 1);
-        EXPECT_EQ(tv::Tv::Get().trace_libraries().Count(), 1U);
-    }
-    EXPECT_EQ(tv::CountInstances(), 0);
-    EXPECT_EQ(tv::Tv::Get().trace_libraries().Count(), 0U);
-}
-
 TEST(Teardown, OfAnInstanceWhoseSetUpFailed)
 {
-    for (const char* answer : {R"({"tv":"answer","call":"pp::Instance::RegisterMessageHandler","result":-2})",
-                               R"({"tv":"answer","call":"device_power_subscribe_poweroff","result":-1})"}) {
-        SCOPED_TRACE(answer);
+    struct Case {
+        const char* answer;
+        bool works;
+        const char* log;
+    };
+    for (const Case& c : {Case{R"("pp::Instance::RegisterMessageHandler","result":-2)", false,
+                               "[PluginLogging]  RegisterMessageHandler Fail"},
+                          Case{R"("device_power_subscribe_poweroff","result":-1)", true,
+                               "[main] Failed subscribing suspend event"}}) {
         test::Page page;
         page.Close();
-        page.Do(answer);
+        page.Answer(c.answer);
         test::Log log;
         page.Open();
-        const bool no_handler = std::string(answer).find("Handler") != std::string::npos;
-        const std::vector<std::string> lines = log.Take();
-        const std::string expected =
-            no_handler
-                ? "2/6 zelumo-pepper CZeLumoPluginInstance: [PluginLogging]  RegisterMessageHandler Fail"
-                : "2/6 zelumo-pepper CZeLumoPluginInstance: [main] Failed subscribing suspend event";
-        EXPECT_EQ(lines.back(), expected);
-        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), no_handler);
+        EXPECT_EQ(log.Take().back(), std::string("2/6 zelumo-pepper CZeLumoPluginInstance: ") + c.log);
+        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works) << c.answer;
     }
 }
 
-TEST(Teardown, RunsInItsOrder)
+TEST(Teardown, AndSetUpRunInTheirOrder)
 {
     test::Page page;
-    page.Await(R"({"command":"RegisterEvent","event":90001})");
-    page.Await(R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})");
+    page.Close();
     test::Log log;
     test::Calls calls;
+    page.Open();
+    const std::string handler =
+        "zelumo-pepper CZeLumoPluginHandler: [CZeLumoPluginHandler::CZeLumoPluginHandler] ";
+    const std::string instance = "2/6 zelumo-pepper CZeLumoPluginInstance: [PluginLogging] ";
+    EXPECT_EQ(log.Take(), (Lines{"0/3 " + handler + "start extension_system(instance_)",
+                                 "0/3 " + handler + "end extension_system(instance_)",
+                                 "0/3 zelumo-pepper Initialize: [CZeLumoPluginHandler::Initialize] called",
+                                 "0/6 ZLP_BASE BMSAdaptor: BMSAdaptor::BMSAdaptor()",
+                                 "0/6 ZLP_BASE Init: [BmsEventHandler::Init] is called",
+                                 instance + "begin additional_thread_->Start()",
+                                 instance + "begin RegisterMessageHandler",
+                                 instance + " RegisterMessageHandler success"}));
+    EXPECT_EQ(calls.Take(), (Lines{"TVServiceAPI::CreateSignalSubscriber [] -> 1 out [true]",
+                                   "ISignalSubscriber::Subscribe [177,1,0,0] -> 1",
+                                   "pp::Instance::RegisterMessageHandler [] -> 0",
+                                   "device_power_subscribe_poweroff [] -> 0"}));
+
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    page.Await(R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})");
+    log.Take();
+    calls.Take();
+    // What the services still tell while the first purge runs is dropped.
+    page.Answer(R"("FIIPCConnection::GetInstance","delay":3600000,"times":1)");
+    auto telling = std::async(std::launch::async, [] {
+        while (!tv::Tv::Get().calls().AnswersJson().empty())
+            std::this_thread::yield();
+        tv::Tv::Get().settings().SetAndTell("teardown/watched", 1, false);
+        tv::Tv::Get().calls().RestoreAll();
+    });
     page.Close();
-    std::vector<std::string> lines;
-    for (const std::string& line : log.Take()) {
-        if (line.find("zelumo-pepper") != std::string::npos)
-            lines.push_back(line);
-    }
+    telling.wait();
+    const std::string dropped =
+        "0/6 zelumo-pepper t_VconfChangedCallBack: [CZeLumoPluginHandler::t_VconfChangedCallBack] "
+        "pluginVorda is destroyed";
+    const std::string events =
+        "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal]";
+    const std::string keys = "0/6 zelumo-pepper PurgeAllVconfCB: [CZeLumoPluginHandler::PurgeAllVconfCB]";
     EXPECT_EQ(
-        lines,
-        (std::vector<std::string>{
-            "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal]",
-            "0/6 zelumo-pepper PurgeAllVconfCB: [CZeLumoPluginHandler::PurgeAllVconfCB]",
-            "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
+        log.Take(),
+        (Lines{
+            events, dropped, keys, "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
             "0/3 zelumo-pepper ~CZeLumoPluginHandler: [CZeLumoPluginHandler::~CZeLumoPluginHandler] called",
-            "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal]",
-            "0/6 zelumo-pepper PurgeAllVconfCB: [CZeLumoPluginHandler::PurgeAllVconfCB]"}));
-    std::vector<std::string> made;
-    for (const std::string& line : calls.Take())
-        made.push_back(line.substr(0, line.find(' ')));
-    const std::vector<std::string> expected{
-        "FIIPCConnection::GetInstance",      "FCEMSProxy::GetInstanceForPlugin",
-        "FCEMSProxy::Unsubscribe",           "TVServiceAPI::CreateSignalSubscriber",
-        "ISignalSubscriber::Unsubscribe",    "vconf_ignore_key_changed",
-        "device_power_unsubscribe_poweroff", "FIIPCConnection::GetInstance",
-        "FCEMSProxy::GetInstanceForPlugin",  "TVServiceAPI::CreateSignalSubscriber",
-        "ISignalSubscriber::Unsubscribe"};
-    made.resize(expected.size());  // the player's withdrawal follows
-    EXPECT_EQ(made, expected);
+            events, keys, "0/6 ZLP_BASE Destory: BMSAdaptor::Destory is called -id:[101]",
+            "0/6 ZLP_BASE UnSetCallback: [BmsEventHandler::UnSetCallback] is called - playerId:[101]"}));
+    const Lines purge{"FIIPCConnection::GetInstance [] -> true",
+                      "FCEMSProxy::GetInstanceForPlugin [] -> true"};
+    const Lines signal{"TVServiceAPI::CreateSignalSubscriber [] -> 1 out [true]"};
+    EXPECT_EQ(calls.Take(),
+              (Lines{purge[0], purge[1], "FCEMSProxy::Unsubscribe [90001] -> 0", signal[0],
+                     "ISignalSubscriber::Unsubscribe [177,1,0,0] -> 1",
+                     R"(vconf_ignore_key_changed ["teardown/watched"] -> 0)",
+                     "device_power_unsubscribe_poweroff [] -> 0", purge[0], purge[1], signal[0],
+                     "ISignalSubscriber::Unsubscribe [177,1,0,0] -> 0", "BmsUnSetCallback [101] -> 0"}));
 }
 
 }  // namespace
