@@ -3,10 +3,13 @@
 #include <memory>
 #include <string>
 
-#include "BmsEventHandler.h"
+#include "BmsAdaptor.h"
+#include "tests/support/page.h"
 #include "tv/tv.h"
 
 namespace {
+
+using test::Lines;
 
 std::size_t Report(int player)
 {
@@ -57,6 +60,20 @@ TEST(EventRelay, HandsOverToTheCallbackThatWasStoredLast)
     EXPECT_EQ(Report(5), 1U);
     EXPECT_EQ(first, 0);
     EXPECT_EQ(second, 1);
+}
+
+TEST(PlayerSide, LeavesWhatIsNoCommandAlone)
+{
+    const std::string tag = "0/6 ZLP_BASE HandleBlockingMessageImp: ";
+    const std::string called = tag + "BMSAdaptor::HandleBlockingMessageImp is called";
+    BMSAdaptor player_side;
+    test::Log log;
+    pp::Var reply(7);
+    EXPECT_FALSE(player_side.HandleBlockingMessageImp("Play", reply));
+    EXPECT_EQ(log.Take(), (Lines{called, tag + "Incoming message is invalid"}));
+    EXPECT_FALSE(player_side.HandleBlockingMessageImp(pp::VarDictionary(), reply));
+    EXPECT_EQ(log.Take(), (Lines{called, tag + "Parameter command is invalid"}));
+    EXPECT_EQ(reply.AsInt(), 7);
 }
 
 }  // namespace

@@ -23,14 +23,14 @@ TEST(Events, SubscribingStepByStep)
     struct Step {
         const char* request;
         int code;
-        Lines calls;  ///< of the event proxy's subscriptions
+        Lines calls;  ///< of the event proxy's subscriptions and the player
         Lines log;    ///< behind the command's name; empty: not looked at
     };
     const std::string registers = "RegisterEvent: [CZeLumoPluginHandler::RegisterEvent] ";
     const std::vector<Step> steps{
         {R"({"command":"RegisterEvent","event":90001})",
          0,
-         {"FCEMSProxy::Subscribe [90001] -> 0"},
+         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [90001] -> 0"},
          {"2/6 zelumo-pepper HandleBlockingMessageImpl: RegisterEvent => 90001",
           "0/3 zelumo-pepper " + registers + "event  90001",
           "0/3 zelumo-pepper " + registers + "SetCallbackBMS PlayerID : 101"}},
@@ -41,7 +41,10 @@ TEST(Events, SubscribingStepByStep)
           "0/3 zelumo-pepper " + registers + "event  90001",
           "0/6 zelumo-pepper " + registers + "already registered signal: 90001"}},
         // Any number may be subscribed.
-        {R"({"command":"RegisterEvent","event":-5})", 0, {"FCEMSProxy::Subscribe [-5] -> 0"}, {}},
+        {R"({"command":"RegisterEvent","event":-5})",
+         0,
+         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [-5] -> 0"},
+         {}},
         {R"({"command":"UnRegisterEvent","event":90001})",
          0,
          {"FCEMSProxy::Unsubscribe [90001] -> 0"},
@@ -50,7 +53,10 @@ TEST(Events, SubscribingStepByStep)
           "90001"}},
         // What was never subscribed still reaches the proxy.
         {R"({"command":"UnRegisterEvent","event":90001})", 0, {"FCEMSProxy::Unsubscribe [90001] -> -1"}, {}},
-        {R"({"command":"RegisterEvent","event":90001})", 0, {"FCEMSProxy::Subscribe [90001] -> 0"}, {}},
+        {R"({"command":"RegisterEvent","event":90001})",
+         0,
+         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [90001] -> 0"},
+         {}},
     };
     test::Page page;
     test::Calls calls;
@@ -58,7 +64,7 @@ TEST(Events, SubscribingStepByStep)
     for (const Step& step : steps) {
         SCOPED_TRACE(step.request);
         EXPECT_EQ(page.Await(step.request)["code"], step.code);
-        EXPECT_EQ(calls.TakeHolding({"Proxy::Subscribe", "Proxy::Unsubscribe"}), step.calls);
+        EXPECT_EQ(calls.TakeHolding({"Proxy::Subscribe", "Proxy::Unsubscribe", "Bms"}), step.calls);
         const Lines own = log.TakeHolding({"zelumo-pepper"});
         if (!step.log.empty()) {
             EXPECT_EQ(Lines(own.begin() + 1, own.end()), step.log);
@@ -75,7 +81,10 @@ TEST(Events, WithoutAnEventProxyNothingChanges)
     test::Page page;
     page.Answer(R"("FCEMSProxy::GetInstanceForPlugin","result":null)");
     test::Calls calls;
+    test::Log log;
     EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 28);
+    EXPECT_EQ(log.Take().back(),
+              "0/6 zelumo-pepper RegisterEvent: [CZeLumoPluginHandler::RegisterEvent] no event proxy");
     EXPECT_EQ(calls.TakeHolding({"Bms"}), Lines());
     EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":90001})")["code"], 0);
     page.Do(R"({"tv":"restore"})");
@@ -247,6 +256,17 @@ TEST(Settings, CommandsReachTheStore)
         EXPECT_EQ(Text(reply["data"]), step.data == nullptr ? "null" : step.data);
         EXPECT_EQ(calls.Take(), Lines{step.call});
     }
+    // Success without a value.
+    for (const char* type : {"Integer", "Boolean"}) {
+        page.Answer(type == std::string("Integer") ? R"("vconf_get_int")" : R"("vconf_get_bool")");
+        const Json::Value reply =
+            page.Await(std::string(R"({"command":"Get)") + type + R"(FromVconfWithKey","key":"t/i"})");
+        EXPECT_EQ(Text(reply), R"({"code":0,"data":0})");
+    }
+    test::Log log;
+    page.Await(R"({"command":"GetStringFromVconfWithKey","key":"t/s"})");
+    EXPECT_EQ(log.Take().back(),
+              "2/6 zelumo-pepper HandleBlockingMessageImpl: [Vorda HandleBlockingMessage] key is t/s");
 }
 
 TEST(Settings, FailuresAreLogged)
@@ -304,6 +324,8 @@ TEST(Settings, WatchedKeysAreTold)
 
     const Json::Value told = J(Posted("w/k", R"("w/k")"));
     EXPECT_EQ(page.Do(R"({"tv":"setting","key":"w/k","value":true})")["delivered"], 1);
+    EXPECT_EQ(log.Take().back(),
+              "0/3 zelumo-pepper t_VconfChangedCallBack:  Key Change callback received for key : w/k");
     EXPECT_EQ(page.TakeMessages(), std::vector<Json::Value>{told});
     // The page's own writes count as well, even when they change nothing.
     page.Await(R"({"command":"SetIntegerToVconfWithKey","input":1,"key":"w/k"})");

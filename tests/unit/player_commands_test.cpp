@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -8,8 +7,8 @@
 
 namespace {
 
+using test::Lines;
 using test::Text;
-using Lines = std::vector<std::string>;
 
 constexpr char kTrue[] = R"({"code":0,"data":true})";
 constexpr char kFalse[] = R"({"code":0,"data":false})";
@@ -57,8 +56,8 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
          {"BmsGetPlayTime [-1] -> 0 out [2147483647]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
         // The call failed, but the play time is there; and the other way round.
         {R"({"command":"JumpForward","sec":1})",
-         {R"("BmsGetPlayTime","result":-1,"out":[0])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> -1 out [0]", "BmsSeek [-1,1000] -> 0"}, kTrue},
+         {R"("BmsGetPlayTime","result":-1,"out":[-1])", R"("BmsSeek","result":0)"},
+         {"BmsGetPlayTime [-1] -> -1 out [-1]", "BmsSeek [-1,999] -> 0"}, kTrue},
         {R"({"command":"JumpForward","sec":1})",
          {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
@@ -93,14 +92,13 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
          {R"("BmsSetVideoPosition","result":0)"}, {"BmsSetVideoPosition [-1,0,0,1920,1080] -> 0"}, kTrue},
         {R"({"command":"SetDisplayRect","x":-1,"y":2,"width":0,"height":-4})",
          {R"("BmsSetVideoPosition","result":1)"}, {"BmsSetVideoPosition [-1,-1,2,0,-4] -> 1"}, kFalse},
-
     };
     // clang-format on
     test::Page page;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.request);
         for (const char* answer : c.answers)
-            page.Do(std::string(R"({"tv":"answer","call":)") + answer + "}");
+            page.Answer(answer);
         test::Calls calls;
         EXPECT_EQ(Text(page.Await(c.request)), c.reply);
         EXPECT_EQ(calls.Take(), c.calls);
@@ -118,28 +116,22 @@ constexpr char kNoDrm[] = R"({"drmData":"","drmOp":"","drmType":""})";
 
 TEST(PlayerCommands, InitUsesRightsOnlyWhenBothTextsAreThere)
 {
-    struct Value {
-        const char* json;  ///< null: the key is absent
-        const char* text;  ///< null: it is no string
-    };
-    constexpr Value kTypes[] = {{nullptr, nullptr}, {R"("type")", "type"}, {R"("")", ""}, {"7", nullptr}};
-    constexpr Value kData[] = {{nullptr, nullptr}, {R"("<a/>")", "<a/>"}, {R"("")", ""}, {"null", nullptr}};
     test::Page page;
     int id = 0;
-    for (const Value& type : kTypes) {
-        for (const Value& data : kData) {
+    // Null: the key is absent.
+    for (const char* type : {R"("type")", R"("")", "7", static_cast<const char*>(nullptr)}) {
+        for (const char* data : {R"("<a/>")", R"("")", "null", static_cast<const char*>(nullptr)}) {
             std::string request = R"({"command":"Init","url":"film","timeOffset":12)";
-            if (type.json != nullptr)
-                request += std::string(R"(,"drmType":)") + type.json;
-            if (data.json != nullptr)
-                request += std::string(R"(,"drmData":)") + data.json;
+            if (type != nullptr)
+                request += std::string(R"(,"drmType":)") + type;
+            if (data != nullptr)
+                request += std::string(R"(,"drmData":)") + data;
             request += "}";
             SCOPED_TRACE(request);
             std::string drm = kNoDrm;
-            if (type.text != nullptr && data.text != nullptr) {
-                drm = std::string(R"({"drmData":")") + data.text +
-                      R"(","drmOp":"SetProperties","drmType":")" + type.text + R"("})";
-            }
+            if (type != nullptr && *type == '"' && data != nullptr && *data == '"')
+                drm = std::string(R"({"drmData":)") + data + R"(,"drmOp":"SetProperties","drmType":)" + type +
+                      "}";
             test::Calls calls;
             EXPECT_EQ(Text(page.Await(request)), kTrue);
             ++id;
@@ -161,23 +153,18 @@ TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
                      "BmsSetCallback [2] -> 0", "BmsPlay [2] -> 0"}));
 
     // A failed creation registers nothing; the id that the service wrote, if any, stays.
-    page.Do(R"({"tv":"answer","call":"BmsCreatePlayer","result":-1,"times":1})");
-    page.Do(R"({"tv":"answer","call":"BmsCreatePlayer","result":4,"out":[77],"times":1})");
+    page.Answer(R"("BmsCreatePlayer","result":-1,"times":1)");
+    page.Answer(R"("BmsCreatePlayer","result":4,"out":[77],"times":1)");
     EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
     page.Await(R"({"command":"Pause"})");
     EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
     page.Await(R"({"command":"Pause"})");
-    Lines lines = calls.Take();
-    lines.erase(std::remove_if(lines.begin(), lines.end(),
-                               [](const std::string& line) { return line.find("Create") != line.npos; }),
-                lines.end());
-    EXPECT_EQ(lines, (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
+    EXPECT_EQ(calls.TakeHolding({"Callback", "Pause"}), (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
 
     // All players that were created are withdrawn, the plug-in's fixed id before them.
     page.Close();
-    lines = calls.Take();
     EXPECT_EQ(
-        Lines(lines.end() - 3, lines.end()),
+        calls.TakeHolding({"Callback"}),
         (Lines{"BmsUnSetCallback [101] -> -1", "BmsUnSetCallback [1] -> 0", "BmsUnSetCallback [2] -> 0"}));
 }
 
@@ -228,36 +215,39 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
          {"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -BMS doesn't care about:[GetVersion]"}, nullptr},
     };
     // clang-format on
+    const std::string start = "0/3 zelumo-pepper HandleBlockingMessageImpl: ";
+    const std::string called = "BMSAdaptor::HandleBlockingMessageImp ";
     test::Page page;
     for (const LogCase& c : cases) {
         SCOPED_TRACE(c.request);
         if (c.answer != nullptr)
-            page.Do(std::string(R"({"tv":"answer","call":)") + c.answer + "}");
+            page.Answer(c.answer);
         test::Log log;
         page.Await(c.request);
         Lines lines;
-        for (const std::string& line : log.Take()) {
-            const bool is_report =
-                line.find(" ZLP_BASE Callback") != line.npos || line.find(" ZLP_BASE Event") != line.npos;
-            if (is_report || line.find(" ZLP_BASE ") == line.npos)
-                continue;
-            ASSERT_EQ(line.substr(0, 2), "0/");
-            std::string rest = line.substr(2);
-            rest.erase(rest.find("ZLP_BASE "), 9);
+        for (std::string line : log.Take()) {
+            if (line.find(" ZLP_BASE Callback") != line.npos || line.find(" ZLP_BASE Event") != line.npos)
+                continue;  // a report's
             // Where in the source a result line stands changes with the source.
-            if (const std::size_t before = rest.find("]("); before != rest.npos)
-                rest.replace(before + 2, rest.find(')', before) - before - 2, "N");
-            lines.push_back(rest);
+            if (const std::size_t before = line.find("]("); before != line.npos)
+                line.replace(before + 2, line.find(')', before) - before - 2, "N");
+            lines.push_back(line);
         }
-        Lines expected{"6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp is called",
-                       "6 HandleBlockingMessageImp: BMSAdaptor::HandleBlockingMessageImp -command:[" +
-                           test::J(c.request)["command"].asString() + "]"};
+        const std::string command = test::J(c.request)["command"].asString();
+        Lines bms{"6 HandleBlockingMessageImp: " + called + "is called",
+                  "6 HandleBlockingMessageImp: " + called + "-command:[" + command + "]"};
         if (c.result != nullptr)
-            expected.push_back(std::to_string(c.start) + " " + c.function + ": [BMSAdaptor::" + c.function +
-                               "] start command");
-        expected.insert(expected.end(), c.between.begin(), c.between.end());
+            bms.push_back(std::to_string(c.start) + " " + c.function + ": [BMSAdaptor::" + c.function +
+                          "] start command");
+        bms.insert(bms.end(), c.between.begin(), c.between.end());
         if (c.result != nullptr)
-            expected.push_back("3 " + c.function + ": [" + c.function + "](N) " + c.result);
+            bms.push_back("3 " + c.function + ": [" + c.function + "](N) " + c.result);
+        Lines expected{start + "=================> command: " + command};
+        for (const std::string& line : bms)
+            expected.push_back("0/" + line.substr(0, 2) + "ZLP_BASE " + line.substr(2));
+        if (c.result != nullptr)
+            expected.push_back(start +
+                               "[CZeLumoPluginHandler::HandleBlockingMessageImpl] operated player side");
         EXPECT_EQ(lines, expected);
         page.Do(R"({"tv":"restore"})");
     }
