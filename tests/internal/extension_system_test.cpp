@@ -5,8 +5,10 @@
 #include <atomic>
 #include <cstdlib>
 #include <functional>
+#include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "extension_system_halvorn_wrt.h"
@@ -20,8 +22,8 @@
 namespace {
 
 using test::J;
+using test::Lines;
 using test::Text;
-using Lines = std::vector<std::string>;
 
 constexpr char kTable[] = "PPB_ExtensionSystem_Halvorn::";
 const pp::InstanceHandle kInstance(PP_Instance{7});
@@ -102,17 +104,13 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
 
 TEST_F(ExtensionSystem, GivesTheEmbedderAndTheExtensionInfo)
 {
-    struct Case {
-        const char* value;
-        const char* embedder;
-    };
-    for (const Case& c : {Case{R"("\u00c9 ")", "\u00c9 "}, Case{R"("")", ""}, Case{"5", ""}, Case{"null", ""},
-                          Case{R"(["OrvexWRT"])", ""}, Case{R"({"name":"OrvexWRT"})", ""}}) {
-        Answer("GetEmbedderName", R"("result":)" + std::string(c.value));
-        Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(c.value));
+    for (const auto& [value, embedder] : std::vector<std::pair<std::string, const char*>>{
+             {R"("\u00c9 ")", "\u00c9 "}, {R"("")", ""}, {"5", ""}, {"null", ""}, {R"(["OrvexWRT"])", ""}}) {
+        Answer("GetEmbedderName", R"("result":)" + value);
+        Answer("GetCurrentExtensionInfo", R"("result":)" + value);
         pp::ExtensionSystemHalvorn extension(kInstance);
-        EXPECT_EQ(extension.GetEmbedderName(), c.embedder) << c.value;
-        EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(c.value)) << c.value;
+        EXPECT_EQ(extension.GetEmbedderName(), embedder) << value;
+        EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(value)) << value;
     }
 }
 
@@ -228,61 +226,50 @@ class References {
 TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
 {
     using Extension = pp::ExtensionSystemHalvornOrvex;
-    using Operation = std::function<pp::Var(Extension&, const pp::Var&)>;
     using Counts = std::vector<int>;
     // The operation name and a text or array as data cross first, and then the result. The test itself
     // holds the data, and the result while it has it.
     struct Case {
         std::string name;
-        Operation operation;
+        std::function<pp::Var(Extension&, const pp::Var&)> operation;
         Counts arguments;
     };
     const auto done = [](const auto&) { return pp::Var(); };
+    using E = Extension;
+    using V = const pp::Var;
     const Case operations[] = {
-        {"GetEmbedderName", [&](Extension& e, const pp::Var&) { return done(e.GetEmbedderName()); }, {}},
-        {"GetCurrentExtensionInfo",
-         [](Extension& e, const pp::Var&) { return e.GetCurrentExtensionInfo(); },
-         {}},
-        {"GenericSyncCall",
-         [](Extension& e, const pp::Var& data) { return e.GenericSyncCall("operation", data); },
-         {0, 1}},
-        {"CheckPrivilege",
-         [&](Extension& e, const pp::Var& data) { return done(e.CheckPrivilege(data)); },
-         {0, 1}},
-        {"SetIMERecommendedWords",
-         [&](Extension& e, const pp::Var& data) { return done(e.SetIMERecommendedWords(data)); },
-         {0, 1}},
-        {"SetIMERecommendedWordsType",
-         [&](Extension& e, const pp::Var&) { return done(e.SetIMERecommendedWordsType(true)); },
-         {0}},
-        {"GetWindowId", [&](Extension& e, const pp::Var&) { return done(e.GetWindowId()); }, {0}},
+        {"GetEmbedderName", [&](E& e, V&) { return done(e.GetEmbedderName()); }, {}},
+        {"GetCurrentExtensionInfo", [](E& e, V&) { return e.GetCurrentExtensionInfo(); }, {}},
+        {"GenericSyncCall", [](E& e, V& data) { return e.GenericSyncCall("operation", data); }, {0, 1}},
+        {"CheckPrivilege", [&](E& e, V& data) { return done(e.CheckPrivilege(data)); }, {0, 1}},
+        {"SetWords", [&](E& e, V& data) { return done(e.SetIMERecommendedWords(data)); }, {0, 1}},
+        {"SetWordsType", [&](E& e, V&) { return done(e.SetIMERecommendedWordsType(true)); }, {0}},
+        {"GetWindowId", [&](E& e, V&) { return done(e.GetWindowId()); }, {0}},
     };
-    struct Result {
-        const char* json;
-        bool counted;
-    };
+    const std::pair<const char*, bool> results[] = {
+        // and whether they are counted
+        {R"("text")", true}, {"[1]", true}, {"{}", true}, {"true", false}, {"5", false}, {"null", false}};
     for (const Case& c : operations) {
-        for (const Result& result : {Result{R"("text")", true}, Result{"[1]", true}, Result{"{}", true},
-                                     Result{"true", false}, Result{"5", false}, Result{"null", false}}) {
+        for (const auto& [result, counted] : results) {
             for (const int status : {0, -2}) {
-                SCOPED_TRACE(c.name + ' ' + result.json + ' ' + std::to_string(status));
-                Answer("GetEmbedderName", R"("result":)" + std::string(result.json));
-                Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(result.json));
+                SCOPED_TRACE(c.name + ' ' + result + ' ' + std::to_string(status));
+                Answer("GetEmbedderName", R"("result":)" + std::string(result));
+                Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(result));
                 Answer("GenericSyncCall",
-                       R"("result":)" + std::to_string(status) + R"(,"out":[)" + result.json + "]");
+                       R"("result":)" + std::to_string(status) + R"(,"out":[)" + result + "]");
                 const References references;
                 Extension extension(kInstance);
                 const pp::Var data("data");
                 Counts expected = c.arguments;
                 const bool hands_on = c.name == "GetCurrentExtensionInfo" || c.name == "GenericSyncCall";
                 const bool fails = !c.arguments.empty() && status != 0;
-                if (result.counted && !fails)
+                if (counted && !fails)
                     expected.push_back(hands_on ? 1 : 0);
                 {
                     const pp::Var handed_on = c.operation(extension, data);
                     EXPECT_EQ(references.Others(), expected) << "while the result is held";
                 }
-                if (hands_on && result.counted && !fails)
+                if (hands_on && counted && !fails)
                     expected.back() = 0;
                 EXPECT_EQ(references.Others(), expected) << "afterwards";
                 EXPECT_EQ(tv::CountReferences(data.pp_var()), 1 + (c.arguments.size() == 2 ? 2 : 0));
@@ -341,19 +328,17 @@ TEST_F(ExtensionSystem, DoesWithoutAnInterface)
 
 TEST_F(ExtensionSystem, IsValidIsFoundOutOnceAProcess)
 {
-    struct Case {
-        const char* embedder;
-        bool valid;
-    };
-    for (const Case& c :
-         {Case{R"("OrvexWRT")", true}, Case{R"("orvexwrt")", false}, Case{R"("OrvexWRT ")", false},
-          Case{R"("OrvexWRT\u0000")", false}, Case{R"("")", false}, Case{"5", false}}) {
-        InFreshProcess(c.embedder, [&] {
+    for (const auto& [embedder, valid] : std::map<std::string, bool>{{R"("OrvexWRT")", true},
+                                                                     {R"("orvexwrt")", false},
+                                                                     {R"("OrvexWRT ")", false},
+                                                                     {R"("OrvexWRT\u0000")", false},
+                                                                     {"5", false}}) {
+        InFreshProcess(embedder, [&, name = embedder, is_valid = valid] {
             test::Calls calls;
-            Answer("GetEmbedderName", R"("result":)" + std::string(c.embedder));
-            EXPECT_EQ(pp::ExtensionSystemHalvornWRT(kInstance).IsValid(), c.valid);
-            Answer("GetEmbedderName", c.valid ? R"("result":"other")" : R"("result":"OrvexWRT")");
-            EXPECT_EQ(pp::ExtensionSystemHalvornWRT(kInstance).IsValid(), c.valid);
+            Answer("GetEmbedderName", R"("result":)" + name);
+            EXPECT_EQ(pp::ExtensionSystemHalvornWRT(kInstance).IsValid(), is_valid);
+            Answer("GetEmbedderName", is_valid ? R"("result":"other")" : R"("result":"OrvexWRT")");
+            EXPECT_EQ(pp::ExtensionSystemHalvornWRT(kInstance).IsValid(), is_valid);
             EXPECT_EQ(calls.Take().size(), 1U);
         });
     }

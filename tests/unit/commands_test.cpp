@@ -45,6 +45,10 @@ TEST(Commands, MalformedRequestsAreAnswered)
         {R"({"command":"GetVCConfig","input":null})", 26, kNoInput, kLogged},
         {R"({"command":"RegisterEvent","event":90001.5})", 26, kNoCommand, kLogged},
         {R"({"command":"UnRegisterEvent","event":true})", 26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":2147483648})", 26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":1e300})", 26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":-0.0})", 26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":18446744073709551615})", 26, kNoCommand, kLogged},
         {R"({"command":"SetStringToVconfWithKey","input":"v"})", 26, kNoInput, kLogged},
         {R"({"command":"SetIntegerToVconfWithKey","input":true,"key":"k"})", 26, kNoInput, kLogged},
         {R"({"command":"SetBooleanToVconfWithKey","input":2.5,"key":"k"})", 26, kNoInput, kLogged},
@@ -71,6 +75,8 @@ TEST(Commands, MalformedRequestsAreAnswered)
         }
     }
     EXPECT_EQ(page.Await(R"({"command":"GetVersion","input":[[]]})")["data"], "1.00");
+    for (const std::string whole : {"1", "1.0", "1e3", "-2147483648"})
+        EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":)" + whole + "}")["code"], 0) << whole;
 }
 
 TEST(Commands, PostedMessagesReachNoServiceAndNoLog)

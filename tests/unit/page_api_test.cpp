@@ -1,11 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 #include <string>
 
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tv/call_table.h"
+#include "tv/calls.h"
 
 namespace {
 
@@ -15,12 +16,7 @@ using test::Text;
 /// The description of the page's interface, from which typings, documents and forms are made.
 const Json::Value& Description()
 {
-    static const Json::Value description = [] {
-        std::ifstream file(ZELUMO_PAGE_API);
-        std::ostringstream text;
-        text << file.rdbuf();
-        return J(text.str());
-    }();
+    static const Json::Value description = J(test::ReadFile(ZELUMO_PAGE_API));
     return description;
 }
 
@@ -94,16 +90,8 @@ TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)
             wrong[name] = Json::Value(Json::arrayValue);
             Json::Value empty = command["example"];
             empty[name] = "";
-            if (parameter["required"].asBool()) {
-                EXPECT_EQ(page.AwaitValue(missing), refusal);
-            } else {
-                EXPECT_NE(page.AwaitValue(missing), refusal);
-            }
-            if (parameter["typeChecked"].asBool()) {
-                EXPECT_EQ(page.AwaitValue(wrong), refusal);
-            } else {
-                EXPECT_NE(page.AwaitValue(wrong), refusal);
-            }
+            EXPECT_EQ(page.AwaitValue(missing) == refusal, parameter["required"].asBool());
+            EXPECT_EQ(page.AwaitValue(wrong) == refusal, parameter["typeChecked"].asBool());
             if (parameter["nonEmpty"].asBool()) {
                 EXPECT_EQ(page.AwaitValue(empty), refusal);
             }
@@ -115,7 +103,7 @@ TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)
 TEST(PageApi, FailuresAreAnsweredAsDescribed)
 {
     test::Page page;
-    for (const char* call :
+    for (const char* answer :
          {R"("FCAPI::GetVirtualChannelsAPI","result":null)", R"("FCAPI::GetZELumoAPI","result":null)",
           R"("FCEMSProxy::GetInstanceForPlugin","result":null)",
           R"("TVServiceAPI::CreateServiceNavigation","result":0)",
@@ -124,7 +112,7 @@ TEST(PageApi, FailuresAreAnsweredAsDescribed)
           R"("vconf_get_str","result":null)", R"("vconf_get_int","result":-1)",
           R"("vconf_get_bool","result":-1)", R"("vconf_notify_key_changed","result":-1)",
           R"("BmsCreatePlayer","result":-1)"})
-        page.Do(std::string(R"({"tv":"answer","call":)") + call + "}");
+        page.Answer(answer);
     for (const Json::Value& command : Description()["commands"]) {
         const Json::Value failure = ErrorReply(command, "operation");
         // Unregistering reaches no failure: what was never registered is no error.

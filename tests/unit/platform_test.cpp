@@ -126,20 +126,8 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
     EXPECT_FALSE(tv::Calls::Watched());
 }
 
-TEST_F(Platform, RestoringEndsADelayAtOnce)
-{
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"delay":3600000,"times":1})");
-    auto call = std::async(std::launch::async, [] { return vconf_set_int("k", 1); });
-    while (tv::Calls::Watched())
-        std::this_thread::yield();
-    Do(R"({"tv":"restore","call":"vconf_set_int"})");
-    EXPECT_EQ(call.get(), -3);
-}
-
 struct Subscriber {
-    std::atomic<int> calls{0};
     std::atomic<bool> running{false};
-    std::atomic<bool> gone{false};
     std::promise<void> entered;
     std::shared_future<void> leave;
 };
@@ -151,20 +139,7 @@ int HeldCallback(int, void* datum)
     subscriber->entered.set_value();
     subscriber->leave.wait();
     subscriber->running = false;
-    return ++subscriber->calls;
-}
-
-int CountingCallback(int, void* datum)
-{
-    auto* subscriber = static_cast<Subscriber*>(datum);
-    EXPECT_FALSE(subscriber->gone);
-    return ++subscriber->calls;
-}
-
-int LeavingCallback(int, void* datum)
-{
-    device_power_unsubscribe_poweroff(LeavingCallback);
-    return ++static_cast<Subscriber*>(datum)->calls;
+    return 1;
 }
 
 TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
@@ -187,33 +162,6 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
     EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
-}
-
-TEST_F(Platform, ACallbackMayUnsubscribeItself)
-{
-    Subscriber subscriber;
-    device_power_subscribe_poweroff(LeavingCallback, &subscriber);
-    EXPECT_EQ(tv::Tv::Get().power().Notify(1, false), std::vector<int>{1});
-    EXPECT_EQ(tv::Tv::Get().power().Notify(1, false), std::vector<int>{});
-}
-
-TEST_F(Platform, NoCallbackComesAfterUnsubscribing)
-{
-    std::atomic<bool> stop{false};
-    std::thread notifier([&] {
-        while (!stop)
-            tv::Tv::Get().power().Notify(1, false);
-    });
-    for (int i = 0; i < 300; ++i) {
-        Subscriber subscriber;
-        device_power_subscribe_poweroff(CountingCallback, &subscriber);
-        if (i % 2 == 0)
-            std::this_thread::yield();
-        device_power_unsubscribe_poweroff(CountingCallback);
-        subscriber.gone = true;
-    }
-    stop = true;
-    notifier.join();
 }
 
 TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)

@@ -7,8 +7,8 @@
 
 namespace {
 
+using test::Lines;
 using test::Text;
-using Lines = std::vector<std::string>;
 
 std::string Message(int type, const std::string& param1, const std::string& param2)
 {
@@ -68,9 +68,7 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
         SCOPED_TRACE(Report(101, c.type, c.value1, c.value2));
         test::Log log;
         EXPECT_EQ(Text(page.Do(Report(101, c.type, c.value1, c.value2))), R"({"delivered":1})");
-        Lines messages;
-        for (const Json::Value& message : page.TakeMessages())
-            messages.push_back(Text(message));
+        const Lines messages = page.TakeTexts();
 
         const auto bits = [](int value) {
             return static_cast<unsigned long long>(static_cast<unsigned>(value));
@@ -120,9 +118,7 @@ TEST(PlayerEvents, AreHeardOnceThePageHasSubscribedToSomething)
         page.TakeMessages();
         EXPECT_EQ(page.Do(std::string(R"({"tv":"report",)") + step.report)["delivered"].asInt(),
                   step.delivered);
-        Lines messages;
-        for (const Json::Value& message : page.TakeMessages())
-            messages.push_back(Text(message));
+        const Lines messages = page.TakeTexts();
         EXPECT_EQ(messages, step.messages);
     }
 }

@@ -60,30 +60,6 @@ TEST(Script, LinesInErrorAreNamedAndTheScriptGoesOn)
     }
 }
 
-TEST(Script, ValuesCrossAsAPagesEngineWouldPassThem)
-{
-    // A parameter that must be a 32-bit integer tells the page's numbers apart.
-    struct Case {
-        const char* number;
-        bool is_int;
-    };
-    for (const Case& c : {
-             Case{"1", true},
-             Case{"1.0", true},
-             Case{"1e3", true},
-             Case{"-2147483648", true},
-             Case{"2147483648", false},
-             Case{"1e300", false},
-             Case{"-0.0", false},
-             Case{"18446744073709551615", false},
-             Case{"\"1\"", false},
-         }) {
-        const test::HostResult result = test::RunHost(
-            "script", std::string(R"({"await":{"command":"UnRegisterEvent","event":)") + c.number + "}}");
-        EXPECT_EQ(test::J(result.out)["reply"]["code"], c.is_int ? 0 : 26) << c.number;
-    }
-}
-
 TEST(Script, CallsAndLogArePrintedInTheOrderOfTheirHappening)
 {
     const test::HostResult result =
@@ -193,6 +169,7 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
 {
     const test::TemporaryFolder folder;
     const std::string text = folder.Write("text.so", "not a library");
+    const std::string tv = folder.Write("tv.json", R"({"channels":[{"id":7}]})");
     const std::string folder_name = (folder / "").string();
     const std::string platform = (test::PluginPath().parent_path() / "libzelumo-platform.so").string();
     struct Case {
@@ -211,6 +188,17 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
              Case{"", "a command is required"},
              Case{"script --dance", "--dance"},
              Case{"script a b", "b"},
+             Case{"--tv " + tv + " script", "zelumo-tv: " + tv + ": channels[0].id: must be a string of "},
+             Case{"--tv " + tv + ".none script", "zelumo-tv: " + tv + ".none: No such file or directory"},
+             Case{"--tv / script", "zelumo-tv: /: Is a directory"},
+             Case{"serve --port 0 --address nowhere", "zelumo-tv: nowhere: not an address"},
+             Case{"serve --port 0 --address 192.0.2.1", ": 192.0.2.1:0: Cannot assign requested address"},
+             Case{"serve --port 0 --app /no/such", "/no/such"},
+             Case{"serve --port 0 --app " + text, text},
+             Case{"serve --port 0 --web /no/such", "/no/such"},
+             Case{"serve --port 0 --record /no/such/file", "/no/such/file"},
+             Case{"serve --port 65536", "--port"},
+             Case{"serve --port 0 --speed -1", "--speed"},
          }) {
         const test::HostResult result = test::RunHost(c.arguments, "{\"await\":1}");
         EXPECT_EQ(result.status, 2) << c.arguments;

@@ -192,30 +192,4 @@ TEST(Serve, APortIsFreeAgainAtOnce)
     EXPECT_EQ(third.End(SIGINT), 0);
 }
 
-TEST(Serve, WhatCantBeServedIsOneClearLine)
-{
-    const test::TemporaryFolder folder;
-    const std::string file = folder.Write("file", "");
-    struct Case {
-        std::string arguments;
-        std::string error;
-    };
-    for (const Case& c : {
-             Case{"--address nowhere", "zelumo-tv: nowhere: not an address\n"},
-             Case{"--address 192.0.2.1", "zelumo-tv: 192.0.2.1:0: Cannot assign requested address\n"},
-             Case{"--app /no/such", "/no/such"},
-             Case{"--app " + file, file},
-             Case{"--web /no/such", "/no/such"},
-             Case{"--record /no/such/file", "/no/such/file"},
-             Case{"--port 65536", "--port"},
-             Case{"--speed -1", "--speed"},
-         }) {
-        const std::string port = c.arguments.find("--port") == 0 ? "" : "--port 0 ";
-        const test::HostResult result = test::RunHost("serve " + port + c.arguments);
-        EXPECT_EQ(result.status, 2) << c.arguments;
-        EXPECT_EQ(result.out, "") << c.arguments;
-        EXPECT_NE(result.err.find(c.error), std::string::npos) << c.arguments << ": " << result.err;
-    }
-}
-
 }  // namespace

@@ -5,8 +5,6 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <mutex>
 #include <set>
@@ -21,7 +19,8 @@
 
 namespace {
 
-using Lines = std::vector<std::string>;
+using test::J;
+using test::Lines;
 
 /// "BMSAdaptor::PlayBMS" of a signature.
 std::string Operation(const std::string& signature)
@@ -122,7 +121,7 @@ TEST(Tracing, RecordsTheScopesOfASession)
     test::Page page;
     for (const Step& step : steps) {
         SCOPED_TRACE(step.line);
-        if (test::J(step.line).isMember("tv"))
+        if (J(step.line).isMember("tv"))
             page.Do(step.line);
         else
             page.Await(step.line);
@@ -242,12 +241,6 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
     EXPECT_EQ(tracing->TakeLines(), Lines{R"(BMSAdaptor::HandleBlockingMessageImp "GetPlayerWindowID")"});
 }
 
-Json::Value Read(const std::string& path)
-{
-    std::ifstream file(path);
-    return test::J(std::string(std::istreambuf_iterator<char>(file), {}));
-}
-
 /// The complete events of a trace as `thread: operation {args}`, the place in the source left out.
 Lines Events(const Json::Value& trace)
 {
@@ -281,7 +274,7 @@ TEST(TraceFile, HoldsOneEventAScope)
         page.Await(R"({"command":"Play"})");
     }
     const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
-    EXPECT_EQ(Events(Read(file)),
+    EXPECT_EQ(Events(J(test::ReadFile(file))),
               (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
                      worker + R"(SetDisplayRectBMS {"value1":1,"value2":2,"value3":3,"value4":4})",
                      worker + R"(HandleBlockingMessageImp {"value1":"SetDisplayRect"})",
@@ -295,7 +288,7 @@ TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
     const test::TemporaryFolder folder;
     const std::string file = folder / "trace.json";
     host::TraceFile(file).Finish();
-    EXPECT_EQ(Read(file), Json::Value(Json::arrayValue));
+    EXPECT_EQ(J(test::ReadFile(file)), Json::Value(Json::arrayValue));
     EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
     host::TraceFile full("/dev/full");
     EXPECT_THROW(full.Finish(), host::TraceError);
@@ -337,7 +330,7 @@ TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
     EXPECT_NE(out.find(R"({"reply":)"), std::string::npos) << out;
     close(to_program[1]);
     close(from_program[0]);
-    EXPECT_EQ(Events(Read(file)),
+    EXPECT_EQ(Events(J(test::ReadFile(file))),
               (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"Stop"})",
                      R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
 }
