@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/support/host_process.h"
@@ -18,44 +19,41 @@ std::string Nested(int depth)
 
 TEST(Script, LinesInErrorAreNamedAndTheScriptGoesOn)
 {
-    struct Case {
-        std::string line;
-        std::string error;  // the beginning of its text behind "line 2: "; empty: none
-    };
     const std::string mebibyte(1024 * 1024, 'x');
-    for (const Case& c : {
-             Case{"nonsense", "not JSON: "},
-             Case{"{\"await\":1", "not JSON: "},
-             Case{"{'await':1}", "not JSON: "},
-             Case{"{\"await\":\"\xff\"}", "not UTF-8"},
-             Case{"{\"await\":\"\xed\xa0\x80\"}", "not UTF-8"},
-             Case{"5", "expected "},
-             Case{"{}", "expected "},
-             Case{R"({"await":1,"post":1})", "expected "},
-             Case{R"({"await":1,"extra":1})", "expected "},
-             Case{R"({"reply":1})", "expected "},
-             Case{R"({"tv":"dance"})", "there is no verb \"dance\""},
-             Case{R"({"tv":"open"})", "an instance is open already"},
-             Case{R"({"tv":"close","now":true})", "verb \"close\": \"now\" is not known"},
-             Case{"{\"await\":" + Nested(64) + "}", ""},
-             Case{"{\"await\":" + Nested(65) + "}", "nested too deeply"},
-             Case{"{\"await\":" + Nested(5000) + "}", "nested too deeply"},
-             Case{"{\"await\":\"" + mebibyte.substr(2) + "\"}", ""},
-             Case{"{\"await\":\"" + mebibyte.substr(1) + "\"}", "the message is larger than 1 MiB"},
-             Case{"{\"post\":\"" + mebibyte + mebibyte + "\"}", "the message is larger than 1 MiB"},
-             Case{mebibyte + mebibyte + mebibyte + mebibyte + "x", "too long"},
+    // A line, and the beginning of its error behind "line 2: "; empty: none.
+    for (const auto& [line, error] : std::vector<std::pair<std::string, std::string>>{
+             {"nonsense", "not JSON: "},
+             {"{\"await\":1", "not JSON: "},
+             {"{'await':1}", "not JSON: "},
+             {"{\"await\":\"\xff\"}", "not UTF-8"},
+             {"{\"await\":\"\xed\xa0\x80\"}", "not UTF-8"},
+             {"5", "expected "},
+             {"{}", "expected "},
+             {R"({"await":1,"post":1})", "expected "},
+             {R"({"await":1,"extra":1})", "expected "},
+             {R"({"reply":1})", "expected "},
+             {R"({"tv":"dance"})", "there is no verb \"dance\""},
+             {R"({"tv":"open"})", "an instance is open already"},
+             {R"({"tv":"close","now":true})", "verb \"close\": \"now\" is not known"},
+             {"{\"await\":" + Nested(64) + "}", ""},
+             {"{\"await\":" + Nested(65) + "}", "nested too deeply"},
+             {"{\"await\":" + Nested(5000) + "}", "nested too deeply"},
+             {"{\"await\":\"" + mebibyte.substr(2) + "\"}", ""},
+             {"{\"await\":\"" + mebibyte.substr(1) + "\"}", "the message is larger than 1 MiB"},
+             {"{\"post\":\"" + mebibyte + mebibyte + "\"}", "the message is larger than 1 MiB"},
+             {mebibyte + mebibyte + mebibyte + mebibyte + "x", "too long"},
          }) {
-        const std::string shown = c.line.substr(0, 60);
+        const std::string shown = line.substr(0, 60);
         const test::HostResult result =
-            test::RunHost("script", "# comment\n" + c.line + "\n\n{\"await\":{\"command\":\"GetVersion\"}}");
+            test::RunHost("script", "# comment\n" + line + "\n\n{\"await\":{\"command\":\"GetVersion\"}}");
         const Lines lines = test::LinesOf(result.out);
         ASSERT_EQ(lines.size(), 2U) << shown << "\n" << result.err;
         EXPECT_EQ(lines[1], R"({"reply":{"code":0,"data":"1.00"}})") << shown;
-        EXPECT_EQ(result.status, c.error.empty() ? 0 : 1) << shown;
+        EXPECT_EQ(result.status, error.empty() ? 0 : 1) << shown;
         EXPECT_EQ(result.err, "") << shown;
-        if (!c.error.empty()) {
-            const std::string error = test::J(lines[0])["error"].asString();
-            EXPECT_EQ(error.substr(0, 8 + c.error.size()), "line 2: " + c.error) << shown;
+        if (!error.empty()) {
+            const std::string given = test::J(lines[0])["error"].asString();
+            EXPECT_EQ(given.substr(0, 8 + error.size()), "line 2: " + error) << shown;
         }
     }
 }
@@ -77,14 +75,18 @@ TEST(Script, CallsAndLogArePrintedInTheOrderOfTheirHappening)
         const std::string kind = line.substr(2, line.find('"', 2) - 2);
         if (kind == "call" && json["call"].asString().find("vconf") == std::string::npos)
             continue;
+        // Behind the log's kind stands the file.
         const std::string log = json["log"].asString();
-        if (kind == "log" && log.find("Settings") == std::string::npos &&
-            log.find("sent") == std::string::npos)
-            continue;
-        kinds.push_back(kind);
+        const std::string file = log.substr(0, log.find(':'));
+        if (file.find("Settings") != std::string::npos || log.find("is sent") != std::string::npos)
+            kinds.push_back(kind + ' ' + file);
+        else if (kind != "log")
+            kinds.push_back(kind);
     }
-    const Lines expected{"call",    "reply", "log", "message", "did",  "reply",
-                         "message", "log",   "did", "log",     "call", "log"};
+    const std::string settings = "log ZeLumoPluginHandlerSettings.cpp";
+    const Lines expected{"call", "reply",  settings,  "message",
+                         "did",  "reply",  "message", "log ZeLumoPluginHandlerEvents.cpp",
+                         "did",  settings, "call",    settings};
     EXPECT_EQ(kinds, expected);
 }
 
@@ -172,38 +174,34 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
     const std::string tv = folder.Write("tv.json", R"({"channels":[{"id":7}]})");
     const std::string folder_name = (folder / "").string();
     const std::string platform = (test::PluginPath().parent_path() / "libzelumo-platform.so").string();
-    struct Case {
-        std::string arguments;
-        std::string error;  // a part of the line
-    };
-    for (const Case& c : {
-             Case{"script /no/such/file", "zelumo-tv: /no/such/file: No such file or directory"},
-             Case{"script " + folder_name, "Is a directory"},
-             Case{"--plugin /no/such.so script", "zelumo-tv: plug-in /no/such.so: no such file"},
-             Case{"--plugin " + folder_name + " script", ": is a directory"},
-             Case{"--plugin " + text + " script", ": can't be loaded: "},
-             Case{"--plugin " + platform + " script", ": exports no module factory (pp::CreateModule)"},
-             Case{"--settings " + folder_name + " script", "unable to open database file"},
-             Case{"--settings " + text + " script", "file is not a database"},
-             Case{"", "a command is required"},
-             Case{"script --dance", "--dance"},
-             Case{"script a b", "b"},
-             Case{"--tv " + tv + " script", "zelumo-tv: " + tv + ": channels[0].id: must be a string of "},
-             Case{"--tv " + tv + ".none script", "zelumo-tv: " + tv + ".none: No such file or directory"},
-             Case{"--tv / script", "zelumo-tv: /: Is a directory"},
-             Case{"serve --port 0 --address nowhere", "zelumo-tv: nowhere: not an address"},
-             Case{"serve --port 0 --address 192.0.2.1", ": 192.0.2.1:0: Cannot assign requested address"},
-             Case{"serve --port 0 --app /no/such", "/no/such"},
-             Case{"serve --port 0 --app " + text, text},
-             Case{"serve --port 0 --web /no/such", "/no/such"},
-             Case{"serve --port 0 --record /no/such/file", "/no/such/file"},
-             Case{"serve --port 65536", "--port"},
-             Case{"serve --port 0 --speed -1", "--speed"},
+    for (const auto& [arguments, error] : std::vector<std::pair<std::string, std::string>>{
+             {"script /no/such/file", "zelumo-tv: /no/such/file: No such file or directory"},
+             {"script " + folder_name, "Is a directory"},
+             {"--plugin /no/such.so script", "zelumo-tv: plug-in /no/such.so: no such file"},
+             {"--plugin " + folder_name + " script", ": is a directory"},
+             {"--plugin " + text + " script", ": can't be loaded: "},
+             {"--plugin " + platform + " script", ": exports no module factory (pp::CreateModule)"},
+             {"--settings " + folder_name + " script", "unable to open database file"},
+             {"--settings " + text + " script", "file is not a database"},
+             {"", "a command is required"},
+             {"script --dance", "--dance"},
+             {"script a b", "b"},
+             {"--tv " + tv + " script", "zelumo-tv: " + tv + ": channels[0].id: must be a string of "},
+             {"--tv " + tv + ".none script", "zelumo-tv: " + tv + ".none: No such file or directory"},
+             {"--tv / script", "zelumo-tv: /: Is a directory"},
+             {"serve --port 0 --address nowhere", "zelumo-tv: nowhere: not an address"},
+             {"serve --port 0 --address 192.0.2.1", ": 192.0.2.1:0: Cannot assign requested address"},
+             {"serve --port 0 --app /no/such", "/no/such"},
+             {"serve --port 0 --app " + text, text},
+             {"serve --port 0 --web /no/such", "/no/such"},
+             {"serve --port 0 --record /no/such/file", "/no/such/file"},
+             {"serve --port 65536", "--port"},
+             {"serve --port 0 --speed -1", "--speed"},
          }) {
-        const test::HostResult result = test::RunHost(c.arguments, "{\"await\":1}");
-        EXPECT_EQ(result.status, 2) << c.arguments;
-        EXPECT_EQ(result.out, "") << c.arguments;
-        EXPECT_NE(result.err.find(c.error), std::string::npos) << c.arguments << ": " << result.err;
+        const test::HostResult result = test::RunHost(arguments, "{\"await\":1}");
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(result.out, "") << arguments;
+        EXPECT_NE(result.err.find(error), std::string::npos) << arguments << ": " << result.err;
         EXPECT_LE(test::LinesOf(result.err).size(), 2U) << result.err;
     }
 }

@@ -14,6 +14,7 @@
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/trace_file.h"
 
@@ -239,6 +240,15 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
     EXPECT_EQ(tracing->TakeLines(), Lines());
     page.Await(R"({"command":"GetPlayerWindowID"})");
     EXPECT_EQ(tracing->TakeLines(), Lines{R"(BMSAdaptor::HandleBlockingMessageImp "GetPlayerWindowID")"});
+}
+
+TEST(Tracing, IsOffUntilTheLibraryWasRegistered)
+{
+    tv::CarryOut(J(R"({"tv":"answer","call":"ht_register_library"})"));
+    Tracing tracing;
+    test::Page page;
+    page.Await(R"({"command":"Play"})");
+    EXPECT_EQ(tracing.TakeLines(), Lines());
 }
 
 /// The complete events of a trace as `thread: operation {args}`, the place in the source left out.

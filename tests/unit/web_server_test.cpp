@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tests/support/host_process.h"
@@ -150,19 +152,15 @@ TEST(WebServer, WhatIsNotHttpIsRefused)
 {
     const Web web;
     const std::string host = "Host: 127.0.0.1:" + std::to_string(web.port()) + "\r\n";
-    struct Case {
-        std::string bytes;
-        int status;
-    };
-    for (const Case& c : {
-             Case{"nonsense\r\n\r\n", 400},
-             Case{"GET / HTTP/1.1\r\n" + host + "No colon\r\n\r\n", 400},
-             Case{"POST /tv HTTP/1.1\r\n" + host + "Content-Length: x\r\n\r\n", 400},
-             Case{"GET / HTTP/1.1\r\n" + host + "Long: " + std::string(20000, 'x') + "\r\n\r\n", 431},
-             Case{"GET http://127.0.0.1/ HTTP/1.1\r\n" + host + "\r\n", 404},
+    for (const auto& [bytes, status] : std::map<std::string, int>{
+             {"nonsense\r\n\r\n", 400},
+             {"GET / HTTP/1.1\r\n" + host + "No colon\r\n\r\n", 400},
+             {"POST /tv HTTP/1.1\r\n" + host + "Content-Length: x\r\n\r\n", 400},
+             {"GET / HTTP/1.1\r\n" + host + "Long: " + std::string(20000, 'x') + "\r\n\r\n", 431},
+             {"GET http://127.0.0.1/ HTTP/1.1\r\n" + host + "\r\n", 404},
          }) {
-        const WebReply reply = WebClient(web.port()).SendBytes(c.bytes);
-        EXPECT_EQ(reply.status, c.status) << c.bytes.substr(0, 80);
+        const WebReply reply = WebClient(web.port()).SendBytes(bytes);
+        EXPECT_EQ(reply.status, status) << bytes.substr(0, 80);
         EXPECT_TRUE(J(reply.body)["error"].isString()) << reply.body;
     }
 }
@@ -172,38 +170,33 @@ TEST(WebServer, WhatComesFromElsewhereIsRefused)
     const Web web;
     const std::string port = std::to_string(web.port());
     const std::string page = web.OpenPage();
-    struct Case {
-        test::Headers headers;
-        bool is_own;
-    };
-    for (const Case& c : {
-             Case{{}, true},
-             Case{{{"Host", "localhost:" + port}}, true},
-             Case{{{"Host", "LocalHost:" + port}, {"Origin", "http://localhost:" + port}}, true},
-             Case{{{"Origin", "http://127.0.0.1:" + port}}, true},
-             Case{{{"Host", "127.0.0.1"}}, false},
-             Case{{{"Host", "127.0.0.1:1"}}, false},
-             Case{{{"Host", "127.0.0.2:" + port}}, false},
-             Case{{{"Host", "elsewhere.example:" + port}}, false},
-             Case{{{"Host", ""}}, false},
-             Case{{{"Origin", "null"}}, false},
-             Case{{{"Origin", ""}}, false},
-             Case{{{"Origin", "http://127.0.0.1"}}, false},
-             Case{{{"Origin", "http://127.0.0.1:1"}}, false},
-             Case{{{"Origin", "https://127.0.0.1:" + port}}, false},
-             Case{{{"Origin", "http://elsewhere.example"}}, false},
-             Case{{{"Origin", "http://127.0.0.1:" + port + ".elsewhere.example"}}, false},
+    for (const auto& [headers, is_own] : std::vector<std::pair<test::Headers, bool>>{
+             {{}, true},
+             {{{"Host", "localhost:" + port}}, true},
+             {{{"Host", "LocalHost:" + port}, {"Origin", "http://localhost:" + port}}, true},
+             {{{"Origin", "http://127.0.0.1:" + port}}, true},
+             {{{"Host", "127.0.0.1"}}, false},
+             {{{"Host", "127.0.0.1:1"}}, false},
+             {{{"Host", "127.0.0.2:" + port}}, false},
+             {{{"Host", "elsewhere.example:" + port}}, false},
+             {{{"Host", ""}}, false},
+             {{{"Origin", "null"}}, false},
+             {{{"Origin", ""}}, false},
+             {{{"Origin", "http://127.0.0.1"}}, false},
+             {{{"Origin", "http://127.0.0.1:1"}}, false},
+             {{{"Origin", "https://127.0.0.1:" + port}}, false},
+             {{{"Origin", "http://elsewhere.example"}}, false},
+             {{{"Origin", "http://127.0.0.1:" + port + ".elsewhere.example"}}, false},
          }) {
         std::string shown;
-        for (const auto& [name, value] : c.headers)
+        for (const auto& [name, value] : headers)
             shown += name + ": " + value + ' ';
         WebClient client(web.port());
-        EXPECT_EQ(client.Send("GET", "/", "", c.headers).status, c.is_own ? 200 : 403) << shown;
-        EXPECT_EQ(client.Send("POST", page + "await", kVersionMessage, c.headers).status,
-                  c.is_own ? 200 : 403)
+        EXPECT_EQ(client.Send("GET", "/", "", headers).status, is_own ? 200 : 403) << shown;
+        EXPECT_EQ(client.Send("POST", page + "await", kVersionMessage, headers).status, is_own ? 200 : 403)
             << shown;
         for (const std::string& path : {std::string("/journal"), page + "messages"})
-            EXPECT_EQ(WebListener(web.port(), path, c.headers).status(), c.is_own ? 101 : 403) << shown;
+            EXPECT_EQ(WebListener(web.port(), path, headers).status(), is_own ? 101 : 403) << shown;
     }
     const std::string own = "Host: 127.0.0.1:" + port + "\r\n";
     EXPECT_EQ(WebClient(web.port()).SendBytes("GET / HTTP/1.1\r\n" + own + own + "\r\n").status, 403);

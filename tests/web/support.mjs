@@ -2,7 +2,6 @@
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { mkdirSync } from "node:fs";
-import { request } from "node:http";
 import { dirname, join } from "node:path";
 import { after, test } from "node:test";
 import { fileURLToPath } from "node:url";
@@ -65,18 +64,6 @@ export class Tv {
     const line = await response.json();
     assert.equal(response.status, 200, JSON.stringify(line));
     return line;
-  }
-
-  /** A plain request with headers of one's own; gives its status. */
-  status(method, path, headers) {
-    return new Promise((resolve, reject) => {
-      const call = request({ host: "127.0.0.1", port: this.port, method, path, headers }, (response) => {
-        response.resume();
-        resolve(response.statusCode);
-      });
-      call.on("error", reject);
-      call.end();
-    });
   }
 }
 
