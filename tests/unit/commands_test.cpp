@@ -7,7 +7,6 @@
 
 namespace {
 
-using test::J;
 using test::Lines;
 
 constexpr char kNoDictionary[] = "Incoming message is not dictionary";
@@ -77,19 +76,6 @@ TEST(Commands, MalformedRequestsAreAnswered)
     EXPECT_EQ(page.Await(R"({"command":"GetVersion","input":[[]]})")["data"], "1.00");
     for (const std::string whole : {"1", "1.0", "1e3", "-2147483648"})
         EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":)" + whole + "}")["code"], 0) << whole;
-}
-
-TEST(Commands, PostedMessagesReachNoServiceAndNoLog)
-{
-    test::Page page;
-    test::Calls calls;
-    test::Log log;
-    for (const char* message : {"5", R"({"command":1})", R"({"command":"Play"})"}) {
-        page.Post(J(message));
-        EXPECT_EQ(page.TakeMessages().size(), 1U) << message;
-    }
-    EXPECT_EQ(calls.Take(), Lines());
-    EXPECT_EQ(log.Take(), Lines());
 }
 
 }  // namespace

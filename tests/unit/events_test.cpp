@@ -20,56 +20,38 @@ std::string Posted(const std::string& name, const std::string& data)
 
 TEST(Events, SubscribingStepByStep)
 {
-    struct Step {
-        const char* request;
-        int code;
-        Lines calls;  ///< of the event proxy's subscriptions and the player
-        Lines log;    ///< behind the command's name; empty: not looked at
-    };
-    const std::string registers = "RegisterEvent: [CZeLumoPluginHandler::RegisterEvent] ";
-    const std::vector<Step> steps{
-        {R"({"command":"RegisterEvent","event":90001})",
-         0,
-         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [90001] -> 0"},
-         {"2/6 zelumo-pepper HandleBlockingMessageImpl: RegisterEvent => 90001",
-          "0/3 zelumo-pepper " + registers + "event  90001",
-          "0/3 zelumo-pepper " + registers + "SetCallbackBMS PlayerID : 101"}},
-        {R"({"command":"RegisterEvent","event":90001})",
-         28,
-         {},
-         {"2/6 zelumo-pepper HandleBlockingMessageImpl: RegisterEvent => 90001",
-          "0/3 zelumo-pepper " + registers + "event  90001",
-          "0/6 zelumo-pepper " + registers + "already registered signal: 90001"}},
-        // Any number may be subscribed.
-        {R"({"command":"RegisterEvent","event":-5})",
-         0,
-         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [-5] -> 0"},
-         {}},
-        {R"({"command":"UnRegisterEvent","event":90001})",
-         0,
-         {"FCEMSProxy::Unsubscribe [90001] -> 0"},
-         {"2/6 zelumo-pepper HandleBlockingMessageImpl: UnRegisterEvent => 90001",
-          "0/3 zelumo-pepper UnRegisterEvent:  CZeLumoPluginHandler::UnRegisterEvent is called event is "
-          "90001"}},
-        // What was never subscribed still reaches the proxy.
-        {R"({"command":"UnRegisterEvent","event":90001})", 0, {"FCEMSProxy::Unsubscribe [90001] -> -1"}, {}},
-        {R"({"command":"RegisterEvent","event":90001})",
-         0,
-         {"BmsSetCallback [101] -> 0", "FCEMSProxy::Subscribe [90001] -> 0"},
-         {}},
-    };
     test::Page page;
     test::Calls calls;
     test::Log log;
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.request);
-        EXPECT_EQ(page.Await(step.request)["code"], step.code);
-        EXPECT_EQ(calls.TakeHolding({"Proxy::Subscribe", "Proxy::Unsubscribe", "Bms"}), step.calls);
+    // A request, the calls of the player and the event proxy, and the log behind that of every command.
+    const auto expect = [&](const std::string& command, int event, int code, const Lines& made,
+                            const Lines& logged) {
+        const std::string number = std::to_string(event);
+        SCOPED_TRACE(command + ' ' + number);
+        EXPECT_EQ(page.Await(R"({"command":")" + command + R"(","event":)" + number + "}")["code"], code);
+        EXPECT_EQ(calls.TakeHolding({"Proxy::Subscribe", "Proxy::Unsubscribe", "Bms"}), made);
+        Lines lines{"2/6 zelumo-pepper HandleBlockingMessageImpl: " + command + " => " + number};
+        lines.insert(lines.end(), logged.begin(), logged.end());
         const Lines own = log.TakeHolding({"zelumo-pepper"});
-        if (!step.log.empty()) {
-            EXPECT_EQ(Lines(own.begin() + 1, own.end()), step.log);
-        }
-    }
+        EXPECT_EQ(Lines(own.begin() + 1, own.end()), lines);
+    };
+    const std::string player = "BmsSetCallback [101] -> 0";
+    const std::string registers = " zelumo-pepper RegisterEvent: [CZeLumoPluginHandler::RegisterEvent] ";
+    const std::string callback = "0/3" + registers + "SetCallbackBMS PlayerID : 101";
+    const std::string unregisters =
+        "0/3 zelumo-pepper UnRegisterEvent:  CZeLumoPluginHandler::UnRegisterEvent is called event is 90001";
+    expect("RegisterEvent", 90001, 0, {player, "FCEMSProxy::Subscribe [90001] -> 0"},
+           {"0/3" + registers + "event  90001", callback});
+    expect("RegisterEvent", 90001, 28, {},
+           {"0/3" + registers + "event  90001", "0/6" + registers + "already registered signal: 90001"});
+    // Any number may be subscribed.
+    expect("RegisterEvent", -5, 0, {player, "FCEMSProxy::Subscribe [-5] -> 0"},
+           {"0/3" + registers + "event  -5", callback});
+    expect("UnRegisterEvent", 90001, 0, {"FCEMSProxy::Unsubscribe [90001] -> 0"}, {unregisters});
+    // What was never subscribed still reaches the proxy.
+    expect("UnRegisterEvent", 90001, 0, {"FCEMSProxy::Unsubscribe [90001] -> -1"}, {unregisters});
+    expect("RegisterEvent", 90001, 0, {player, "FCEMSProxy::Subscribe [90001] -> 0"},
+           {"0/3" + registers + "event  90001", callback});
     page.Close();
     // In the order of subscribing, and once.
     EXPECT_EQ(calls.TakeHolding({"Proxy::Unsubscribe"}),
@@ -171,34 +153,31 @@ TEST(Events, AreToldUnderTheirNamesAndLogged)
 
 TEST(Events, AChannelLoadCarriesWhatCanBeHad)
 {
-    const std::string service = R"("IServiceNavigation::GetCurrentService","out":[{"12":"1014"}])";
-    const char* const none = "18446744073709551615";
-    const std::string present = R"("FIVirtualChannelsAPI::GetPresentProgram","out":["text"])";
+    const std::string service = R"("IServiceNavigation::GetCurrentService")";
+    const std::string program = R"("FIVirtualChannelsAPI::GetPresentProgram")";
+    const std::string text = program + R"(,"out":["text"])";
+    const std::string none = "18446744073709551615";
     struct Case {
-        Lines answers;
+        std::string channel;  ///< answers
+        std::string program;
         bool has_channel;
-        const char* asked;  ///< for the programme of which service; null: not at all
-        const char* program;
+        std::string asked;  ///< for the programme of which service; empty: not at all
+        const char* told;
     };
     for (const Case& c : {
-             Case{{service, present}, true, "1014", "text"},
-             Case{{R"("IServiceNavigation::GetCurrentService","out":[{"13":4}])", present},
-                  true,
-                  none,
-                  "text"},
-             Case{{R"("IServiceNavigation::GetCurrentService","result":0)", present}, false, none, "text"},
-             Case{{R"("TVServiceAPI::CreateServiceNavigation","result":0)", present}, false, none, "text"},
-             Case{{service, R"("FIVirtualChannelsAPI::GetPresentProgram","result":false,"out":["partial"])"},
-                  true,
-                  "1014",
-                  "partial"},
-             Case{{service, R"("FCAPI::GetVirtualChannelsAPI","result":null)"}, true, nullptr, ""},
+             Case{service + R"(,"out":[{"12":"1014"}])", text, true, "1014", "text"},
+             Case{service + R"(,"out":[{"13":4}])", text, true, none, "text"},
+             Case{service + R"(,"result":0)", text, false, none, "text"},
+             Case{R"("TVServiceAPI::CreateServiceNavigation","result":0)", text, false, none, "text"},
+             Case{service + R"(,"out":[{"12":"1014"}])", program + R"(,"result":false,"out":["partial"])",
+                  true, "1014", "partial"},
+             Case{service, R"("FCAPI::GetVirtualChannelsAPI","result":null)", true, "", ""},
          }) {
-        SCOPED_TRACE(c.answers[0] + c.answers[1]);
+        SCOPED_TRACE(c.channel + c.program);
         test::Page page;
         page.Await(R"({"command":"RegisterEvent","event":90019})");
-        for (const std::string& answer : c.answers)
-            page.Answer(answer);
+        page.Answer(c.channel);
+        page.Answer(c.program);
         test::Calls calls;
         page.Do(R"({"tv":"event","event":90019})");
         const std::vector<Json::Value> messages = page.TakeMessages();
@@ -206,14 +185,13 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
         const Json::Value& data = messages[0]["data"];
         EXPECT_EQ(data["event"], 90019);
         EXPECT_EQ(!data["ch_info"].asString().empty(), c.has_channel);
-        EXPECT_EQ(data["program_info"], c.program);
-        const Lines requests = calls.TakeHolding({"FIVirtualChannelsAPI::GetPresentProgram"});
-        ASSERT_EQ(requests.size(), c.asked == nullptr ? 0U : 1U);
-        if (c.asked != nullptr) {
-            EXPECT_EQ(requests[0].substr(0, requests[0].find(" -> ")),
-                      std::string(R"(FIVirtualChannelsAPI::GetPresentProgram ["{\n   \"TCServiceId\" : \")") +
-                          c.asked + R"(\"\n}\n"])");
-        }
+        EXPECT_EQ(data["program_info"], c.told);
+        Lines requests = calls.TakeHolding({"::GetPresentProgram"});
+        for (std::string& request : requests)
+            request.erase(request.find(" -> "));
+        const std::string id = R"( ["{\n   \"TCServiceId\" : \")" + c.asked + R"(\"\n}\n"])";
+        EXPECT_EQ(requests,
+                  c.asked.empty() ? Lines() : Lines{"FIVirtualChannelsAPI::GetPresentProgram" + id});
     }
 }
 

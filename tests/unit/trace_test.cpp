@@ -191,37 +191,30 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
     page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
     page.TakeMessages();
     std::map<std::string, std::set<std::uint32_t>> points;
-    std::map<std::string, std::set<int>> threads;
-    const tv::TracedScope* outer = nullptr;
-    const tv::TracedScope* inner = nullptr;
+    std::map<std::string, tv::TracedScope> last;
     const std::vector<tv::TracedScope> scopes = tracing.Take();
     for (const tv::TracedScope& scope : scopes) {
         const std::string operation = Operation(scope.signature);
         points[operation].insert(scope.point);
-        threads[operation].insert(scope.thread);
+        last[operation] = scope;
         EXPECT_GT(scope.thread, 0);
         EXPECT_GT(scope.line, 0);
         EXPECT_GE(scope.start.count(), 0);
         EXPECT_EQ(std::filesystem::path(scope.file).filename(),
                   operation.substr(0, 3) == "BMS" ? "BmsAdaptor.cpp" : "BmsEventHandler.cpp");
-        if (operation == "BMSAdaptor::InitializeBMS")
-            inner = &scope;
-        if (operation == "BMSAdaptor::HandleBlockingMessageImp")
-            outer = &scope;
     }
     // One number a point, however often it is passed; two points in one operation have two.
     EXPECT_EQ(points["BMSAdaptor::HandleBlockingMessageImp"].size(), 1U);
     EXPECT_EQ(points["BMSAdaptor::InitializeBMS"].size(), 2U);
     EXPECT_EQ(points["BmsEventHandler::CallbackFunction"].count(0), 0U);
-    EXPECT_EQ(threads["BMSAdaptor::InitializeBMS"].size(), 1U);
-    EXPECT_EQ(threads["BmsEventHandler::CallbackFunction"].size(), 1U);
-    EXPECT_NE(threads["BMSAdaptor::InitializeBMS"], threads["BmsEventHandler::CallbackFunction"]);
     EXPECT_EQ(scopes.front().signature,
               "bool BMSAdaptor::HandleBlockingMessageImp(const pp::Var&, pp::Var&)");
-    ASSERT_TRUE(inner != nullptr && outer != nullptr);
-    EXPECT_EQ(inner->thread, outer->thread);
-    EXPECT_LE(outer->start, inner->start);
-    EXPECT_GE(outer->start + outer->duration, inner->start + inner->duration);
+    const tv::TracedScope& outer = last["BMSAdaptor::HandleBlockingMessageImp"];
+    const tv::TracedScope& inner = last["BMSAdaptor::InitializeBMS"];
+    EXPECT_EQ(inner.thread, outer.thread);
+    EXPECT_NE(inner.thread, last["BmsEventHandler::CallbackFunction"].thread);
+    EXPECT_LE(outer.start, inner.start);
+    EXPECT_GE(outer.start + outer.duration, inner.start + inner.duration);
 }
 
 TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
