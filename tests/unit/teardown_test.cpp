@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ppapi/cpp/var_dictionary.h"
@@ -18,9 +19,6 @@ using test::Lines;
 
 /// How an instance comes to its end.
 enum class End { Close, CloseAndOpen, Unload };
-constexpr End kEnds[] = {End::Close, End::CloseAndOpen, End::Unload};
-const char* const kEndNames[] = {"close", "close and open", "unload"};
-
 void Subscribe(test::Page& page)
 {
     for (const char* request :
@@ -31,13 +29,19 @@ void Subscribe(test::Page& page)
     page.TakeMessages(1);  // the player is there
 }
 
-/// The players whose reports reach a subscribed page: its own, and the plug-in's fixed one.
-constexpr int kPlayers[] = {1, 101};
-
-void ReportPositions()
+/// What every service of the TV can tell a subscribed page.
+std::vector<std::function<void()>> Services()
 {
-    for (const int player : kPlayers)
-        tv::Tv::Get().player().Report(player, 137, 1000, 600000, false);
+    tv::Tv& tv = tv::Tv::Get();
+    return {
+        [&] { tv.event_proxy().Notify(90019, false); },
+        [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
+        [&] { tv.power().Notify(0x40000000, false); },
+        [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
+        // Of the page's own player, and of the plug-in's fixed one.
+        [&] { tv.player().Report(1, 137, 1000, 600000, false); },
+        [&] { tv.player().Report(101, 137, 1000, 600000, false); },
+    };
 }
 
 void Finish(std::unique_ptr<test::Page>& page, End end)
@@ -54,40 +58,18 @@ void Finish(std::unique_ptr<test::Page>& page, End end)
     }
 }
 
-/// Threads on which the TV's services keep on telling things, until the object is destroyed.
-class Storm {
-  public:
-    explicit Storm(const std::vector<std::function<void()>>& services)
-    {
-        for (const std::function<void()>& service : services) {
-            threads_.emplace_back([this, service] {
-                while (!stop_)
-                    service();
-            });
-        }
-    }
-    ~Storm()
-    {
-        stop_ = true;
-        for (std::thread& thread : threads_)
-            thread.join();
-    }
-
-  private:
-    std::atomic<bool> stop_{false};
-    std::vector<std::thread> threads_;
-};
-
-void ForEachCell(const std::function<void(std::unique_ptr<test::Page>&, End, bool)>& play)
+/// Plays each way to the end, with a page that has subscribed to something and with one that has not.
+void ForEachEnd(const std::function<void(std::unique_ptr<test::Page>&, End)>& play)
 {
-    for (std::size_t end = 0; end < std::size(kEnds); ++end) {
+    const std::pair<const char*, End> ends[] = {
+        {"close", End::Close}, {"close and open", End::CloseAndOpen}, {"unload", End::Unload}};
+    for (const auto& [name, end] : ends) {
         for (const bool subscribed : {false, true}) {
-            SCOPED_TRACE(std::string(kEndNames[end]) +
-                         (subscribed ? ", subscribed" : ", nothing subscribed"));
+            SCOPED_TRACE(std::string(name) + (subscribed ? ", subscribed" : ", nothing subscribed"));
             auto page = std::make_unique<test::Page>(test::Page::Deliveries::Free);
             if (subscribed)
                 Subscribe(*page);
-            play(page, kEnds[end], subscribed);
+            play(page, end);
             page.reset();
             EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
         }
@@ -96,9 +78,9 @@ void ForEachCell(const std::function<void(std::unique_ptr<test::Page>&, End, boo
 
 TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
 {
-    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool) {
+    ForEachEnd([](std::unique_ptr<test::Page>& page, End end) {
         // The command subscribes once more while the purge has already run.
-        page->Do(R"({"tv":"answer","call":"FCEMSProxy::GetInstanceForPlugin","delay":3600000,"times":1})");
+        page->Answer(R"("FCEMSProxy::GetInstanceForPlugin","delay":3600000,"times":1)");
         auto sender = page->GetSender();
         const auto send = [&sender](const char* request) {
             return std::async(std::launch::async, [&sender, request] {
@@ -136,21 +118,21 @@ TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
 
 TEST(Teardown, WhileEveryServiceTellsThings)
 {
-    ForEachCell([](std::unique_ptr<test::Page>& page, End end, bool) {
+    ForEachEnd([](std::unique_ptr<test::Page>& page, End end) {
         std::atomic<int> told{0};
         page->Observe([&](const Json::Value&) { ++told; });
         page->Await(R"({"command":"Play"})");
-        tv::Tv& tv = tv::Tv::Get();
-        const Storm storm({
-            [&] { tv.event_proxy().Notify(90001, false); },
-            [&] { tv.event_proxy().Notify(90019, false); },
-            [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
-            [&] { tv.power().Notify(0x40000000, false); },
-            [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
-            ReportPositions,
-            ReportPositions,
-            [&] { tv.clock().Advance(tv::Clock::Time(700), [] {}); },
-        });
+        std::vector<std::function<void()>> services = Services();
+        services.push_back(services.back());  // two threads of one service
+        services.emplace_back([] { tv::Tv::Get().clock().Advance(tv::Clock::Time(700), [] {}); });
+        std::atomic<bool> stop{false};
+        std::vector<std::thread> threads;
+        for (const std::function<void()>& service : services) {
+            threads.emplace_back([&stop, service] {
+                while (!stop)
+                    service();
+            });
+        }
         while (told < 20)
             std::this_thread::yield();
         Finish(page, end);
@@ -158,24 +140,18 @@ TEST(Teardown, WhileEveryServiceTellsThings)
             // The services go on telling; the page that is gone hears nothing of it.
             const int at_the_end = told;
             for (int i = 0; i < 20; ++i)
-                tv.power().Notify(0x40000000, false);
+                tv::Tv::Get().power().Notify(0x40000000, false);
             EXPECT_EQ(told, at_the_end);
         }
+        stop = true;
+        for (std::thread& thread : threads)
+            thread.join();
     });
 }
 
 TEST(Teardown, InsideACallbackOfAnyService)
 {
-    tv::Tv& tv = tv::Tv::Get();
-    const std::vector<std::function<void()>> services{
-        [&] { tv.event_proxy().Notify(90019, false); },
-        [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
-        [&] { tv.power().Notify(0x40000000, false); },
-        [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
-        [&] { tv.player().Report(kPlayers[0], 137, 1000, 600000, false); },
-        [&] { tv.player().Report(kPlayers[1], 137, 1000, 600000, false); },
-    };
-    for (const std::function<void()>& service : services) {
+    for (const std::function<void()>& service : Services()) {
         // The library can't be unloaded under its own feet, so the unloading comes after the callback.
         for (const End end : {End::Close, End::CloseAndOpen}) {
             auto page = std::make_unique<test::Page>(test::Page::Deliveries::Free);
