@@ -441,12 +441,8 @@ TEST_F(Channels, AQueryFillsWhatIsFetchedAndThere)
     EXPECT_EQ(other, nullptr);
     tv::Tv::Get().Load(
         tv::ParseTv(R"({"channels":[{"id":"7","name":"A","major":1,"200":-5},{"id":"8"}]})", tv::SampleTv()));
-    const std::map<std::vector<int>, std::string> cases{
-        {{}, "{}"},
-        {{12}, R"({"12":"7"})"},
-        {{14, 16, 200, 1, 16}, R"({"16":"A","200":-5})"},
-    };
-    for (const auto& [fetch, fields] : cases) {
+    for (const auto& [fetch, fields] : std::map<std::vector<int>, std::string>{
+             {{}, "{}"}, {{12}, R"({"12":"7"})"}, {{14, 16, 200, 1, 16}, R"({"16":"A","200":-5})"}}) {
         TCCriteriaHelper criteria;
         for (const int field : fetch)
             criteria.Fetch(field);

@@ -51,11 +51,20 @@ void WaitFor(Condition condition)
     }
 }
 
-TEST(WebServer, RequestsAreAnsweredAsAgreed)
+/// Web mode with one page open.
+class WebServer : public testing::Test {
+  protected:
+    Json::Value State() { return J(client_.Get("/tv/state").body); }
+
+    const Web web_;
+    const std::string page_ = web_.OpenPage();
+    WebClient client_{web_.port()};
+};
+
+TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
 {
-    const Web web;
-    const std::string closed = web.OpenPage();
-    const std::string page = web.OpenPage();
+    const std::string closed = page_;
+    const std::string page = web_.OpenPage();
     struct Case {
         const char* method;
         std::string path;
@@ -63,7 +72,6 @@ TEST(WebServer, RequestsAreAnsweredAsAgreed)
         int status;
         std::string answer;  // whole, or its beginning where it ends in "…"
     };
-    WebClient client(web.port());
     for (const Case& c : {
              Case{"POST", page + "await", kVersionMessage, 200, kVersionReply},
              Case{"POST", page + "await", " {\n\"command\" :\t\"GetVersion\"} ", 200, kVersionReply},
@@ -105,7 +113,7 @@ TEST(WebServer, RequestsAreAnsweredAsAgreed)
              Case{"POST", page + "close", "", 204, ""},
              Case{"POST", page + "await", kVersionMessage, 410, R"({"error":"page …)"},
          }) {
-        const WebReply reply = client.Send(c.method, c.path, c.body);
+        const WebReply reply = client_.Send(c.method, c.path, c.body);
         const std::string shown = std::string(c.method) + ' ' + c.path + ' ' + c.body.substr(0, 60);
         EXPECT_EQ(reply.status, c.status) << shown << ": " << reply.body;
         const std::size_t whole = c.answer.find("…");
@@ -121,37 +129,33 @@ TEST(WebServer, RequestsAreAnsweredAsAgreed)
     }
 }
 
-TEST(WebServer, ABodyOverTheLimitIsReadToItsEndAndRefused)
+TEST_F(WebServer, ABodyOverTheLimitIsReadToItsEndAndRefused)
 {
-    const Web web;
-    const std::string page = web.OpenPage();
     const std::string kTooLarge = R"({"error":"the body is larger than 1048576 bytes"})";
-    WebClient client(web.port());
     const auto text_of = [](std::size_t bytes) { return '"' + std::string(bytes - 2, 'x') + '"'; };
-    EXPECT_EQ(client.Post(page + "await", text_of(kMebibyte)).status, 200);
+    EXPECT_EQ(client_.Post(page_ + "await", text_of(kMebibyte)).status, 200);
     for (const std::size_t bytes : {kMebibyte + 1, 20 * kMebibyte}) {
-        const WebReply reply = client.Post(page + "await", text_of(bytes));
+        const WebReply reply = client_.Post(page_ + "await", text_of(bytes));
         EXPECT_EQ(reply.status, 413) << bytes;
         EXPECT_EQ(reply.body, kTooLarge);
         EXPECT_TRUE(reply.keeps_alive);
     }
     const test::Headers chunked{{"Transfer-Encoding", "chunked"}};
-    EXPECT_EQ(client.Send("POST", page + "await", kVersionMessage, chunked).body, kVersionReply);
-    EXPECT_EQ(client.Send("POST", page + "await", text_of(3 * kMebibyte), chunked).status, 413);
-    EXPECT_EQ(client.Post(page + "await", kVersionMessage).body, kVersionReply) << "it goes on";
+    EXPECT_EQ(client_.Send("POST", page_ + "await", kVersionMessage, chunked).body, kVersionReply);
+    EXPECT_EQ(client_.Send("POST", page_ + "await", text_of(3 * kMebibyte), chunked).status, 413);
+    EXPECT_EQ(client_.Post(page_ + "await", kVersionMessage).body, kVersionReply) << "it goes on";
 
     // Who asks whether to send the body is told no before it is sent.
-    const std::string head = "POST " + page +
-                             "await HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(web.port()) +
+    const std::string head = "POST " + page_ +
+                             "await HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(web_.port()) +
                              "\r\nExpect: 100-continue\r\nContent-Length: ";
-    EXPECT_EQ(WebClient(web.port()).SendBytes(head + "5000000\r\n\r\n").status, 413);
-    EXPECT_EQ(WebClient(web.port()).SendBytes(head + "2\r\n\r\n").status, 100);
+    EXPECT_EQ(WebClient(web_.port()).SendBytes(head + "5000000\r\n\r\n").status, 413);
+    EXPECT_EQ(WebClient(web_.port()).SendBytes(head + "2\r\n\r\n").status, 100);
 }
 
-TEST(WebServer, WhatIsNotHttpIsRefused)
+TEST_F(WebServer, WhatIsNotHttpIsRefused)
 {
-    const Web web;
-    const std::string host = "Host: 127.0.0.1:" + std::to_string(web.port()) + "\r\n";
+    const std::string host = "Host: 127.0.0.1:" + std::to_string(web_.port()) + "\r\n";
     for (const auto& [bytes, status] : std::map<std::string, int>{
              {"nonsense\r\n\r\n", 400},
              {"GET / HTTP/1.1\r\n" + host + "No colon\r\n\r\n", 400},
@@ -159,17 +163,15 @@ TEST(WebServer, WhatIsNotHttpIsRefused)
              {"GET / HTTP/1.1\r\n" + host + "Long: " + std::string(20000, 'x') + "\r\n\r\n", 431},
              {"GET http://127.0.0.1/ HTTP/1.1\r\n" + host + "\r\n", 404},
          }) {
-        const WebReply reply = WebClient(web.port()).SendBytes(bytes);
+        const WebReply reply = WebClient(web_.port()).SendBytes(bytes);
         EXPECT_EQ(reply.status, status) << bytes.substr(0, 80);
         EXPECT_TRUE(J(reply.body)["error"].isString()) << reply.body;
     }
 }
 
-TEST(WebServer, WhatComesFromElsewhereIsRefused)
+TEST_F(WebServer, WhatComesFromElsewhereIsRefused)
 {
-    const Web web;
-    const std::string port = std::to_string(web.port());
-    const std::string page = web.OpenPage();
+    const std::string port = std::to_string(web_.port());
     for (const auto& [headers, is_own] : std::vector<std::pair<test::Headers, bool>>{
              {{}, true},
              {{{"Host", "localhost:" + port}}, true},
@@ -191,38 +193,35 @@ TEST(WebServer, WhatComesFromElsewhereIsRefused)
         std::string shown;
         for (const auto& [name, value] : headers)
             shown += name + ": " + value + ' ';
-        WebClient client(web.port());
-        EXPECT_EQ(client.Send("GET", "/", "", headers).status, is_own ? 200 : 403) << shown;
-        EXPECT_EQ(client.Send("POST", page + "await", kVersionMessage, headers).status, is_own ? 200 : 403)
+        EXPECT_EQ(client_.Send("GET", "/", "", headers).status, is_own ? 200 : 403) << shown;
+        EXPECT_EQ(client_.Send("POST", page_ + "await", kVersionMessage, headers).status, is_own ? 200 : 403)
             << shown;
-        for (const std::string& path : {std::string("/journal"), page + "messages"})
-            EXPECT_EQ(WebListener(web.port(), path, headers).status(), is_own ? 101 : 403) << shown;
+        for (const std::string& path : {std::string("/journal"), page_ + "messages"})
+            EXPECT_EQ(WebListener(web_.port(), path, headers).status(), is_own ? 101 : 403) << shown;
     }
     const std::string own = "Host: 127.0.0.1:" + port + "\r\n";
-    EXPECT_EQ(WebClient(web.port()).SendBytes("GET / HTTP/1.1\r\n" + own + own + "\r\n").status, 403);
-    EXPECT_EQ(WebClient(web.port()).SendBytes("GET / HTTP/1.1\r\n\r\n").status, 403);
-    EXPECT_EQ(WebClient(web.port()).SendBytes("GET / HTTP/1.0\r\n\r\n").status, 403);
+    EXPECT_EQ(WebClient(web_.port()).SendBytes("GET / HTTP/1.1\r\n" + own + own + "\r\n").status, 403);
+    EXPECT_EQ(WebClient(web_.port()).SendBytes("GET / HTTP/1.1\r\n\r\n").status, 403);
+    EXPECT_EQ(WebClient(web_.port()).SendBytes("GET / HTTP/1.0\r\n\r\n").status, 403);
 }
 
-TEST(WebServer, MessagesArriveInOrderAndWaitForTheirListeners)
+TEST_F(WebServer, MessagesArriveInOrderAndWaitForTheirListeners)
 {
-    const Web web;
-    const std::string page = web.OpenPage();
-    WebClient client(web.port());
     const auto post = [&](int from, int to) {
         for (int i = from; i < to; ++i)
-            ASSERT_EQ(client.Post(page + "post", R"({"command":"m)" + std::to_string(i) + "\"}").status, 202);
+            ASSERT_EQ(client_.Post(page_ + "post", R"({"command":"m)" + std::to_string(i) + "\"}").status,
+                      202);
     };
     const auto expect = [](WebListener& listener, int from, int to) {
         for (int i = from; i < to; ++i)
             ASSERT_EQ(listener.Read(), RefusedMessage("m" + std::to_string(i)));
     };
     post(0, 300);
-    EXPECT_EQ(client.Post(page + "await", kVersionMessage).body, kVersionReply);
+    EXPECT_EQ(client_.Post(page_ + "await", kVersionMessage).body, kVersionReply);
     {
         std::vector<WebListener> listeners;
         for (int i = 0; i < 200; ++i)
-            listeners.emplace_back(web.port(), page + "messages");
+            listeners.emplace_back(web_.port(), page_ + "messages");
         expect(listeners[0], 0, 300);
         listeners[0].Send("nobody cares");
         post(300, 340);
@@ -230,61 +229,55 @@ TEST(WebServer, MessagesArriveInOrderAndWaitForTheirListeners)
             expect(listener, 300, 340);
     }
     post(340, 380);
-    WebListener again(web.port(), page + "messages");
+    WebListener again(web_.port(), page_ + "messages");
     // What was under way to listeners that had gone can be lost; what came after is there.
     post(380, 400);
     while (again.Read() != RefusedMessage("m399")) {
     }
-    client.Post(page + "close");
+    client_.Post(page_ + "close");
     EXPECT_EQ(again.ReadToEnd(), "the page was closed");
 }
 
-TEST(WebServer, ATvBelongsToThePageThatCameLast)
+TEST_F(WebServer, ATvBelongsToThePageThatCameLast)
 {
-    const Web web;
-    WebClient client(web.port());
-    const auto events = [&] { return Text(J(client.Get("/tv/state").body)["subscriptions"]["events"]); };
-    EXPECT_TRUE(J(client.Get("/tv/state").body)["page"].isNull());
-    const std::string first = web.OpenPage();
-    EXPECT_EQ("/page/" + J(client.Get("/tv/state").body)["page"].asString() + '/', first);
-    WebListener listener(web.port(), first + "messages");
-    client.Post(first + "await", R"({"command":"RegisterEvent","event":90019})");
+    const auto events = [&] { return Text(State()["subscriptions"]["events"]); };
+    const std::string first = page_;
+    EXPECT_EQ("/page/" + State()["page"].asString() + '/', first);
+    WebListener listener(web_.port(), first + "messages");
+    client_.Post(first + "await", R"({"command":"RegisterEvent","event":90019})");
     EXPECT_EQ(events(), "[90019]");
-    client.Post(first + "post", R"({"command":"last"})");
+    client_.Post(first + "post", R"({"command":"last"})");
 
-    const std::string second = web.OpenPage();
+    const std::string second = web_.OpenPage();
     EXPECT_NE(first, second);
     EXPECT_EQ(events(), "[]") << "the earlier page's instance is gone";
     EXPECT_EQ(listener.Read(), RefusedMessage("last"));
     EXPECT_EQ(listener.ReadToEnd(), "another page has the TV now");
-    EXPECT_EQ(WebListener(web.port(), first + "messages").status(), 410);
-    EXPECT_EQ(WebListener(web.port(), "/page/1/messages").status(), 404);
-    EXPECT_EQ(WebListener(web.port(), "/page//messages").status(), 404);
-    EXPECT_EQ(WebListener(web.port(), "/messages").status(), 404);
+    EXPECT_EQ(WebListener(web_.port(), first + "messages").status(), 410);
+    EXPECT_EQ(WebListener(web_.port(), "/page/1/messages").status(), 404);
+    EXPECT_EQ(WebListener(web_.port(), "/page//messages").status(), 404);
+    EXPECT_EQ(WebListener(web_.port(), "/messages").status(), 404);
 
-    WebListener other(web.port(), second + "messages");
-    EXPECT_EQ(client.Send("POST", first + "close", "", {{"Content-Type", "text/plain"}}).status, 410);
-    EXPECT_EQ(client.Post(second + "await", kVersionMessage).body, kVersionReply)
+    WebListener other(web_.port(), second + "messages");
+    EXPECT_EQ(client_.Send("POST", first + "close", "", {{"Content-Type", "text/plain"}}).status, 410);
+    EXPECT_EQ(client_.Post(second + "await", kVersionMessage).body, kVersionReply)
         << "a late close leaves the new page alone";
-    EXPECT_EQ(client.Send("POST", second + "close", "", {{"Content-Type", "text/plain"}}).status, 204);
+    EXPECT_EQ(client_.Send("POST", second + "close", "", {{"Content-Type", "text/plain"}}).status, 204);
     EXPECT_EQ(other.ReadToEnd(), "the page was closed");
-    EXPECT_TRUE(J(client.Get("/tv/state").body)["page"].isNull());
+    EXPECT_TRUE(State()["page"].isNull());
 }
 
-TEST(WebServer, TheJournalShowsLinesAsTheyHappen)
+TEST_F(WebServer, TheJournalShowsLinesAsTheyHappen)
 {
-    const Web web;
-    const std::string page = web.OpenPage();
-    WebClient client(web.port());
     tv::Journal& core = tv::Tv::Get().journal();
     EXPECT_FALSE(core.calls_heard() || core.log_heard()) << "nobody listens, so nothing is collected";
     {
-        WebListener journal(web.port(), "/journal");
-        client.Post(page + "await", R"({ "command": "AddVconfCallbackWithKey", "key": "k" })");
-        client.Post("/tv", R"({"tv":"setting","key":"k","value":1})");
-        client.Post("/tv", R"({"tv":"setting"})");
-        client.Post(page + "post", kVersionMessage);
-        client.Post(page + "close");
+        WebListener journal(web_.port(), "/journal");
+        client_.Post(page_ + "await", R"({ "command": "AddVconfCallbackWithKey", "key": "k" })");
+        client_.Post("/tv", R"({"tv":"setting","key":"k","value":1})");
+        client_.Post("/tv", R"({"tv":"setting"})");
+        client_.Post(page_ + "post", kVersionMessage);
+        client_.Post(page_ + "close");
         Lines lines;
         for (std::string line; line != R"({"did":"close"})";) {
             line = journal.Read();
@@ -295,8 +288,9 @@ TEST(WebServer, TheJournalShowsLinesAsTheyHappen)
                 line = "call " + json["call"].asString();
             lines.push_back(line);
         }
-        const bool has_log = std::find(lines.begin(), lines.end(), "log") != lines.end();
-        lines.erase(std::remove(lines.begin(), lines.end(), "log"), lines.end());
+        const auto logs = std::remove(lines.begin(), lines.end(), "log");
+        EXPECT_NE(logs, lines.end());
+        lines.erase(logs, lines.end());
         const Lines expected{
             R"({"await":{ "command": "AddVconfCallbackWithKey", "key": "k" }})",
             "call vconf_notify_key_changed",
@@ -309,17 +303,16 @@ TEST(WebServer, TheJournalShowsLinesAsTheyHappen)
             R"({"post":{"command":"GetVersion"}})",
             R"({"message":)" + RefusedMessage("GetVersion") + "}",
             R"({"tv":"close"})",
+            "call FIIPCConnection::GetInstance",  // what the instance does at its end
         };
-        EXPECT_TRUE(has_log);
         ASSERT_GT(lines.size(), expected.size());
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            EXPECT_EQ(lines[i], expected[i]);
-        EXPECT_EQ(lines[expected.size()].substr(0, 5), "call ") << "what the instance does at its end";
+        EXPECT_EQ(Lines(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(expected.size())),
+                  expected);
     }
     WaitFor([&] { return !core.calls_heard() && !core.log_heard(); });
 }
 
-TEST(WebServer, ASlowListenerIsDroppedAndHoldsUpNobody)
+TEST(WebHost, ASlowListenerIsDroppedAndHoldsUpNobody)
 {
     host::ServeOptions options;
     options.limits.queue_bytes = 4 * kMebibyte;
@@ -338,7 +331,7 @@ TEST(WebServer, ASlowListenerIsDroppedAndHoldsUpNobody)
     EXPECT_EQ(slow.ReadToEnd(), "too slow: what was to be sent has piled up");
 }
 
-TEST(WebServer, RestoringOrStoppingCutsADelayedCallShort)
+TEST(WebHost, RestoringOrStoppingCutsADelayedCallShort)
 {
     const std::string delay = R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})";
     // Restored by one verb or the other, or stopped.
@@ -370,17 +363,15 @@ TEST(WebServer, RestoringOrStoppingCutsADelayedCallShort)
     }
 }
 
-TEST(WebServer, TheStateListsTheAnswersThatAreSet)
+TEST_F(WebServer, TheStateListsTheAnswersThatAreSet)
 {
-    const Web web;
-    WebClient client(web.port());
     const std::string lasting = R"({"call":"vconf_get_str","result":null})";
     const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
     for (const std::string& answer : {lasting, twice})
-        client.Post("/tv", R"({"tv":"answer",)" + answer.substr(1));
-    EXPECT_EQ(Text(J(client.Get("/tv/state").body)["answers"]), '[' + lasting + ',' + twice + ']');
-    client.Post("/tv", R"({"tv":"restore"})");
-    EXPECT_EQ(Text(J(client.Get("/tv/state").body)["answers"]), "[]");
+        client_.Post("/tv", R"({"tv":"answer",)" + answer.substr(1));
+    EXPECT_EQ(Text(State()["answers"]), '[' + lasting + ',' + twice + ']');
+    client_.Post("/tv", R"({"tv":"restore"})");
+    EXPECT_EQ(Text(State()["answers"]), "[]");
 }
 
 TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)
