@@ -325,38 +325,30 @@ TEST_F(Channels, TuningGoesByValueAndFlag)
 
 TEST_F(Channels, ServiceIdsAreReadFromText)
 {
-    struct Case {
-        const char* text;  // as JSON
-        const char* any_base;
-        const char* decimal;
-    };
-    for (const Case& c : {
-             Case{R"("1002")", "1002", "1002"},
-             Case{R"("0x1F")", "31", "0"},
-             Case{R"("017")", "15", "17"},
-             Case{R"("09")", "0", "9"},
-             Case{R"("  12")", "12", "12"},
-             Case{R"("12abc")", "12", "12"},
-             Case{R"("abc")", "0", "0"},
-             Case{R"("12\u000034")", "12", "12"},
-             Case{R"("99999999999999999999999")", "18446744073709551615", "18446744073709551615"},
-             Case{R"("-1")", "18446744073709551615", "18446744073709551615"},
-             Case{R"("0xFFFFFFFFFFFFFFFF")", "18446744073709551615", "0"},
+    const std::string all = "18446744073709551615";
+    // A text in JSON, and how it is read in any base and as decimal digits.
+    for (const auto& [text, any_base, decimal] : std::vector<std::array<std::string, 3>>{
+             {R"("1002")", "1002", "1002"},
+             {R"("0x1F")", "31", "0"},
+             {R"("017")", "15", "17"},
+             {R"("09")", "0", "9"},
+             {R"("  12abc")", "12", "12"},
+             {R"("abc")", "0", "0"},
+             {R"("12\u000034")", "12", "12"},
+             {R"("99999999999999999999999")", all, all},
+             {R"("-1")", all, all},
+             {R"("0xFFFFFFFFFFFFFFFF")", all, "0"},
          }) {
+        SCOPED_TRACE(text);
         calls_.Take();
-        page_.Await(std::string(R"({"command":"SetServiceByServiceid","Appid":5,"Serviceid":)") + c.text +
-                    "}");
+        page_.Await(R"({"command":"SetServiceByServiceid","Appid":5,"Serviceid":)" + text + "}");
         const std::string tune = calls_.Take().back();
         EXPECT_EQ(tune.substr(0, tune.find(" -> ")),
-                  std::string("IServiceNavigation::TuneService [\"") + c.any_base + R"(",0,0,""])")
-            << c.text;
-        page_.Await(std::string(R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":)") +
-                    c.text + "}");
+                  "IServiceNavigation::TuneService [\"" + any_base + R"(",0,0,""])");
+        page_.Await(R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":)" + text + "}");
         const std::string describe = calls_.Take().back();
         EXPECT_EQ(describe.substr(0, describe.find(" -> ")),
-                  std::string("FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId [\"") +
-                      c.decimal + "\"]")
-            << c.text;
+                  "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId [\"" + decimal + "\"]");
     }
 }
 

@@ -49,11 +49,12 @@ class Tracing {
         const std::lock_guard lock(mutex_);
         return std::exchange(scopes_, {});
     }
+    Lines TakeLines() { return LinesOf(Take()); }
     /// Each scope as its operation and values, deferred ones marked: `BMSAdaptor::SeekBMS "a" 1 later:true`.
-    Lines TakeLines()
+    static Lines LinesOf(const std::vector<tv::TracedScope>& scopes)
     {
         Lines lines;
-        for (const tv::TracedScope& scope : Take()) {
+        for (const tv::TracedScope& scope : scopes) {
             std::string line = Operation(scope.signature);
             for (const tv::TracedScope::Value& value : scope.values) {
                 const Json::Value json =
@@ -154,21 +155,13 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
     test::Page page;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.settings);
-        const auto place = [&] {
-            page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
-        };
-        {
-            Tracing tracing(c.settings);
-            place();
-            EXPECT_EQ(tracing.TakeLines(),
-                      (Lines{std::string("BMSAdaptor::SetDisplayRectBMS") + c.placed,
-                             std::string("BMSAdaptor::SetDisplayRectBMS") + c.rect,
-                             std::string("BMSAdaptor::HandleBlockingMessageImp") + c.command}));
-        }
         Tracing tracing(c.settings);
-        place();
+        page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
         const std::vector<tv::TracedScope> scopes = tracing.Take();
-        ASSERT_EQ(scopes.size(), 3U);
+        ASSERT_EQ(Tracing::LinesOf(scopes),
+                  (Lines{std::string("BMSAdaptor::SetDisplayRectBMS") + c.placed,
+                         std::string("BMSAdaptor::SetDisplayRectBMS") + c.rect,
+                         std::string("BMSAdaptor::HandleBlockingMessageImp") + c.command}));
         const std::pair<std::string, std::size_t> types[] = {
             {"bool", 1}, {"int", 4}, {ht::TSDemangler::Demangle(typeid(std::string).name()), 16383}};
         for (std::size_t i = 0; i < scopes.size(); ++i) {
