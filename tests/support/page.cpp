@@ -140,12 +140,6 @@ std::vector<Json::Value> Page::TakeMessages(std::size_t count)
     return std::exchange(messages_, {});
 }
 
-std::size_t Page::CountMessages()
-{
-    const std::lock_guard lock(mutex_);
-    return messages_.size();
-}
-
 void Page::Observe(std::function<void(const Json::Value&)> observer)
 {
     const std::lock_guard lock(mutex_);

@@ -57,8 +57,6 @@ class Page {
     Lines TakeTexts();
     /// Waits until there are that many and takes them.
     std::vector<Json::Value> TakeMessages(std::size_t count);
-    /// How many were posted and not taken.
-    std::size_t CountMessages();
     /// Calls `observer` for each message, on the posting thread, instead of keeping it.
     void Observe(std::function<void(const Json::Value&)> observer);
 

@@ -420,7 +420,7 @@ TEST_F(Channels, TheLineUpIsWalkedRoundAndTunedInto)
         }
         EXPECT_EQ(page_.Await(R"({"command":"SetServiceByServiceid","Serviceid":"77"})")["code"], 28);
         EXPECT_EQ(CurrentId(), "18446744073709551614");
-        EXPECT_EQ(page_.CountMessages(), 0U);
+        EXPECT_EQ(page_.TakeMessages().size(), 0U);
     }
 }
 
