@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -235,25 +236,20 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
 
 TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
 {
-    struct Case {
-        const char* span;
-        long long from;
-        long long to;
-    };
-    for (const Case& c : {
-             Case{"", kStart, kStart + 6 * 60 * kMinute},
-             Case{R"(,"from":1767000000000)", 1767000000000, 1767000000000 + 6 * 60 * kMinute},
-             Case{R"(,"to":1767294060000)", kStart, kStart + kMinute},
-             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * 24 * 60 * kMinute},  // and no further
+    using Range = std::pair<Json::Int64, Json::Int64>;
+    for (const auto& [span, range] : std::map<std::string, Range>{
+             {"", {kStart, kStart + 6 * 60 * kMinute}},
+             {R"(,"from":1767000000000)", {1767000000000, 1767000000000 + 6 * 60 * kMinute}},
+             {R"(,"to":1767294060000)", {kStart, kStart + kMinute}},
+             {R"(,"from":0,"to":4000000000000)", {0, 7 * 24 * 60 * kMinute}},  // and no further
          }) {
-        const Json::Value list =
-            Ask("GetProgramList", std::string(R"({"TCServiceId":"1002")") + c.span + "}");
+        const Json::Value list = Ask("GetProgramList", R"({"TCServiceId":"1002")" + span + "}");
         EXPECT_EQ(list["now"], kStart);
         const Json::Value& programs = list["programs"];
-        EXPECT_LE(programs[0]["startTime"].asInt64(), c.from) << c.span;
-        EXPECT_GT(programs[0]["endTime"].asInt64(), c.from) << c.span;
-        EXPECT_LT(programs[programs.size() - 1]["startTime"].asInt64(), c.to) << c.span;
-        EXPECT_GE(programs[programs.size() - 1]["endTime"].asInt64(), c.to) << c.span;
+        EXPECT_LE(programs[0]["startTime"].asInt64(), range.first) << span;
+        EXPECT_GT(programs[0]["endTime"].asInt64(), range.first) << span;
+        EXPECT_LT(programs[programs.size() - 1]["startTime"].asInt64(), range.second) << span;
+        EXPECT_GE(programs[programs.size() - 1]["endTime"].asInt64(), range.second) << span;
     }
 }
 

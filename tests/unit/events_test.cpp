@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -249,33 +250,27 @@ TEST(Settings, CommandsReachTheStore)
 
 TEST(Settings, FailuresAreLogged)
 {
-    struct Case {
-        const char* command;
-        const char* call;
-        const char* result;
-        const char* log;
-    };
-    for (const Case& c : {
-             Case{"SetStringToVconfWithKey", "vconf_set_str", "1", "vconf_set_str is failed"},
-             Case{"GetStringFromVconfWithKey", "vconf_get_str", "null", "vconf_get_str is failed"},
-             Case{"SetIntegerToVconfWithKey", "vconf_set_int", "5", "vconf_set_int is failed"},
-             Case{"GetIntegerFromVconfWithKey", "vconf_get_int", "1", "vconf_get_int is failed"},
-             Case{"SetBooleanToVconfWithKey", "vconf_set_bool", "1", "vconf_set_bool is failed"},
-             Case{"GetBooleanFromVconfWithKey", "vconf_get_bool", "1", "vconf_get_bool is failed"},
-             Case{"AddVconfCallbackWithKey", "vconf_notify_key_changed", "-1",
-                  "failed to vconf_notify_key_changed() with key:k"},
+    // A command, its call, and what that gives.
+    for (const auto& [command, call, result] : std::vector<std::array<std::string, 3>>{
+             {"SetStringToVconfWithKey", "vconf_set_str", "1"},
+             {"GetStringFromVconfWithKey", "vconf_get_str", "null"},
+             {"SetIntegerToVconfWithKey", "vconf_set_int", "5"},
+             {"GetIntegerFromVconfWithKey", "vconf_get_int", "1"},
+             {"SetBooleanToVconfWithKey", "vconf_set_bool", "1"},
+             {"GetBooleanFromVconfWithKey", "vconf_get_bool", "1"},
+             {"AddVconfCallbackWithKey", "vconf_notify_key_changed", "-1"},
          }) {
-        SCOPED_TRACE(c.command);
+        SCOPED_TRACE(command);
         test::Page page;
-        page.Answer('"' + std::string(c.call) + R"(","result":)" + c.result);
+        page.Answer('"' + call + R"(","result":)" + result);
         test::Log log;
-        Json::Value request;
-        request["command"] = c.command;
-        request["key"] = "k";
-        request["input"] = c.command == std::string("SetStringToVconfWithKey") ? Json::Value("v") : 1;
-        EXPECT_EQ(page.AwaitValue(request)["code"], 9999);
-        EXPECT_EQ(log.Take().back(), std::string("0/6 zelumo-pepper ") + c.command +
-                                         ": [CZeLumoPluginHandler::" + c.command + "] " + c.log);
+        const std::string input = call == "vconf_set_str" ? "\"v\"" : "1";
+        EXPECT_EQ(page.Await(R"({"key":"k","command":")" + command + R"(","input":)" + input + "}")["code"],
+                  9999);
+        const bool watches = call == "vconf_notify_key_changed";
+        EXPECT_EQ(log.Take().back(),
+                  "0/6 zelumo-pepper " + command + ": [CZeLumoPluginHandler::" + command + "] " +
+                      (watches ? "failed to vconf_notify_key_changed() with key:k" : call + " is failed"));
     }
 }
 

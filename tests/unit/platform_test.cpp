@@ -4,6 +4,7 @@
 #include <future>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "power/device_power.h"
@@ -74,53 +75,48 @@ TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
 
 TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
 {
-    struct Case {
-        const char* verb;
-        const char* why;  ///< behind the verb's name, where there is one
-    };
-    for (const Case& c : {
-             Case{R"({"tv":5})", R"("tv" must name a verb)"},
-             Case{R"({"tv":"dance"})", R"(there is no verb "dance")"},
-             Case{R"({"tv":"poweroff"})", R"("type" is missing)"},
-             Case{R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
-             Case{R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
-             Case{R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
-             Case{R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
-             Case{R"({"tv":"signal"})", R"("signal" is missing)"},
-             Case{R"({"tv":"setting","key":"k"})",
-                  R"("value" must be a string, a whole number of 32 bits, or true or false)"},
-             Case{R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
-             Case{R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
-             Case{R"({"tv":"answer","call":"BmsPlay","result":"0"})",
-                  R"("result" of BmsPlay must be a whole number of 32 bits)"},
-             Case{R"({"tv":"answer","call":"BmsPlay","out":[1]})",
-                  R"(BmsPlay has 0 out arguments, "out" gives 1)"},
-             Case{R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
-                  R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
-             Case{R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
-             Case{R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
-                  R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
-             Case{R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
-             Case{R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
-             Case{R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
-                  R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
-                  "field identifier to value"},
-             Case{R"({"tv":"report","type":33})", R"("player" is missing)"},
-             Case{R"({"tv":"report","player":1,"type":33,"value1":"x"})",
-                  R"("value1" must be a whole number of 32 bits)"},
-             Case{R"({"tv":"advance","ms":-1})", nullptr},
-             Case{R"({"tv":"advance","ms":1.5})", nullptr},
-             Case{R"({"tv":"advance"})", R"("ms" is missing)"},
+    // A verb, and what is said behind its name.
+    for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
+             {R"({"tv":5})", R"("tv" must name a verb)"},
+             {R"({"tv":"dance"})", R"(there is no verb "dance")"},
+             {R"({"tv":"poweroff"})", R"("type" is missing)"},
+             {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
+             {R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
+             {R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
+             {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
+             {R"({"tv":"signal"})", R"("signal" is missing)"},
+             {R"({"tv":"setting","key":"k"})",
+              R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
+             {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
+             {R"({"tv":"answer","call":"BmsPlay","result":"0"})",
+              R"("result" of BmsPlay must be a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","out":[1]})",
+              R"(BmsPlay has 0 out arguments, "out" gives 1)"},
+             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
+              R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
+             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
+              R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
+             {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
+             {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
+              R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
+              "field identifier to value"},
+             {R"({"tv":"report","type":33})", R"("player" is missing)"},
+             {R"({"tv":"report","player":1,"type":33,"value1":"x"})",
+              R"("value1" must be a whole number of 32 bits)"},
+             {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
+             {R"({"tv":"advance","ms":1.5})", R"("ms" must be a whole number of 32 bits)"},
+             {R"({"tv":"advance"})", R"("ms" is missing)"},
          }) {
         try {
-            Do(c.verb);
-            ADD_FAILURE() << c.verb;
+            Do(verb);
+            ADD_FAILURE() << verb;
         } catch (const tv::VerbError& error) {
             const std::string why = error.what();
             const std::size_t at = why.find("verb \"") == 0 ? why.find(": ") + 2 : 0;
-            if (c.why != nullptr) {
-                EXPECT_EQ(why.substr(at), c.why) << c.verb;
-            }
+            EXPECT_EQ(why.substr(at), expected) << verb;
         }
     }
     EXPECT_FALSE(tv::Calls::Watched());

@@ -115,45 +115,41 @@ nonsense
 
 TEST(Script, CheckPrintsWhatDiffers)
 {
-    struct Case {
-        const char* script;
-        const char* out;
-    };
-    for (const Case& c : {
-             Case{
-                 "{\"await\":{\"command\":\"GetVersion\"}}\n{ \"reply\": {\"data\":\"1.00\", \"code\":0} }\n",
-                 ""},
-             Case{"{\"await\":{\"command\":\"GetVersion\"}}\n{\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n",
-                  "line 2: expected {\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n"
-                  "line 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
-             Case{"\n{\"await\":{\"command\":\"GetVersion\"}}\n",
-                  "line 2: expected nothing\nline 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
-             Case{"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"message\":1}\n",
-                  "line 3: expected {\"message\":1}\nline 3: got nothing\n"},
-             Case{"bad\n{\"error\":\"line 1: not JSON: Line 1, Column 1: Syntax error: value, object or "
-                  "array "
-                  "expected.\"}\n",
-                  ""},
+    // Null: told by its beginning.
+    for (const auto& [script, out] : std::vector<std::pair<const char*, const char*>>{
+             {"{\"await\":{\"command\":\"GetVersion\"}}\n{ \"reply\": {\"data\":\"1.00\", \"code\":0} }\n",
+              ""},
+             {"{\"await\":{\"command\":\"GetVersion\"}}\n{\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n",
+              "line 2: expected {\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n"
+              "line 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
+             {"\n{\"await\":{\"command\":\"GetVersion\"}}\n",
+              "line 2: expected nothing\nline 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
+             {"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"message\":1}\n",
+              "line 3: expected {\"message\":1}\nline 3: got nothing\n"},
+             {"bad\n{\"error\":\"line 1: not JSON: Line 1, Column 1: Syntax error: value, object or "
+              "array "
+              "expected.\"}\n",
+              ""},
              // The last line was cut off: it is passed over, and what is there of its block must fit.
-             Case{"{\"await\":{\"command\":\"GetVersion\"}}\n{\"repl", ""},
-             Case{"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"tv\":\"op", ""},
-             Case{"{\"tv\":\"close\"}\n{\"did\":\"open\"}\n{\"tv\":\"op",
-                  "line 2: expected {\"did\":\"open\"}\nline 2: got {\"did\":\"close\"}\n"},
-             Case{"{\"tv\":\"close\"}\n{\"message\":1}\n{\"message\":2}\n{\"did\":\"cl",
-                  "line 2: expected {\"message\":1}\nline 2: got {\"did\":\"close\"}\n"
-                  "line 3: expected {\"message\":2}\nline 3: got nothing\n"},
+             {"{\"await\":{\"command\":\"GetVersion\"}}\n{\"repl", ""},
+             {"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"tv\":\"op", ""},
+             {"{\"tv\":\"close\"}\n{\"did\":\"open\"}\n{\"tv\":\"op",
+              "line 2: expected {\"did\":\"open\"}\nline 2: got {\"did\":\"close\"}\n"},
+             {"{\"tv\":\"close\"}\n{\"message\":1}\n{\"message\":2}\n{\"did\":\"cl",
+              "line 2: expected {\"message\":1}\nline 2: got {\"did\":\"close\"}\n"
+              "line 3: expected {\"message\":2}\nline 3: got nothing\n"},
              // Calls are compared only where the script holds any: here all of the opening are missing.
-             Case{"{\"call\":\"ht_register_library\",\"args\":[],\"result\":null}\n", nullptr},
+             {"{\"call\":\"ht_register_library\",\"args\":[],\"result\":null}\n", nullptr},
          }) {
-        const test::HostResult result = test::RunHost("script --check -", c.script);
-        if (c.out == nullptr) {
+        const test::HostResult result = test::RunHost("script --check -", script);
+        if (out == nullptr) {
             EXPECT_NE(result.out.find("line 0: expected nothing\nline 0: got {\"call\":"), std::string::npos)
                 << result.out;
             EXPECT_EQ(result.status, 1);
             continue;
         }
-        EXPECT_EQ(result.out, c.out) << c.script;
-        EXPECT_EQ(result.status, *c.out == '\0' ? 0 : 1) << c.script;
+        EXPECT_EQ(result.out, out) << script;
+        EXPECT_EQ(result.status, *out == '\0' ? 0 : 1) << script;
     }
 }
 
