@@ -240,6 +240,7 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
     for (const auto& [span, range] : std::map<std::string, Range>{
              {"", {kStart, kStart + 6 * 60 * kMinute}},
              {R"(,"from":1767000000000)", {1767000000000, 1767000000000 + 6 * 60 * kMinute}},
+             {R"(,"from":1767000000000,"to":1767000000000)", {1767000000000, 1767000000000}},
              {R"(,"to":1767294060000)", {kStart, kStart + kMinute}},
              {R"(,"from":0,"to":4000000000000)", {0, 7 * 24 * 60 * kMinute}},  // and no further
          }) {

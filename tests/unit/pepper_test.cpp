@@ -6,6 +6,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "plugin-support/simple_thread_await_loop.h"
@@ -208,6 +209,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     Step a{ran, "a"};
     Step b{ran, "b"};
     Step late{ran, "late"};
+    Step last{ran, "last"};
     Step never{ran, "never"};
 
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
@@ -217,9 +219,14 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);
-    // The quit is posted behind the late work, by the work itself.
-    const auto quit = [](void* datum, int32_t) { static_cast<pp::MessageLoop*>(datum)->PostQuit(true); };
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(quit, &loop), 20), PP_OK);
+    // The quit is posted behind the late work, by the work itself; what was posted before it still runs.
+    std::pair ending{&loop, pp::CompletionCallback(run, &last)};
+    const auto quit = [](void* datum, int32_t) {
+        const auto* end = static_cast<decltype(ending)*>(datum);
+        end->first->PostWork(end->second);
+        end->first->PostQuit(true);
+    };
+    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(quit, &ending), 20), PP_OK);
     std::thread([&] {
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_OK);
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_ERROR_INPROGRESS);
@@ -229,7 +236,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     // When the late work is due, beside the other, is up to the machine.
     const std::size_t at = ran.find("late0 ");
     ASSERT_NE(at, std::string::npos) << ran;
-    EXPECT_EQ(ran.erase(at, 6), "a0 b0 never" + std::to_string(PP_ERROR_ABORTED) + ' ');
+    EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 never" + std::to_string(PP_ERROR_ABORTED) + ' ');
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_ERROR_FAILED);
 }
 
