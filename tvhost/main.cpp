@@ -1,3 +1,6 @@
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
@@ -25,10 +28,21 @@ Json::Value Differing(const Json::Value& object, const Json::Value& usual)
     return differing;
 }
 
+/// Takes the places of standard streams that were closed, so that no file gets them and what is meant for a
+/// stream is not written into it. Using the stream fails as if it were closed.
+void HoldClosedStreams()
+{
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) == -1)
+            open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
+    HoldClosedStreams();
     CLI::App app("Runs the streaming-channel plug-in off the TV: plays its page and its TV.", "zelumo-tv");
     app.set_version_flag("--version", ZELUMO_VERSION);
     app.require_subcommand(0, 1);
