@@ -377,7 +377,6 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void ReadHeader()
     {
         answering_ = false;
-        answered_ = false;
         if (shared_.stopping)
             return;
         parser_.emplace();
@@ -506,6 +505,8 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             return Respond(TooLarge(), true);
         deadline_ = std::chrono::steady_clock::time_point::max();
         answering_ = true;
+        // Only here: a further answer to the request before can still come.
+        answered_ = false;
         const unsigned turn = ++turn_;
         WebRequest request{std::string(View(parser_->get().method_string())), Path(), std::move(body_)};
         shared_.handlers.request(std::move(request), [self = shared_from_this(), turn](WebResponse response) {

@@ -395,6 +395,31 @@ TEST(WebServer, RestoreCutsADelayedCallShort)
     }
 }
 
+TEST(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
+{
+    const Web web;
+    const std::string page = web.OpenPage();
+    WebClient client(web.port());
+    client.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
+    WebListener journal(web.port(), "/journal");
+    WebClient waiting(web.port());
+    waiting.Begin("POST", page + "await", R"({"command":"GetIntegerFromVconfWithKey","key":"k"})");
+    while (journal.Read().find("\"await\"") == std::string::npos) {
+    }
+    // The close takes its place in the line, and some of the posts behind it.
+    WebClient closer(web.port());
+    closer.Begin("POST", page + "close");
+    WebClient poster(web.port());
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(poster.Post(page + "post", kVersionMessage).status, 202);
+    client.Post("/tv", R"({"tv":"restore"})");
+    EXPECT_EQ(waiting.Finish().status, 200);
+    EXPECT_EQ(closer.Finish().status, 204);
+    const std::string next = web.OpenPage();
+    EXPECT_TRUE(poster.IsQuiet());
+    EXPECT_EQ(poster.Post(next + "await", kVersionMessage).body, kVersionReply);
+}
+
 TEST(WebServer, StoppingCutsADelayedCallShort)
 {
     std::thread waiting;
