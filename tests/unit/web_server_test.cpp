@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -418,6 +420,28 @@ TEST(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
     const std::string next = web.OpenPage();
     EXPECT_TRUE(poster.IsQuiet());
     EXPECT_EQ(poster.Post(next + "await", kVersionMessage).body, kVersionReply);
+}
+
+TEST(WebServer, AConnectionMayEndBeforeTheTurnThatAnsweredIt)
+{
+    const Web web;
+    const std::string page = web.OpenPage();
+    WebClient client(web.port());
+    client.Post(page + "await", R"({"command":"RegisterEvent","event":90019})");
+    const auto count_descriptors = [] {
+        const std::filesystem::directory_iterator open("/proc/self/fd");
+        return std::distance(begin(open), end(open));
+    };
+    const auto before = count_descriptors();
+    // The channel's event comes after the reply, in the same turn, and holds it up.
+    client.Post(
+        "/tv", R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","result":0,"delay":600000})");
+    const WebReply reply =
+        WebClient(web.port())
+            .Post(page + "await", R"({"command":"SetServiceByServiceid","Serviceid":"1002"})");
+    EXPECT_EQ(J(reply.body)["code"], 0);
+    WaitFor([&] { return count_descriptors() <= before; });
+    EXPECT_EQ(client.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
 }
 
 TEST(WebServer, StoppingCutsADelayedCallShort)
