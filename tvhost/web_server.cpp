@@ -69,6 +69,8 @@ class Connection {
     virtual void End() = 0;
     /// Ends it, if it took too long.
     virtual void Watch(std::chrono::steady_clock::time_point now) = 0;
+    /// The server has stopped: what the connection waits for doesn't come any more.
+    virtual void LetGo() {}
 };
 
 struct Shared {
@@ -330,7 +332,7 @@ void ChannelQueue::Deliver()
 }
 
 /// A connection of a browser, one request after the other. Keeps itself alive by its pending operations
-/// and by the answers that it waits for.
+/// and while it waits for an answer. Whoever answers doesn't hold it, so that it ends on the server's thread.
 class HttpConnection : public Connection, public std::enable_shared_from_this<HttpConnection> {
   public:
     HttpConnection(Shared& shared, tcp::socket socket) : shared_(shared), stream_(std::move(socket))
@@ -367,6 +369,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (now >= deadline_)
             stream_.close();
     }
+    void LetGo() override { held_.reset(); }
 
   private:
     using Request = http::request<http::buffer_body>;
@@ -377,7 +380,6 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void ReadHeader()
     {
         answering_ = false;
-        answered_ = false;
         if (shared_.stopping)
             return;
         parser_.emplace();
@@ -506,14 +508,21 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             return Respond(TooLarge(), true);
         deadline_ = std::chrono::steady_clock::time_point::max();
         answering_ = true;
+        // Only here: a further answer to the request before can still come.
+        answered_ = false;
         const unsigned turn = ++turn_;
+        held_ = shared_from_this();
         WebRequest request{std::string(View(parser_->get().method_string())), Path(), std::move(body_)};
-        shared_.handlers.request(std::move(request), [self = shared_from_this(), turn](WebResponse response) {
-            asio::dispatch(self->shared_.io, [self, turn, response = std::move(response)]() mutable {
-                if (turn == self->turn_ && !std::exchange(self->answered_, true))
-                    self->Respond(std::move(response), true);
+        shared_.handlers.request(
+            std::move(request), [&io = shared_.io, weak = weak_from_this(), turn](WebResponse response) {
+                asio::dispatch(io, [weak, turn, response = std::move(response)]() mutable {
+                    const std::shared_ptr<HttpConnection> self = weak.lock();
+                    if (self && turn == self->turn_ && !std::exchange(self->answered_, true)) {
+                        self->held_.reset();
+                        self->Respond(std::move(response), true);
+                    }
+                });
             });
-        });
     }
 
     template <typename Body>
@@ -600,9 +609,10 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     std::string body_;
     std::size_t drained_ = 0;
     bool too_large_ = false;
-    bool answering_ = false;  ///< a request was taken, and its answer is not yet written
-    bool answered_ = false;   ///< its answer is known
-    unsigned turn_ = 0;       ///< counts requests
+    bool answering_ = false;                ///< a request was taken, and its answer is not yet written
+    bool answered_ = false;                 ///< its answer is known
+    std::shared_ptr<HttpConnection> held_;  ///< itself, until then
+    unsigned turn_ = 0;                     ///< counts requests
     std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 
@@ -681,6 +691,9 @@ class WebServer::Core {
             WatchEnd();
         });
         thread_.join();
+        const std::set<Connection*> connections = shared_.connections;
+        for (Connection* connection : connections)
+            connection->LetGo();
     }
 
   private:

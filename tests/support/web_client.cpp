@@ -94,6 +94,13 @@ WebClient::~WebClient() = default;
 WebReply WebClient::Send(const std::string& method, const std::string& target, const std::string& body,
                          const Headers& headers)
 {
+    Begin(method, target, body, headers);
+    return core_->ReadReply(method == "HEAD");
+}
+
+void WebClient::Begin(const std::string& method, const std::string& target, const std::string& body,
+                      const Headers& headers)
+{
     http::request<http::string_body> request;
     request.method_string(method);
     request.target(target);
@@ -106,7 +113,11 @@ WebReply WebClient::Send(const std::string& method, const std::string& target, c
     error_code error;
     http::write(core_->socket, request, error);
     Require(error, "sending a request");
-    return core_->ReadReply(method == "HEAD");
+}
+
+WebReply WebClient::Finish()
+{
+    return core_->ReadReply(false);
 }
 
 WebReply WebClient::SendBytes(const std::string& bytes)
@@ -125,6 +136,7 @@ class WebListener::Core {
     websocket::stream<tcp::socket> socket;
     beast::flat_buffer buffer;
     int status = 0;
+    bool closed = false;
 };
 
 WebListener::WebListener(std::uint16_t port, const std::string& target, const Headers& headers)
@@ -149,6 +161,11 @@ WebListener::WebListener(std::uint16_t port, const std::string& target, const He
     core_->status = WebClient(port).Send("GET", target, "", all).status;
 }
 
+bool WebClient::IsQuiet() const
+{
+    return core_->buffer.size() == 0 && core_->socket.available() == 0;
+}
+
 WebListener::~WebListener() = default;
 WebListener::WebListener(WebListener&&) noexcept = default;
 
@@ -166,14 +183,28 @@ std::string WebListener::Read()
     return beast::buffers_to_string(core_->buffer.data());
 }
 
+std::optional<std::string> WebListener::Next()
+{
+    core_->buffer.clear();
+    error_code error;
+    core_->socket.read(core_->buffer, error);
+    if (error) {
+        core_->closed = error == websocket::error::closed;
+        return std::nullopt;
+    }
+    return beast::buffers_to_string(core_->buffer.data());
+}
+
+std::string WebListener::reason() const
+{
+    return core_->closed ? core_->socket.reason().reason.c_str() : "";
+}
+
 std::string WebListener::ReadToEnd()
 {
-    error_code error;
-    while (!error) {
-        core_->buffer.clear();
-        core_->socket.read(core_->buffer, error);
+    while (Next()) {
     }
-    return error == websocket::error::closed ? core_->socket.reason().reason.c_str() : "";
+    return reason();
 }
 
 void WebListener::Send(const std::string& text)

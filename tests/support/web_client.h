@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,8 +35,14 @@ class WebClient {
     {
         return Send("POST", target, body);
     }
+    /// Send in two: the request alone, and its reply.
+    void Begin(const std::string& method, const std::string& target, const std::string& body = "",
+               const Headers& headers = {});
+    WebReply Finish();
     /// Sends these bytes as they are and reads a reply.
     WebReply SendBytes(const std::string& bytes);
+    /// Whether nothing has come that was not asked for.
+    bool IsQuiet() const;
 
   private:
     class Core;
@@ -53,7 +60,11 @@ class WebListener {
     int status() const;
     /// The next text. Throws std::runtime_error when the server closed.
     std::string Read();
-    /// Reads to the end; the reason why the server closed, or "" when the connection was lost.
+    /// The next text, or nothing when there is none any more.
+    std::optional<std::string> Next();
+    /// Why the server closed, or "" when the connection was lost.
+    std::string reason() const;
+    /// Reads to the end and gives the reason.
     std::string ReadToEnd();
     /// Sends the server a text, which it doesn't care for.
     void Send(const std::string& text);

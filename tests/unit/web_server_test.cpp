@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <iterator>
 #include <map>
 #include <string>
 #include <thread>
@@ -376,6 +378,47 @@ TEST_F(WebServer, TheStateListsTheAnswersThatAreSet)
     EXPECT_EQ(Text(State()["answers"]), '[' + lasting + ',' + twice + ']');
     client_.Post("/tv", R"({"tv":"restore"})");
     EXPECT_EQ(Text(State()["answers"]), "[]");
+}
+
+TEST_F(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
+{
+    client_.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
+    WebListener journal(web_.port(), "/journal");
+    WebClient waiting(web_.port());
+    waiting.Begin("POST", page_ + "await", R"({"command":"GetIntegerFromVconfWithKey","key":"k"})");
+    while (journal.Read().find("\"await\"") == std::string::npos) {
+    }
+    // The close takes its place in the line, and some of the posts behind it.
+    WebClient closer(web_.port());
+    closer.Begin("POST", page_ + "close");
+    WebClient poster(web_.port());
+    for (int i = 0; i < 10; ++i)
+        EXPECT_EQ(poster.Post(page_ + "post", kVersionMessage).status, 202);
+    client_.Post("/tv", R"({"tv":"restore"})");
+    EXPECT_EQ(waiting.Finish().status, 200);
+    EXPECT_EQ(closer.Finish().status, 204);
+    const std::string next = web_.OpenPage();
+    EXPECT_TRUE(poster.IsQuiet());
+    EXPECT_EQ(poster.Post(next + "await", kVersionMessage).body, kVersionReply);
+}
+
+TEST_F(WebServer, AConnectionMayEndBeforeTheTurnThatAnsweredIt)
+{
+    client_.Post(page_ + "await", R"({"command":"RegisterEvent","event":90019})");
+    const auto count_descriptors = [] {
+        const std::filesystem::directory_iterator open("/proc/self/fd");
+        return std::distance(begin(open), end(open));
+    };
+    const auto before = count_descriptors();
+    // The channel's event comes after the reply, in the same turn, and holds it up.
+    client_.Post(
+        "/tv", R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","result":0,"delay":600000})");
+    const WebReply reply =
+        WebClient(web_.port())
+            .Post(page_ + "await", R"({"command":"SetServiceByServiceid","Serviceid":"1002"})");
+    EXPECT_EQ(J(reply.body)["code"], 0);
+    WaitFor([&] { return count_descriptors() <= before; });
+    EXPECT_EQ(client_.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
 }
 
 TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)

@@ -1,0 +1,106 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "soak/dice.h"
+#include "soak/findings.h"
+#include "soak/ledger.h"
+#include "src/ppapi/web_runtime.h"
+#include "tests/support/web.h"
+#include "tests/support/web_client.h"
+#include "tvhost/plugin.h"
+
+namespace soak {
+
+/// One page's life: what it must be told, and how far it has come.
+struct Page {
+    Page(const PageApi& api, std::size_t listeners) : ledger(api, listeners) {}
+
+    Ledger ledger;
+    std::atomic<bool> closing{false};  ///< set before it is closed or replaced
+};
+
+/// One thread's way to the page and the TV. What can't be answered as it should throws std::runtime_error.
+class Seat {
+  public:
+    virtual ~Seat() = default;
+    /// The reply to a blocking message, or nothing: its page was closed before its turn came.
+    virtual std::optional<Json::Value> Await(const Json::Value& message) = 0;
+    /// False: the page is gone.
+    virtual bool Post(const Json::Value& message) = 0;
+    /// A verb and its results as an object; null when the host is ending.
+    virtual Json::Value Do(const Json::Value& verb) = 0;
+    /// Whether nothing more has come than what was asked for.
+    virtual bool IsQuiet() { return true; }
+};
+
+/// The real plug-in with its page, by one way or the other. One thread, unless it says otherwise.
+class Host {
+  public:
+    virtual ~Host() = default;
+    /// A page takes the place of the one that is open; its ledger hears what it is told. When it has
+    /// returned, the earlier page is told nothing more.
+    virtual void Open(const std::shared_ptr<Page>& page, Dice& dice) = 0;
+    virtual void Close() = 0;
+    /// For the page that is open. Seats may outlive it.
+    virtual std::unique_ptr<Seat> TakeSeat() = 0;
+    /// Ends while the page is open, and maybe in use.
+    virtual void End() = 0;
+    /// Whether what an answered command set off is delivered before the page can be closed.
+    virtual bool delivers_in_turn() const = 0;
+};
+
+/// An element with the plug-in in this process: every thread reaches it at once.
+class EmbeddedHost : public Host {
+  public:
+    explicit EmbeddedHost(Findings& findings);
+    void Open(const std::shared_ptr<Page>& page, Dice& dice) override;
+    void Close() override;
+    std::unique_ptr<Seat> TakeSeat() override;
+    void End() override;
+    bool delivers_in_turn() const override { return false; }
+
+  private:
+    Findings& findings_;
+    std::unique_ptr<host::Plugin> plugin_;
+    std::unique_ptr<tv::EmbeddedInstance> instance_;
+};
+
+/// Web mode: over HTTP and WebSockets, as browsers reach it.
+class WebHost : public Host {
+  public:
+    explicit WebHost(Findings& findings);
+    ~WebHost() override;
+    void Open(const std::shared_ptr<Page>& page, Dice& dice) override;
+    void Close() override;
+    std::unique_ptr<Seat> TakeSeat() override;
+    void End() override;
+    bool delivers_in_turn() const override { return true; }
+
+  private:
+    class WebSeat;
+    void Listen(std::size_t index, int lateness_ms);
+    void AwaitListeners();
+    void JoinListeners(const std::string& reason);
+
+    Findings& findings_;
+    std::atomic<bool> ending_{false};
+    std::unique_ptr<test::Web> web_;
+    std::shared_ptr<Page> page_;  // null: none is open
+    std::string path_;            ///< the page's, "/page/7/"
+    std::vector<std::thread> listeners_;
+    std::atomic<std::size_t> listening_{0};
+    std::mutex mutex_;
+    std::vector<std::string> reasons_;  ///< guarded by mutex_: why the listeners were closed
+    std::thread journal_;
+};
+
+}  // namespace soak

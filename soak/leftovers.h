@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace soak {
+
+/// The process's threads and descriptors: how many there are of each name.
+class Census {
+  public:
+    static Census Take();
+    /// What there is more of than in `before`: "thread tv.content, descriptor socket"; empty: nothing. Gives
+    /// what is just ending a few seconds to be gone.
+    static std::string Excess(const Census& before);
+
+  private:
+    std::map<std::string, int> counts_;
+};
+
+/// Bytes on the heap that are in use.
+std::size_t HeapInUse();
+
+/// Memory over time, measured while nothing is under way.
+class MemoryCurve {
+  public:
+    void Measure();
+    /// By how many bytes the least of the last quarter exceeds the least of the quarter before it; nothing
+    /// when there are too few measurements.
+    std::optional<long long> Growth() const;
+    std::size_t last() const { return bytes_.empty() ? 0 : bytes_.back(); }
+
+  private:
+    std::vector<std::size_t> bytes_;
+};
+
+}  // namespace soak
