@@ -20,7 +20,8 @@ constexpr const char* kProgramCommands[] = {"GetProgram",           "GetProgramT
                                             "GetProgramBackground", "SetOnDemandProgram",
                                             "UnsetOnDemandProgram", "GetOnDemandIdentifier"};
 constexpr const char* kChannelCommands[] = {"GetProgramList", "GetPresentProgram", "GetChannelLogo"};
-constexpr Json::Int64 kMinute = 60 * 1000;
+constexpr Json::Int64 kMinute = Json::Int64{60} * 1000;
+constexpr Json::Int64 kHour = 60 * kMinute;
 constexpr Json::Int64 kStart = 1767294000000;  // 2026-01-01T19:00:00Z
 
 /// The commands that hand a text on to the content service, and its answer back.
@@ -234,7 +235,7 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
         const std::string id = Ids()[random() % Ids().size()];
         const long long now = any_time(random);
         const long long from = any_time(random);
-        const long long span = std::uniform_int_distribution<long long>(0, 30 * 60 * kMinute)(random);
+        const long long span = std::uniform_int_distribution<long long>(0, 30 * kHour)(random);
         SetDate(now);
         Json::Value request;
         request["TCServiceId"] = id;
@@ -272,10 +273,10 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
         long long to;
     };
     for (const Case& c : {
-             Case{"", kStart, kStart + 6 * 60 * kMinute},
-             Case{R"(,"from":1767000000000)", 1767000000000, 1767000000000 + 6 * 60 * kMinute},
+             Case{"", kStart, kStart + 6 * kHour},
+             Case{R"(,"from":1767000000000)", 1767000000000, 1767000000000 + 6 * kHour},
              Case{R"(,"to":1767294060000)", kStart, kStart + kMinute},
-             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * 24 * 60 * kMinute},  // and no further
+             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * 24 * kHour},  // and no further
          }) {
         const Json::Value list =
             Ask("GetProgramList", std::string(R"({"TCServiceId":"1002")") + c.span + "}");

@@ -168,9 +168,10 @@ TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
     EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
     page.Await(R"({"command":"Pause"})");
     Lines lines = calls.Take();
-    lines.erase(std::remove_if(lines.begin(), lines.end(),
-                               [](const std::string& line) { return line.find("Create") != line.npos; }),
-                lines.end());
+    lines.erase(
+        std::remove_if(lines.begin(), lines.end(),
+                       [](const std::string& line) { return line.find("Create") != std::string::npos; }),
+        lines.end());
     EXPECT_EQ(lines, (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
 
     // All players that were created are withdrawn, the plug-in's fixed id before them.
@@ -237,15 +238,15 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
         page.Await(c.request);
         Lines lines;
         for (const std::string& line : log.Take()) {
-            const bool is_report =
-                line.find(" ZLP_BASE Callback") != line.npos || line.find(" ZLP_BASE Event") != line.npos;
-            if (is_report || line.find(" ZLP_BASE ") == line.npos)
+            const bool is_report = line.find(" ZLP_BASE Callback") != std::string::npos ||
+                                   line.find(" ZLP_BASE Event") != std::string::npos;
+            if (is_report || line.find(" ZLP_BASE ") == std::string::npos)
                 continue;
             ASSERT_EQ(line.substr(0, 2), "0/");
             std::string rest = line.substr(2);
             rest.erase(rest.find("ZLP_BASE "), 9);
             // Where in the source a result line stands changes with the source.
-            if (const std::size_t before = rest.find("]("); before != rest.npos)
+            if (const std::size_t before = rest.find("]("); before != std::string::npos)
                 rest.replace(before + 2, rest.find(')', before) - before - 2, "N");
             lines.push_back(rest);
         }

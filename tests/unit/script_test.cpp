@@ -22,7 +22,7 @@ TEST(Script, LinesInErrorAreNamedAndTheScriptGoesOn)
         std::string line;
         std::string error;  // the beginning of its text behind "line 2: "; empty: none
     };
-    const std::string mebibyte(1024 * 1024, 'x');
+    const std::string mebibyte(std::size_t{1024} * 1024, 'x');
     for (const Case& c : {
              Case{"nonsense", "not JSON: "},
              Case{"{\"await\":1", "not JSON: "},

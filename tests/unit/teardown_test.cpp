@@ -14,8 +14,6 @@
 
 namespace {
 
-using test::J;
-
 /// How an instance comes to its end.
 enum class End { Close, CloseAndOpen, Unload };
 constexpr End kEnds[] = {End::Close, End::CloseAndOpen, End::Unload};

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -296,6 +296,7 @@ TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
     const std::string file = folder / "trace.json";
     host::TraceFile(file).Finish();
     EXPECT_EQ(Read(file), Json::Value(Json::arrayValue));
+    // cppcheck-suppress unusedScopedObject ; it throws
     EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
     host::TraceFile full("/dev/full");
     EXPECT_THROW(full.Finish(), host::TraceError);

@@ -67,7 +67,7 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
         };
         auto task = std::make_unique<DropTask>(shared_from_this());
         if (queue->Post(TaskQueue::Kind::Work, *task))
-            task.release();  // deletes itself when it is run or cancelled
+            static_cast<void>(task.release());  // deletes itself when it is run or cancelled
     }
 
     std::shared_ptr<TaskQueue> Queue() const
