@@ -276,7 +276,7 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
              Case{"", kStart, kStart + 6 * kHour},
              Case{R"(,"from":1767000000000)", 1767000000000, 1767000000000 + 6 * kHour},
              Case{R"(,"to":1767294060000)", kStart, kStart + kMinute},
-             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * 24 * kHour},  // and no further
+             Case{R"(,"from":0,"to":4000000000000)", 0, 7 * (24 * kHour)},  // and no further
          }) {
         const Json::Value list =
             Ask("GetProgramList", std::string(R"({"TCServiceId":"1002")") + c.span + "}");

@@ -38,9 +38,10 @@ class PLATFORM_API EmbeddedInstance {
     EmbeddedInstance& operator=(const EmbeddedInstance&) = delete;
 
     PP_Instance pp_instance() const;
-    /// A blocking message: waits for the plug-in's answer, so not from the worker thread. Undefined when there
-    /// is no handler, or when the handler's loop ends before the message's turn has come. `on_reply` may be
-    /// empty; it gets the reply sooner than the waiting thread, by the time that a thread needs to wake.
+    /// A blocking message: waits for the plug-in's answer, so not from the worker thread. Undefined when
+    /// there is no handler, or when the handler's loop ends before the message's turn has come. `on_reply`
+    /// may be empty; it gets the reply sooner than the waiting thread, by the time that a thread needs to
+    /// wake.
     pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr);
     /// A non-blocking message. Not from the worker thread either: returns once the plug-in has handled it, or
     /// dropped it.
