@@ -121,7 +121,7 @@ class MessageTask : public Task {
     {
         sem_init(&done_, 0, 0);
     }
-    ~MessageTask() { sem_destroy(&done_); }
+    ~MessageTask() override { sem_destroy(&done_); }
     MessageTask(const MessageTask&) = delete;
     MessageTask& operator=(const MessageTask&) = delete;
 
@@ -161,7 +161,7 @@ class MessageTask : public Task {
     const pp::Var& message_;
     const bool blocking_;
     const ReplySink& on_reply_;
-    sem_t done_;
+    sem_t done_{};
     pp::Var reply_;
 };
 
