@@ -27,10 +27,10 @@ enum class Kind {
 /// A benchmark and what it is held against, measured in the same run. A name that ends with '*' stands for
 /// all benchmarks that begin so, each against the floor of the same ending: the worst of them is shown.
 struct Row {
-    const char* what;
-    const char* benchmark;
-    const char* floor;
-    double goal;  ///< the greatest that holds
+    const char* what = nullptr;
+    const char* benchmark = nullptr;
+    const char* floor = nullptr;  ///< null with Kind::Limit alone
+    double goal = 0;              ///< the greatest that holds
     Kind kind = Kind::Time;
     const char* counter = "";
 };
@@ -125,7 +125,7 @@ struct Figures {
 
 std::optional<Figures> Compare(const Row& row, const Measured* measured, const Measured* floor)
 {
-    if (measured == nullptr || (row.floor != nullptr && floor == nullptr))
+    if (measured == nullptr || (row.kind != Kind::Limit && floor == nullptr))
         return std::nullopt;
     const auto counter = [&row](const Measured& from) {
         const auto found = from.counters.find(row.counter);
@@ -203,40 +203,56 @@ std::string Plain(double value)
     return text;
 }
 
+bool IsTime(const Row& row)
+{
+    return row.kind != Kind::Rows && *row.counter == '\0';
+}
+
+bool Holds(const Row& row, const Figures& figures)
+{
+    return figures.compared <= row.goal;
+}
+
+/// `worst` is the benchmark that the figures are of, where the row stands for several.
+void PrintRow(const Row& row, const Figures& figures, const std::string& worst)
+{
+    const auto shown = [&](double value) { return IsTime(row) ? Time(value) : Plain(value); };
+    const auto compared = [&](double value) {
+        if (row.kind == Kind::Difference)
+            return (value < 0 ? "" : "+") + Time(value);
+        return row.kind == Kind::Limit ? shown(value) : Plain(value);
+    };
+    std::printf("%-38s %12s %12s %10s %10s  %s%s%s\n", row.what, shown(figures.value).c_str(),
+                row.floor == nullptr ? "" : shown(figures.floor).c_str(),
+                row.kind == Kind::Limit ? "" : compared(figures.compared).c_str(), compared(row.goal).c_str(),
+                Holds(row, figures) ? "yes" : "no", worst.empty() ? "" : ", ", worst.c_str());
+}
+
+Json::Value ToJson(const Row& row, const Figures& figures, const std::string& worst)
+{
+    Json::Value line;
+    line["what"] = row.what;
+    if (!worst.empty())
+        line["worst"] = worst;
+    line[IsTime(row) ? "nanoseconds" : "value"] = figures.value;
+    if (row.floor != nullptr)
+        line["floor"] = figures.floor;
+    if (row.kind != Kind::Limit)
+        line[row.kind == Kind::Difference ? "difference" : "ratio"] = figures.compared;
+    line["goal"] = row.goal;
+    line["held"] = Holds(row, figures);
+    return line;
+}
+
 Json::Value PrintTable(const Keeper& kept)
 {
     Json::Value table(Json::arrayValue);
     std::printf("%-38s %12s %12s %10s %10s  %s\n", "what", "measured", "floor", "ratio", "goal", "held");
     for (const Row& row : kRows) {
-        const auto found = Find(row, kept);
-        if (!found)
-            continue;
-        const Figures& figures = found->first;
-        const bool held = figures.compared <= row.goal;
-        const bool is_time = row.kind != Kind::Rows && *row.counter == '\0';
-        const auto shown = [&](double value) { return is_time ? Time(value) : Plain(value); };
-        const auto compared = [&](double value) {
-            if (row.kind == Kind::Difference)
-                return (value < 0 ? "" : "+") + Time(value);
-            return row.kind == Kind::Limit ? shown(value) : Plain(value);
-        };
-        std::printf("%-38s %12s %12s %10s %10s  %s%s%s\n", row.what, shown(figures.value).c_str(),
-                    row.floor == nullptr ? "" : shown(figures.floor).c_str(),
-                    row.kind == Kind::Limit ? "" : compared(figures.compared).c_str(),
-                    compared(row.goal).c_str(), held ? "yes" : "no", found->second.empty() ? "" : ", ",
-                    found->second.c_str());
-        Json::Value line;
-        line["what"] = row.what;
-        if (!found->second.empty())
-            line["worst"] = found->second;
-        line[is_time ? "nanoseconds" : "value"] = figures.value;
-        if (row.floor != nullptr)
-            line["floor"] = figures.floor;
-        if (row.kind != Kind::Limit)
-            line[row.kind == Kind::Difference ? "difference" : "ratio"] = figures.compared;
-        line["goal"] = row.goal;
-        line["held"] = held;
-        table.append(line);
+        if (const auto found = Find(row, kept)) {
+            PrintRow(row, found->first, found->second);
+            table.append(ToJson(row, found->first, found->second));
+        }
     }
     return table;
 }
@@ -261,6 +277,7 @@ int main(int argc, char** argv)
             arguments.push_back(argument);
     }
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     int count = static_cast<int>(pointers.size());

@@ -200,7 +200,7 @@ class Listeners {
     }
 
     asio::io_context io_{1};
-    std::array<char, 256 * 1024> buffer_;  // all of them throw away what they read
+    std::array<char, std::size_t{256} * 1024> buffer_{};  // all of them throw away what they read
     std::vector<std::unique_ptr<websocket::stream<tcp::socket>>> sockets_;
     std::mutex mutex_;
     std::condition_variable arrived_;

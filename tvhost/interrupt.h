@@ -16,10 +16,13 @@ int InterruptDescriptor();
 /// Whether such a signal came. Any thread.
 bool IsInterrupted();
 
-/// While it lives, `act` is called on a thread of its own when such a signal comes, or has come before.
+/// While it lives, `act` is called once, on a thread of its own, when such a signal comes, or has come
+/// before.
 class OnInterrupt {
   public:
+    /// Throws std::system_error.
     explicit OnInterrupt(std::function<void()> act);
+    /// When it has returned, `act` is not running any more. Not on the thread of `act`.
     ~OnInterrupt();
     OnInterrupt(const OnInterrupt&) = delete;
     OnInterrupt& operator=(const OnInterrupt&) = delete;

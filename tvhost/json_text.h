@@ -17,7 +17,7 @@ class JsonError : public std::runtime_error {
 };
 
 /// Limits of a page's message.
-constexpr std::size_t kMaxMessageBytes = 1024 * 1024;
+constexpr std::size_t kMaxMessageBytes = std::size_t{1024} * 1024;
 constexpr int kMaxMessageDepth = 64;
 
 /// Reads one JSON value, strictly. Throws JsonError; text nested deeper than `max_depth` is refused before

@@ -30,7 +30,7 @@ bool LineReader::Fill()
     buffer_.clear();
     if (!Wait())
         return false;
-    buffer_.resize(64 * 1024);
+    buffer_.resize(std::size_t{64} * 1024);
     ssize_t count = 0;
     do {
         count = ::read(descriptor_, buffer_.data(), buffer_.size());

@@ -15,7 +15,7 @@ struct InputLine {
 };
 
 /// Reads lines from a file descriptor with a limit on their length; what exceeds it is passed over without
-/// being kept. Interrupts end the input.
+/// being kept. Interrupts end the input. One thread at a time.
 class LineReader {
   public:
     /// The input ends when `interrupt_descriptor` becomes readable; -1: there is none. Neither is owned.

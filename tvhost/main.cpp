@@ -28,19 +28,19 @@ Json::Value Differing(const Json::Value& object, const Json::Value& usual)
     return differing;
 }
 
-/// Takes the places of standard streams that were closed, so that no file gets them and what is meant for a
-/// stream is not written into it. Using the stream fails as if it were closed.
+/// Keeps the place of a standard stream that is closed: else the next file that is opened would get its
+/// number, and what is meant for the stream. Its use stays the error that it was.
 void HoldClosedStreams()
 {
-    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (fcntl(descriptor, F_GETFD) == -1)
-            open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        // What is opened gets the lowest number that is free: the stream's.
+        if (fcntl(stream, F_GETFD) < 0)
+            static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY));
     }
 }
 
-}  // namespace
-
-int main(int argc, char** argv)
+/// Returns the exit status. Throws std::exception, whose what() is for the user.
+int Run(int argc, char** argv)
 {
     HoldClosedStreams();
     CLI::App app("Runs the streaming-channel plug-in off the TV: plays its page and its TV.", "zelumo-tv");
@@ -115,36 +115,40 @@ int main(int argc, char** argv)
     }
 
     host::CatchInterrupts();
+    if (!tv_file.empty())
+        tv::Tv::Get().Load(tv::ReadTvFile(tv_file));
+    const Json::Value usual_settings = tv::Tv::Get().settings().ValuesJson();
+    if (!settings.empty())
+        tv::Tv::Get().settings().OpenDatabase(settings);
+    script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
+    // Before the plug-in is loaded: its flag is on from the moment that it registers.
+    std::optional<host::TraceFile> trace_file;
+    if (!trace.empty())
+        trace_file.emplace(trace);
+    int status = 0;
+    if (serve_command->parsed()) {
+        serve.plugin = script.plugin;
+        if (serve.web.empty())
+            serve.web = host::DefaultWebPath();
+        serve.kept_settings = Differing(tv::Tv::Get().settings().ValuesJson(), usual_settings);
+        const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
+        serve.note = {"Recorded by zelumo-tv " ZELUMO_VERSION ". To replay:",
+                      "zelumo-tv " + tv_option + "script --check " + serve.record.string()};
+        status = host::RunServe(serve);
+    } else {
+        status = host::RunScript(script);
+    }
+    if (trace_file)
+        trace_file->Finish();
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
     try {
-        if (!tv_file.empty())
-            tv::Tv::Get().Load(tv::ReadTvFile(tv_file));
-        const Json::Value usual_settings = tv::Tv::Get().settings().ValuesJson();
-        if (!settings.empty())
-            tv::Tv::Get().settings().OpenDatabase(settings);
-        script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
-        // Before the plug-in is loaded: its flag is on from the moment that it registers.
-        std::optional<host::TraceFile> trace_file;
-        if (!trace.empty())
-            trace_file.emplace(trace);
-        int status = 0;
-        if (serve_command->parsed()) {
-            serve.plugin = script.plugin;
-            if (serve.web.empty())
-                serve.web = host::DefaultWebPath();
-            serve.kept_settings = Differing(tv::Tv::Get().settings().ValuesJson(), usual_settings);
-            const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
-            serve.note = {"Recorded by zelumo-tv " ZELUMO_VERSION ". To replay:",
-                          "zelumo-tv " + tv_option + "script --check " + serve.record.string()};
-            status = host::RunServe(serve);
-        } else {
-            status = host::RunScript(script);
-        }
-        if (trace_file)
-            trace_file->Finish();
-        return status;
-    } catch (const host::PluginError& error) {
-        std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
-        return 2;
+        return Run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
         return 2;

@@ -21,7 +21,7 @@ std::filesystem::path DefaultPluginPath()
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
     const std::filesystem::path folder = program.parent_path();
-    const std::filesystem::path beside = folder / "libzelumo.so";
+    std::filesystem::path beside = folder / "libzelumo.so";
     if (std::filesystem::exists(beside, error))
         return beside;
     return (folder / ZELUMO_LIBDIR_FROM_BINDIR / "libzelumo.so").lexically_normal();

@@ -14,7 +14,7 @@ class PluginError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The `libzelumo.so` built or installed beside the program.
+/// The `libzelumo.so` built or installed beside the program; it need not be there.
 std::filesystem::path DefaultPluginPath();
 
 /// A loaded plug-in library and its module, reached as the TV's runtime reaches them: through the exported
@@ -28,6 +28,7 @@ class Plugin {
     Plugin(const Plugin&) = delete;
     Plugin& operator=(const Plugin&) = delete;
 
+    /// Valid as long as this object.
     pp::Module& module() { return *module_; }
 
   private:

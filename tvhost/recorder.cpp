@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 #include <system_error>
 
@@ -70,7 +69,7 @@ void Recorder::Append(const std::string& block)
         } else if (errno != EINTR) {
             failed_ = true;
             std::fprintf(stderr, "zelumo-tv: %s: %s; the recording ends here\n", file_.c_str(),
-                         std::strerror(errno));
+                         std::generic_category().message(errno).c_str());
         }
     }
 }

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <system_error>
 #include <vector>
@@ -102,7 +101,8 @@ class Printer {
     void Check() const
     {
         if (error_ != 0)
-            throw OutputError(std::string("can't write to standard output: ") + std::strerror(error_));
+            throw OutputError(std::string("can't write to standard output: ") +
+                              std::generic_category().message(error_));
     }
 
   private:

@@ -16,7 +16,7 @@ struct ScriptOptions {
 
 /// Script mode: reads lines in from the file, prints lines out on standard output. Returns the exit status:
 /// 0, 1 when a line was in error or (with `check`) something differed, 2 for a file that can't be read.
-/// Throws PluginError.
+/// Throws PluginError. On the plug-in thread.
 int RunScript(const ScriptOptions& options);
 
 }  // namespace host

@@ -41,7 +41,7 @@ Session::Session(const std::filesystem::path& plugin, Output output, Heard heard
 Session::~Session()
 {
     if (instance_)
-        Close();
+        End();
     plugin_.reset();
     tv::Tv::Get().calls().RestoreAll();
     tv::Tv::Get().deliveries().Resume();
@@ -80,6 +80,11 @@ void Session::Open()
 void Session::Close()
 {
     OpenInstance();
+    End();
+}
+
+void Session::End()
+{
     instance_.reset();
     // Before anything more is delivered: what is left would call into the instance that is gone.
     if (const std::size_t left = tv::Tv::Get().DropLeftovers(); left != 0)

@@ -26,14 +26,16 @@ class LineError : public std::runtime_error {
 /// line that set it off has had its answer.
 class Session {
   public:
-    /// Receives every line out. Called on the thread on which it came up, one call at a time.
+    /// Receives every line out. Called on the thread on which it came up, one call at a time; it must not
+    /// call the session.
     using Output = std::function<void(const OrderedObject&)>;
     struct Heard {
         bool calls = false;
         bool log = false;
     };
 
-    /// Loads the plug-in. Throws PluginError. Destroyed on the same thread.
+    /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Hear is called on it, the
+    /// destructor included.
     Session(const std::filesystem::path& plugin, Output output, Heard heard);
     /// Closes the page, if it is open, and unloads the plug-in.
     ~Session();
@@ -51,6 +53,8 @@ class Session {
     void CarryOut(const Json::Value& line);
 
   private:
+    /// Destroys the instance, which is open.
+    void End();
     void Await(const Json::Value& message);
     void Post(const Json::Value& message);
     void DoVerb(const Json::Value& verb);

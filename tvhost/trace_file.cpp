@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 #include <variant>
 
 #include "tv/tv.h"
@@ -24,7 +24,7 @@ double Microseconds(std::chrono::nanoseconds time)
 
 std::string Reason(const std::filesystem::path& path, int error)
 {
-    return "trace file " + path.string() + ": " + std::strerror(error);
+    return "trace file " + path.string() + ": " + std::generic_category().message(error);
 }
 
 }  // namespace

@@ -20,7 +20,8 @@ class TraceError : public std::runtime_error {
 };
 
 /// Scope tracing into a file in the Trace Event format: switched on as long as this object lives. Each
-/// scope is in the file as soon as it has closed; when tracing ends the file is whole JSON.
+/// scope is in the file as soon as it has closed; when tracing ends the file is whole JSON. One at a time in
+/// a process; made and ended on one thread.
 class TraceFile {
   public:
     /// Replaces the file. Throws TraceError.

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 fs::path Folder(const fs::path& path)
 {
     std::error_code error;
-    const fs::path folder = fs::canonical(path, error);
+    fs::path folder = fs::canonical(path, error);
     if (!error && !fs::is_directory(folder, error) && !error)
         error = std::make_error_code(std::errc::not_a_directory);
     if (error)
@@ -24,7 +24,7 @@ fs::path Folder(const fs::path& path)
 std::string TypeOf(const fs::path& file)
 {
     // clang-format off
-    static constexpr std::array<std::pair<std::string_view, const char*>, 31> types{{
+    static constexpr std::array<std::pair<std::string_view, const char*>, 31> kTypes{{
         {".avif",        "image/avif"},
         {".css",         "text/css; charset=utf-8"},
         {".gif",         "image/gif"},
@@ -62,8 +62,8 @@ std::string TypeOf(const fs::path& file)
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     const auto found =
-        std::find_if(types.begin(), types.end(), [&](const auto& type) { return type.first == extension; });
-    return found == types.end() ? "application/octet-stream" : found->second;
+        std::find_if(kTypes.begin(), kTypes.end(), [&](const auto& type) { return type.first == extension; });
+    return found == kTypes.end() ? "application/octet-stream" : found->second;
 }
 
 int HexDigit(char c)

@@ -9,7 +9,7 @@ namespace host {
 
 /// The files that web mode gives out: the demo page with what belongs to it, and a person's own page.
 /// Nothing outside of the two folders is ever found, whatever a path or a symbolic link says; neither are
-/// names that begin with a dot.
+/// names that begin with a dot. Finding may be done on any thread.
 class WebFiles {
   public:
     /// `web` holds the demo page, the script and the description of the page's interface. `app` may be

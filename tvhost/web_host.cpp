@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 constexpr auto kTick = 100ms;
 /// What may wait for its turn, in bytes of the bodies.
-constexpr std::size_t kMaxWaitingBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMaxWaitingBytes = std::size_t{64} * 1024 * 1024;
 constexpr char kReplaced[] = "another page has the TV now";
 constexpr char kClosed[] = "the page was closed";
 constexpr char kEnding[] = "the TV host ends";
@@ -124,9 +124,8 @@ void WebHost::Run(const std::function<void()>& ready)
     }
     BeginRecording();
     started_ = Clock::now();
-    server_.Start(
-        {[this](WebRequest request, const Answer& answer) { OnRequest(std::move(request), answer); },
-         [this](const std::string& path) { return OnListen(path); }});
+    server_.Start({[this](const WebRequest& request, const Answer& answer) { OnRequest(request, answer); },
+                   [this](const std::string& path) { return OnListen(path); }});
     ready();
     ServeTurns();
 
@@ -140,10 +139,8 @@ void WebHost::Run(const std::function<void()>& ready)
         session_ = nullptr;
         left.swap(turns_);
     }
-    for (const Turn& turn : left) {
-        if (turn.answer)
-            turn.answer(ErrorResponse(503, kEnding));
-    }
+    for (const Turn& turn : left)
+        turn.answer(ErrorResponse(503, kEnding));
     left.clear();
     server_.Stop();
     const std::lock_guard lock(mutex_);
@@ -152,7 +149,7 @@ void WebHost::Run(const std::function<void()>& ready)
 
 // The server's thread.
 
-void WebHost::OnRequest(WebRequest request, const Answer& answer)
+void WebHost::OnRequest(const WebRequest& request, const Answer& answer)
 {
     try {
         if (const auto page = After(request.path, "/page/")) {
@@ -298,7 +295,7 @@ std::variant<std::shared_ptr<Channel>, WebResponse> WebHost::OnListen(const std:
 {
     if (path == "/journal")
         return journal_;
-    const std::string_view kMessages = "/messages";
+    constexpr std::string_view kMessages = "/messages";
     const std::optional<std::string_view> rest = After(path, "/page/");
     if (rest && rest->size() > kMessages.size() &&
         rest->substr(rest->size() - kMessages.size()) == kMessages) {
@@ -324,22 +321,16 @@ void WebHost::HearJournal(bool heard)
 
 bool WebHost::TakeTurn(Turn turn)
 {
-    const char* refusal = nullptr;
-    {
-        const std::lock_guard lock(mutex_);
-        if (stopping_)
-            refusal = kEnding;
-        else if (waiting_bytes_ + turn.bytes > kMaxWaitingBytes)
-            refusal = "too many messages are waiting";
-        else {
-            waiting_bytes_ += turn.bytes;
-            turns_.push_back(std::move(turn));
-        }
-    }
-    if (refusal != nullptr) {
+    std::unique_lock lock(mutex_);
+    if (stopping_ || waiting_bytes_ + turn.bytes > kMaxWaitingBytes) {
+        const char* const refusal = stopping_ ? kEnding : "too many messages are waiting";
+        lock.unlock();
         turn.answer(ErrorResponse(503, refusal));
         return false;
     }
+    waiting_bytes_ += turn.bytes;
+    turns_.push_back(std::move(turn));
+    lock.unlock();
     changed_.notify_one();
     return true;
 }

@@ -47,6 +47,7 @@ class WebHost {
     WebHost(const WebHost&) = delete;
     WebHost& operator=(const WebHost&) = delete;
 
+    // Any thread.
     std::string url() const { return server_.url(); }
     bool is_loopback() const { return server_.is_loopback(); }
     /// Stop is called at Ctrl-C or a polite kill. Before Run.
@@ -65,7 +66,7 @@ class WebHost {
     /// One turn at the TV.
     struct Turn {
         std::function<void()> run;
-        Answer answer;  ///< gets the error, when there is one; may be empty
+        Answer answer;  ///< gets the error, when there is one; never empty
         std::size_t bytes = 0;
     };
     /// A line in, and the same as text.
@@ -75,7 +76,7 @@ class WebHost {
     };
 
     // The server's thread.
-    void OnRequest(WebRequest request, const Answer& answer);
+    void OnRequest(const WebRequest& request, const Answer& answer);
     std::variant<std::shared_ptr<Channel>, WebResponse> OnListen(const std::string& path);
     void OnPageRequest(const WebRequest& request, const std::string& path, const Answer& answer);
     void OnMessage(long long page, bool blocking, const std::string& body, const Answer& answer);

@@ -38,7 +38,7 @@ using namespace std::chrono_literals;
 
 constexpr std::uint32_t kMaxHeaderBytes = 16 * 1024;
 /// What is read of a body that is refused, so that the browser gets to read the refusal.
-constexpr std::size_t kMaxDrainedBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMaxDrainedBytes = std::size_t{64} * 1024 * 1024;
 /// How often connections are watched for those that took too long. A timer of their own would cost each
 /// request more than the rest of its way through the server.
 constexpr auto kWatch = 5s;
@@ -605,7 +605,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     std::vector<std::string> own_names_;
     beast::flat_buffer buffer_;
     std::optional<http::request_parser<http::buffer_body>> parser_;
-    std::array<char, 16 * 1024> chunk_;
+    std::array<char, std::size_t{16} * 1024> chunk_{};
     std::string body_;
     std::size_t drained_ = 0;
     bool too_large_ = false;

@@ -63,9 +63,9 @@ class WebServer {
         std::function<std::variant<std::shared_ptr<Channel>, WebResponse>(const std::string& path)> listen;
     };
     struct Limits {
-        std::size_t body_bytes = 1024 * 1024;
+        std::size_t body_bytes = std::size_t{1024} * 1024;
         /// What waits for one listener, or in a channel for its first.
-        std::size_t queue_bytes = 16 * 1024 * 1024;
+        std::size_t queue_bytes = std::size_t{16} * 1024 * 1024;
         std::size_t queue_texts = 20'000;
         /// How long a listener that is to be closed has to take the reason.
         std::chrono::milliseconds close_grace{5000};

@@ -117,6 +117,7 @@ struct CallInfo {
     std::vector<ValueKind> out;
 };
 
+/// The row of a call, not of Count; valid for the life of the process. All of these on any thread.
 PLATFORM_API const CallInfo& InfoOf(CallId id);
 
 /// Whether an answer may give `value` where `kind` is asked for.

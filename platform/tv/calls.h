@@ -36,9 +36,10 @@ struct Answer {
 /// called is written to the journal. All operations may be called on any thread.
 class PLATFORM_API Calls {
   public:
+    /// `journal` outlives this object.
     explicit Calls(Journal& journal) : journal_(journal) {}
 
-    /// The row of the call table under that name, or null.
+    /// The row of the call table under that name, valid for the life of the process, or null.
     static const CallInfo* Find(const std::string& name);
 
     /// An answer without `times` replaces those that stood for the call; one with `times` queues up.
@@ -95,7 +96,7 @@ class PLATFORM_API Calls::NoDelay {
     const std::optional<CallId> id_;
 };
 
-/// The Calls of the TV.
+/// The Calls of the TV, valid for the life of the process.
 PLATFORM_API Calls& TheCalls();
 
 /// An out argument: where it goes and whether it was written.

@@ -35,6 +35,7 @@ class PLATFORM_API Clock {
     /// Moves playing time on, stopping at each alarm on the way; `after_alarm` is called after each one.
     void Advance(Time by, const std::function<void()>& after_alarm);
 
+    /// Playing time is 0 again, and the date what it was then; no alarm is set.
     void Reset();
 
   private:

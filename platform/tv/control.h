@@ -22,14 +22,14 @@ using VerbResults = std::vector<std::pair<std::string, Json::Value>>;
 
 /// Does what `{"tv": VERB, …}` asks for: what somebody at the TV does, or one of its services. Delivery
 /// verbs return when the callbacks have returned. Verbs that concern the page's instance ("close", "open")
-/// are the host's. One thread at a time. Throws VerbError.
+/// are the host's. One thread at a time, and not inside a callback. Throws VerbError.
 PLATFORM_API VerbResults CarryOut(const Json::Value& verb);
 
 /// Reads the fields of a verb and complains, by VerbError, about what is missing, of a wrong type or not
 /// known.
 class PLATFORM_API VerbFields {
   public:
-    /// `verb` outlives this object.
+    /// `verb` is an object, and outlives this one.
     explicit VerbFields(const Json::Value& verb);
 
     int Int(const char* name);

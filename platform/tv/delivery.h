@@ -34,6 +34,7 @@ class PLATFORM_API DeliveryThread {
     void Run(const Work& work);
     /// Returns when everything that was posted before has been run. Not on the delivery thread.
     void Drain();
+    /// Whether the caller is on it.
     bool IsCurrent() const;
 
   private:
@@ -54,14 +55,14 @@ class PLATFORM_API DeliveryThread {
 /// Release: so a script sees the same order every time.
 class PLATFORM_API Deliveries {
   public:
-    /// Any thread.
+    /// Any thread. `thread` outlives the delivery.
     void Post(DeliveryThread& thread, DeliveryThread::Work work);
-    /// From now on deliveries wait.
+    /// Any thread. From now on deliveries wait.
     void Hold();
     /// Runs the waiting deliveries one after the other, each on its own thread, those included that they
     /// set off themselves; returns how many ran. Deliveries still wait afterwards. One thread at a time.
     std::size_t Release();
-    /// Deliveries go straight to their threads again, the waiting ones first.
+    /// Any thread. Deliveries go straight to their threads again, the waiting ones first.
     void Resume();
 
   private:
@@ -77,7 +78,8 @@ class PLATFORM_API Deliveries {
 
 /// Who is called back for what by one service, with the guarantee that all services give: when Remove has
 /// returned, no callback that it covers is running or will start, unless it was called from inside that
-/// very callback. Key says for what, Callback is the client's function.
+/// very callback. Key says for what, Callback is the client's function. Any thread. `same` and `covers` are
+/// called under a lock: they look at the entry alone.
 template <typename Key, typename Callback>
 class Registrations {
   public:
@@ -136,7 +138,8 @@ class Registrations {
     }
 
     /// On the delivery thread: calls `invoke(entry)` for each registration that `covers` picks, in the
-    /// order of registering. Returns how many were called.
+    /// order of registering. Returns how many were called. Not inside `invoke`: which callback runs is noted
+    /// for one delivery at a time.
     template <typename Covers, typename Invoke>
     std::size_t Deliver(Covers covers, Invoke invoke)
     {

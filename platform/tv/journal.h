@@ -30,13 +30,15 @@ struct LogRecord {
 };
 
 /// Where platform calls and log lines become visible. Listeners are called on the thread that made the
-/// call, one at a time, in the order in which the calls ended; they must not make platform calls.
+/// call, one at a time, in the order in which the calls ended; they must neither make platform calls nor
+/// begin or end a listening. Any thread.
 class PLATFORM_API Journal {
   public:
     using CallListener = std::function<void(const CallRecord&)>;
     using LogListener = std::function<void(const LogRecord&)>;
 
-    /// Listening lasts until the result is destroyed; after that no call of the listener is running.
+    /// Listening lasts until the result is destroyed; after that no call of the listener is running. The
+    /// journal outlives the result.
     class Listening;
     [[nodiscard]] std::unique_ptr<Listening> ListenToCalls(CallListener listener);
     [[nodiscard]] std::unique_ptr<Listening> ListenToLog(LogListener listener);

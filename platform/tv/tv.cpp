@@ -24,13 +24,13 @@ void Tv::Load(const TvConfig& config)
     content_.Load(shared);
     settings_.Load(config.settings);
     player_.SetStreams(config.streams);
-    ExtensionConfig extension;
-    extension.embedder = config.extension.embedder_name;
-    extension.extension_info = config.extension.extension_info;
+    ExtensionConfig told;
+    told.embedder = config.extension.embedder_name;
+    told.extension_info = config.extension.extension_info;
     for (const std::string& privilege : config.extension.privileges)
-        extension.privileges[privilege] = true;
-    extension.window_id = config.extension.window_id;
-    extension_.Configure(std::move(extension));
+        told.privileges[privilege] = true;
+    told.window_id = config.extension.window_id;
+    extension_.Configure(std::move(told));
 }
 
 std::size_t Tv::CountRegistrations() const

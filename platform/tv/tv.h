@@ -22,6 +22,7 @@ namespace tv {
 /// The one TV of the process, which all stand-ins belong to. Any thread, unless a part says otherwise.
 class PLATFORM_API Tv {
   public:
+    /// Made by the first call, and never destroyed.
     static Tv& Get();
 
     Journal& journal() { return journal_; }

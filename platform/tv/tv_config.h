@@ -12,7 +12,7 @@
 #include "tv-service/TCServiceData.h"
 #include "tv-service/TVServiceTypes.h"
 
-/// A TV as its file describes it. All texts are UTF-8.
+/// A TV as its file describes it. All texts are UTF-8. Plain data: not changed any more once it is shared.
 namespace tv {
 
 /// What can be on.

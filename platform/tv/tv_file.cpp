@@ -340,8 +340,8 @@ std::map<std::string, SettingValue> ReadSettings(const Node& node)
 {
     const Object object(node);
     std::map<std::string, SettingValue> settings;
-    for (const std::string& key : node.json().getMemberNames()) {
-        const Node member = node[key];
+    for (const std::string& key : object.node().json().getMemberNames()) {
+        const Node member = object.node()[key];
         if (key.empty())
             member.Fail("a key must not be empty");
         SettingValue value;

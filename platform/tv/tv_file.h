@@ -22,7 +22,8 @@ PLATFORM_API TvConfig ParseTv(std::string_view text, const TvConfig& base);
 /// The same from a file, on the base of the sample TV. In what(), the file's name comes first.
 PLATFORM_API TvConfig ReadTvFile(const std::filesystem::path& file);
 
-/// The TV that is built in, as the text of a TV file and read.
+/// The TV that is built in, as the text of a TV file and read; both are valid for the life of the process.
+/// Any thread.
 PLATFORM_API std::string_view SampleTvText();
 PLATFORM_API const TvConfig& SampleTv();
 

@@ -10,7 +10,8 @@
 
 /// How the arguments and results of platform calls are written in the journal and read from answers.
 /// ToJson writes a value; FromJson reads one and gives false, leaving it untouched, when the JSON value has
-/// another shape or does not fit. Services add overloads for their own records beside their stand-ins.
+/// another shape or does not fit. Any thread. Services add overloads for their own records beside their
+/// stand-ins.
 namespace tv {
 
 /// A 64-bit number that is written as a decimal string.

@@ -285,6 +285,7 @@ void InFreshProcess(const std::string& what, const std::function<void()>& body)
     EXPECT_EXIT(
         {
             body();
+            // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else ends this process
             std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
         },
         testing::ExitedWithCode(EXIT_SUCCESS), "")

@@ -66,7 +66,7 @@ class WebClient::Core {
     {
         http::response_parser<http::string_body> parser;
         parser.skip(head);
-        parser.body_limit(256 * 1024 * 1024);
+        parser.body_limit(std::uint64_t{256} * 1024 * 1024);
         error_code error;
         http::read(socket, buffer, parser, error);
         Require(error, "reading a reply");

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <future>
 #include <limits>
 #include <string>
@@ -76,6 +77,7 @@ TEST(Var, CopiesShareContentsAndCountReferences)
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 1);
 
     copy = dictionary;
+    // cppcheck-suppress redundantPointerOp ; hides from the compiler that it is assigned to itself
     copy = *&copy;
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 2);
     dictionary.Delete("key");
@@ -215,7 +217,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
     EXPECT_EQ(loop.Run(), PP_ERROR_WRONG_THREAD);
     EXPECT_TRUE(pp::MessageLoop::GetCurrent().is_null());
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), 3600 * 1000), PP_OK);
+    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), std::int64_t{3600} * 1000), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);

@@ -16,7 +16,6 @@
 namespace {
 
 using test::J;
-using test::Text;
 
 /// Everything works as usual again at the end of a test.
 class Platform : public testing::Test {

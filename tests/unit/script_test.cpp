@@ -209,6 +209,20 @@ TEST(Host, AClosedOutputEndsTheScript)
     EXPECT_EQ(result.err, "zelumo-tv: can't write to standard output: Bad file descriptor\n");
 }
 
+TEST(Host, AClosedStreamIsNotTakenForAFile)
+{
+    const test::TemporaryFolder folder;
+    const std::string trace = (folder / "trace.json").string();
+    const std::string script = folder.Write("script", "{\"await\":1}\n");
+    // The files that are opened would get the numbers of the streams, and the streams' lines.
+    const test::HostResult no_output = test::RunHost("--trace " + trace + " script " + script + " <&- >&-");
+    EXPECT_EQ(no_output.err, "zelumo-tv: can't write to standard output: Bad file descriptor\n");
+    EXPECT_TRUE(test::J(test::ReadFile(trace)).isArray()) << test::ReadFile(trace);
+    const test::HostResult no_input = test::RunHost("script <&-");
+    EXPECT_EQ(no_input.err, "zelumo-tv: standard input: Bad file descriptor\n");
+    EXPECT_EQ(no_input.status, 2);
+}
+
 TEST(Host, SettingsLastInTheirDatabase)
 {
     const test::TemporaryFolder folder;

@@ -41,7 +41,7 @@ class Clicker {
                  R"({"tv":"restore","call":"BmsPlay"})",
                  R"({"tv":"report","player":1,"type":97})",
              })
-            verbs_.push_back(verb);
+            verbs_.emplace_back(verb);
         Open();
     }
 
@@ -88,7 +88,7 @@ TEST(Serve, ARecordedHalfHourReplaysToTheSameText)
     const std::string recording = (folder / "half-hour.jsonl").string();
     ServeProcess server({"--record", recording, "--speed", "600"});
     Clicker clicker(server.port());
-    constexpr std::int64_t kHalfHour = 30 * 60 * 1000;
+    constexpr std::int64_t kHalfHour = std::int64_t{30} * 60 * 1000;
     int clicks = 0;
     for (; clicks % 20 != 0 || clicker.PlayingTime() < kHalfHour; ++clicks)
         clicker.Click();

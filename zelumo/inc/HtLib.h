@@ -8,8 +8,8 @@ inline ht_enabled_flag libEnabled{0};
 
 }  // namespace zelumo
 
-/// The flag that the tracing library sets while this library's scopes are to be recorded. Inline, so that a
-/// trace point that is off costs one load.
+/// The flag that the tracing library sets while this library's scopes are to be recorded; never null. Any
+/// thread. Inline, so that a trace point that is off costs one load.
 inline ht_enabled_flag* HtLibEnabled()
 {
     return &zelumo::libEnabled;

@@ -4,7 +4,7 @@
 
 namespace zelumo {
 
-/// The part of a path behind its last slash.
+/// The part of a path behind its last slash: points into `path`.
 constexpr const char* BaseName(const char* path)
 {
     const char* base = path;
@@ -22,7 +22,8 @@ constexpr const char* BaseName(const char* path)
 #define ZELUMO_LOG_REST(first, ...) __VA_ARGS__
 
 /// One line to the platform log, after the prefix "file: function(line) > ". `...` is a printf format (a
-/// literal) and its arguments; the empty text at the end lets a format without arguments through.
+/// literal) and its arguments, which are evaluated whether or not anybody reads the log; the empty text at
+/// the end lets a format without arguments through. Any thread.
 #define ZELUMO_LOG_AT(function, line, buffer, priority, tag, ...)                               \
     do {                                                                                        \
         constexpr const char* zelumoLogFile = ::zelumo::BaseName(__FILE__);                     \

@@ -26,23 +26,28 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     static constexpr int kPlayerIdPlugin = 101;
     static constexpr ESignalType kSignalUnmuteByPincode = ESIGNAL_UNMUTE_BY_PINCODE;
 
-    /// Plug-in thread. `instance` holds this handler.
+    /// Plug-in thread. `instance` holds this handler. Subscribes to signal 177, so that signals may come at
+    /// once.
     explicit CZeLumoPluginHandler(pp::Instance* instance);
     /// Plug-in thread, after the worker thread was joined.
     ~CZeLumoPluginHandler() override;
 
+    // Worker thread.
     void WasUnregistered(pp::InstanceHandle instance) override;
+    /// There is no command to be posted: every message is answered with a refusal.
     void HandleMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override;
+    /// The answer is a dictionary, whatever the message is: a player command's, a command's, or a refusal.
     pp::Var HandleBlockingMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override;
 
-    /// Teardown begins: from now on events and settings changes that still arrive are dropped.
+    /// Teardown begins: from now on content-service events and settings changes that still arrive are
+    /// dropped. Signals and player events arrive until their subscriptions have ended. Any thread.
     void SetDestroyed() { m_bDestroyed = true; }
 
-    /// A copy that names the same instance.
+    /// A copy that names the same instance. Any thread.
     pp::Instance GetInstance();
 
     // Content service. Worker thread; ZELumo_GetPresentProgram also on the event proxy's thread. Texts go
-    // through unchanged; without the service the result is false and nothing is written.
+    // through unchanged; without the service, or when it refuses, the result is false and nothing is written.
     bool ZELumo_GetProgram(std::string& input, std::string& output);
     bool ZELumo_GetProgramList(std::string& input, std::string& output);
     bool ZELumo_GetPresentProgram(std::string& input, std::string& output);
@@ -66,51 +71,69 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     bool IsInstantOn();
 
     // Events. Subscriptions change on the worker thread, and end on the plug-in thread.
+    /// Also asks for the events of player 101. False when the event is subscribed to already, or without an
+    /// event proxy: then nothing has changed.
     bool RegisterEvent(ePloomiaEvent event);
+    /// True, whether or not the event was subscribed to.
     bool UnRegisterEvent(ePloomiaEvent event);
+    /// Ends every event subscription and signal 177's. When it has returned, no callback of them is running
+    /// or will start, unless it was called from inside one. May be called again.
     void PurgeAllSubscribedSignal();
     /// Any thread: posts an event to the page; a channel load carries the channel and its programme.
     void SendPloomiaEvent(ePloomiaEvent event);
     /// Any thread: posts a player event to the page.
     void OnEvent(int type, std::string param1, std::string param2);
+    /// Any thread: posts signal 177 to the page. False, nothing posted, for any other.
     bool t_SendData(ESignalType signal, TSSignalData data);
-    /// Callbacks, on the threads of their services; the user datum is the handler.
+    /// Callbacks, on the threads of their services; the user datum is the handler, and with a null one
+    /// nothing is posted. An event gives 0, or -1 when it was dropped; a signal gives 1.
     static int t_VordaOnEvent(int event, FSEventData data, void* userData);
     static int t_TVSSingalHandler(ESignalType signal, TSSignalData data, void* userData);
     static void t_BMSOnEvent(int type, std::string param1, std::string param2, void* userData);
 
     /// Event numbers and names. False, nothing written, for what has no counterpart; only the names of
-    /// content-service events lead back to their numbers.
+    /// content-service events lead back to their numbers. Any thread.
     bool m_ePloomiaEventToStrEvent(ePloomiaEvent& value, std::string& name);
     bool m_StrEventToePloomiaEvent(std::string& name, ePloomiaEvent& value);
 
-    // Settings keys. Worker thread; the purge on the plug-in thread.
+    // Settings keys. Worker thread; the purge on the plug-in thread. A read that fails writes nothing.
     bool SetStringToVconfWithKey(std::string& value, std::string& key);
     bool GetStringFromVconfWithKey(std::string& key, std::string& value);
     bool SetIntegerToVconfWithKey(int value, std::string& key);
     bool GetIntegerFromVconfWithKey(std::string& key, int& value);
     bool SetBooleanToVconfWithKey(int value, std::string& key);
     bool GetBooleanFromVconfWithKey(std::string& key, int& value);
+    /// From now on the page is told when the key is written. False when it is watched already, or when the
+    /// store refuses.
     bool AddVconfCallbackWithKey(std::string& key);
+    /// Ends every watch. When it has returned, no callback is running or will start, unless it was called
+    /// from inside one. May be called again.
     void PurgeAllVconfCB();
-    /// Settings store's thread.
+    /// Settings store's thread; the user datum is the handler, and with a null one nothing is posted.
     static void t_VconfChangedCallBack(_keynode_t* node, void* userData);
 
     // Channels. Worker thread; the current channel also on the event proxy's thread.
+    /// The streaming service's channels as JSON text.
     bool GetZELumoServices(std::string& out);
     bool SetNextService();
     bool SetPrevService();
+    /// Tunes on behalf of the application `appId`: through the navigation when the source is the tuner, else
+    /// through the source control.
     bool SetServiceByServiceid(unsigned long long serviceId, std::string appId);
+    /// Nothing is written on failure. A record that can't be built is an empty text, and no failure.
     bool t_GetCurrentChannelInfoWithJsonString(std::string& out);
     bool t_GetCurrentChannel(TCServiceData& data);
+    /// False, `info` untouched, when the content service does not know the service.
     bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
                                                  ExtractedServiceInfomations& info);
-    /// The channel record of `data` as JSON text; empty for null, or when it can't be built.
+    /// The channel record of `data` as JSON text; empty for null, or when it can't be built. `data` is lent.
     std::string t_GetChannelInfo(TCServiceData* data);
+    /// In decimal. Any thread.
     std::string UIntToString(const unsigned int& value);
 
   private:
     void Initialize();
+    /// Null while the content service is not available; the library's.
     FCEMSProxy* GetEventProxy();
 
     /// Read by the services' threads; goes from false to true before any subscription is dropped.
@@ -127,13 +150,16 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
 /// One embedded element: its handler and the worker thread on which the handler answers the page.
 class CZeLumoPluginInstance : public pp::Instance {
   public:
-    /// Plug-in thread, as is the destructor.
+    /// Plug-in thread, as is the destructor. Starts the worker, so that messages may come at once.
     explicit CZeLumoPluginInstance(PP_Instance instance);
+    /// Ends every subscription and watch, and waits for the one command that is being handled.
     ~CZeLumoPluginInstance() override;
 
+    /// True, whatever the attributes are.
     bool Init(uint32_t argc, const char* argn[], const char* argv[]) override;
 
-    /// Power service's thread; the user datum is the instance.
+    /// Power service's thread; the user datum is the instance, and with a null one nothing is posted. Gives
+    /// 0.
     static int t_OnPowerOff(int type, void* userData);
 
   private:
@@ -143,5 +169,6 @@ class CZeLumoPluginInstance : public pp::Instance {
 
 class CZeLumoPluginModule : public pp::Module {
   public:
+    /// Plug-in thread. Never null; the caller owns it.
     pp::Instance* CreateInstance(PP_Instance instance) override;
 };

@@ -46,11 +46,13 @@ Json::Value Int(const TCServiceData& data, int field)
 void ucs2utf8(const char* in, std::size_t inLength, char* out, std::size_t outSize)
 {
     const iconv_t converter = iconv_open("UTF-8", "UCS-2BE");
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv tells a failure
     if (converter == reinterpret_cast<iconv_t>(-1)) {
         LOG_DEBUG("Iconv open failed");
         return;
     }
-    char* from = const_cast<char*>(in);  // iconv's signature; it only reads
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): iconv's signature; it only reads
+    char* from = const_cast<char*>(in);
     if (iconv(converter, &from, &inLength, &out, &outSize) == static_cast<std::size_t>(-1))
         LOG_DEBUG("iconv failed: %d", errno);
     iconv_close(converter);
@@ -73,14 +75,16 @@ std::string ChannelName(const TCServiceData& data)
     return out.data();
 }
 
-/// The JSON text of the extra members, empty when there is none.
+/// The JSON text of the extra members, which ends at its first zero; empty when there is none.
 std::string ExtraText(const TCServiceData& data)
 {
     std::u16string units;
     data.Get(ESERVICE_FIELD_EXTRA, units);
     for (char16_t& unit : units)
         unit = static_cast<char16_t>(unit << 8 | unit >> 8);
-    return boost::locale::conv::utf_to_utf<char>(units, boost::locale::conv::skip).c_str();
+    std::string text = boost::locale::conv::utf_to_utf<char>(units, boost::locale::conv::skip);
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
 }
 
 /// Adds the members of the JSON object in `text`; a member of the same name is replaced. Text that is not
@@ -244,6 +248,7 @@ bool CZeLumoPluginHandler::SetPrevService()
     return true;
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 bool CZeLumoPluginHandler::SetServiceByServiceid(unsigned long long serviceId, std::string appId)
 {
     LOG_ERROR("%s begins", __func__);

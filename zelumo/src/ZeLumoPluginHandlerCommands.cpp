@@ -315,11 +315,11 @@ pp::Var CZeLumoPluginHandler::HandleBlockingMessageImpl(pp::InstanceHandle, cons
     return failure(kNotSupported, "Command no recognized");
 }
 
-void CZeLumoPluginHandler::HandleMessageImpl(pp::InstanceHandle handle, const pp::Var& message)
+void CZeLumoPluginHandler::HandleMessageImpl(pp::InstanceHandle instance, const pp::Var& message)
 {
-    const pp::Instance instance(handle.pp_instance());
+    const pp::Instance page(instance.pp_instance());
     const auto refuse = [&](const std::string& command, int code, const char* text) {
-        responseData(instance, command, code, pp::Var(pp::Var::Null()), ErrorName(code), text);
+        responseData(page, command, code, pp::Var(pp::Var::Null()), ErrorName(code), text);
     };
 
     if (!message.is_dictionary())

@@ -203,6 +203,7 @@ void CZeLumoPluginHandler::t_BMSOnEvent(int type, std::string param1, std::strin
         static_cast<CZeLumoPluginHandler*>(userData)->OnEvent(type, std::move(param1), std::move(param2));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 void CZeLumoPluginHandler::OnEvent(int type, std::string param1, std::string param2)
 {
     pp::VarDictionary message;

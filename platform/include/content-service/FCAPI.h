@@ -20,6 +20,7 @@ struct ExtractedServiceInfomations {
     unsigned short programNumber = 0;
 };
 
+/// The streaming service's channels: programmes, pictures and on-demand marks.
 class PLATFORM_API FIVirtualChannelsAPI {
   public:
     virtual bool GetProgramList(const std::string& request, std::string& response) = 0;
@@ -38,7 +39,9 @@ class PLATFORM_API FIVirtualChannelsAPI {
     /// Whether the viewer has agreed to the use of viewing data.
     virtual bool GetViewingAgreement() = 0;
     virtual bool ProgramInfoIsAvailable(std::string& response) = 0;
+    /// As if the page had never been started.
     virtual bool RestartZelumoInfo() = 0;
+    /// False, `info` untouched, for a service that is not known.
     virtual bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
                                                          ExtractedServiceInfomations& info) = 0;
 
@@ -46,12 +49,16 @@ class PLATFORM_API FIVirtualChannelsAPI {
     virtual ~FIVirtualChannelsAPI();
 };
 
+/// The page as an application, and the first use of it.
 class PLATFORM_API FIZELumoAPI {
   public:
+    /// Tells that the page was started: what is asked for now is no first use any more.
     virtual bool LaunchedZELumoWebApp() = 0;
+    /// False, nothing written, on failure.
     virtual bool GetAppIDAndURL(std::string& appID, std::string& url) = 0;
     virtual bool CheckIsFirstBootingInZELumo() = 0;
     virtual bool IsFirstEntryToZelumo() = 0;
+    /// False, nothing written, on failure.
     virtual bool CheckFirstBootInZELumo(bool& isFirstEntry, bool& isInstantOn) = 0;
     virtual bool IsInstantOn() = 0;
 
@@ -61,7 +68,7 @@ class PLATFORM_API FIZELumoAPI {
 
 class PLATFORM_API FCAPI {
   public:
-    /// Null while the content service is not available.
+    // Any thread. Null while the content service is not available; else valid for the life of the process.
     static FIVirtualChannelsAPI* GetVirtualChannelsAPI();
     static FIZELumoAPI* GetZELumoAPI();
 };

@@ -2,19 +2,20 @@
 
 #include "zelumo-platform/export.h"
 
-/// What came with an event.
+/// What came with an event; valid during the callback.
 struct FSEventData {
     const void* data = nullptr;
     unsigned int size = 0;
 };
 
-/// Called on the event proxy's delivery thread, one call at a time.
+/// Called on the event proxy's delivery thread, one call at a time. The result does not change what is
+/// delivered.
 using FEventCallback = int (*)(int event, FSEventData data, void* userData);
 
 /// The process's connection to the content service.
 class PLATFORM_API FIIPCConnection {
   public:
-    /// Null while the content service is not available. Never released.
+    /// Any thread. Null while the content service is not available. Never released.
     static FIIPCConnection* GetInstance();
 
   protected:
@@ -28,7 +29,7 @@ class PLATFORM_API FCEMSProxy {
     /// Null without a connection. Owned by the library, valid for the life of the process.
     static FCEMSProxy* GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback);
 
-    /// 0 on success.
+    /// 0 on success. `userData` is handed to the callback as it is; not owned.
     virtual int Subscribe(int event, void* userData) = 0;
     virtual bool IsSubscribed(int event) const = 0;
     /// When it has returned, no call of the callback for that event is running or will start, unless it

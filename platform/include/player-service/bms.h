@@ -6,7 +6,8 @@
 #include "zelumo-platform/export.h"
 
 /// The TV's media player service. Any thread. 0 is success, another result failure; a command fails for a
-/// player that does not exist, or that is in no state for it.
+/// player that does not exist, or that is in no state for it. User data are handed back as they are; not
+/// owned.
 
 using BmsPlayerId = int;
 
@@ -36,7 +37,7 @@ enum _BmsEvent : int {
 };
 using BmsCallbackType = _BmsEvent;
 
-/// The record of a report.
+/// The record of a report; its type says what the values are.
 struct alignas(8) _BmsCallbackStruct {
     std::int32_t value1 = 0;
     std::int32_t value2 = 0;
@@ -45,10 +46,11 @@ struct alignas(8) _BmsCallbackStruct {
 using BmsSignalData = _BmsCallbackStruct;
 static_assert(sizeof(_BmsCallbackStruct) == 16, "the record's size is fixed");
 
-/// Called on the player service's own thread, one call at a time.
+/// Called on the player service's own thread, one call at a time. `data` is valid during the call.
 using BmsCallbackFunction = void (*)(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
 
-/// Makes a player for a stream and writes its id. `timeOffset` is where to begin, in seconds.
+/// Makes a player for a stream and writes its id; fails, nothing written, without an address. `timeOffset` is
+/// where to begin, in seconds.
 PLATFORM_API int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType,
                                  _BmsDrmInfo drm, BmsPlayerId* id);
 PLATFORM_API int BmsPlay(BmsPlayerId id);
@@ -61,10 +63,11 @@ PLATFORM_API int BmsResumeLive(BmsPlayerId id);
 PLATFORM_API int BmsSeek(BmsPlayerId id, std::int32_t position);
 /// Writes the play position in milliseconds; nothing is written on failure.
 PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
+/// The rectangle of the screen that shows the picture; in any state.
 PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
 
 /// Asks for a call of `callback` for each report of that player, which need not exist yet. One registration
-/// a player and user datum: a second one replaces the callback.
+/// a player and user datum: a second one replaces the callback. Fails for a null callback.
 PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
 /// When it has returned, no call for that player and user datum is running or will start, unless it was
 /// called from inside one. Fails when there was no such registration.

@@ -11,6 +11,7 @@
 class PLATFORM_API PPBaseMessageHandler : public pp::MessageHandler {
   public:
     ~PPBaseMessageHandler() override;
+    // Loop's thread. The first two pass on to the operations below, the last does nothing.
     void HandleMessage(pp::InstanceHandle instance, const pp::Var& message) override;
     pp::Var HandleBlockingMessage(pp::InstanceHandle instance, const pp::Var& message) override;
     void WasUnregistered(pp::InstanceHandle instance) override;

@@ -7,7 +7,8 @@
 
 namespace pp {
 
-/// A worker thread with a message loop of its own. Started, and destroyed, by the thread that owns it.
+/// A worker thread with a message loop of its own. Started, and destroyed, by the thread that owns it; never
+/// by the worker itself.
 class PLATFORM_API SimpleThreadAwaitLoop {
   public:
     explicit SimpleThreadAwaitLoop(const InstanceHandle& instance);
@@ -19,6 +20,7 @@ class PLATFORM_API SimpleThreadAwaitLoop {
 
     /// Returns once the loop takes messages. False when it was started before.
     bool Start();
+    /// Any thread. No thread runs it before Start.
     const MessageLoop& message_loop() const { return loop_; }
 
   private:

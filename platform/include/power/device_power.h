@@ -5,13 +5,14 @@
 /// The bit of a power-off type that says that the TV goes to suspend.
 enum { DEVICE_POWER_OFF_TO_SUSPEND = 0x40000000 };
 
-/// Called on the power service's own thread, one call at a time.
+/// Called on the power service's own thread, one call at a time; `type` is a set of bits. The result does not
+/// change what is delivered.
 using device_power_poweroff_cb = int (*)(int type, void* user_data);
 
-/// Asks for a call of `callback` at each power-off. One subscription a callback: a second one replaces the
-/// user datum. Returns 0, or a negative number for a null callback.
+/// Asks for a call of `callback` at each power-off. Any thread. One subscription a callback: a second one
+/// replaces the user datum, which is not owned. Returns 0, or a negative number for a null callback.
 PLATFORM_API int device_power_subscribe_poweroff(device_power_poweroff_cb callback, void* user_data);
 
-/// Ends that. When it has returned, no call of `callback` is running or will start, unless it was called
-/// from inside one. Returns 0, or a negative number when there was no such subscription.
+/// Ends that. Any thread. When it has returned, no call of `callback` is running or will start, unless it was
+/// called from inside one. Returns 0, or a negative number when there was no such subscription.
 PLATFORM_API int device_power_unsubscribe_poweroff(device_power_poweroff_cb callback);

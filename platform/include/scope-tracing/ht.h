@@ -14,7 +14,8 @@
 #include "zelumo-platform/export.h"
 
 /// Scopes of a traced library: a container opens one and its destruction closes it; the handler of the open
-/// scope takes the values that are recorded with it. A scope belongs to the thread that opened it.
+/// scope takes the values that are recorded with it. A scope belongs to the thread that opened it: it is used
+/// and closed there.
 
 /// The tracing library's number of a trace point, 0 until the point is reached for the first time.
 using ht_point_id = std::atomic<std::uint32_t>;
@@ -45,6 +46,7 @@ class PLATFORM_API TSCallItemHelper {
   public:
     /// A number (4 bytes) or a truth value (1 byte), in memory order.
     void StoreFixed(const void* address, std::size_t size);
+    /// A text. Both copy.
     void Store(const char* characters, std::size_t length);
 
     struct Item {
@@ -69,6 +71,7 @@ class TCScopeHandler;
 /// One scope, open as long as it lives. When it closes, queued callbacks are run first.
 class PLATFORM_API TCScopeContainer {
   public:
+    /// `location` outlives this object.
     explicit TCScopeContainer(const TSCodeLocation& location);
     ~TCScopeContainer();
     TCScopeContainer(const TCScopeContainer&) = delete;

@@ -9,12 +9,13 @@
 struct _keynode_t;
 using keynode_t = _keynode_t;
 
-/// Called on the store's own thread, one call at a time, after a watched key was written by anybody.
+/// Called on the store's own thread, one call at a time, after a watched key was written by anybody. `node`
+/// is valid during the call.
 using vconf_callback_fn = void (*)(keynode_t* node, void* user_data);
 
 extern "C" {
 
-/// A key takes the type that is written to it.
+/// A key takes the type that is written to it. An empty key is a failure. Texts are copied.
 PLATFORM_API int vconf_set_str(const char* key, const char* value);
 PLATFORM_API int vconf_set_int(const char* key, int value);
 /// 0 is false, any other value true.
@@ -26,10 +27,11 @@ PLATFORM_API int vconf_get_int(const char* key, int* value);
 /// Writes 0 or 1.
 PLATFORM_API int vconf_get_bool(const char* key, int* value);
 
-/// One watch a key and callback: a second one replaces the user datum. The key need not exist.
+/// One watch a key and callback: a second one replaces the user datum, which is not owned. The key need not
+/// exist. Fails for an empty key or a null callback.
 PLATFORM_API int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data);
 /// When it has returned, no call of `callback` for that key is running or will start, unless it was called
-/// from inside one.
+/// from inside one. Fails when there was no such watch.
 PLATFORM_API int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback);
 
 /// The key that changed; valid during the callback.

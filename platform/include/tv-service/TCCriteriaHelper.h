@@ -6,7 +6,7 @@
 #include "tv-service/TVServiceTypes.h"
 #include "zelumo-platform/export.h"
 
-/// Which services a query is about, and which of their fields it fills.
+/// Which services a query is about, and which of their fields it fills. One thread at a time.
 class PLATFORM_API TCCriteriaHelper {
   public:
     /// Adds a field to those that the query fills.
@@ -38,7 +38,7 @@ class PLATFORM_API TCCriteriaHelper {
     std::vector<int> fetch_;
 };
 
-/// Fills criteria from a navigation mode. True on success; criteria are untouched otherwise.
+/// Fills criteria from a navigation mode. Any thread. True on success; criteria are untouched otherwise.
 class PLATFORM_API TCNavigationModeHelper {
   public:
     static bool GetNavigationCriteria(ENavigationMode mode, TCCriteriaHelper& criteria, ESortMode sort);

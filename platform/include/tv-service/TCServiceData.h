@@ -51,8 +51,9 @@ class PLATFORM_API TCServiceData {
         int id;
         Value value;
     };
+    /// Replaces the field, or adds it.
     void Set(int field, Value value);
-    /// Null when the field is absent.
+    /// Null when the field is absent; valid until a field is set.
     const Value* Find(int field) const;
     /// In the order of their identifiers.
     const std::vector<Field>& fields() const { return fields_; }

@@ -41,16 +41,17 @@ class PLATFORM_API ISourceControl {
     virtual ~ISourceControl();
 };
 
-/// Called on the TV service's signal thread, one call at a time.
+/// Called on the TV service's signal thread, one call at a time. The result does not change what is
+/// delivered.
 using TVSignalCallback = int (*)(ESignalType signal, TSSignalData data, void* userData);
 
 /// Subscriptions to TV signals for the callback that it was created for. One subscription a signal and
-/// callback: a second one replaces the user datum.
+/// callback: a second one replaces the user datum, which is not owned.
 class PLATFORM_API ISignalSubscriber {
   public:
     virtual int Subscribe(ESignalType signal, void* userData, int, int, int) = 0;
     /// When it has returned, no call of the callback for that signal is running or will start, unless it
-    /// was called from inside one.
+    /// was called from inside one. 0 when there was no such subscription.
     virtual int Unsubscribe(ESignalType signal, int, int, int) = 0;
 
   protected:

@@ -25,10 +25,12 @@ class PLATFORM_API ContentService {
     explicit ContentService(const Clock& clock);
     ~ContentService();
 
-    /// Takes over the line-up and the first-use state; all on-demand marks are gone.
+    /// Takes over the line-up and the first-use state; all on-demand marks are gone. `config` is not null.
+    /// Before the first one there are no channels.
     void Load(std::shared_ptr<const TvConfig> config);
 
     bool available() const { return snapshot().config->content_service.available; }
+    // The interfaces, valid as long as this object, whether or not the service is available.
     FIVirtualChannelsAPI* virtual_channels();
     FIZELumoAPI* zelumo();
 

@@ -18,22 +18,25 @@ class PLATFORM_API EventProxyService {
     explicit EventProxyService(Deliveries& deliveries);
     ~EventProxyService();
 
+    /// Never null; valid for the life of the process.
     FIIPCConnection* connection();
-    /// The proxy of that callback, the same one every time.
+    /// The proxy of that callback, the same one every time; valid as long as this object.
     FCEMSProxy* ProxyFor(FEventCallback callback);
 
+    // As FCEMSProxy has them.
     int Subscribe(FEventCallback callback, int event, void* user_data);
     int Unsubscribe(FEventCallback callback, int event);
     bool IsSubscribed(FEventCallback callback, int event) const;
 
-    /// Delivers an event and returns what each callback returned. With `null_user` the callbacks get a null
-    /// user datum.
+    /// Delivers an event on the service's thread and returns what each callback returned. With `null_user`
+    /// the callbacks get a null user datum.
     std::vector<int> Notify(int event, bool null_user);
     /// The event comes up by itself: it is delivered some time later.
     void Raise(int event);
 
     /// The events subscribed to, in the order of subscribing.
     std::vector<int> Events() const;
+    /// Ends every subscription; returns how many there were.
     std::size_t DropAll() { return registrations_.RemoveAll(); }
 
   private:

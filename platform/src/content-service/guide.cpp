@@ -85,10 +85,10 @@ Program Guide::InSchedule(const ChannelConfig& channel, seconds time) const
         if (channel.genre.empty() || text.genre == channel.genre)
             choice.push_back(&text);
     }
-    constexpr seconds block = kHalfHour * kBlockHalfHours;
-    const std::uint64_t lot = Mix(Mix(channel.id) ^ static_cast<std::uint64_t>(time / block));
+    constexpr seconds kBlock = kHalfHour * kBlockHalfHours;
+    const std::uint64_t lot = Mix(Mix(channel.id) ^ static_cast<std::uint64_t>(time / kBlock));
     const Pattern& pattern = kPatterns[lot % kPatterns.size()];
-    seconds start = time / block * block;
+    seconds start = time / kBlock * kBlock;
     std::size_t place = 0;
     while (start + pattern[place] * kHalfHour <= time)
         start += pattern[place++] * kHalfHour;

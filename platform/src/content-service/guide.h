@@ -16,7 +16,8 @@ struct Program {
 };
 
 /// What is on when. Every channel has a programme at any time, and it depends on nothing but the channel,
-/// the time and, where the channel brings its own guide, the half hour in which that guide begins.
+/// the time and, where the channel brings its own guide, the half hour in which that guide begins. Any
+/// thread.
 class Guide {
   public:
     /// `config` outlives this object and what it returns. `origin`: a time within that half hour.

@@ -2,7 +2,8 @@
 
 #include <string>
 
-/// Small pictures as data URLs of SVG; they need no escaping in HTML or CSS.
+/// Small pictures as data URLs of SVG; they need no escaping in HTML or CSS. The same arguments give the same
+/// picture. Texts are UTF-8. Any thread.
 namespace tv {
 
 /// A tile with the beginning of the channel's name.

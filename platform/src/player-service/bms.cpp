@@ -28,6 +28,7 @@ PlayerService& Service()
 }  // namespace
 }  // namespace tv
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType, _BmsDrmInfo drm,
                     BmsPlayerId* id)
 {

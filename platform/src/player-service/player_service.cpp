@@ -240,6 +240,7 @@ Json::Value PlayerService::PlayersJson() const
         one["position"] = Milliseconds(entry.player.Position(now));
         one["duration"] = Milliseconds(entry.player.Duration(now));
         one["live"] = entry.player.live();
+        // cppcheck-suppress variableScope ; asking for the member makes it null where there is no rectangle
         Json::Value& rect = one["rect"];
         if (entry.rect) {
             rect["x"] = entry.rect->x;

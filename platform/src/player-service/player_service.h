@@ -41,9 +41,11 @@ class PLATFORM_API PlayerService {
     int ResumeLive(BmsPlayerId id);
     /// Nothing without such a player, or when it has nothing to play.
     std::optional<std::int32_t> PlayTime(BmsPlayerId id) const;
+    /// Kept as it is, for PlayersJson; in any state.
     int SetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
 
-    /// One registration a player and user datum. A player's first report waits for its first registration.
+    /// As BmsSetCallback and BmsUnSetCallback have them. A player's first report waits for its first
+    /// registration.
     int SetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* user_data);
     int UnsetCallback(BmsPlayerId id, void* user_data);
 

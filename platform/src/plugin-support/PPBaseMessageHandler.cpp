@@ -32,6 +32,8 @@ pp::Var PPBaseMessageHandler::HandleBlockingMessage(pp::InstanceHandle instance,
 
 void PPBaseMessageHandler::WasUnregistered(pp::InstanceHandle) {}
 
+// NOLINTBEGIN(performance-unnecessary-value-param): the signatures are fixed.
+
 pp::Var PPBaseMessageHandler::createMessage(int code, pp::Var data, std::string errorName,
                                             std::string errorMessage)
 {
@@ -56,3 +58,5 @@ void PPBaseMessageHandler::sendData(pp::Instance instance, std::string name, int
 {
     instance.PostMessage(PostedLayout(name, code, data, errorName, errorMessage));
 }
+
+// NOLINTEND(performance-unnecessary-value-param)

@@ -33,7 +33,8 @@ class PLATFORM_API ExtensionSystem {
     int CountLookUps() const;
 
     /// Sees every var that crosses the table, on the caller's thread: a call's arguments when it begins, and
-    /// what it hands out while the observer is the only one to hold it. May be null.
+    /// what it hands out while the observer is the only one to hold it. The var is lent for the call. May be
+    /// null.
     using VarObserver = std::function<void(const PP_Var&)>;
     void Observe(VarObserver observer);
 

@@ -59,7 +59,7 @@ int32_t MessageLoop::PostWork(const CompletionCallback& callback, int64_t delay_
             : queue_->Post(tv::TaskQueue::Kind::Work, *task);
     if (!posted)
         return PP_ERROR_FAILED;
-    task.release();  // deletes itself when it is run or cancelled
+    static_cast<void>(task.release());  // deletes itself when it is run or cancelled
     return PP_OK;
 }
 

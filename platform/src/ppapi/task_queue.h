@@ -20,7 +20,7 @@ class Task {
     virtual ~Task() = default;
     /// On the queue's thread.
     virtual void Run() = 0;
-    /// Instead of Run, because the queue has ended. On the queue's thread, or on the posting one.
+    /// Instead of Run, because the queue ends. On the queue's thread, or on the one that destroys the queue.
     virtual void Cancel() = 0;
 };
 
@@ -42,10 +42,11 @@ class PLATFORM_API TaskQueue {
     bool Run();
 
     /// The queue uses the task until one of its operations has been called. False, and no operation is
-    /// called, when the queue has ended.
+    /// called, when the queue has ended, or for a message once a quit was posted.
     [[nodiscard]] bool Post(Kind kind, Task& task);
     [[nodiscard]] bool PostLater(Task& task, Clock::time_point when);
-    /// Ends Run after the tasks posted before; messages that have not begun are cancelled instead.
+    /// Ends Run after the tasks posted before; messages that have not begun are cancelled instead. False when
+    /// the queue has ended.
     bool Quit();
 
     /// Calls `observer` on the queue's thread when Run ends; at once false when the queue is not attached

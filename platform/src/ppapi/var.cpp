@@ -18,6 +18,7 @@ bool IsCounted(const PP_Var& var)
 
 VarObject* ObjectOf(const PP_Var& var)
 {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C struct has room for a number only
     return reinterpret_cast<VarObject*>(static_cast<std::intptr_t>(var.value.as_id));
 }
 
@@ -67,10 +68,10 @@ void ReleaseReference(const PP_Var& var)
 {
     if (!IsCounted(var) || ObjectOf(var)->references.fetch_sub(1, std::memory_order_acq_rel) != 1)
         return;
-    if (StringObject* text = AsStringObject(var))
-        delete text;
-    else if (ArrayObject* array = AsArrayObject(var))
-        delete array;
+    if (var.type == PP_VARTYPE_STRING)
+        delete AsStringObject(var);
+    else if (var.type == PP_VARTYPE_ARRAY)
+        delete AsArrayObject(var);
     else
         delete AsDictionaryObject(var);
 }

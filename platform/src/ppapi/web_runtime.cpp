@@ -67,7 +67,7 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
         };
         auto task = std::make_unique<DropTask>(shared_from_this());
         if (queue->Post(TaskQueue::Kind::Work, *task))
-            task.release();  // deletes itself when it is run or cancelled
+            static_cast<void>(task.release());  // deletes itself when it is run or cancelled
     }
 
     std::shared_ptr<TaskQueue> Queue() const
@@ -121,7 +121,7 @@ class MessageTask : public Task {
     {
         sem_init(&done_, 0, 0);
     }
-    ~MessageTask() { sem_destroy(&done_); }
+    ~MessageTask() override { sem_destroy(&done_); }
     MessageTask(const MessageTask&) = delete;
     MessageTask& operator=(const MessageTask&) = delete;
 
@@ -161,7 +161,7 @@ class MessageTask : public Task {
     const pp::Var& message_;
     const bool blocking_;
     const ReplySink& on_reply_;
-    sem_t done_;
+    sem_t done_{};
     pp::Var reply_;
 };
 

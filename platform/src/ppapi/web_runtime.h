@@ -29,18 +29,22 @@ class PLATFORM_API EmbeddedInstance {
     using ReplySink = std::function<void(const pp::Var&)>;
     using Attributes = std::vector<std::pair<std::string, std::string>>;
 
+    /// `module` outlives this object. Throws what the plug-in's creation throws.
     EmbeddedInstance(pp::Module& module, MessageSink sink, const Attributes& attributes = {});
-    /// When it has returned, nothing is posted to the sink any more.
+    /// When it has returned, posts have no effect any more. The plug-in's threads end, or wait, before: one
+    /// that does not could still be inside the sink.
     ~EmbeddedInstance();
     EmbeddedInstance(const EmbeddedInstance&) = delete;
     EmbeddedInstance& operator=(const EmbeddedInstance&) = delete;
 
     PP_Instance pp_instance() const;
-    /// A blocking message: waits for the plug-in's answer. Undefined when there is no handler, or when the
-    /// handler's loop ends before the message's turn has come. `on_reply` may be empty; it gets the reply
-    /// sooner than the waiting thread, by the time that a thread needs to wake.
+    /// A blocking message: waits for the plug-in's answer, so not from the worker thread. Undefined when
+    /// there is no handler, or when the handler's loop ends before the message's turn has come. `on_reply`
+    /// may be empty; it gets the reply sooner than the waiting thread, by the time that a thread needs to
+    /// wake.
     pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr);
-    /// A non-blocking message. Returns once the plug-in has handled it, or dropped it.
+    /// A non-blocking message. Not from the worker thread either: returns once the plug-in has handled it, or
+    /// dropped it.
     void Post(const pp::Var& message);
 
     /// A way to send messages that may outlive this object.
@@ -62,10 +66,11 @@ class PLATFORM_API EmbeddedInstance::Sender {
     std::shared_ptr<InstanceRecord> record_;
 };
 
-/// What pp::Module::Get gives from now on; null: nothing. Set by whoever loads the plug-in.
+/// What pp::Module::Get gives from now on; null: nothing. Set by whoever loads the plug-in and owns the
+/// module, and withdrawn before the module goes. Any thread.
 PLATFORM_API void SetModule(pp::Module* module);
 
-/// How many instances are alive.
+/// How many instances are alive. Any thread.
 PLATFORM_API int CountInstances();
 
 }  // namespace tv

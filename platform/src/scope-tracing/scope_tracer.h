@@ -60,6 +60,7 @@ class PLATFORM_API ScopeTracer {
     /// The next number of a trace point.
     std::uint32_t NewPoint() { return 1 + points_.fetch_add(1, std::memory_order_relaxed); }
     /// `scope.start` is a time of the steady clock here.
+    /// Dropped while tracing is off.
     void Close(TracedScope scope);
 
   private:

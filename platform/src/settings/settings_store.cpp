@@ -64,7 +64,7 @@ bool SettingsStore::Write(const std::string& key, const SettingValue& value)
     return true;
 }
 
-bool SettingsStore::Set(const std::string& key, SettingValue value)
+bool SettingsStore::Set(const std::string& key, const SettingValue& value)
 {
     if (!Write(key, value))
         return false;
@@ -72,7 +72,7 @@ bool SettingsStore::Set(const std::string& key, SettingValue value)
     return true;
 }
 
-std::optional<std::size_t> SettingsStore::SetAndTell(const std::string& key, SettingValue value,
+std::optional<std::size_t> SettingsStore::SetAndTell(const std::string& key, const SettingValue& value,
                                                      bool null_user)
 {
     if (!Write(key, value))

@@ -22,7 +22,7 @@ class SettingsDatabase;
 using SettingValue = std::variant<std::string, int, bool>;
 
 PLATFORM_API Json::Value ToJson(const SettingValue& value);
-/// A string, a whole number of 32 bits, or true or false.
+/// A string, a whole number of 32 bits, or true or false; else false, and `value` is untouched.
 PLATFORM_API bool FromJson(const Json::Value& json, SettingValue& value);
 
 /// The settings store: typed values under keys, kept in memory and, when a file was opened, in a database.
@@ -34,16 +34,17 @@ class PLATFORM_API SettingsStore {
     ~SettingsStore();
 
     /// From now on every write is also in the database before it counts as done; what the database holds
-    /// replaces the values in memory. Throws std::runtime_error when it can't be used.
+    /// takes the place of what is in memory under the same keys. Throws std::runtime_error when it can't be
+    /// used.
     void OpenDatabase(const std::filesystem::path& file);
     /// What the store holds from the start, before a database is opened. Nobody is told.
     void Load(std::map<std::string, SettingValue> values);
 
     /// False for an empty key and when the database refuses. Watchers are told some time later.
-    bool Set(const std::string& key, SettingValue value);
+    bool Set(const std::string& key, const SettingValue& value);
     /// The same, but returns when the watchers have been told: their number, or nothing on failure. With
     /// `null_user` they get a null user datum.
-    std::optional<std::size_t> SetAndTell(const std::string& key, SettingValue value, bool null_user);
+    std::optional<std::size_t> SetAndTell(const std::string& key, const SettingValue& value, bool null_user);
     /// Nothing when the key does not exist or holds another type.
     template <typename T>
     std::optional<T> Get(const std::string& key) const
@@ -55,6 +56,7 @@ class PLATFORM_API SettingsStore {
         return std::get<T>(found->second);
     }
 
+    // As vconf.h has them, true on success.
     bool Watch(const std::string& key, vconf_callback_fn callback, void* user_data);
     bool Ignore(const std::string& key, vconf_callback_fn callback);
 
@@ -62,6 +64,7 @@ class PLATFORM_API SettingsStore {
     Json::Value ValuesJson() const;
     /// The watched keys, in the order of watching.
     std::vector<std::string> Watches() const;
+    /// Ends every watch; returns how many there were.
     std::size_t DropAll() { return registrations_.RemoveAll(); }
 
   private:

@@ -16,19 +16,20 @@ class PLATFORM_API SignalService {
     SignalService();
     ~SignalService();
 
-    /// The subscriber of that callback, the same one every time.
+    /// The subscriber of that callback, the same one every time; valid as long as this object.
     ISignalSubscriber* SubscriberFor(TVSignalCallback callback);
 
     /// 1 on success; Unsubscribe gives 0 when there was no such subscription.
     int Subscribe(TVSignalCallback callback, ESignalType signal, void* user_data);
     int Unsubscribe(TVSignalCallback callback, ESignalType signal);
 
-    /// Delivers a signal and returns what each callback returned. With `null_user` the callbacks get a null
-    /// user datum.
+    /// Delivers a signal on the service's thread and returns what each callback returned. With `null_user`
+    /// the callbacks get a null user datum.
     std::vector<int> Notify(ESignalType signal, bool null_user);
 
     /// The signals subscribed to, in the order of subscribing.
     std::vector<int> Signals() const;
+    /// Ends every subscription; returns how many there were.
     std::size_t DropAll() { return registrations_.RemoveAll(); }
 
   private:

@@ -34,7 +34,7 @@ class OutServices {
     {
         for (std::unique_ptr<TCServiceData>& service : services) {
             target_.push_back(service.get());
-            service.release();
+            static_cast<void>(service.release());
         }
         written_ = true;
     }

@@ -20,9 +20,11 @@ class PLATFORM_API TvService {
     explicit TvService(EventProxyService& events);
     ~TvService();
 
-    /// Takes over the line-up and shows its first channel, without any event.
+    /// Takes over the line-up and shows the channel that it names, or its first, without any event. `config`
+    /// is not null. Before the first one there are no channels.
     void Load(std::shared_ptr<const TvConfig> config);
 
+    // The interfaces, valid as long as this object.
     IServiceNavigation* navigation();
     ISourceControl* source_control();
 

@@ -8,7 +8,8 @@
 
 #include "tv-service/TVServiceAPI.h"
 
-/// The forms in which the TV service's records stand in the journal, in answers and in TV files.
+/// The forms in which the TV service's records stand in the journal, in answers and in TV files. Reading
+/// gives false, the target untouched, when the JSON value has another form. Any thread.
 namespace tv {
 
 PLATFORM_API Json::Value ToJson(const TSTvMode& mode);

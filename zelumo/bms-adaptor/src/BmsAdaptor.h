@@ -12,10 +12,11 @@ class BMSAdaptor {
   public:
     BMSAdaptor();
 
-    /// True when the message was a player command and `reply` holds its answer; else `reply` is untouched.
+    /// True when the message was a player command and `reply` holds its answer, a refusal of its parameters
+    /// included; else `reply` is untouched.
     bool HandleBlockingMessageImp(const pp::Var& message, pp::Var& reply);
 
-    /// These pass on to the event relay.
+    /// These pass on to the event relay, whose contracts they have.
     void SetCallBack(BmsPlayerId id);
     void RegisterSendEvent(BmsPlayerId id, BmsEventCallback callback, void* userData);
     void Destory(BmsPlayerId id);

@@ -28,10 +28,11 @@ class BmsEventHandler {
     /// Stores the callback and its user datum, replacing earlier ones; `id` is not used. `userData` outlives
     /// this object, or the callback copes with it.
     void RegisterSendEventCallback(BmsPlayerId id, BmsEventCallback callback, void* userData);
-    /// No report of that player is relayed any more; no callback is stored.
+    /// No report of that player is relayed any more, and none is being relayed, unless it was called from
+    /// inside the send-event callback; no callback is stored, so that reports of other players are dropped.
     void UnSetCallback(BmsPlayerId id);
 
-    /// Player service's thread; the user datum is the relay.
+    /// Player service's thread; the user datum is the relay, and with a null one the report is dropped.
     static void CallbackFunction(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
 
   private:

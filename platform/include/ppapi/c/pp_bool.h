@@ -1,3 +1,3 @@
 #pragma once
 
-typedef enum { PP_FALSE = 0, PP_TRUE = 1 } PP_Bool;
+enum PP_Bool { PP_FALSE = 0, PP_TRUE = 1 };

@@ -2,4 +2,5 @@
 
 #include "ppapi/c/pp_stdint.h"
 
-typedef void (*PP_CompletionCallback_Func)(void* user_data, int32_t result);
+/// Gets its user datum back, and a result as pp_errors.h has them.
+using PP_CompletionCallback_Func = void (*)(void* user_data, int32_t result);

@@ -1,4 +1,5 @@
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+// Not <cstddef> and <cstdint>: the interfaces use the global names.
+#include <stddef.h>  // NOLINT(modernize-deprecated-headers)
+#include <stdint.h>  // NOLINT(modernize-deprecated-headers)

@@ -3,7 +3,7 @@
 #include "ppapi/c/pp_bool.h"
 #include "ppapi/c/pp_stdint.h"
 
-typedef enum {
+enum PP_VarType {
     PP_VARTYPE_UNDEFINED = 0,
     PP_VARTYPE_NULL = 1,
     PP_VARTYPE_BOOL = 2,
@@ -13,7 +13,7 @@ typedef enum {
     PP_VARTYPE_OBJECT = 6,
     PP_VARTYPE_ARRAY = 7,
     PP_VARTYPE_DICTIONARY = 8
-} PP_VarType;
+};
 
 /// A value that crosses between the page and a plug-in. Strings, arrays and dictionaries are counted
 /// references, named by as_id; whoever receives such a var from a C function owns one reference to it.

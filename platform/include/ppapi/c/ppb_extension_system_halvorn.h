@@ -14,7 +14,7 @@ struct PPB_ExtensionSystem_Halvorn_0_1 {
     /// What the runtime tells about the extension that runs.
     PP_Var (*GetCurrentExtensionInfo)(PP_Instance instance);
     /// Calls the runtime's operation `operation_name`. PP_OK: `*result` was written. Any other status is a
-    /// failure, and `*result` holds nothing.
+    /// failure, and `*result` holds no reference.
     int32_t (*GenericSyncCall)(PP_Instance instance, PP_Var operation_name, PP_Var operation_data,
                                PP_Var* result);
 };

@@ -5,7 +5,8 @@
 
 namespace pp {
 
-/// A function with a user datum, to be run once with a result.
+/// A function with a user datum, to be run once with a result, on the thread of whoever runs it. Copies are
+/// the same callback.
 class CompletionCallback {
   public:
     CompletionCallback(PP_CompletionCallback_Func func, void* user_data) : func_(func), user_data_(user_data)

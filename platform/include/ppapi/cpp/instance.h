@@ -21,6 +21,8 @@ class PLATFORM_API Instance {
     explicit Instance(PP_Instance instance) : pp_instance_(instance) {}
     virtual ~Instance();
 
+    // Plug-in thread; what is passed is lent. The base class does nothing.
+    /// Called once, after the creation, with the element's attributes.
     virtual bool Init(uint32_t argc, const char* argn[], const char* argv[]);
     virtual void DidChangeView(const View& view);
     virtual void DidChangeView(const Rect& position, const Rect& clip);
@@ -33,10 +35,12 @@ class PLATFORM_API Instance {
     /// Sends a message to the page. Any thread; nothing happens once the element is gone.
     void PostMessage(const Var& message);
     /// From now on the page's messages go to `handler` on the thread of `loop`. The handler must outlive
-    /// the loop's run or its unregistering. PP_ERROR_BADARGUMENT without a handler or once the element is
-    /// gone, PP_ERROR_WRONG_THREAD for a loop that no thread runs, PP_ERROR_FAILED while another handler
-    /// is registered.
+    /// the loop's run or its unregistering. Any thread. PP_ERROR_BADARGUMENT without a handler or a loop, or
+    /// once the element is gone, PP_ERROR_WRONG_THREAD for a loop that no thread runs, PP_ERROR_FAILED while
+    /// another handler is registered.
     int32_t RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop);
+    /// Any thread. The handler is dropped on its loop's thread, after what was posted before, and is told so.
+    /// Nothing happens without one.
     void UnregisterMessageHandler();
 
     PP_Instance pp_instance() const { return pp_instance_; }

@@ -7,10 +7,12 @@ namespace pp {
 
 class Instance;
 
-/// The id of an instance, to pass to objects that belong to one.
+/// The id of an instance, to pass to objects that belong to one. Says nothing of whether the instance still
+/// lives.
 class PLATFORM_API InstanceHandle {
   public:
-    InstanceHandle(Instance* instance);
+    /// `instance` is not null, and is used no longer than this call.
+    InstanceHandle(Instance* instance);  // NOLINT(google-explicit-constructor): an instance stands for its id
     explicit InstanceHandle(PP_Instance instance) : pp_instance_(instance) {}
 
     PP_Instance pp_instance() const { return pp_instance_; }

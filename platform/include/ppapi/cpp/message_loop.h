@@ -13,7 +13,7 @@ class TaskQueue;
 namespace pp {
 
 /// A queue of work that one thread runs. Copies name the same loop. Any thread may post; attaching and
-/// running belong to the loop's own thread.
+/// running belong to the loop's own thread. Without a loop each operation gives PP_ERROR_BADARGUMENT.
 class PLATFORM_API MessageLoop {
   public:
     /// No loop.
@@ -32,13 +32,15 @@ class PLATFORM_API MessageLoop {
     /// the loop has ended.
     int32_t PostWork(const CompletionCallback& callback, int64_t delay_ms = 0);
     /// Ends Run after the work that was posted before. Page messages that are still waiting are not
-    /// handled any more: a blocking one is answered with an undefined var at once. With `should_destroy`
-    /// nothing can be posted afterwards.
+    /// handled any more: a blocking one is answered with an undefined var at once. Work may still be posted
+    /// until the loop has ended. It does not run again, with or without `should_destroy`. PP_ERROR_FAILED
+    /// once it has ended.
     int32_t PostQuit(bool should_destroy);
 
     /// The loop attached to the calling thread, or none.
     static MessageLoop GetCurrent();
 
+    /// For the runtime. Null without a loop.
     const std::shared_ptr<tv::TaskQueue>& queue() const { return queue_; }
 
   private:

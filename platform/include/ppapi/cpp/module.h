@@ -7,14 +7,15 @@ namespace pp {
 
 class Instance;
 
-/// What a loaded plug-in library offers to the runtime. One stands at a time.
+/// What a loaded plug-in library offers to the runtime. One stands at a time. Made, used and destroyed on the
+/// plug-in thread; Get and GetBrowserInterface on any.
 class PLATFORM_API Module {
   public:
     Module();
     virtual ~Module();
 
     virtual bool Init();
-    /// Plug-in thread. The runtime owns the result and deletes it.
+    /// The runtime owns the result, which is not null, and deletes it.
     virtual Instance* CreateInstance(PP_Instance instance) = 0;
 
     /// The module that the runtime has loaded, or null.

@@ -9,19 +9,22 @@
 namespace pp {
 
 /// One value. Copying a string, an array or a dictionary shares its contents. Different Var objects may be
-/// used on different threads even when they share contents, as long as nobody changes those.
+/// used on different threads even when they share contents, as long as nobody changes those. Texts are UTF-8.
+/// An array or a dictionary must not contain itself: it would never be released.
 class PLATFORM_API Var {
   public:
     /// The null value, as opposed to the undefined one that Var() gives.
     struct Null {};
 
+    // NOLINTBEGIN(google-explicit-constructor): plain values pass as vars.
     Var() noexcept : var_{PP_VARTYPE_UNDEFINED, 0, {}} {}
     Var(Null) noexcept : var_{PP_VARTYPE_NULL, 0, {}} {}
     Var(bool value) noexcept;
     Var(int32_t value) noexcept;
     Var(double value) noexcept;
-    Var(const char* utf8);
+    Var(const char* utf8);  // not null
     Var(const std::string& utf8);
+    // NOLINTEND(google-explicit-constructor)
     /// Takes over one reference to `var`.
     Var(PassRef, const PP_Var& var) noexcept : var_(var) {}
     /// Adds a reference to `var`.

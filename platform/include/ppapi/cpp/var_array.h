@@ -12,10 +12,13 @@ class PLATFORM_API VarArray : public Var {
     VarArray();
     explicit VarArray(const Var& var);
 
+    /// Undefined past the end.
+
     Var Get(uint32_t index) const;
     /// Grows the array with undefined values when `index` is past its end.
     bool Set(uint32_t index, const Var& value);
     uint32_t GetLength() const;
+    /// Drops what is past the end, or grows with undefined values.
     bool SetLength(uint32_t length);
 };
 

@@ -13,7 +13,9 @@ class PLATFORM_API VarDictionary : public Var {
     VarDictionary();
     explicit VarDictionary(const Var& var);
 
+    /// Undefined without such a key.
     Var Get(const Var& key) const;
+    /// Replaces what stood under the key.
     bool Set(const Var& key, const Var& value);
     void Delete(const Var& key);
     bool HasKey(const Var& key) const;
