@@ -139,7 +139,7 @@ class KillsPart {
     {
         const Watchdog::Waiting waiting(run_.watchdog, "reading the settings back");
         test::WebClient client(port);
-        const std::string page = "/page/" + test::J(client.Post("/page/open").body)["page"].asString() + '/';
+        std::string page = "/page/" + test::J(client.Post("/page/open").body)["page"].asString() + '/';
         for (Setting& setting : settings_) {
             Json::Value message;
             message["command"] =

@@ -15,11 +15,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 /// How much more heap than a quarter of the time before is no growth: room for what containers keep.
-constexpr long long kFlat = 64 * 1024;
+constexpr long long kFlat = 65'536;
 /// Every page, whether or not it has asked for anything: one for the signal, one for power-off.
 constexpr std::size_t kRegistrationsOfAPage = 2;
 
-enum Role : std::uint64_t { kPlan, kOpening, kTv, kServices, kFirstSender };
+enum Role : std::uint64_t { Planning, Opening, PlayingTheTv, PlayingServices, FirstSender };
 
 /// One host and its pages.
 class PagesPart {
@@ -70,7 +70,7 @@ class PagesPart {
   private:
     Plan PlanOf(std::uint64_t round) const
     {
-        Dice dice(run_.seed, {number_, round, kPlan});
+        Dice dice(run_.seed, {number_, round, Planning});
         return Plan(api_, dice);
     }
 
@@ -88,8 +88,8 @@ class PagesPart {
     std::shared_ptr<Page> OpenPage(Host& host, std::uint64_t round)
     {
         const Watchdog::Waiting waiting(run_.watchdog, "opening a page");
-        const auto page = std::make_shared<Page>(api_, PlanOf(round).listeners);
-        Dice dice(run_.seed, {number_, round, kOpening});
+        auto page = std::make_shared<Page>(api_, PlanOf(round).listeners);
+        Dice dice(run_.seed, {number_, round, Opening});
         host.Open(page, dice);
         ++counts_.pages;
         return page;
@@ -105,19 +105,20 @@ class PagesPart {
 
         std::vector<std::thread> threads;
         scene.speaking = plan.senders;
+        threads.reserve(static_cast<std::size_t>(plan.senders) + 2);
         for (int i = 0; i < plan.senders; ++i) {
             threads.emplace_back([&, i, mine = std::shared_ptr<Seat>(host.TakeSeat())] {
-                Dice dice(run_.seed, {number_, round, kFirstSender + static_cast<std::uint64_t>(i)});
+                Dice dice(run_.seed, {number_, round, FirstSender + static_cast<std::uint64_t>(i)});
                 senders_[static_cast<std::size_t>(i)].Speak(scene, *mine, dice);
             });
         }
         threads.emplace_back([&] {
-            Dice dice(run_.seed, {number_, round, kTv});
+            Dice dice(run_.seed, {number_, round, PlayingTheTv});
             PlayTv(scene, *seat, dice);
         });
         std::atomic<bool> stop{false};
         std::thread services([&] {
-            Dice dice(run_.seed, {number_, round, kServices});
+            Dice dice(run_.seed, {number_, round, PlayingServices});
             TellThings(scene, dice, stop);
         });
         const auto join = [&] {

@@ -20,7 +20,9 @@ constexpr const char* kProgramCommands[] = {"GetProgram",           "GetProgramT
                                             "GetProgramBackground", "SetOnDemandProgram",
                                             "UnsetOnDemandProgram", "GetOnDemandIdentifier"};
 constexpr const char* kChannelCommands[] = {"GetProgramList", "GetPresentProgram", "GetChannelLogo"};
-constexpr Json::Int64 kMinute = 60 * 1000;
+constexpr Json::Int64 kMinute = 60'000;
+constexpr Json::Int64 kHour = 60 * kMinute;
+constexpr Json::Int64 kDay = 24 * kHour;
 constexpr Json::Int64 kStart = 1767294000000;  // 2026-01-01T19:00:00Z
 
 /// The commands that hand a text on to the content service, and its answer back.
@@ -203,7 +205,7 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
 {
     std::mt19937_64 random(20260101);
     std::uniform_int_distribution<Json::Int64> any_time(0, 4102444800000);  // up to 2100
-    std::uniform_int_distribution<Json::Int64> any_span(0, 30 * 60 * kMinute);
+    std::uniform_int_distribution<Json::Int64> any_span(0, 30 * kHour);
     for (int round = 0; round < 60; ++round) {
         const std::string id = Ids()[random() % Ids().size()];
         const Json::Int64 now = any_time(random);
@@ -238,11 +240,11 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
 {
     using Range = std::pair<Json::Int64, Json::Int64>;
     for (const auto& [span, range] : std::map<std::string, Range>{
-             {"", {kStart, kStart + 6 * 60 * kMinute}},
-             {R"(,"from":1767000000000)", {1767000000000, 1767000000000 + 6 * 60 * kMinute}},
+             {"", {kStart, kStart + 6 * kHour}},
+             {R"(,"from":1767000000000)", {1767000000000, 1767000000000 + 6 * kHour}},
              {R"(,"from":1767000000000,"to":1767000000000)", {1767000000000, 1767000000000}},
              {R"(,"to":1767294060000)", {kStart, kStart + kMinute}},
-             {R"(,"from":0,"to":4000000000000)", {0, 7 * 24 * 60 * kMinute}},  // and no further
+             {R"(,"from":0,"to":4000000000000)", {0, 7 * kDay}},  // and no further
          }) {
         const Json::Value list = Ask("GetProgramList", R"({"TCServiceId":"1002")" + span + "}");
         EXPECT_EQ(list["now"], kStart);

@@ -226,10 +226,11 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
         page.Await(c.request);
         Lines lines;
         for (std::string line : log.Take()) {
-            if (line.find(" ZLP_BASE Callback") != line.npos || line.find(" ZLP_BASE Event") != line.npos)
+            if (line.find(" ZLP_BASE Callback") != std::string::npos ||
+                line.find(" ZLP_BASE Event") != std::string::npos)
                 continue;  // a report's
             // Where in the source a result line stands changes with the source.
-            if (const std::size_t before = line.find("]("); before != line.npos)
+            if (const std::size_t before = line.find("]("); before != std::string::npos)
                 line.replace(before + 2, line.find(')', before) - before - 2, "N");
             lines.push_back(line);
         }

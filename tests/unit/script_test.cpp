@@ -19,7 +19,7 @@ std::string Nested(int depth)
 
 TEST(Script, LinesInErrorAreNamedAndTheScriptGoesOn)
 {
-    const std::string mebibyte(1024 * 1024, 'x');
+    const std::string mebibyte(std::size_t{1024} * 1024, 'x');
     // A line, and the beginning of its error behind "line 2: "; empty: none.
     for (const auto& [line, error] : std::vector<std::pair<std::string, std::string>>{
              {"nonsense", "not JSON: "},
