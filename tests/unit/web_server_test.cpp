@@ -29,7 +29,7 @@ using test::WebReply;
 
 constexpr char kVersionMessage[] = R"({"command":"GetVersion"})";
 constexpr char kVersionReply[] = R"({"code":0,"data":"1.00"})";
-constexpr std::size_t kMebibyte = 1024 * 1024;
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 std::string Nested(int depth)
 {
@@ -137,13 +137,13 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
 
 TEST_F(WebServer, ABodyOverTheLimitIsReadToItsEndAndRefused)
 {
-    const std::string kTooLarge = R"({"error":"the body is larger than 1048576 bytes"})";
+    const std::string too_large = R"({"error":"the body is larger than 1048576 bytes"})";
     const auto text_of = [](std::size_t bytes) { return '"' + std::string(bytes - 2, 'x') + '"'; };
     EXPECT_EQ(client_.Post(page_ + "await", text_of(kMebibyte)).status, 200);
     for (const std::size_t bytes : {kMebibyte + 1, 20 * kMebibyte}) {
         const WebReply reply = client_.Post(page_ + "await", text_of(bytes));
         EXPECT_EQ(reply.status, 413) << bytes;
-        EXPECT_EQ(reply.body, kTooLarge);
+        EXPECT_EQ(reply.body, too_large);
         EXPECT_TRUE(reply.keeps_alive);
     }
     const test::Headers chunked{{"Transfer-Encoding", "chunked"}};
