@@ -154,7 +154,7 @@ WebHost::WebHost(Findings& findings) : findings_(findings), web_(std::make_uniqu
 WebHost::~WebHost()
 {
     if (web_)
-        End();
+        WebHost::End();
 }
 
 void WebHost::Open(const std::shared_ptr<Page>& page, Dice& dice)

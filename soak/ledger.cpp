@@ -48,10 +48,10 @@ PageApi::PageApi()
         commands_.push_back(std::move(one));
     }
     for (const Json::Value& error : api["requestErrors"]) {
-        Broken broken{error["example"], error};
-        broken.reply.removeMember("when");
-        broken.reply.removeMember("example");
-        broken_.push_back(std::move(broken));
+        Broken one{error["example"], error};
+        one.reply.removeMember("when");
+        one.reply.removeMember("example");
+        broken_.push_back(std::move(one));
     }
     for (const Json::Value& event : api["events"]) {
         const int number = event["event"].asInt();

@@ -196,17 +196,18 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         text.find("\\u") == std::string_view::npos ? std::string() : WithoutLoneSurrogates(text);
     if (!mended.empty())
         text = mended;
-    static auto& readers = *new Pool<Json::CharReader>(MakeReader);
     Json::Value value;
     std::string errors;
     bool read = false;
     try {
+        static auto& readers = *new Pool<Json::CharReader>(MakeReader);
         readers.With([&](Json::CharReader& reader) {
             read = reader.parse(text.data(), text.data() + text.size(), &value, &errors);
         });
     } catch (const Json::Exception& exception) {
         errors = exception.what();
     }
+    // cppcheck-suppress knownConditionTrueFalse ; the lambda sets it
     if (!read)
         throw JsonError("not JSON: " + FirstComplaint(errors));
     return value;

@@ -161,6 +161,7 @@ class Registrations {
             invoke(entry);
             lock.lock();
             running_ = 0;
+            running_entry_ = nullptr;
             ++run_;
             ended_.notify_all();
             ++called;

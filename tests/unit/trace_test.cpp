@@ -285,6 +285,7 @@ TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
     const std::string file = folder / "trace.json";
     host::TraceFile(file).Finish();
     EXPECT_EQ(J(test::ReadFile(file)), Json::Value(Json::arrayValue));
+    // cppcheck-suppress unusedScopedObject ; it throws
     EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
     host::TraceFile full("/dev/full");
     EXPECT_THROW(full.Finish(), host::TraceError);
