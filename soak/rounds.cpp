@@ -99,6 +99,7 @@ class PagesPart {
     std::shared_ptr<Page> PlayRound(Host& host, Stage& stage, const std::shared_ptr<Page>& page,
                                     const Plan& plan, std::uint64_t round)
     {
+        const std::size_t leftovers = tv::Tv::Get().leftovers();
         Scene scene{stage, *page, plan};
         const std::unique_ptr<Seat> seat = host.TakeSeat();
         Subscribe(scene, *seat);
@@ -161,6 +162,8 @@ class PagesPart {
         // What was told too late for this page can have reached the next.
         if (next)
             next->ledger.Allow(kSignalName, scene.signals);
+        if (const std::size_t left = tv::Tv::Get().leftovers() - leftovers; left != 0)
+            run_.findings.Add(std::to_string(left) + " registrations outlived their page");
         const std::size_t registered = tv::Tv::Get().CountRegistrations();
         if (registered != (next ? kRegistrationsOfAPage : 0))
             run_.findings.Add(std::to_string(registered) + " registrations are left over: " +
