@@ -14,8 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How much more heap than a quarter of the time before is no growth: room for what containers keep.
-constexpr long long kFlat = 64 * 1024;
+/// Shorter parts are still warming up.
+constexpr double kLeastSecondsToJudge = 10;
 /// Every page, whether or not it has asked for anything: one for the signal, one for power-off.
 constexpr std::size_t kRegistrationsOfAPage = 2;
 
@@ -206,7 +206,7 @@ class PagesPart {
             run_.findings.Add(std::to_string(counts_.sent) + " blocking messages went in, " +
                               std::to_string(counts_.answered + counts_.gone) + " answers came out");
         const std::optional<long long> growth = memory_.Growth();
-        if (growth && *growth > kFlat)
+        if (growth && seconds >= kLeastSecondsToJudge && *growth > kFlatHeap)
             run_.findings.Add("the heap has grown by " + std::to_string(*growth) +
                               " bytes in the last quarter of the time");
         const auto rate = [&](std::uint64_t count) { return static_cast<double>(count) / seconds; };
