@@ -61,7 +61,7 @@ class Host {
 /// An element with the plug-in in this process: every thread reaches it at once.
 class EmbeddedHost : public Host {
   public:
-    explicit EmbeddedHost(Findings& findings);
+    EmbeddedHost();
     void Open(const std::shared_ptr<Page>& page, Dice& dice) override;
     void Close() override;
     std::unique_ptr<Seat> TakeSeat() override;
@@ -69,7 +69,6 @@ class EmbeddedHost : public Host {
     bool delivers_in_turn() const override { return false; }
 
   private:
-    Findings& findings_;
     std::unique_ptr<host::Plugin> plugin_;
     std::unique_ptr<tv::EmbeddedInstance> instance_;
 };

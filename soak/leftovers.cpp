@@ -56,15 +56,22 @@ std::string Census::Excess(const Census& before)
     return excess.substr(0, excess.size() - 2);
 }
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+const long long kFlatHeap = 16 * 1024;
+
 std::size_t HeapInUse()
 {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return __sanitizer_get_current_allocated_bytes();
+}
 #else
+const long long kFlatHeap = 128 * 1024;
+
+std::size_t HeapInUse()
+{
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
-#endif
 }
+#endif
 
 void MemoryCurve::Measure()
 {

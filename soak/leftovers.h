@@ -20,8 +20,11 @@ class Census {
     std::map<std::string, int> counts_;
 };
 
-/// Bytes on the heap that are in use.
+/// Bytes on the heap that are in use. A sanitizer counts them exactly; the C library counts as used what each
+/// thread keeps for its next allocations.
 std::size_t HeapInUse();
+/// How many more of them are no growth.
+extern const long long kFlatHeap;
 
 /// Memory over time, measured while nothing is under way.
 class MemoryCurve {

@@ -56,8 +56,7 @@ int main(int argc, char** argv)
             {"in-process", 0.35,
              [&](auto number, auto time) {
                  soak::RunPages(
-                     run, number, "in process",
-                     [&] { return std::make_unique<soak::EmbeddedHost>(findings); }, time);
+                     run, number, "in process", [] { return std::make_unique<soak::EmbeddedHost>(); }, time);
              }},
             {"web", 0.45,
              [&](auto number, auto time) {

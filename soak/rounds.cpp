@@ -14,8 +14,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How much more heap than a quarter of the time before is no growth: room for what containers keep.
-constexpr long long kFlat = 65'536;
+/// Shorter parts are still warming up.
+constexpr double kLeastSecondsToJudge = 10;
 /// Every page, whether or not it has asked for anything: one for the signal, one for power-off.
 constexpr std::size_t kRegistrationsOfAPage = 2;
 
@@ -99,6 +99,7 @@ class PagesPart {
     std::shared_ptr<Page> PlayRound(Host& host, Stage& stage, const std::shared_ptr<Page>& page,
                                     const Plan& plan, std::uint64_t round)
     {
+        const std::size_t leftovers = tv::Tv::Get().leftovers();
         Scene scene{stage, *page, plan};
         const std::unique_ptr<Seat> seat = host.TakeSeat();
         Subscribe(scene, *seat);
@@ -162,6 +163,8 @@ class PagesPart {
         // What was told too late for this page can have reached the next.
         if (next)
             next->ledger.Allow(kSignalName, scene.signals);
+        if (const std::size_t left = tv::Tv::Get().leftovers() - leftovers; left != 0)
+            run_.findings.Add(std::to_string(left) + " registrations outlived their page");
         const std::size_t registered = tv::Tv::Get().CountRegistrations();
         if (registered != (next ? kRegistrationsOfAPage : 0))
             run_.findings.Add(std::to_string(registered) + " registrations are left over: " +
@@ -204,7 +207,7 @@ class PagesPart {
             run_.findings.Add(std::to_string(counts_.sent) + " blocking messages went in, " +
                               std::to_string(counts_.answered + counts_.gone) + " answers came out");
         const std::optional<long long> growth = memory_.Growth();
-        if (growth && *growth > kFlat)
+        if (growth && seconds >= kLeastSecondsToJudge && *growth > kFlatHeap)
             run_.findings.Add("the heap has grown by " + std::to_string(*growth) +
                               " bytes in the last quarter of the time");
         const auto rate = [&](std::uint64_t count) { return static_cast<double>(count) / seconds; };

@@ -41,8 +41,10 @@ std::size_t Tv::CountRegistrations() const
 
 std::size_t Tv::DropLeftovers()
 {
-    return power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() + settings_.DropAll() +
-           player_.DropAll();
+    const std::size_t left = power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() +
+                             settings_.DropAll() + player_.DropAll();
+    leftovers_ += left;
+    return left;
 }
 
 Calls& TheCalls()

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+
 #include "src/content-service/content_service.h"
 #include "src/content-service/event_proxy.h"
 #include "src/player-service/player_service.h"
@@ -54,10 +57,13 @@ class PLATFORM_API Tv {
     /// more, and returns how many there were. A correct plug-in leaves none, unless scripted answers kept
     /// its calls from having effect.
     std::size_t DropLeftovers();
+    /// How many DropLeftovers has dropped so far.
+    std::size_t leftovers() const { return leftovers_; }
 
   private:
     Tv();
 
+    std::atomic<std::size_t> leftovers_{0};
     Journal journal_;
     Calls calls_{journal_};
     Clock clock_;
