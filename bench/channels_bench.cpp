@@ -57,7 +57,7 @@ tv::TvConfig TvOf(std::int64_t channels)
 }
 
 /// From the page and back, over the worker thread.
-void BM_CurrentChannelInfo(benchmark::State& state)
+void CurrentChannelInfo(benchmark::State& state)
 {
     tv::Tv::Get().Load(PlainTv());
     test::Page page;
@@ -65,10 +65,10 @@ void BM_CurrentChannelInfo(benchmark::State& state)
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(page.AwaitValue(request));
 }
-BENCHMARK(BM_CurrentChannelInfo)->UseRealTime();
+BENCHMARK(CurrentChannelInfo)->UseRealTime();
 
 /// The operation alone.
-void BM_CurrentChannelInfoAlone(benchmark::State& state)
+void CurrentChannelInfoAlone(benchmark::State& state)
 {
     tv::Tv::Get().Load(PlainTv());
     pp::Instance instance(1);
@@ -79,10 +79,10 @@ void BM_CurrentChannelInfoAlone(benchmark::State& state)
         benchmark::DoNotOptimize(record);
     }
 }
-BENCHMARK(BM_CurrentChannelInfoAlone)->UseRealTime();
+BENCHMARK(CurrentChannelInfoAlone)->UseRealTime();
 
 /// The floor: the same record built and written with nothing around it.
-void BM_CurrentChannelInfoFloor(benchmark::State& state)
+void CurrentChannelInfoFloor(benchmark::State& state)
 {
     for ([[maybe_unused]] auto _ : state) {
         Json::Value record;
@@ -103,7 +103,7 @@ void BM_CurrentChannelInfoFloor(benchmark::State& state)
         benchmark::DoNotOptimize(Json::StyledWriter().write(record));
     }
 }
-BENCHMARK(BM_CurrentChannelInfoFloor)->UseRealTime();
+BENCHMARK(CurrentChannelInfoFloor)->UseRealTime();
 
 std::string ListText(std::int64_t channels)
 {
@@ -140,7 +140,7 @@ void Sizes(benchmark::internal::Benchmark* list)
 }
 
 /// From the page and back, over the worker thread.
-void BM_Services(benchmark::State& state)
+void Services(benchmark::State& state)
 {
     tv::Tv::Get().Load(TvOf(state.range(0)));
     test::Page page;
@@ -149,10 +149,10 @@ void BM_Services(benchmark::State& state)
         state.SkipWithError("the list is not the floor's");
     MeasureList(state, [&] { benchmark::DoNotOptimize(page.AwaitValue(request)); });
 }
-BENCHMARK(BM_Services)->Apply(Sizes);
+BENCHMARK(Services)->Apply(Sizes);
 
 /// The operation alone.
-void BM_ServicesAlone(benchmark::State& state)
+void ServicesAlone(benchmark::State& state)
 {
     tv::Tv::Get().Load(TvOf(state.range(0)));
     pp::Instance instance(1);
@@ -163,13 +163,13 @@ void BM_ServicesAlone(benchmark::State& state)
         benchmark::DoNotOptimize(list);
     });
 }
-BENCHMARK(BM_ServicesAlone)->Apply(Sizes);
+BENCHMARK(ServicesAlone)->Apply(Sizes);
 
 /// The floor: the same text built and written with nothing around it.
-void BM_ServicesFloor(benchmark::State& state)
+void ServicesFloor(benchmark::State& state)
 {
     MeasureList(state, [&] { benchmark::DoNotOptimize(ListText(state.range(0))); });
 }
-BENCHMARK(BM_ServicesFloor)->Apply(Sizes);
+BENCHMARK(ServicesFloor)->Apply(Sizes);
 
 }  // namespace

@@ -116,15 +116,15 @@ class Dispatcher {
     std::vector<tv::Answer> answers_;
     std::vector<std::string> log_;
     std::unique_ptr<tv::Journal::Listening> unread_;
-    char discarded_[4096];
+    char discarded_[4096] = {};
 };
 
 /// One benchmark and its floor for each command of the page's interface.
-[[maybe_unused]] const bool registered = [] {
+[[maybe_unused]] const bool kRegistered = [] {
     const Json::Value commands =
         test::J(test::ReadFile(std::filesystem::path(ZELUMO_WEB) / "page-api.json"))["commands"];
     for (const Json::Value& command : commands) {
-        const Json::Value request = command["example"];
+        const Json::Value& request = command["example"];
         const std::string name = command["name"].asString();
         benchmark::RegisterBenchmark(("Dispatch/" + name).c_str(), [request](benchmark::State& state) {
             Dispatcher dispatcher(request);

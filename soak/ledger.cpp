@@ -144,7 +144,7 @@ std::vector<std::string> Ledger::Differences() const
 
 std::string Ledger::NameOf(const Json::Value& message) const
 {
-    const std::string stray = "stray " + test::Text(message).substr(0, 200);
+    std::string stray = "stray " + test::Text(message).substr(0, 200);
     if (!message.isObject())
         return stray;
     if (message["event"] == "ZELUMO_EVENT") {
