@@ -57,14 +57,14 @@ std::string Census::Excess(const Census& before)
 }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-const long long kFlatHeap = 16 * 1024;
+const long long kFlatHeap = 16LL * 1024;
 
 std::size_t HeapInUse()
 {
     return __sanitizer_get_current_allocated_bytes();
 }
 #else
-const long long kFlatHeap = 128 * 1024;
+const long long kFlatHeap = 128LL * 1024;
 
 std::size_t HeapInUse()
 {

@@ -22,9 +22,8 @@ constexpr char kBuild[] = "plain";
 constexpr int kPatience = 30;
 #endif
 
-}  // namespace
-
-int main(int argc, char** argv)
+/// Returns the exit status.
+int Soak(int argc, char** argv)
 {
     CLI::App app(
         "Drives one host with pages that open and close, commands, events, faults and delays, and kills it "
@@ -80,4 +79,16 @@ int main(int argc, char** argv)
         return 1;
     std::puts("soak: nothing lost, nothing answered twice, nothing left over");
     return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return Soak(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "zelumo-soak: %s\n", error.what());
+        return 2;
+    }
 }
