@@ -179,6 +179,10 @@ void WebHost::OnPageRequest(const WebRequest& request, const std::string& path, 
         Require(request, "POST");
         TakeTurn(
             {[this, answer] {
+                 {
+                     const std::lock_guard lock(page_mutex_);
+                     page_opening_ = true;
+                 }
                  if (session_->is_open())
                      ClosePage(kReplaced);
                  WebResponse response;
@@ -266,7 +270,11 @@ WebResponse WebHost::StateResponse()
     Json::Value state = tv::Tv::Get().StateJson();
     {
         const std::lock_guard lock(page_mutex_);
-        state["page"] = page_open_ ? Json::Value(static_cast<Json::Int64>(last_page_)) : Json::Value();
+        // While a page opens the TV is its own already: the page that is replaced must not find it free.
+        if (page_open_ || page_opening_)
+            state["page"] = static_cast<Json::Int64>(page_open_ ? last_page_ : last_page_ + 1);
+        else
+            state["page"] = Json::Value();
     }
     WebResponse response;
     response.body = WriteJson(state);
@@ -445,6 +453,7 @@ long long WebHost::OpenPage()
     CarryOut(line, nullptr);
     const std::lock_guard lock(page_mutex_);
     page_open_ = true;
+    page_opening_ = false;
     return ++last_page_;
 }
 

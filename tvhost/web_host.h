@@ -123,6 +123,7 @@ class WebHost {
     const long long first_page_;
     long long last_page_;
     bool page_open_ = false;
+    bool page_opening_ = false;          ///< from before the page that it replaces closes
     std::shared_ptr<Channel> messages_;  ///< of the page that is open
 
     std::atomic<bool> journal_heard_{false};

@@ -402,6 +402,19 @@ TEST_F(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
     EXPECT_EQ(poster.Post(next + "await", kVersionMessage).body, kVersionReply);
 }
 
+TEST_F(WebServer, APageThatIsReplacedNeverFindsTheTvFree)
+{
+    WebListener replaced(web_.port(), page_ + "messages");
+    const Json::Int64 number = State()["page"].asInt64();
+    client_.Post("/tv", R"({"tv":"answer","call":"device_power_subscribe_poweroff","delay":600000})");
+    WebClient opening(web_.port());
+    opening.Begin("POST", "/page/open");
+    EXPECT_EQ(replaced.ReadToEnd(), "another page has the TV now");
+    EXPECT_EQ(State()["page"], number + 1);
+    client_.Post("/tv", R"({"tv":"restore"})");
+    EXPECT_EQ(J(opening.Finish().body)["page"], number + 1);
+}
+
 TEST_F(WebServer, AConnectionMayEndBeforeTheTurnThatAnsweredIt)
 {
     client_.Post(page_ + "await", R"({"command":"RegisterEvent","event":90019})");
