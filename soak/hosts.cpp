@@ -197,9 +197,9 @@ void WebHost::End()
     JoinListeners("the TV host ends");
 }
 
-void WebHost::Listen(std::size_t index, int lateness_ms)
+void WebHost::Listen(std::size_t index, int lateness)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(lateness_ms));
+    page_->senders.Await(lateness);
     std::string reason;
     try {
         test::WebListener listener(web_->port(), path_ + "messages");

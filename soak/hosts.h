@@ -13,6 +13,7 @@
 #include "soak/dice.h"
 #include "soak/findings.h"
 #include "soak/ledger.h"
+#include "soak/progress.h"
 #include "src/ppapi/web_runtime.h"
 #include "tests/support/web.h"
 #include "tests/support/web_client.h"
@@ -25,6 +26,7 @@ struct Page {
     Page(const PageApi& api, std::size_t listeners) : ledger(api, listeners) {}
 
     Ledger ledger;
+    Progress senders;                  ///< a step for each message that is through
     std::atomic<bool> closing{false};  ///< set before it is closed or replaced
 };
 
@@ -86,7 +88,8 @@ class WebHost : public Host {
 
   private:
     class WebSeat;
-    void Listen(std::size_t index, int lateness_ms);
+    /// From when `lateness` messages of the page are through.
+    void Listen(std::size_t index, int lateness);
     void AwaitListeners();
     void JoinListeners(const std::string& reason);
 

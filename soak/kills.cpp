@@ -1,5 +1,6 @@
 #include "soak/kills.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <stdexcept>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "soak/dice.h"
+#include "soak/progress.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tests/support/web_client.h"
@@ -17,6 +19,7 @@ namespace {
 
 constexpr int kLeastKills = 12;
 constexpr int kWriters = 3;
+constexpr int kMostWritesBeforeKill = 1000;
 constexpr char kPart[] = "kills";
 
 /// The way by which a setting is written.
@@ -83,9 +86,17 @@ class KillsPart {
         const std::string page = ReadBack(server.port());
         std::vector<std::thread> writers;
         std::vector<unsigned long long> answered(kWriters, 0);
-        for (std::size_t i = 0; i < kWriters; ++i)
-            writers.emplace_back([&, i] { answered[i] = Write(server.port(), page, i); });
-        std::this_thread::sleep_for(std::chrono::microseconds(dice.Below(250'000)));
+        Progress progress;
+        progress.Join(kWriters);
+        std::atomic<bool> killed{false};
+        for (std::size_t i = 0; i < kWriters; ++i) {
+            writers.emplace_back([&, i] {
+                answered[i] = Write(server.port(), page, i, progress, killed);
+                progress.Leave();
+            });
+        }
+        progress.Await(dice.Below(kMostWritesBeforeKill));
+        killed = true;
         server.End(SIGKILL);
         for (std::thread& writer : writers)
             writer.join();
@@ -94,7 +105,8 @@ class KillsPart {
     }
 
     /// Writes the settings of one writer until the host is gone; returns how many writes were answered.
-    unsigned long long Write(std::uint16_t port, const std::string& page, std::size_t writer)
+    unsigned long long Write(std::uint16_t port, const std::string& page, std::size_t writer,
+                             Progress& progress, const std::atomic<bool>& killed)
     {
         constexpr std::size_t kEach = 3;
         unsigned long long answered = 0;
@@ -106,9 +118,12 @@ class KillsPart {
                 Send(client, page, setting, number);
                 setting.answered = number;
                 ++answered;
+                progress.Step();
             }
-        } catch (const std::runtime_error&) {
+        } catch (const std::runtime_error& error) {
             // The connection is lost: what was sent last may be written or not.
+            if (!killed)
+                run_.findings.Add(std::string("before the kill: ") + error.what());
         }
         return answered;
     }

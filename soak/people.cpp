@@ -177,7 +177,7 @@ void Sender::Speak(Scene& scene, Seat& seat, Dice& dice)
         const std::uint64_t gone = scene.stage.counts.gone;
         for (int i = 0; i < scene.plan.messages; ++i) {
             SayOne(scene, seat, dice);
-            ++scene.through;
+            scene.page.senders.Step();
             if (scene.page.closing && scene.stage.counts.gone > gone + kEnoughGone)
                 break;
         }
@@ -186,7 +186,7 @@ void Sender::Speak(Scene& scene, Seat& seat, Dice& dice)
     } catch (const std::exception& error) {
         scene.stage.findings.Add("sender " + std::to_string(number_) + ": " + error.what());
     }
-    --scene.speaking;
+    scene.page.senders.Leave();
 }
 
 void Sender::SayOne(Scene& scene, Seat& seat, Dice& dice)

@@ -49,8 +49,6 @@ struct Scene {
     Stage& stage;
     Page& page;
     const Plan& plan;
-    std::atomic<int> through{0};   ///< messages of all senders
-    std::atomic<int> speaking{0};  ///< senders that have not finished
     std::atomic<int> signals{0};
 };
 

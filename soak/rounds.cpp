@@ -105,7 +105,7 @@ class PagesPart {
         Subscribe(scene, *seat);
 
         std::vector<std::thread> threads;
-        scene.speaking = plan.senders;
+        page->senders.Join(plan.senders);
         threads.reserve(static_cast<std::size_t>(plan.senders) + 2);
         for (int i = 0; i < plan.senders; ++i) {
             threads.emplace_back([&, i, mine = std::shared_ptr<Seat>(host.TakeSeat())] {
@@ -136,8 +136,7 @@ class PagesPart {
             DrainSettings();
             page->ledger.MakeCertain();
         } else {
-            while (scene.speaking != 0 && scene.through < plan.ends_after)
-                std::this_thread::sleep_for(std::chrono::microseconds(100));
+            page->senders.Await(plan.ends_after);
         }
         page->closing = true;
         std::shared_ptr<Page> next;

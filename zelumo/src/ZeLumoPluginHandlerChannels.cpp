@@ -43,7 +43,7 @@ Json::Value Int(const TCServiceData& data, int field)
 }
 
 /// Converts big-endian 16-bit units to UTF-8. What was converted before a failure stays in `out`.
-void ucs2utf8(const char* in, std::size_t inLength, char* out, std::size_t outSize)
+void ucs2utf8(char* in, std::size_t inLength, char* out, std::size_t outSize)
 {
     const iconv_t converter = iconv_open("UTF-8", "UCS-2BE");
     // NOLINTNEXTLINE(performance-no-int-to-ptr): how iconv tells a failure
@@ -51,9 +51,7 @@ void ucs2utf8(const char* in, std::size_t inLength, char* out, std::size_t outSi
         LOG_DEBUG("Iconv open failed");
         return;
     }
-    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-const-cast): iconv's signature; it only reads
-    char* from = const_cast<char*>(in);
-    if (iconv(converter, &from, &inLength, &out, &outSize) == static_cast<std::size_t>(-1))
+    if (iconv(converter, &in, &inLength, &out, &outSize) == static_cast<std::size_t>(-1))
         LOG_DEBUG("iconv failed: %d", errno);
     iconv_close(converter);
 }

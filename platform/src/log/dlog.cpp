@@ -18,7 +18,7 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     std::va_list again;
     va_copy(again, arguments);
     // Nearly every line fits; a longer one is formatted a second time.
-    std::array<char, 512> line;  // NOLINT(cppcoreguidelines-pro-type-member-init): filling it would take time
+    std::array<char, 512> line{};
     const int length = std::vsnprintf(line.data(), line.size(), format, arguments);
     va_end(arguments);
     const std::size_t size = length > 0 ? static_cast<std::size_t>(length) : 0;
