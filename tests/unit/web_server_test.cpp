@@ -205,6 +205,8 @@ TEST_F(WebServer, WhatComesFromElsewhereIsRefused)
         for (const std::string& path : {std::string("/journal"), page_ + "messages"})
             EXPECT_EQ(WebListener(web_.port(), path, headers).status(), is_own ? 101 : 403) << shown;
     }
+    // Nor may such a page read what it asks for without saying where it comes from.
+    EXPECT_EQ(client_.Get("/tv/state").Header("access-control-allow-origin"), "");
     const std::string own = "Host: 127.0.0.1:" + port + "\r\n";
     EXPECT_EQ(WebClient(web_.port()).SendBytes("GET / HTTP/1.1\r\n" + own + own + "\r\n").status, 403);
     EXPECT_EQ(WebClient(web_.port()).SendBytes("GET / HTTP/1.1\r\n\r\n").status, 403);

@@ -1,9 +1,6 @@
 // zelumo-embed.js in a real browser, against the real plug-in.
 import assert from "node:assert/strict";
-import { createServer } from "node:http";
-import { PAGES, Tv, browserFlags, browserTest, until } from "./support.mjs";
-
-browserFlags("--host-resolver-rules=MAP tv.example 127.0.0.1");
+import { PAGES, Tv, browserTest, until } from "./support.mjs";
 
 const tv = await Tv.start("--app", PAGES);
 const VERSION = { code: 0, data: "1.00" };
@@ -234,52 +231,6 @@ browserTest("a call notices by itself that its page is gone", async (context) =>
     return { closed, replaced: ask({ command: "GetVersion" }).reason };
   }, number);
   assert.deepEqual(seen, { closed: [VERSION, "zelumoopen"], replaced: "replaced" });
-});
-
-browserTest("a page from elsewhere can't reach the TV", async (context) => {
-  const own = await open(context);
-  const before = await tv.state();
-  const elsewhere = createServer((_, response) => {
-    response.setHeader("Content-Type", "text/html");
-    response.end("<!doctype html><title>Elsewhere</title>");
-  });
-  await new Promise((resolve) => elsewhere.listen(0, "127.0.0.1", resolve));
-  const page = await context.newPage();
-  try {
-    await page.goto(`http://127.0.0.1:${elsewhere.address().port}/`);
-    const seen = await page.evaluate(async (url) => {
-      const fetched = async (path, options) => {
-        try {
-          return (await fetch(url + path, options)).type;
-        } catch {
-          return "failed";
-        }
-      };
-      const socket = (path) =>
-        new Promise((resolve) => {
-          const ws = new WebSocket(url.replace("http", "ws") + path);
-          ws.onopen = () => resolve("open");
-          ws.onerror = () => resolve("failed");
-        });
-      return {
-        state: await fetched("/tv/state"),
-        opened: await fetched("/page/open", { method: "POST", mode: "no-cors" }),
-        verb: await fetched("/tv", { method: "POST", mode: "no-cors", body: '{"tv":"setting","key":"db/menu/volume","value":99}' }),
-        journal: await socket("/journal"),
-      };
-    }, tv.url);
-    assert.equal(seen.state, "failed");
-    assert.equal(seen.journal, "failed");
-    const after = await tv.state();
-    assert.equal(after.page, before.page, "the page stays");
-    assert.equal(after.settings["db/menu/volume"], before.settings["db/menu/volume"]);
-
-    const rebound = await page.goto(`http://tv.example:${tv.port}/`);
-    assert.equal(rebound.status(), 403, "another name for the same address");
-  } finally {
-    elsewhere.close();
-  }
-  assert.deepEqual(await own.evaluate(() => ask({ command: "GetVersion" })), VERSION);
 });
 
 browserTest("a host that goes and comes back is taken up again", async (context) => {

@@ -79,12 +79,6 @@ export async function until(ask, what) {
 }
 
 let browser;
-let extra = [];
-
-/** Further flags for the browser that this file's tests share. */
-export function browserFlags(...flags) {
-  extra = flags;
-}
 
 after(async () => {
   await browser?.close();
@@ -94,7 +88,7 @@ after(async () => {
 /** A test with a browser of its own state; where it fails, pictures of its pages stay in build/web-failures. */
 export function browserTest(name, body, options = {}) {
   test(name, { timeout: 90_000 }, async (t) => {
-    browser ??= await chromium.launch({ executablePath: CHROMIUM, args: [...FLAGS, ...extra] });
+    browser ??= await chromium.launch({ executablePath: CHROMIUM, args: FLAGS });
     const context = await browser.newContext({ viewport: { width: 1280, height: 720 }, ...options });
     context.setDefaultTimeout(WAIT_MS);
     try {
