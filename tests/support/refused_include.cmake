@@ -1,12 +1,10 @@
-# Compiles a source that includes HEADER with the include folders of a target: it must not be found.
+# Compiles SOURCE, which includes HEADER, with the include folders of a target: it must not be found.
 set(flags)
 foreach(folder IN LISTS INCLUDES)
   list(APPEND flags -I${folder})
 endforeach()
-string(MAKE_C_IDENTIFIER ${HEADER} name)
-set(source refused_include_${name}.cpp)
-file(WRITE ${source} "#include \"${HEADER}\"\n")
-execute_process(COMMAND ${COMPILER} -std=c++17 -fsyntax-only ${flags} ${source}
+file(WRITE ${SOURCE} "#include \"${HEADER}\"\n")
+execute_process(COMMAND ${COMPILER} -std=c++17 -fsyntax-only ${flags} ${SOURCE}
   RESULT_VARIABLE result ERROR_VARIABLE errors)
 if(result EQUAL 0)
   message(FATAL_ERROR "${HEADER} can be included")
