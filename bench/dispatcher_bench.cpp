@@ -10,14 +10,14 @@
 #include <vector>
 
 #include "ZeLumoPluginHandler.h"
+#include "core/calls.h"
+#include "core/journal.h"
 #include "ppapi/cpp/var_array.h"
 #include "ppapi/cpp/var_dictionary.h"
-#include "src/ppapi/json_var.h"
-#include "src/ppapi/var_objects.h"
+#include "services/web-runtime/json_var.h"
+#include "services/web-runtime/var_objects.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
-#include "tv/calls.h"
-#include "tv/journal.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
 

@@ -9,7 +9,7 @@
 #include "plugin-support/simple_thread_await_loop.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/var_dictionary.h"
-#include "src/ppapi/web_runtime.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
 #include "tvhost/plugin.h"

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-#include "src/ppapi/web_runtime.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tvhost/plugin.h"

@@ -4,12 +4,12 @@
 #include <tuple>
 
 #include "ZeLumoTrace.h"
+#include "core/calls.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/var_dictionary.h"
-#include "src/ppapi/json_var.h"
-#include "src/ppapi/web_runtime.h"
+#include "services/web-runtime/json_var.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tests/support/page.h"
-#include "tv/calls.h"
 #include "tv/tv.h"
 #include "tvhost/plugin.h"
 

@@ -11,10 +11,10 @@
 #include <string>
 #include <string_view>
 
+#include "core/calls.h"
 #include "tests/support/page.h"
 #include "tests/support/web.h"
 #include "tests/support/web_client.h"
-#include "tv/calls.h"
 #include "tvhost/json_text.h"
 
 namespace {

@@ -1,7 +1,7 @@
 #include <string_view>
 
+#include "core/calls.h"
 #include "fuzz/session.h"
-#include "tv/calls.h"
 
 /// Lines in, separated by line ends.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "src/ppapi/json_var.h"
+#include "services/web-runtime/json_var.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"

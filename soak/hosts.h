@@ -10,11 +10,11 @@
 #include <thread>
 #include <vector>
 
+#include "services/web-runtime/web_runtime.h"
 #include "soak/dice.h"
 #include "soak/findings.h"
 #include "soak/ledger.h"
 #include "soak/progress.h"
-#include "src/ppapi/web_runtime.h"
 #include "tests/support/web.h"
 #include "tests/support/web_client.h"
 #include "tvhost/plugin.h"

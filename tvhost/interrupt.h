@@ -5,7 +5,7 @@
 
 namespace host {
 
-/// From now on Ctrl-C and a polite kill are noted instead of ending the program, so that it can end in
+/// From now on Ctrl-C and SIGTERM are noted instead of ending the program, so that it can end in
 /// order; a second Ctrl-C ends it at once. A write to a closed pipe becomes an error instead of a signal.
 /// Once, before other threads are started. Throws std::system_error.
 void CatchInterrupts();

@@ -5,7 +5,7 @@
 #include <string>
 #include <system_error>
 
-#include "src/ppapi/web_runtime.h"
+#include "services/web-runtime/web_runtime.h"
 
 namespace host {
 namespace {

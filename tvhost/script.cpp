@@ -11,7 +11,7 @@
 #include <system_error>
 #include <vector>
 
-#include "tv/calls.h"
+#include "core/calls.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/line_reader.h"

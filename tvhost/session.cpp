@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "src/ppapi/json_var.h"
+#include "services/web-runtime/json_var.h"
 #include "tv/control.h"
 #include "tv/tv.h"
 

@@ -8,8 +8,8 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "src/ppapi/web_runtime.h"
-#include "tv/journal.h"
+#include "core/journal.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "src/scope-tracing/scope_tracer.h"
+#include "services/scope-tracing/scope_tracer.h"
 #include "tvhost/json_text.h"
 
 namespace host {

@@ -15,7 +15,7 @@
 #include <variant>
 #include <vector>
 
-#include "tv/calls.h"
+#include "core/calls.h"
 #include "tvhost/recorder.h"
 #include "tvhost/session.h"
 #include "tvhost/web_files.h"
@@ -50,7 +50,7 @@ class WebHost {
     // Any thread.
     std::string url() const { return server_.url(); }
     bool is_loopback() const { return server_.is_loopback(); }
-    /// Stop is called at Ctrl-C or a polite kill. Before Run.
+    /// Stop is called at Ctrl-C or SIGTERM. Before Run.
     void StopOnInterrupt();
 
     /// Loads the plug-in, calls `ready`, and serves until Stop; then ends the page's instance and unloads

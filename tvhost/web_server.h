@@ -91,7 +91,7 @@ class WebServer {
     std::shared_ptr<Channel> MakeChannel(Unheard unheard,
                                          std::function<void(std::size_t)> on_listeners = nullptr);
 
-    /// Calls `stop` on the server's thread at Ctrl-C or a polite kill; a second one ends the process at
+    /// Calls `stop` on the server's thread at Ctrl-C or SIGTERM; a second one ends the process at
     /// once. Before Start.
     void OnInterrupt(std::function<void()> stop);
     /// Begins to answer.

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "src/settings/settings_store.h"
+#include "services/settings/settings_store.h"
 #include "tv-service/TCServiceData.h"
 #include "tv-service/TVServiceTypes.h"
 

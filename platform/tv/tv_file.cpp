@@ -12,9 +12,9 @@
 #include <system_error>
 #include <utility>
 
-#include "src/tv-service/tv_service_json.h"
+#include "core/values.h"
+#include "services/tv/tv_service_json.h"
 #include "tv/sample_tv_text.h"
-#include "tv/values.h"
 
 namespace tv {
 namespace {

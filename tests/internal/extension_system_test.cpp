@@ -1,4 +1,4 @@
-#include "src/ppapi/extension_system.h"
+#include "services/web-runtime/extension_system.h"
 
 #include <gtest/gtest.h>
 
@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "extension_system_halvorn_wrt.h"
-#include "src/ppapi/json_var.h"
-#include "src/ppapi/var_objects.h"
-#include "src/ppapi/web_runtime.h"
+#include "services/web-runtime/json_var.h"
+#include "services/web-runtime/var_objects.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"

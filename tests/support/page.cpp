@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "src/ppapi/json_var.h"
+#include "services/web-runtime/json_var.h"
 #include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/json_text.h"

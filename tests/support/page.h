@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "src/ppapi/web_runtime.h"
-#include "tv/journal.h"
+#include "core/journal.h"
+#include "services/web-runtime/web_runtime.h"
 #include "tvhost/plugin.h"
 
 namespace test {

@@ -2,7 +2,7 @@
  * What the TV can be made to do, for the remote's forms. A field is {name, label, kind, value, optional, options, help};
  * kind is number, text, json, choice (options: [value, label] pairs) or flag.
  */
-const NO_USER = { name: "user", label: "Null user datum", kind: "flag", on: null, optional: true };
+const NO_USER = { name: "user", label: "Null user data", kind: "flag", on: null, optional: true };
 const SUSPEND = 0x40000000;
 
 export function verbs(api) {

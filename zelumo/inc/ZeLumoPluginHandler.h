@@ -85,7 +85,7 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     void OnEvent(int type, std::string param1, std::string param2);
     /// Any thread: posts signal 177 to the page. False, nothing posted, for any other.
     bool t_SendData(ESignalType signal, TSSignalData data);
-    /// Callbacks, on the threads of their services; the user datum is the handler, and with a null one
+    /// Callbacks, on the threads of their services; the user data are the handler, and with null
     /// nothing is posted. An event gives 0, or -1 when it was dropped; a signal gives 1.
     static int t_VordaOnEvent(int event, FSEventData data, void* userData);
     static int t_TVSSingalHandler(ESignalType signal, TSSignalData data, void* userData);
@@ -109,7 +109,7 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// Ends every watch. When it has returned, no callback is running or will start, unless it was called
     /// from inside one. May be called again.
     void PurgeAllVconfCB();
-    /// Settings store's thread; the user datum is the handler, and with a null one nothing is posted.
+    /// Settings store's thread; the user data are the handler, and with null nothing is posted.
     static void t_VconfChangedCallBack(_keynode_t* node, void* userData);
 
     // Channels. Worker thread; the current channel also on the event proxy's thread.
@@ -158,7 +158,7 @@ class CZeLumoPluginInstance : public pp::Instance {
     /// True, whatever the attributes are.
     bool Init(uint32_t argc, const char* argn[], const char* argv[]) override;
 
-    /// Power service's thread; the user datum is the instance, and with a null one nothing is posted. Gives
+    /// Power service's thread; the user data are the instance, and with null nothing is posted. Gives
     /// 0.
     static int t_OnPowerOff(int type, void* userData);
 

@@ -23,7 +23,7 @@ class PLATFORM_API FIIPCConnection {
 };
 
 /// Subscriptions to the content service's events for the callback that it was fetched for. Any thread. One
-/// subscription an event and callback: a second one replaces the user datum.
+/// subscription an event and callback: a second one replaces the user data.
 class PLATFORM_API FCEMSProxy {
   public:
     /// Null without a connection. Owned by the library, valid for the life of the process.

@@ -67,8 +67,8 @@ PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
 PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
 
 /// Asks for a call of `callback` for each report of that player, which need not exist yet. One registration
-/// a player and user datum: a second one replaces the callback. Fails for a null callback.
+/// a player and user data: a second one replaces the callback. Fails for a null callback.
 PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
-/// When it has returned, no call for that player and user datum is running or will start, unless it was
+/// When it has returned, no call for that player and user data is running or will start, unless it was
 /// called from inside one. Fails when there was no such registration.
 PLATFORM_API int BmsUnSetCallback(BmsPlayerId id, void* userData);

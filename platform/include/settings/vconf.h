@@ -27,7 +27,7 @@ PLATFORM_API int vconf_get_int(const char* key, int* value);
 /// Writes 0 or 1.
 PLATFORM_API int vconf_get_bool(const char* key, int* value);
 
-/// One watch a key and callback: a second one replaces the user datum, which is not owned. The key need not
+/// One watch a key and callback: a second one replaces the user data, which is not owned. The key need not
 /// exist. Fails for an empty key or a null callback.
 PLATFORM_API int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data);
 /// When it has returned, no call of `callback` for that key is running or will start, unless it was called

@@ -46,7 +46,7 @@ class PLATFORM_API ISourceControl {
 using TVSignalCallback = int (*)(ESignalType signal, TSSignalData data, void* userData);
 
 /// Subscriptions to TV signals for the callback that it was created for. One subscription a signal and
-/// callback: a second one replaces the user datum, which is not owned.
+/// callback: a second one replaces the user data, which is not owned.
 class PLATFORM_API ISignalSubscriber {
   public:
     virtual int Subscribe(ESignalType signal, void* userData, int, int, int) = 0;

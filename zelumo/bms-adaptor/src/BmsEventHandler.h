@@ -6,7 +6,7 @@
 
 #include "player-service/bms.h"
 
-/// Receives a player event: its type, two texts and the user datum that it was registered with.
+/// Receives a player event: its type, two texts and the user data that it was registered with.
 using BmsEventCallback = void (*)(int type, std::string param1, std::string param2, void* userData);
 
 /// The relay of player reports: registers with the player service, turns each report into an event type and
@@ -25,14 +25,14 @@ class BmsEventHandler {
     void Init();
     /// From now on the reports of that player are relayed.
     void SetCallback(BmsPlayerId id);
-    /// Stores the callback and its user datum, replacing earlier ones; `id` is not used. `userData` outlives
+    /// Stores the callback and its user data, replacing earlier ones; `id` is not used. `userData` outlives
     /// this object, or the callback copes with it.
     void RegisterSendEventCallback(BmsPlayerId id, BmsEventCallback callback, void* userData);
     /// No report of that player is relayed any more, and none is being relayed, unless it was called from
     /// inside the send-event callback; no callback is stored, so that reports of other players are dropped.
     void UnSetCallback(BmsPlayerId id);
 
-    /// Player service's thread; the user datum is the relay, and with a null one the report is dropped.
+    /// Player service's thread; the user data are the relay, and with null the report is dropped.
     static void CallbackFunction(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
 
   private:

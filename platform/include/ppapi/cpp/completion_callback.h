@@ -5,7 +5,7 @@
 
 namespace pp {
 
-/// A function with a user datum, to be run once with a result, on the thread of whoever runs it. Copies are
+/// A function with user data, to be run once with a result, on the thread of whoever runs it. Copies are
 /// the same callback.
 class CompletionCallback {
   public:

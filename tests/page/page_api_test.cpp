@@ -1,0 +1,183 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "core/call_table.h"
+#include "core/calls.h"
+#include "tests/support/host_process.h"
+#include "tests/support/page.h"
+
+namespace {
+
+using test::J;
+using test::Text;
+
+/// The description of the page's interface, from which typings, documents and forms are made.
+const Json::Value& Description()
+{
+    static const Json::Value description = J(test::ReadFile(ZELUMO_PAGE_API));
+    return description;
+}
+
+bool HasType(const Json::Value& value, const std::string& type)
+{
+    return (type == "string" && value.isString()) || (type == "integer" && value.isInt()) ||
+           (type == "boolean" && value.isBool()) || (type == "null" && value.isNull()) ||
+           (type == "object" && value.isObject());
+}
+
+/// The error reply that a command's description gives for that occasion, or null.
+Json::Value ErrorReply(const Json::Value& command, const std::string& when)
+{
+    for (const Json::Value& error : command["errors"]) {
+        if (error["when"] != when)
+            continue;
+        Json::Value reply = error;
+        reply.removeMember("when");
+        return reply;
+    }
+    return Json::Value();
+}
+
+TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
+{
+    test::Page page;
+    test::Calls calls;
+    EXPECT_EQ(Description()["commands"].size(), 49U);
+    for (const Json::Value& command : Description()["commands"]) {
+        SCOPED_TRACE(Text(command["example"]));
+        EXPECT_EQ(command["example"]["command"], command["name"]);
+        const Json::Value reply = page.AwaitValue(command["example"]);
+        EXPECT_EQ(reply["code"], 0) << Text(reply);
+        EXPECT_EQ(reply.getMemberNames(), (std::vector<std::string>{"code", "data"}));
+        const Json::Value& data = command["data"];
+        EXPECT_TRUE(HasType(reply["data"], data["type"].asString())) << Text(reply);
+        const Json::Value& values = data["values"];
+        EXPECT_TRUE(values.empty() || std::find(values.begin(), values.end(), reply["data"]) != values.end())
+            << Text(reply);
+        if (data["type"] == "object") {
+            EXPECT_EQ(reply["data"].size(), data["fields"].size());
+            for (const Json::Value& field : data["fields"])
+                EXPECT_TRUE(HasType(reply["data"][field["name"].asString()], field["type"].asString()))
+                    << Text(field);
+        }
+        if (!data["text"].asString().empty()) {
+            EXPECT_NO_THROW(J(reply["data"].asString())) << Text(reply);
+        }
+        page.TakeMessages();
+        // What a call gives when it works is what a scripted answer without a result gives.
+        for (const std::string& call : calls.Take()) {
+            const tv::CallInfo* const info = tv::Calls::Find(call.substr(0, call.find(' ')));
+            const std::string gives = call.substr(call.find(" -> ") + 4);
+            if (reply["data"] != false && info->result != tv::ValueKind::OptionalText) {
+                EXPECT_EQ(gives.substr(0, gives.find(' ')), Text(info->success)) << call;
+            }
+        }
+    }
+}
+
+TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)
+{
+    test::Page page;
+    for (const Json::Value& command : Description()["commands"]) {
+        const Json::Value refusal = ErrorReply(command, "parameters");
+        for (const Json::Value& parameter : command["parameters"]) {
+            const std::string name = parameter["name"].asString();
+            SCOPED_TRACE(command["name"].asString() + " " + name);
+            Json::Value missing = command["example"];
+            missing.removeMember(name);
+            Json::Value wrong = command["example"];
+            wrong[name] = Json::Value(Json::arrayValue);
+            Json::Value empty = command["example"];
+            empty[name] = "";
+            EXPECT_EQ(page.AwaitValue(missing) == refusal, parameter["required"].asBool());
+            EXPECT_EQ(page.AwaitValue(wrong) == refusal, parameter["typeChecked"].asBool());
+            if (parameter["nonEmpty"].asBool()) {
+                EXPECT_EQ(page.AwaitValue(empty), refusal);
+            }
+        }
+        page.TakeMessages();
+    }
+}
+
+TEST(PageApi, FailuresAreAnsweredAsDescribed)
+{
+    test::Page page;
+    for (const char* answer :
+         {R"("FCAPI::GetVirtualChannelsAPI","result":null)", R"("FCAPI::GetZELumoAPI","result":null)",
+          R"("FCEMSProxy::GetInstanceForPlugin","result":null)",
+          R"("TVServiceAPI::CreateServiceNavigation","result":0)",
+          R"("TVServiceAPI::CreateSourceControl","result":0)", R"("vconf_set_str","result":-1)",
+          R"("vconf_set_int","result":-1)", R"("vconf_set_bool","result":-1)",
+          R"("vconf_get_str","result":null)", R"("vconf_get_int","result":-1)",
+          R"("vconf_get_bool","result":-1)", R"("vconf_notify_key_changed","result":-1)",
+          R"("BmsCreatePlayer","result":-1)"})
+        page.Answer(answer);
+    for (const Json::Value& command : Description()["commands"]) {
+        const Json::Value failure = ErrorReply(command, "operation");
+        // Unregistering reaches no failure: what was never registered is no error.
+        if (failure.isNull() || command["name"] == "UnRegisterEvent")
+            continue;
+        EXPECT_EQ(page.AwaitValue(command["example"]), failure) << Text(command["name"]);
+    }
+}
+
+TEST(PageApi, MalformedAndPostedMessagesAreAnsweredAsDescribed)
+{
+    test::Page page;
+    for (const char* kind : {"requestErrors", "postedAnswers"}) {
+        for (Json::Value answer : Description()[kind]) {
+            const Json::Value example = answer["example"];
+            answer.removeMember("example");
+            answer.removeMember("when");
+            SCOPED_TRACE(Text(example));
+            if (kind == std::string("requestErrors")) {
+                EXPECT_EQ(page.AwaitValue(example), answer);
+                continue;
+            }
+            if (example.isObject() && example["command"].isString())
+                answer["command"] = example["command"];
+            test::Calls calls;
+            test::Log log;
+            page.Post(example);
+            EXPECT_TRUE(calls.Take().empty() && log.Take().empty()) << "no service is reached";
+            EXPECT_EQ(page.TakeMessages(), std::vector<Json::Value>{answer});
+        }
+    }
+}
+
+TEST(PageApi, EventsAreToldAsDescribed)
+{
+    test::Page page;
+    const auto told = [&page] {
+        const std::vector<Json::Value> messages = page.TakeMessages();
+        EXPECT_EQ(messages.size(), 1U);
+        return messages.empty() ? Json::Value() : messages[0];
+    };
+    for (const Json::Value& event : Description()["events"]) {
+        SCOPED_TRACE(Text(event));
+        page.Await(R"({"command":"RegisterEvent","event":)" + Text(event["event"]) + "}");
+        page.Do(R"({"tv":"event","event":)" + Text(event["event"]) + "}");
+        const Json::Value message = told();
+        EXPECT_EQ(message["command"], event["command"]);
+        EXPECT_EQ(message["data"].size(), event["fields"].size());
+        for (const Json::Value& field : event["fields"])
+            EXPECT_TRUE(message["data"].isMember(field["name"].asString())) << Text(field);
+    }
+    for (const Json::Value& signal : Description()["signals"]) {
+        page.Do(R"({"tv":"signal","signal":)" + Text(signal["signal"]) + "}");
+        EXPECT_EQ(told()["command"], signal["command"]);
+    }
+    for (const Json::Value& type : Description()["playerEvents"]["types"]) {
+        SCOPED_TRACE(Text(type));
+        page.Do(R"({"tv":"report","player":101,"value1":5,"value2":6,"type":)" + Text(type["type"]) + "}");
+        const Json::Value message = told();
+        EXPECT_EQ(message["event"], Description()["playerEvents"]["event"]);
+        EXPECT_EQ(message["type"], type["type"]);
+        EXPECT_EQ(message["param1"].asString().empty(), type["param1"].asString().empty());
+        EXPECT_EQ(message["param2"].asString().empty(), type["param2"].asString().empty());
+    }
+}
+
+}  // namespace
