@@ -1,4 +1,4 @@
-#include "tvhost/json_text.h"
+#include "core/json_text.h"
 
 #include <json/reader.h>
 #include <json/writer.h>
@@ -13,7 +13,7 @@
 #include <sstream>
 #include <vector>
 
-namespace host {
+namespace tv {
 namespace {
 
 bool IsUtf8(std::string_view text)
@@ -232,4 +232,4 @@ std::string WriteJson(const OrderedObject& object)
     return text + '}';
 }
 
-}  // namespace host
+}  // namespace tv
