@@ -45,21 +45,24 @@ tv::TvConfig PlainTv()
 tv::TvConfig TvOf(std::int64_t channels)
 {
     tv::TvConfig config = tv::ParseTv(R"({"channels":[]})", tv::SampleTv());
+    tv::LineUp line_up = *config.line_up;
     for (std::int64_t i = 0; i < channels; ++i) {
         tv::ChannelConfig channel;
         channel.id = (1ULL << 60) + static_cast<unsigned long long>(i);
-        channel.service.Set(ESERVICE_FIELD_SERVICE_ID, channel.id);
-        channel.service.Set(ESERVICE_FIELD_MAJOR, static_cast<unsigned long long>(i % 1000));
-        channel.service.Set(ESERVICE_FIELD_MINOR, 0ULL);
-        config.channels.push_back(channel);
+        tv::ServiceRecord::Set(channel.service, ESERVICE_FIELD_SERVICE_ID, channel.id);
+        tv::ServiceRecord::Set(channel.service, ESERVICE_FIELD_MAJOR,
+                               static_cast<unsigned long long>(i % 1000));
+        tv::ServiceRecord::Set(channel.service, ESERVICE_FIELD_MINOR, 0ULL);
+        line_up.channels.push_back(channel);
     }
+    config.line_up = std::make_shared<const tv::LineUp>(std::move(line_up));
     return config;
 }
 
 /// From the page and back, over the worker thread.
 void CurrentChannelInfo(benchmark::State& state)
 {
-    tv::Tv::Get().Load(PlainTv());
+    tv::LoadTv(PlainTv());
     test::Page page;
     const Json::Value request = test::J(R"({"command":"GetCurrentChannelInfo"})");
     for ([[maybe_unused]] auto _ : state)
@@ -70,7 +73,7 @@ BENCHMARK(CurrentChannelInfo)->UseRealTime();
 /// The operation alone.
 void CurrentChannelInfoAlone(benchmark::State& state)
 {
-    tv::Tv::Get().Load(PlainTv());
+    tv::LoadTv(PlainTv());
     pp::Instance instance(1);
     CZeLumoPluginHandler handler(&instance);
     for ([[maybe_unused]] auto _ : state) {
@@ -142,7 +145,7 @@ void Sizes(benchmark::internal::Benchmark* list)
 /// From the page and back, over the worker thread.
 void Services(benchmark::State& state)
 {
-    tv::Tv::Get().Load(TvOf(state.range(0)));
+    tv::LoadTv(TvOf(state.range(0)));
     test::Page page;
     const Json::Value request = test::J(R"({"command":"GetZELumoServices"})");
     if (page.AwaitValue(request)["data"].asString() != ListText(state.range(0)))
@@ -154,7 +157,7 @@ BENCHMARK(Services)->Apply(Sizes);
 /// The operation alone.
 void ServicesAlone(benchmark::State& state)
 {
-    tv::Tv::Get().Load(TvOf(state.range(0)));
+    tv::LoadTv(TvOf(state.range(0)));
     pp::Instance instance(1);
     CZeLumoPluginHandler handler(&instance);
     MeasureList(state, [&] {

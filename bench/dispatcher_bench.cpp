@@ -42,38 +42,38 @@ class Dispatcher {
   public:
     explicit Dispatcher(const Json::Value& request) : request_(tv::ToVar(request))
     {
-        tv::Tv::Get().Load(tv::SampleTv());
-        tv::Tv::Get().deliveries().Hold();
+        tv::LoadTv(tv::SampleTv());
+        tv::TheDeliveries().Hold();
         // A player to command, something to unregister.
         Ask(R"({"command":"Init","url":"film","timeOffset":0})");
         Ask(R"({"command":"RegisterEvent","event":90019})");
         Ask();
         {
-            const auto calls = tv::Tv::Get().journal().ListenToCalls([this](const tv::CallRecord& call) {
-                calls_.push_back(tv::Calls::Find(call.name)->id);
+            const auto calls = tv::TheJournal().ListenToCalls([this](const tv::CallRecord& call) {
+                calls_.push_back(tv::TheCalls().Find(call.name));
                 answers_.push_back({call.result, call.out, std::chrono::milliseconds(0), 0});
             });
-            const auto log = tv::Tv::Get().journal().ListenToLog(
+            const auto log = tv::TheJournal().ListenToLog(
                 [this](const tv::LogRecord& line) { log_.emplace_back(line.text); });
             reply_ = Ask();
         }
         // The plug-in itself writes the channels' texts.
         if (request["command"] == "GetCurrentChannelInfo" || request["command"] == "GetZELumoServices")
             record_ = test::J(tv::ToJson(reply_)["data"].asString());
-        std::set<tv::CallId> scripted;
+        std::set<const tv::AnyCall*> scripted;
         for (std::size_t i = 0; i < calls_.size(); ++i) {
             if (scripted.insert(calls_[i]).second)
-                tv::TheCalls().SetAnswer(calls_[i], answers_[i]);
+                tv::TheCalls().SetAnswer(*calls_[i], answers_[i]);
         }
-        unread_ = tv::Tv::Get().journal().ListenToLog([](const tv::LogRecord&) {});
+        unread_ = tv::TheJournal().ListenToLog([](const tv::LogRecord&) {});
     }
     ~Dispatcher()
     {
         unread_.reset();
         tv::TheCalls().RestoreAll();
         handler_.reset();
-        tv::Tv::Get().DropLeftovers();
-        tv::Tv::Get().deliveries().Resume();
+        tv::DropLeftovers();
+        tv::TheDeliveries().Resume();
     }
     Dispatcher(const Dispatcher&) = delete;
     Dispatcher& operator=(const Dispatcher&) = delete;
@@ -83,10 +83,10 @@ class Dispatcher {
     /// What can't be done without: the scripted platform calls, the lines of the log, the reply.
     pp::Var Floor()
     {
-        for (const tv::CallId call : calls_) {
-            const std::optional<tv::Answer> answer = tv::TheCalls().Take(call);
+        for (const tv::AnyCall* const call : calls_) {
+            const std::optional<tv::Answer> answer = tv::TheCalls().Take(*call);
             // Turns result and out arguments into what the platform gives.
-            benchmark::DoNotOptimize(tv::Calls::Mistake(tv::InfoOf(call), *answer));
+            benchmark::DoNotOptimize(call->Mistake(*answer));
         }
         for (const std::string& line : log_) {
             std::snprintf(discarded_, sizeof discarded_, "%s: %s(%d) > %s", "File.cpp", "Function", 100,
@@ -112,7 +112,7 @@ class Dispatcher {
     const pp::Var request_;
     pp::Var reply_;
     Json::Value record_;  ///< what the reply's text says, when the plug-in wrote it
-    std::vector<tv::CallId> calls_;
+    std::vector<const tv::AnyCall*> calls_;
     std::vector<tv::Answer> answers_;
     std::vector<std::string> log_;
     std::unique_ptr<tv::Journal::Listening> unread_;

@@ -87,7 +87,7 @@ void ContentEvent(benchmark::State& state)
 {
     CountingPage page;
     page.Command("RegisterEvent", "event", 90001);
-    tv::EventProxyService& proxy = tv::Tv::Get().event_proxy();
+    tv::EventProxyService& proxy = tv::EventProxyService::Get();
     for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
             proxy.Raise(90001);
@@ -119,7 +119,7 @@ void EventsInARow(benchmark::State& state)
 {
     CountingPage page;
     page.Command("RegisterEvent", "event", 90001);
-    tv::EventProxyService& proxy = tv::Tv::Get().event_proxy();
+    tv::EventProxyService& proxy = tv::EventProxyService::Get();
     MillionInARow(state, [&proxy] {
         for (int i = 0; i < kBatch; ++i)
             proxy.Raise(90001);
@@ -161,7 +161,7 @@ void SettingsChange(benchmark::State& state)
 {
     CountingPage page;
     page.Command("AddVconfCallbackWithKey", "key", "db/bench/key");
-    tv::SettingsStore& settings = tv::Tv::Get().settings();
+    tv::SettingsStore& settings = tv::SettingsStore::Get();
     for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
             settings.Set("db/bench/key", i);

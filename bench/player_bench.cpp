@@ -26,7 +26,7 @@ class SubscribedPage {
     {
         Await(R"({"command":"RegisterEvent","event":90001})");
         Await(R"({"command":"Init","url":"film","timeOffset":0})");
-        tv::Tv::Get().player().Report(kPlayer, 0, 0, 0, false);  // behind the player's first report
+        tv::PlayerService::Get().Report(kPlayer, 0, 0, 0, false);  // behind the player's first report
         messages_ = 0;
     }
     pp::Var Await(const char* json) { return instance_.Await(tv::ToVar(test::J(json))); }
@@ -60,7 +60,7 @@ void ReportToMessage(benchmark::State& state)
 {
     SubscribedPage page;
     for ([[maybe_unused]] auto _ : state)
-        tv::Tv::Get().player().Report(kPlayer, 137, 15000, 600000, false);
+        tv::PlayerService::Get().Report(kPlayer, 137, 15000, 600000, false);
     page.CheckMessages(state);
 }
 BENCHMARK(ReportToMessage)->UseRealTime();
@@ -100,9 +100,13 @@ void Passage(benchmark::State& state)
 BENCHMARK(Passage<Traced>)->Name("TracePointOff");
 BENCHMARK(Passage<Plain>)->Name("NoTracePoint");
 
+struct BenchCalls : tv::CallTable {
+    tv::Call<int> call{*this, "bench"};
+};
+
 [[gnu::noinline]] int Called(int value)
 {
-    return tv::Call<int>(tv::CallId::VconfGetInt, std::tie(value), [&value] {
+    return tv::TheTable<BenchCalls>().call(std::tie(value), [&value] {
         benchmark::DoNotOptimize(value);
         return value;
     });

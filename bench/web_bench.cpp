@@ -270,7 +270,7 @@ void PostToListeners(benchmark::State& state)
     Listeners listeners(web.port(), page + "messages", static_cast<int>(state.range(0)));
     for (auto _ : state) {
         for (int i = 0; i < kBatch; ++i)
-            tv::Tv::Get().event_proxy().Notify(kEvent, false);
+            tv::EventProxyService::Get().Notify(kEvent, false);
         listeners.Wait(kBatch, sizeof kPosted - 1);
     }
     state.SetItemsProcessed(state.iterations() * kBatch);

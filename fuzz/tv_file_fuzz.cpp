@@ -6,7 +6,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     try {
-        tv::Tv::Get().Load(tv::ParseTv({reinterpret_cast<const char*>(data), size}, tv::SampleTv()));
+        tv::LoadTv(tv::ParseTv({reinterpret_cast<const char*>(data), size}, tv::SampleTv()));
     } catch (const tv::TvFileError&) {
         return -1;
     }

@@ -85,7 +85,7 @@ void EmbeddedHost::Close()
 {
     instance_.reset();
     // As every host does, which ends the page's players too.
-    tv::Tv::Get().DropLeftovers();
+    tv::DropLeftovers();
 }
 
 std::unique_ptr<Seat> EmbeddedHost::TakeSeat()

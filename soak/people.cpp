@@ -350,7 +350,6 @@ void PlayTv(Scene& scene, Seat& seat, Dice& dice)
 
 void TellThings(Scene& scene, Dice& dice, const std::atomic<bool>& stop)
 {
-    tv::Tv& tv = tv::Tv::Get();
     for (int left = dice.Below(300); left > 0 || !stop; --left) {
         if (left <= 0)
             std::this_thread::sleep_for(std::chrono::microseconds(200));
@@ -359,20 +358,21 @@ void TellThings(Scene& scene, Dice& dice, const std::atomic<bool>& stop)
             const int event = dice.Pick(scene.stage.api.events());
             Json::Value results(Json::arrayValue);
             const bool null_user = dice.Chance(5) && scene.plan.end != Plan::End::Calm;
-            for (const int result : tv.event_proxy().Notify(event, null_user))
+            for (const int result : tv::EventProxyService::Get().Notify(event, null_user))
                 results.append(result);
             ExpectEvent(scene, event, results);
         } else if (kind < 8) {
             const std::string& key = dice.Pick(TvKeys());
-            const auto told = tv.settings().SetAndTell(key, dice.Below(1000), false);
+            const auto told = tv::SettingsStore::Get().SetAndTell(key, dice.Below(1000), false);
             ExpectDelivered(scene, SettingName(key), static_cast<Json::UInt>(told.value_or(0)));
         } else if (kind < 9) {
             const int value = scene.stage.next_report++;
-            const std::size_t told = tv.player().Report(kPluginPlayer, kReportType, value, 0, false);
+            const std::size_t told =
+                tv::PlayerService::Get().Report(kPluginPlayer, kReportType, value, 0, false);
             ExpectDelivered(scene, ReportName(value), static_cast<Json::UInt>(told));
         } else {
             ++scene.signals;
-            const std::size_t told = tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false).size();
+            const std::size_t told = tv::SignalService::Get().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false).size();
             ExpectDelivered(scene, kSignalName, static_cast<Json::UInt>(told));
         }
     }

@@ -62,7 +62,7 @@ class PagesPart {
         const std::chrono::duration<double> played = Clock::now() - started;
         if (const std::string excess = Census::Excess(before); !excess.empty())
             run_.findings.Add("left over after the host: " + excess);
-        if (tv::CountInstances() != 0 || tv::Tv::Get().trace_libraries().Count() != 0)
+        if (tv::CountInstances() != 0 || tv::TraceLibraries::Get().Count() != 0)
             run_.findings.Add("an instance or a loaded library is left over");
         Judge(played.count());
     }
@@ -77,12 +77,11 @@ class PagesPart {
     /// The threads on which services call back start with their first delivery and stay.
     static void StartServices()
     {
-        tv::Tv& tv = tv::Tv::Get();
-        tv.event_proxy().Notify(0, false);
-        tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false);
-        tv.power().Notify(0, false);
-        tv.settings().SetAndTell(std::string(kSettingPrefix) + "start", 1, false);
-        tv.player().Report(0, 0, 0, 0, false);
+        tv::EventProxyService::Get().Notify(0, false);
+        tv::SignalService::Get().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false);
+        tv::PowerService::Get().Notify(0, false);
+        tv::SettingsStore::Get().SetAndTell(std::string(kSettingPrefix) + "start", 1, false);
+        tv::PlayerService::Get().Report(0, 0, 0, 0, false);
     }
 
     std::shared_ptr<Page> OpenPage(Host& host, std::uint64_t round)
@@ -99,7 +98,7 @@ class PagesPart {
     std::shared_ptr<Page> PlayRound(Host& host, Stage& stage, const std::shared_ptr<Page>& page,
                                     const Plan& plan, std::uint64_t round)
     {
-        const std::size_t leftovers = tv::Tv::Get().leftovers();
+        const std::size_t leftovers = tv::CountDroppedLeftovers();
         Scene scene{stage, *page, plan};
         const std::unique_ptr<Seat> seat = host.TakeSeat();
         Subscribe(scene, *seat);
@@ -154,7 +153,7 @@ class PagesPart {
             // Else the next page, once it watches, would be told of what came before it.
             DrainSettings();
         }
-        tv::Tv::Get().calls().RestoreAll();
+        tv::TheCalls().RestoreAll();
 
         for (const std::string& difference : page->ledger.Differences())
             run_.findings.Add(difference);
@@ -162,12 +161,12 @@ class PagesPart {
         // What was told too late for this page can have reached the next.
         if (next)
             next->ledger.Allow(kSignalName, scene.signals);
-        if (const std::size_t left = tv::Tv::Get().leftovers() - leftovers; left != 0)
+        if (const std::size_t left = tv::CountDroppedLeftovers() - leftovers; left != 0)
             run_.findings.Add(std::to_string(left) + " registrations outlived their page");
-        const std::size_t registered = tv::Tv::Get().CountRegistrations();
+        const std::size_t registered = tv::CountRegistrations();
         if (registered != (next ? kRegistrationsOfAPage : 0))
             run_.findings.Add(std::to_string(registered) + " registrations are left over: " +
-                              test::Text(tv::Tv::Get().StateJson()["subscriptions"]));
+                              test::Text(tv::StateJson()["subscriptions"]));
         return next;
     }
 
@@ -197,7 +196,7 @@ class PagesPart {
     /// What settings have set off is told when this has returned.
     static void DrainSettings()
     {
-        tv::Tv::Get().settings().SetAndTell(std::string(kSettingPrefix) + "drain", 1, false);
+        tv::SettingsStore::Get().SetAndTell(std::string(kSettingPrefix) + "drain", 1, false);
     }
 
     void Judge(double seconds)

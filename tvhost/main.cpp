@@ -118,10 +118,10 @@ int Run(int argc, char** argv)
 
     host::CatchInterrupts();
     if (!tv_file.empty())
-        tv::Tv::Get().Load(tv::ReadTvFile(tv_file));
-    const Json::Value usual_settings = tv::Tv::Get().settings().ValuesJson();
+        tv::LoadTv(tv::ReadTvFile(tv_file));
+    const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
     if (!settings.empty())
-        tv::Tv::Get().settings().OpenDatabase(settings);
+        tv::SettingsStore::Get().OpenDatabase(settings);
     script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
     // Before the plug-in is loaded: its flag is on from the moment that it registers.
     std::optional<host::TraceFile> trace_file;
@@ -132,7 +132,7 @@ int Run(int argc, char** argv)
         serve.plugin = script.plugin;
         if (serve.web.empty())
             serve.web = host::DefaultWebPath();
-        serve.kept_settings = Differing(tv::Tv::Get().settings().ValuesJson(), usual_settings);
+        serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
         const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
         serve.note = {"Recorded by zelumo-tv " ZELUMO_VERSION ". To replay:",
                       "zelumo-tv " + tv_option + "script --check " + serve.record.string()};

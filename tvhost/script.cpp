@@ -113,7 +113,7 @@ class Printer {
 class DelaysEndAtInterrupt {
   private:
     std::optional<tv::Calls::NoDelay> no_delay_;
-    OnInterrupt on_interrupt_{[this] { no_delay_.emplace(tv::TheCalls(), std::nullopt); }};
+    OnInterrupt on_interrupt_{[this] { no_delay_.emplace(tv::TheCalls(), nullptr); }};
 };
 
 int PlayScript(const ScriptOptions& options, LineReader& reader)

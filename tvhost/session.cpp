@@ -34,7 +34,7 @@ OrderedObject LogLine(const tv::LogRecord& log)
 Session::Session(const std::filesystem::path& plugin, Output output, Heard heard) : output_(std::move(output))
 {
     Hear(heard);
-    tv::Tv::Get().deliveries().Hold();
+    tv::TheDeliveries().Hold();
     plugin_ = std::make_unique<Plugin>(plugin);
 }
 
@@ -43,13 +43,13 @@ Session::~Session()
     if (instance_)
         End();
     plugin_.reset();
-    tv::Tv::Get().calls().RestoreAll();
-    tv::Tv::Get().deliveries().Resume();
+    tv::TheCalls().RestoreAll();
+    tv::TheDeliveries().Resume();
 }
 
 void Session::Hear(Heard heard)
 {
-    tv::Journal& journal = tv::Tv::Get().journal();
+    tv::Journal& journal = tv::TheJournal();
     const std::lock_guard lock(heard_mutex_);
     if (!heard.calls)
         calls_.reset();
@@ -74,7 +74,7 @@ void Session::Open()
     instance_ = std::make_unique<tv::EmbeddedInstance>(plugin_->module(), [this](const pp::Var& message) {
         Tell({{"message", tv::ToJson(message)}});
     });
-    tv::Tv::Get().deliveries().Release();
+    tv::TheDeliveries().Release();
 }
 
 void Session::Close()
@@ -87,9 +87,9 @@ void Session::End()
 {
     instance_.reset();
     // Before anything more is delivered: what is left would call into the instance that is gone.
-    if (const std::size_t left = tv::Tv::Get().DropLeftovers(); left != 0)
+    if (const std::size_t left = tv::DropLeftovers(); left != 0)
         std::fprintf(stderr, "zelumo-tv: %zu subscriptions outlived the instance and were dropped\n", left);
-    tv::Tv::Get().deliveries().Release();
+    tv::TheDeliveries().Release();
 }
 
 tv::EmbeddedInstance& Session::OpenInstance()
@@ -116,13 +116,13 @@ void Session::Await(const Json::Value& message)
     OpenInstance().Await(tv::ToVar(message), [this](const pp::Var& reply) {
         Tell({{"reply", tv::ToJson(reply)}});
     });
-    tv::Tv::Get().deliveries().Release();
+    tv::TheDeliveries().Release();
 }
 
 void Session::Post(const Json::Value& message)
 {
     OpenInstance().Post(tv::ToVar(message));
-    tv::Tv::Get().deliveries().Release();
+    tv::TheDeliveries().Release();
 }
 
 void Session::DoVerb(const Json::Value& verb)
@@ -130,7 +130,7 @@ void Session::DoVerb(const Json::Value& verb)
     OrderedObject did{{"did", verb["tv"]}};
     try {
         if (verb["tv"] == "close" || verb["tv"] == "open") {
-            tv::VerbFields(verb).End();
+            tv::RefuseFields(verb);
             verb["tv"] == "open" ? Open() : Close();
         } else {
             const tv::VerbResults results = tv::CarryOut(verb);
@@ -140,7 +140,7 @@ void Session::DoVerb(const Json::Value& verb)
         throw LineError(error.what());
     }
     Tell(did);
-    tv::Tv::Get().deliveries().Release();
+    tv::TheDeliveries().Release();
 }
 
 }  // namespace host

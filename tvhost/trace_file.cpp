@@ -34,7 +34,7 @@ TraceFile::TraceFile(const std::filesystem::path& file) : path_(file), file_(std
     if (!file_)
         throw TraceError(Reason(path_, errno));
     Put("[");
-    tv::Tv::Get().tracer().Start([this](const tv::TracedScope& scope) { Write(scope); });
+    tv::ScopeTracer::Get().Start([this](const tv::TracedScope& scope) { Write(scope); });
 }
 
 TraceFile::~TraceFile()
@@ -53,7 +53,7 @@ void TraceFile::End()
 {
     if (!file_)
         return;
-    tv::Tv::Get().tracer().Stop();
+    tv::ScopeTracer::Get().Stop();
     Put("\n]\n");
     file_.reset();
 }

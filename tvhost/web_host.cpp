@@ -110,7 +110,7 @@ void WebHost::Stop()
         const std::lock_guard lock(mutex_);
         stopping_ = true;
         if (!no_delay_)
-            no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::Tv::Get().calls(), std::nullopt);
+            no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::TheCalls(), nullptr);
     }
     changed_.notify_one();
 }
@@ -256,10 +256,9 @@ void WebHost::OnVerb(const std::string& body, const Answer& answer)
     if (verb == "restore") {
         const bool names_call = line.json.isMember("call");
         const Json::Value call = names_call ? line.json["call"] : Json::Value();
-        const tv::CallInfo* const info = call.isString() ? tv::Calls::Find(call.asString()) : nullptr;
-        if (info != nullptr || !names_call)
-            no_delay = std::make_shared<tv::Calls::NoDelay>(
-                tv::Tv::Get().calls(), info != nullptr ? std::optional(info->id) : std::nullopt);
+        const tv::AnyCall* const known = call.isString() ? tv::TheCalls().Find(call.asString()) : nullptr;
+        if (known != nullptr || !names_call)
+            no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
     }
     TakeTurn(
         {[this, line = std::move(line), answer, no_delay] { CarryOut(line, answer); }, answer, body.size()});
@@ -267,7 +266,7 @@ void WebHost::OnVerb(const std::string& body, const Answer& answer)
 
 WebResponse WebHost::StateResponse()
 {
-    Json::Value state = tv::Tv::Get().StateJson();
+    Json::Value state = tv::StateJson();
     {
         const std::lock_guard lock(page_mutex_);
         // While a page opens the TV is its own already: the page that is replaced must not find it free.

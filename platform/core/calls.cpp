@@ -1,98 +1,110 @@
 #include "core/calls.h"
 
-#include <map>
-#include <string>
+#include <algorithm>
 
 namespace tv {
 
-std::atomic<int> Calls::watchers_{0};
-
-const CallInfo* Calls::Find(const std::string& name)
+AnyCall::AnyCall(CallTable& table, const char* name, Slot result, std::vector<Slot> outs)
+    : name_(name), result_(result), outs_(std::move(outs))
 {
-    static const std::map<std::string, const CallInfo*> by_name = [] {
-        std::map<std::string, const CallInfo*> names;
-        for (std::size_t i = 0; i < kCallCount; ++i) {
-            const CallInfo& info = InfoOf(static_cast<CallId>(i));
-            names.emplace(info.name, &info);
-        }
-        return names;
-    }();
-    const auto found = by_name.find(name);
-    return found == by_name.end() ? nullptr : found->second;
+    table.calls_.push_back(this);
 }
 
-std::optional<std::string> Calls::Mistake(const CallInfo& info, const Answer& answer)
+std::optional<std::string> AnyCall::Mistake(const Answer& answer) const
 {
-    if (answer.result && !Fits(info.result, *answer.result))
-        return std::string("\"result\" of ") + info.name + " must be " + Describe(info.result);
-    if (answer.out.size() > info.out.size())
-        return std::string(info.name) + " has " + std::to_string(info.out.size()) +
+    if (answer.result && !result_.fits(*answer.result))
+        return std::string("\"result\" of ") + name_ + " must be " + result_.what;
+    if (answer.out.size() > outs_.size())
+        return std::string(name_) + " has " + std::to_string(outs_.size()) +
                " out arguments, \"out\" gives " + std::to_string(answer.out.size());
     for (Json::ArrayIndex i = 0; i < answer.out.size(); ++i) {
-        if (!answer.out[i].isNull() && !Fits(info.out[i], answer.out[i]))
-            return "\"out\"[" + std::to_string(i) + "] of " + info.name + " must be null or " +
-                   Describe(info.out[i]);
+        if (!answer.out[i].isNull() && !outs_[i].fits(answer.out[i]))
+            return "\"out\"[" + std::to_string(i) + "] of " + name_ + " must be null or " + outs_[i].what;
     }
     return std::nullopt;
 }
 
-void Calls::SetAnswer(CallId id, Answer answer)
+std::atomic<int> Calls::watchers_{0};
+
+Calls& TheCalls()
 {
-    const std::lock_guard lock(mutex_);
-    Scripted& scripted = scripted_[static_cast<std::size_t>(id)];
-    if (answer.times == 0) {
-        for (std::size_t i = scripted.answers.size(); i > 0; --i)
-            RemoveWatcher();
-        scripted.answers.clear();
+    static Calls& calls = *new Calls;
+    return calls;
+}
+
+void Calls::Add(const CallTable& table)
+{
+    const MutexLock lock(mutex_);
+    for (const AnyCall* const call : table.calls()) {
+        calls_.push_back(call);
+        scripted_[call];
     }
+}
+
+const AnyCall* Calls::Find(const std::string& name) const
+{
+    const MutexLock lock(mutex_);
+    const auto found =
+        std::find_if(calls_.begin(), calls_.end(), [&](const AnyCall* call) { return call->name() == name; });
+    return found == calls_.end() ? nullptr : *found;
+}
+
+void Calls::SetAnswer(const AnyCall& call, Answer answer)
+{
+    const MutexLock lock(mutex_);
+    Scripted& scripted = scripted_[&call];
+    if (answer.times == 0)
+        Clear(scripted);
     scripted.answers.push_back(std::move(answer));
     AddWatcher();
 }
 
-void Calls::Clear(CallId id)
+void Calls::Clear(Scripted& scripted)
 {
-    Scripted& scripted = scripted_[static_cast<std::size_t>(id)];
     for (std::size_t i = scripted.answers.size(); i > 0; --i)
         RemoveWatcher();
     scripted.answers.clear();
-    ++scripted.epoch;
 }
 
-void Calls::Restore(CallId id)
+void Calls::Restore(const AnyCall& call)
 {
     {
-        const std::lock_guard lock(mutex_);
-        Clear(id);
+        const MutexLock lock(mutex_);
+        Scripted& scripted = scripted_[&call];
+        Clear(scripted);
+        ++scripted.epoch;
     }
-    restored_.notify_all();
+    restored_.NotifyAll();
 }
 
 void Calls::RestoreAll()
 {
     {
-        const std::lock_guard lock(mutex_);
-        for (std::size_t i = 0; i < kCallCount; ++i)
-            Clear(static_cast<CallId>(i));
-    }
-    restored_.notify_all();
-}
-
-void Calls::Hurry(std::optional<CallId> id, bool begins)
-{
-    {
-        const std::lock_guard lock(mutex_);
-        for (std::size_t i = 0; i < kCallCount; ++i) {
-            if (!id || *id == static_cast<CallId>(i))
-                scripted_[i].hurried += begins ? 1U : -1U;
+        const MutexLock lock(mutex_);
+        for (auto& [call, scripted] : scripted_) {
+            Clear(scripted);
+            ++scripted.epoch;
         }
     }
-    restored_.notify_all();
+    restored_.NotifyAll();
 }
 
-std::optional<Answer> Calls::Take(CallId id)
+void Calls::Hurry(const AnyCall* call, bool begins)
 {
-    std::unique_lock lock(mutex_);
-    Scripted& scripted = scripted_[static_cast<std::size_t>(id)];
+    {
+        const MutexLock lock(mutex_);
+        for (auto& [one, scripted] : scripted_) {
+            if (call == nullptr || call == one)
+                scripted.hurried += begins ? 1U : -1U;
+        }
+    }
+    restored_.NotifyAll();
+}
+
+std::optional<Answer> Calls::Take(const AnyCall& call)
+{
+    const MutexLock lock(mutex_);
+    Scripted& scripted = scripted_[&call];
     if (scripted.answers.empty())
         return std::nullopt;
     Answer answer = scripted.answers.front();
@@ -100,22 +112,22 @@ std::optional<Answer> Calls::Take(CallId id)
         scripted.answers.pop_front();
         RemoveWatcher();
     }
-    if (answer.delay.count() > 0) {
-        const unsigned epoch = scripted.epoch;
-        restored_.wait_for(lock, answer.delay,
-                           [&] { return scripted.epoch != epoch || scripted.hurried != 0; });
-    }
+    const auto end = std::chrono::steady_clock::now() + answer.delay;
+    const unsigned epoch = scripted.epoch;
+    bool waits = answer.delay.count() > 0;
+    while (waits && scripted.epoch == epoch && scripted.hurried == 0)
+        waits = restored_.WaitUntil(mutex_, end);
     return answer;
 }
 
 Json::Value Calls::AnswersJson() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Json::Value list(Json::arrayValue);
-    for (std::size_t i = 0; i < kCallCount; ++i) {
-        for (const Answer& answer : scripted_[i].answers) {
+    for (const AnyCall* const call : calls_) {
+        for (const Answer& answer : scripted_.at(call).answers) {
             Json::Value one;
-            one["call"] = InfoOf(static_cast<CallId>(i)).name;
+            one["call"] = call->name();
             if (answer.result)
                 one["result"] = *answer.result;
             if (!answer.out.isNull())

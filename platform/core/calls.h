@@ -2,68 +2,138 @@
 
 #include <json/value.h>
 
-#include <array>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <deque>
-#include <mutex>
+#include <map>
 #include <optional>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
-#include "core/call_table.h"
+#include "core/form.h"
 #include "core/journal.h"
-#include "core/values.h"
-#include "services/content/content_json.h"
-#include "services/tv/tv_service_json.h"
+#include "core/mutex.h"
 #include "zelumo-platform/export.h"
 
+/// Every platform call goes through here: what was called is written to the journal, and a scripted answer
+/// takes the call's place when one is set. A call is declared once, beside its shim, as a member of the
+/// CallTable of its room:
+///
+///     struct BmsCalls : CallTable {
+///         Call<int, Out<int>> get_play_time{*this, "BmsGetPlayTime", 0};
+///
+/// and made by that member:
+///
+///     return TheTable<BmsCalls>().get_play_time(std::tie(id), Out(position), [&](Out<int>& out) { … });
 namespace tv {
 
 /// An answer that stands in for a platform call.
 struct Answer {
-    std::optional<Json::Value> result;  ///< absent: the call's usual success
+    std::optional<Json::Value> result;  ///< absent: the call's usual result
     Json::Value out;                    ///< array, or null: nothing is written
     std::chrono::milliseconds delay{0};
     int times = 0;  ///< calls that it still holds for; 0: until it is replaced or withdrawn
 };
 
-/// The one place that every platform call goes through: scripted answers are given here, and what was
-/// called is written to the journal. All operations may be called on any thread.
+class AnyCall;
+
+/// The calls of one room, in the order of their declaration.
+class PLATFORM_API CallTable {
+  public:
+    CallTable() = default;
+    CallTable(const CallTable&) = delete;
+    CallTable& operator=(const CallTable&) = delete;
+
+    const std::vector<const AnyCall*>& calls() const { return calls_; }
+
+  private:
+    friend class AnyCall;
+    std::vector<const AnyCall*> calls_;
+};
+
+/// The one table of a room, never destroyed: a plug-in that is still loaded at exit makes calls after all
+/// destructors.
+template <typename Table>
+const Table& TheTable()
+{
+    static const Table& table = *new Table;
+    return table;
+}
+
+/// A declared call, whatever its types. Not changed once it was made; lives as long as its table.
+class PLATFORM_API AnyCall {
+  public:
+    AnyCall(const AnyCall&) = delete;
+    AnyCall& operator=(const AnyCall&) = delete;
+
+    /// As the journal and the verb `answer` write it.
+    const char* name() const { return name_; }
+    /// Why `answer` does not fit the call, or nothing when it does.
+    std::optional<std::string> Mistake(const Answer& answer) const;
+    /// The result of a scripted answer that gives none, as the journal writes it.
+    virtual Json::Value UsualResult() const = 0;
+
+  protected:
+    /// What a result or an out argument takes.
+    struct Slot {
+        bool (*fits)(const Json::Value& json);
+        const char* what;
+    };
+    template <typename T>
+    static Slot SlotFor()
+    {
+        if constexpr (std::is_void_v<T>)
+            return {[](const Json::Value& json) { return json.isNull(); }, "null"};
+        else
+            return {[](const Json::Value& json) {
+                        T value{};
+                        return FromJson(json, value);
+                    },
+                    Form<T>::kWhat};
+    }
+    AnyCall(CallTable& table, const char* name, Slot result, std::vector<Slot> outs);
+    virtual ~AnyCall() = default;
+
+  private:
+    const char* const name_;
+    const Slot result_;
+    const std::vector<Slot> outs_;
+};
+
+/// The scripted answers. Any thread.
 class PLATFORM_API Calls {
   public:
-    /// `journal` outlives this object.
-    explicit Calls(Journal& journal) : journal_(journal) {}
+    Calls() = default;
+    Calls(const Calls&) = delete;
+    Calls& operator=(const Calls&) = delete;
 
-    /// The row of the call table under that name, valid for the life of the process, or null.
-    static const CallInfo* Find(const std::string& name);
+    /// Makes the calls of a table known. The table lives as long as the process.
+    void Add(const CallTable& table) EXCLUDES(mutex_);
+    /// The call of that name, or null.
+    const AnyCall* Find(const std::string& name) const EXCLUDES(mutex_);
 
     /// An answer without `times` replaces those that stood for the call; one with `times` queues up.
     /// The answer must fit the call (see Mistake).
-    void SetAnswer(CallId id, Answer answer);
+    void SetAnswer(const AnyCall& call, Answer answer) EXCLUDES(mutex_);
     /// The call works as usual again; a delay that is being waited out ends at once.
-    void Restore(CallId id);
-    void RestoreAll();
+    void Restore(const AnyCall& call) EXCLUDES(mutex_);
+    void RestoreAll() EXCLUDES(mutex_);
     /// While it lives, the delays of a call's answers, or of all calls', are not waited out; one that is
     /// being waited out ends at once. Any thread.
     class NoDelay;
-    /// What stands scripted, as `answer` verbs without their "tv".
-    Json::Value AnswersJson() const;
-
-    /// Why `answer` does not fit the call, or nothing when it does.
-    static std::optional<std::string> Mistake(const CallInfo& info, const Answer& answer);
+    /// What stands scripted, as `answer` verbs without their "tv", in the order of the tables.
+    Json::Value AnswersJson() const EXCLUDES(mutex_);
 
     /// False while nobody listens and no answer stands: then a call is just made.
     static bool Watched() { return watchers_.load(std::memory_order_acquire) != 0; }
 
-    // For Call below and the journal.
-    /// Takes the answer that holds for the next call of `id`, having waited out its delay.
-    std::optional<Answer> Take(CallId id);
-    Journal& journal() { return journal_; }
+    // For Call and the journal.
+    /// Takes the answer that holds for the next call, having waited out its delay.
+    std::optional<Answer> Take(const AnyCall& call) EXCLUDES(mutex_);
     static void AddWatcher() { watchers_.fetch_add(1, std::memory_order_release); }
     static void RemoveWatcher() { watchers_.fetch_sub(1, std::memory_order_release); }
 
@@ -73,36 +143,39 @@ class PLATFORM_API Calls {
         unsigned epoch = 0;    ///< counts restores, so that a delay knows it was withdrawn
         unsigned hurried = 0;  ///< how many NoDelay there are for it
     };
-    void Clear(CallId id);
-    void Hurry(std::optional<CallId> id, bool begins);
+    static void Clear(Scripted& scripted);
+    /// Null: every call.
+    void Hurry(const AnyCall* call, bool begins) EXCLUDES(mutex_);
 
     static std::atomic<int> watchers_;
-    Journal& journal_;  // outlives this object
-    mutable std::mutex mutex_;
-    std::condition_variable restored_;
-    std::array<Scripted, kCallCount> scripted_;  // guarded by mutex_
+    mutable Mutex mutex_{LockLevel::Calls};
+    CondVar restored_;
+    std::vector<const AnyCall*> calls_ GUARDED_BY(mutex_);
+    std::map<const AnyCall*, Scripted> scripted_ GUARDED_BY(mutex_);  ///< one for each of calls_
 };
 
 class PLATFORM_API Calls::NoDelay {
   public:
-    /// Without an id: of all calls.
-    NoDelay(Calls& calls, std::optional<CallId> id) : calls_(calls), id_(id) { calls_.Hurry(id_, true); }
-    ~NoDelay() { calls_.Hurry(id_, false); }
+    /// Without a call: of all calls. `calls` outlives this object.
+    NoDelay(Calls& calls, const AnyCall* call) : calls_(calls), call_(call) { calls_.Hurry(call_, true); }
+    ~NoDelay() { calls_.Hurry(call_, false); }
     NoDelay(const NoDelay&) = delete;
     NoDelay& operator=(const NoDelay&) = delete;
 
   private:
-    Calls& calls_;  // outlives this object
-    const std::optional<CallId> id_;
+    Calls& calls_;
+    const AnyCall* const call_;
 };
 
-/// The Calls of the TV, valid for the life of the process.
+/// Those of the TV, valid for the life of the process.
 PLATFORM_API Calls& TheCalls();
 
 /// An out argument: where it goes and whether it was written.
 template <typename T>
 class Out {
   public:
+    using Written = T;
+
     /// `target` may be null: then what is set is dropped.
     explicit Out(T* target) : target_(target) {}
 
@@ -129,6 +202,8 @@ class Out {
 template <typename I>
 class OutInterface {
   public:
+    using Written = Availability;
+
     OutInterface(I** target, I* usual) : target_(target), usual_(usual) {}
 
     void Set()
@@ -137,10 +212,10 @@ class OutInterface {
             *target_ = usual_;
         written_ = true;
     }
-    Json::Value Json() const { return written_ ? Json::Value(true) : Json::Value(); }
+    Json::Value Json() const { return ToJson(Availability{written_}); }
     void Take(const Json::Value& json)
     {
-        if (json.isBool() && json.asBool())
+        if (Availability given; FromJson(json, given) && given.available)
             Set();
     }
 
@@ -150,65 +225,68 @@ class OutInterface {
     bool written_ = false;
 };
 
-/// One platform call: `args` are what the journal shows (const references or values), `body` does the
-/// work and writes the out arguments, which it shares with `outs`. A scripted answer replaces the body.
-template <typename Result, typename... Args, typename Body, typename... Outs>
-Result Call(CallId id, const std::tuple<Args...>& args, Body&& body, Outs&... outs)
-{
-    if (!Calls::Watched())
-        return body();
+/// A call with its types: what it returns, and its out arguments (Out, OutInterface, or the like).
+template <typename Result, typename... Outs>
+class Call : public AnyCall {
+  public:
+    using Usual = std::conditional_t<std::is_void_v<Result>, Json::Value, Result>;
 
-    Calls& calls = TheCalls();
-    const CallInfo& info = InfoOf(id);
-    const std::optional<Answer> answer = calls.Take(id);
-    if (answer) {
-        Json::ArrayIndex index = 0;
-        (outs.Take(answer->out.get(index++, Json::Value::nullSingleton())), ...);
+    /// `usual`: the result of a scripted call that is given none.
+    Call(CallTable& table, const char* name, Usual usual = {})
+        : AnyCall(table, name, SlotFor<Result>(), {SlotFor<typename Outs::Written>()...}),
+          usual_(std::move(usual))
+    {}
+
+    Json::Value UsualResult() const override { return ToJson(usual_); }
+
+    /// Makes the call. `args` are what the journal shows (const references or values); `body(outs…)` does the
+    /// work and writes the out arguments, unless a scripted answer takes its place.
+    template <typename... Args, typename Body>
+    Result operator()(const std::tuple<Args...>& args, Outs... outs, Body&& body) const
+    {
+        if (!Calls::Watched())
+            return body(outs...);
+        const std::optional<Answer> answer = TheCalls().Take(*this);
+        if (answer) {
+            Json::ArrayIndex index = 0;
+            (outs.Take(answer->out.get(index++, Json::Value::nullSingleton())), ...);
+        }
+        if constexpr (std::is_void_v<Result>) {
+            if (!answer)
+                body(outs...);
+            Record(args, Json::Value(), outs...);
+        } else {
+            Result result = usual_;
+            if (!answer)
+                result = body(outs...);
+            else if (answer->result)
+                FromJson(*answer->result, result);
+            Record(args, ToJson(result), outs...);
+            return result;
+        }
     }
-    const auto record = [&](Json::Value result) {
-        if (!calls.journal().calls_heard())
+
+  private:
+    template <typename... Args>
+    void Record(const std::tuple<Args...>& args, Json::Value result, const Outs&... outs) const
+    {
+        if (!TheJournal().calls_heard())
             return;
-        CallRecord call{info.name, Json::Value(Json::arrayValue), std::move(result), Json::Value()};
-        std::apply([&](const auto&... arg) { (call.args.append(ToJson(arg)), ...); }, args);
+        CallRecord record{name(), Json::Value(Json::arrayValue), std::move(result), Json::Value()};
+        std::apply([&](const auto&... arg) { (record.args.append(ToJson(arg)), ...); }, args);
         if constexpr (sizeof...(Outs) > 0)
-            (call.out.append(outs.Json()), ...);
-        calls.journal().Write(call);
-    };
-    if constexpr (std::is_void_v<Result>) {
-        if (!answer)
-            body();
-        record(Json::Value());
-    } else {
-        Result result{};
-        if (answer)
-            FromJson(answer->result ? *answer->result : info.success, result);
-        else
-            result = body();
-        record(ToJson(result));
-        return result;
+            (record.out.append(outs.Json()), ...);
+        TheJournal().Write(record);
     }
-}
 
-/// Whether a call gives its interface: written as true, or null.
-struct Availability {
-    bool available = false;
+    const Usual usual_;
 };
-inline Json::Value ToJson(Availability value)
-{
-    return value.available ? Json::Value(true) : Json::Value();
-}
-inline bool FromJson(const Json::Value& json, Availability& value)
-{
-    value.available = json.isBool() && json.asBool();
-    return true;
-}
 
-/// One platform call that gives an interface: the usual one, or null when `body` gives false.
+/// A call that gives an interface: the usual one, or null when `body` gives false.
 template <typename I, typename Body>
-I* CallForInterface(CallId id, I* usual, Body&& body)
+I* CallForInterface(const Call<Availability>& call, I* usual, Body&& body)
 {
-    return Call<Availability>(id, std::tuple<>(), [&] { return Availability{body()}; }).available ? usual
-                                                                                                  : nullptr;
+    return call(std::tuple<>(), [&] { return Availability{body()}; }).available ? usual : nullptr;
 }
 
 }  // namespace tv

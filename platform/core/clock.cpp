@@ -4,34 +4,40 @@
 
 namespace tv {
 
+Clock& TheClock()
+{
+    static Clock& clock = *new Clock;
+    return clock;
+}
+
 Clock::Time Clock::Now() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return now_;
 }
 
 Clock::Time Clock::Date() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return started_ + now_;
 }
 
 void Clock::SetDate(Time since_epoch)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     started_ = since_epoch - now_;
     set_ = since_epoch;
 }
 
 Clock::Time Clock::DateAsSet() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return set_;
 }
 
 Clock::AlarmId Clock::Set(Time when, Alarm alarm)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const AlarmId id{when, next_id_++};
     alarms_.emplace(id, std::move(alarm));
     return id;
@@ -39,32 +45,25 @@ Clock::AlarmId Clock::Set(Time when, Alarm alarm)
 
 void Clock::Cancel(AlarmId id)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     alarms_.erase(id);
 }
 
 void Clock::Advance(Time by, const std::function<void()>& after_alarm)
 {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     const Time target = now_ + by;
     while (!alarms_.empty() && alarms_.begin()->first.first <= target) {
         const auto first = alarms_.begin();
         now_ = std::max(now_, first->first.first);
         const Alarm alarm = std::move(first->second);
         alarms_.erase(first);
-        lock.unlock();
+        lock.Unlock();
         alarm();
         after_alarm();
-        lock.lock();
+        lock.Lock();
     }
     now_ = target;
-}
-
-void Clock::Reset()
-{
-    const std::lock_guard lock(mutex_);
-    now_ = Time(0);
-    alarms_.clear();
 }
 
 }  // namespace tv

@@ -3,9 +3,9 @@
 #include <chrono>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <utility>
 
+#include "core/mutex.h"
 #include "zelumo-platform/export.h"
 
 namespace tv {
@@ -18,34 +18,33 @@ class PLATFORM_API Clock {
     using Alarm = std::function<void()>;
     using AlarmId = std::pair<Time, unsigned long long>;
 
-    Time Now() const;
+    Time Now() const EXCLUDES(mutex_);
     /// Milliseconds since 1970-01-01T00:00:00Z.
-    Time Date() const;
+    Time Date() const EXCLUDES(mutex_);
     /// Makes the date what is given, now.
-    void SetDate(Time since_epoch);
+    void SetDate(Time since_epoch) EXCLUDES(mutex_);
     /// What the date was last set to.
-    Time DateAsSet() const;
+    Time DateAsSet() const EXCLUDES(mutex_);
 
     /// Calls `alarm` once, on the thread that moves the clock, when playing time reaches `when`; alarms of
     /// the same time in the order of setting. A time that has passed goes off with the next move.
-    AlarmId Set(Time when, Alarm alarm);
+    AlarmId Set(Time when, Alarm alarm) EXCLUDES(mutex_);
     /// The alarm does not go off any more, unless it has been taken up already.
-    void Cancel(AlarmId id);
+    void Cancel(AlarmId id) EXCLUDES(mutex_);
 
     /// Moves playing time on, stopping at each alarm on the way; `after_alarm` is called after each one.
-    void Advance(Time by, const std::function<void()>& after_alarm);
-
-    /// Playing time is 0 again, and the date what it was then; no alarm is set.
-    void Reset();
+    void Advance(Time by, const std::function<void()>& after_alarm) EXCLUDES(mutex_);
 
   private:
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    Time now_{0};
-    Time started_{0};  ///< the date at playing time 0
-    Time set_{0};      ///< what the date was last set to
-    unsigned long long next_id_ = 1;
-    std::map<AlarmId, Alarm> alarms_;
+    mutable Mutex mutex_{LockLevel::Clock};
+    Time now_ GUARDED_BY(mutex_){0};
+    Time started_ GUARDED_BY(mutex_){0};  ///< the date at playing time 0
+    Time set_ GUARDED_BY(mutex_){0};      ///< what the date was last set to
+    unsigned long long next_id_ GUARDED_BY(mutex_) = 1;
+    std::map<AlarmId, Alarm> alarms_ GUARDED_BY(mutex_);
 };
+
+/// That of the TV, valid for the life of the process.
+PLATFORM_API Clock& TheClock();
 
 }  // namespace tv

@@ -6,13 +6,19 @@
 
 namespace tv {
 
+Deliveries& TheDeliveries()
+{
+    static Deliveries& deliveries = *new Deliveries;
+    return deliveries;
+}
+
 DeliveryThread::~DeliveryThread()
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         ending_ = true;
     }
-    changed_.notify_all();
+    changed_.NotifyAll();
     if (thread_.joinable())
         thread_.join();
 }
@@ -20,19 +26,19 @@ DeliveryThread::~DeliveryThread()
 void DeliveryThread::Post(Work work)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         queue_.push_back(std::move(work));
         if (!thread_.joinable()) {
             thread_ = std::thread([this] { Loop(); });
             thread_id_ = thread_.get_id();
         }
     }
-    changed_.notify_all();
+    changed_.NotifyAll();
 }
 
 bool DeliveryThread::IsCurrent() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return thread_id_ == std::this_thread::get_id();
 }
 
@@ -42,18 +48,19 @@ void DeliveryThread::Run(const Work& work)
         work();
         return;
     }
-    std::mutex done_mutex;
-    std::condition_variable done_changed;
+    Mutex done_mutex(LockLevel::Leaf);
+    CondVar done_changed;
     bool done = false;
     Post([&] {
         work();
         // Notified under the lock: the waiting thread owns what is notified and goes on at once.
-        const std::lock_guard lock(done_mutex);
+        const MutexLock lock(done_mutex);
         done = true;
-        done_changed.notify_one();
+        done_changed.NotifyOne();
     });
-    std::unique_lock lock(done_mutex);
-    done_changed.wait(lock, [&] { return done; });
+    const MutexLock lock(done_mutex);
+    while (!done)
+        done_changed.Wait(done_mutex);
 }
 
 void DeliveryThread::Drain()
@@ -64,22 +71,23 @@ void DeliveryThread::Drain()
 void DeliveryThread::Loop()
 {
     pthread_setname_np(pthread_self(), name_.c_str());
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     while (true) {
-        changed_.wait(lock, [this] { return ending_ || !queue_.empty(); });
+        while (!ending_ && queue_.empty())
+            changed_.Wait(mutex_);
         if (queue_.empty())
             return;
         const Work work = std::move(queue_.front());
         queue_.pop_front();
-        lock.unlock();
+        lock.Unlock();
         work();
-        lock.lock();
+        lock.Lock();
     }
 }
 
 void Deliveries::Post(DeliveryThread& thread, DeliveryThread::Work work)
 {
-    std::unique_lock lock(mutex_);
+    const MutexLock lock(mutex_);
     if (held_) {
         waiting_.push_back({&thread, std::move(work)});
         return;
@@ -90,28 +98,28 @@ void Deliveries::Post(DeliveryThread& thread, DeliveryThread::Work work)
 
 void Deliveries::Hold()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     held_ = true;
 }
 
 std::size_t Deliveries::Release()
 {
     std::size_t delivered = 0;
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     while (!waiting_.empty()) {
         const Waiting next = std::move(waiting_.front());
         waiting_.pop_front();
-        lock.unlock();
+        lock.Unlock();
         next.thread->Run(next.work);
         ++delivered;
-        lock.lock();
+        lock.Lock();
     }
     return delivered;
 }
 
 void Deliveries::Resume()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     held_ = false;
     for (Waiting& waiting : waiting_)
         waiting.thread->Post(std::move(waiting.work));

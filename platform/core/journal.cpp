@@ -7,6 +7,13 @@
 
 namespace tv {
 
+Journal& TheJournal()
+{
+    // Never destroyed: a plug-in that is still loaded at exit makes calls after all destructors.
+    static Journal& journal = *new Journal;
+    return journal;
+}
+
 Journal::Listening::Listening(Journal& journal, CallListener on_call, LogListener on_log)
     : journal_(journal), on_call_(std::move(on_call)), on_log_(std::move(on_log))
 {}
@@ -19,7 +26,7 @@ Journal::Listening::~Listening()
 std::unique_ptr<Journal::Listening> Journal::ListenToCalls(CallListener listener)
 {
     auto listening = std::make_unique<Listening>(*this, std::move(listener), nullptr);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     listeners_.push_back(listening.get());
     call_count_.fetch_add(1, std::memory_order_release);
     Calls::AddWatcher();
@@ -29,7 +36,7 @@ std::unique_ptr<Journal::Listening> Journal::ListenToCalls(CallListener listener
 std::unique_ptr<Journal::Listening> Journal::ListenToLog(LogListener listener)
 {
     auto listening = std::make_unique<Listening>(*this, nullptr, std::move(listener));
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     listeners_.push_back(listening.get());
     log_count_.fetch_add(1, std::memory_order_release);
     return listening;
@@ -37,7 +44,7 @@ std::unique_ptr<Journal::Listening> Journal::ListenToLog(LogListener listener)
 
 void Journal::Forget(const Listening* listening)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     listeners_.erase(std::find(listeners_.begin(), listeners_.end(), listening));
     if (listening->on_call_) {
         call_count_.fetch_sub(1, std::memory_order_release);
@@ -49,7 +56,7 @@ void Journal::Forget(const Listening* listening)
 
 void Journal::Write(const CallRecord& record)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Listening* listening : listeners_) {
         if (listening->on_call_)
             listening->on_call_(record);
@@ -58,7 +65,7 @@ void Journal::Write(const CallRecord& record)
 
 void Journal::Write(const LogRecord& record)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (const Listening* listening : listeners_) {
         if (listening->on_log_)
             listening->on_log_(record);

@@ -5,10 +5,10 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string_view>
 #include <vector>
 
+#include "core/mutex.h"
 #include "zelumo-platform/export.h"
 
 namespace tv {
@@ -40,24 +40,26 @@ class PLATFORM_API Journal {
     /// Listening lasts until the result is destroyed; after that no call of the listener is running. The
     /// journal outlives the result.
     class Listening;
-    [[nodiscard]] std::unique_ptr<Listening> ListenToCalls(CallListener listener);
-    [[nodiscard]] std::unique_ptr<Listening> ListenToLog(LogListener listener);
+    [[nodiscard]] std::unique_ptr<Listening> ListenToCalls(CallListener listener) EXCLUDES(mutex_);
+    [[nodiscard]] std::unique_ptr<Listening> ListenToLog(LogListener listener) EXCLUDES(mutex_);
 
     bool calls_heard() const { return call_count_.load(std::memory_order_acquire) != 0; }
     bool log_heard() const { return log_count_.load(std::memory_order_acquire) != 0; }
 
-    void Write(const CallRecord& record);
-    void Write(const LogRecord& record);
+    void Write(const CallRecord& record) EXCLUDES(mutex_);
+    void Write(const LogRecord& record) EXCLUDES(mutex_);
 
   private:
-    void Forget(const Listening* listening);
+    void Forget(const Listening* listening) EXCLUDES(mutex_);
 
     std::atomic<int> call_count_{0};
     std::atomic<int> log_count_{0};
-    // Guarded by mutex_, which is held while listeners run so that all of them see one order.
-    std::mutex mutex_;
-    std::vector<const Listening*> listeners_;
+    Mutex mutex_{LockLevel::Journal};  ///< held while listeners run, so that all of them see one order
+    std::vector<const Listening*> listeners_ GUARDED_BY(mutex_);
 };
+
+/// That of the TV, valid for the life of the process.
+PLATFORM_API Journal& TheJournal();
 
 class PLATFORM_API Journal::Listening {
   public:

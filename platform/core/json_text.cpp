@@ -8,23 +8,15 @@
 #include <charconv>
 #include <iterator>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <sstream>
+#include <utility>
 #include <vector>
+
+#include "core/mutex.h"
 
 namespace tv {
 namespace {
-
-bool IsUtf8(std::string_view text)
-{
-    using Traits = boost::locale::utf::utf_traits<char>;
-    for (auto next = text.begin(); next != text.end();) {
-        if (!boost::locale::utf::is_valid_codepoint(Traits::decode(next, text.end())))
-            return false;
-    }
-    return true;
-}
 
 /// The text with U+FFFD for what is no UTF-8.
 std::string WithReplacements(const std::string& text)
@@ -133,14 +125,14 @@ class Pool {
     {
         std::unique_ptr<Tool> tool = Take();
         use(*tool);
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         free_.push_back(std::move(tool));
     }
 
   private:
     std::unique_ptr<Tool> Take()
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (free_.empty())
             return std::unique_ptr<Tool>(make_());
         std::unique_ptr<Tool> tool = std::move(free_.back());
@@ -149,17 +141,41 @@ class Pool {
     }
 
     Tool* (*const make_)();
-    std::mutex mutex_;
-    std::vector<std::unique_ptr<Tool>> free_;  // guarded by mutex_
+    Mutex mutex_{LockLevel::Leaf};
+    std::vector<std::unique_ptr<Tool>> free_ GUARDED_BY(mutex_);
 };
 
-Json::CharReader* MakeReader()
+/// Strict but for what `settings` say otherwise.
+Json::CharReader* MakeReader(const std::vector<std::pair<const char*, Json::Value>>& settings)
 {
     Json::CharReaderBuilder builder;
     Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["strictRoot"] = false;
-    builder["rejectDupKeys"] = false;  // the last one counts, as in a page's engine
+    for (const auto& [name, value] : settings)
+        builder[name] = value;
     return builder.newCharReader();
+}
+
+/// False when the text is no JSON; what jsoncpp throws for text that is nested too deeply goes through.
+bool Read(Json::CharReader& reader, std::string_view text, Json::Value& value, std::string* complaints)
+{
+    return reader.parse(text.data(), text.data() + text.size(), &value, complaints);
+}
+
+/// The first of jsoncpp's complaints about a file, in one line: "line 3, column 5: Missing ',' or '}' …".
+std::string FirstMistake(std::string complaints)
+{
+    if (complaints.rfind("* Line", 0) == 0)
+        complaints.replace(0, 6, "line");
+    const std::size_t column = complaints.find("Column");
+    if (column != std::string::npos)
+        complaints[column] = 'c';
+    const std::size_t first = complaints.find('\n');
+    if (first == std::string::npos)
+        return complaints;
+    const std::size_t text = complaints.find_first_not_of(" \n", first);
+    if (text == std::string::npos)
+        return complaints.substr(0, first);
+    return complaints.substr(0, first) + ": " + complaints.substr(text, complaints.find('\n', text) - text);
 }
 
 /// A writer and what it writes into.
@@ -186,6 +202,16 @@ class Writer {
 
 }  // namespace
 
+bool IsUtf8(std::string_view text)
+{
+    using Traits = boost::locale::utf::utf_traits<char>;
+    for (auto next = text.begin(); next != text.end();) {
+        if (!boost::locale::utf::is_valid_codepoint(Traits::decode(next, text.end())))
+            return false;
+    }
+    return true;
+}
+
 Json::Value ParseJson(std::string_view text, int max_depth)
 {
     if (!IsUtf8(text))
@@ -200,10 +226,10 @@ Json::Value ParseJson(std::string_view text, int max_depth)
     std::string errors;
     bool read = false;
     try {
-        static auto& readers = *new Pool<Json::CharReader>(MakeReader);
-        readers.With([&](Json::CharReader& reader) {
-            read = reader.parse(text.data(), text.data() + text.size(), &value, &errors);
+        static auto& readers = *new Pool<Json::CharReader>([] {
+            return MakeReader({{"strictRoot", false}, {"rejectDupKeys", false}});
         });
+        readers.With([&](Json::CharReader& reader) { read = Read(reader, text, value, &errors); });
     } catch (const Json::Exception& exception) {
         errors = exception.what();
     }
@@ -213,11 +239,47 @@ Json::Value ParseJson(std::string_view text, int max_depth)
     return value;
 }
 
-std::string WriteJson(const Json::Value& value)
+Json::Value ParseJsonFile(std::string_view text, int max_depth)
+{
+    if (!IsUtf8(text))
+        throw JsonError("the file: is not UTF-8");
+    const std::unique_ptr<Json::CharReader> reader(MakeReader({{"stackLimit", max_depth}}));
+    Json::Value value;
+    std::string complaints;
+    try {
+        if (!Read(*reader, text, value, &complaints))
+            throw JsonError(FirstMistake(complaints));
+    } catch (const Json::Exception&) {
+        throw JsonError("the file: is nested too deeply");
+    }
+    return value;
+}
+
+std::optional<Json::Value> ParseJsonObject(std::string_view text)
+{
+    static auto& readers = *new Pool<Json::CharReader>([] { return MakeReader({{"rejectDupKeys", false}}); });
+    Json::Value value;
+    bool read = false;
+    try {
+        readers.With([&](Json::CharReader& reader) { read = Read(reader, text, value, nullptr); });
+    } catch (const Json::Exception&) {
+        return std::nullopt;
+    }
+    // cppcheck-suppress knownConditionTrueFalse ; the lambda sets it
+    return read && value.isObject() ? std::optional(std::move(value)) : std::nullopt;
+}
+
+std::string WriteJsonBytes(const Json::Value& value)
 {
     static auto& writers = *new Pool<Writer>([] { return new Writer; });
     std::string text;
     writers.With([&](Writer& writer) { text = writer.Write(value); });
+    return text;
+}
+
+std::string WriteJson(const Json::Value& value)
+{
+    std::string text = WriteJsonBytes(value);
     return IsUtf8(text) ? text : WithReplacements(text);
 }
 

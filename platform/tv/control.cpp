@@ -1,231 +1,139 @@
 #include "tv/control.h"
 
-#include <algorithm>
 #include <map>
+#include <string>
+#include <utility>
 
 #include "tv/tv.h"
 
 namespace tv {
-
-VerbFields::VerbFields(const Json::Value& verb) : verb_(verb), read_{"tv"} {}
-
-void VerbFields::Fail(const std::string& why) const
-{
-    throw VerbError("verb \"" + verb_["tv"].asString() + "\": " + why);
-}
-
-bool VerbFields::Has(const char* name) const
-{
-    return verb_.isMember(name);
-}
-
-const Json::Value& VerbFields::Raw(const char* name)
-{
-    read_.emplace_back(name);
-    return verb_[name];
-}
-
-int VerbFields::Int(const char* name)
-{
-    if (!Has(name))
-        Fail(std::string("\"") + name + "\" is missing");
-    int value = 0;
-    if (!FromJson(Raw(name), value))
-        Fail(std::string("\"") + name + "\" must be a whole number of 32 bits");
-    return value;
-}
-
-int VerbFields::IntOr(const char* name, int otherwise)
-{
-    return Has(name) ? Int(name) : otherwise;
-}
-
-std::string VerbFields::Text(const char* name)
-{
-    if (!Has(name))
-        Fail(std::string("\"") + name + "\" is missing");
-    std::string value;
-    if (!FromJson(Raw(name), value))
-        Fail(std::string("\"") + name + "\" must be a string");
-    return value;
-}
-
-bool VerbFields::NullUser()
-{
-    if (!Has("user"))
-        return false;
-    if (!Raw("user").isNull())
-        Fail("\"user\" can only be null");
-    return true;
-}
-
-void VerbFields::End() const
-{
-    for (const std::string& name : verb_.getMemberNames()) {
-        if (std::find(read_.begin(), read_.end(), name) == read_.end())
-            Fail("\"" + name + "\" is not known");
-    }
-}
-
 namespace {
 
-VerbResults Delivered(const std::vector<int>& results)
+VerbResults SetClock(JsonObject& fields)
 {
-    Json::Value list(Json::arrayValue);
-    for (const int result : results)
-        list.append(result);
-    return {{"delivered", static_cast<int>(results.size())}, {"results", list}};
-}
-
-VerbResults PowerOff(VerbFields& fields)
-{
-    const int type = fields.Int("type");
-    const bool null_user = fields.NullUser();
+    constexpr std::int64_t kLast = 253402300799999;  // the end of the year 9999
+    const JsonNode date = fields.Get("date");
+    std::int64_t time = 0;
+    if (!FromJson(date.json(), time) || time < 0 || time > kLast)
+        date.Fail("must be a whole number of milliseconds since 1970, up to the year 9999");
     fields.End();
-    return Delivered(Tv::Get().power().Notify(type, null_user));
-}
-
-VerbResults RaiseEvent(VerbFields& fields)
-{
-    const int event = fields.Int("event");
-    const bool null_user = fields.NullUser();
-    fields.End();
-    return Delivered(Tv::Get().event_proxy().Notify(event, null_user));
-}
-
-VerbResults RaiseSignal(VerbFields& fields)
-{
-    const int signal = fields.Int("signal");
-    const bool null_user = fields.NullUser();
-    fields.End();
-    return Delivered(Tv::Get().signals().Notify(static_cast<ESignalType>(signal), null_user));
-}
-
-VerbResults WriteSetting(VerbFields& fields)
-{
-    const std::string key = fields.Text("key");
-    if (key.empty())
-        fields.Fail("\"key\" must not be empty");
-    SettingValue value;
-    if (!FromJson(fields.Raw("value"), value))
-        fields.Fail("\"value\" must be a string, a whole number of 32 bits, or true or false");
-    const bool null_user = fields.NullUser();
-    fields.End();
-    const std::optional<std::size_t> told = Tv::Get().settings().SetAndTell(key, value, null_user);
-    if (!told)
-        fields.Fail("the settings store refuses the write");
-    return {{"delivered", static_cast<int>(*told)}};
-}
-
-VerbResults SetClock(VerbFields& fields)
-{
-    constexpr Json::Int64 kLast = 253402300799999;  // the end of the year 9999
-    if (!fields.Has("date"))
-        fields.Fail("\"date\" is missing");
-    const Json::Value& date = fields.Raw("date");
-    if (!date.isNumeric() || !date.isInt64() || date.asInt64() < 0 || date.asInt64() > kLast)
-        fields.Fail("\"date\" must be a whole number of milliseconds since 1970, up to the year 9999");
-    fields.End();
-    Tv::Get().clock().SetDate(Clock::Time(date.asInt64()));
+    TheClock().SetDate(Clock::Time(time));
     return {};
 }
 
-VerbResults ReportPlayer(VerbFields& fields)
+VerbResults Advance(JsonObject& fields)
 {
-    const int player = fields.Int("player");
-    const int type = fields.Int("type");
-    const int value1 = fields.IntOr("value1", 0);
-    const int value2 = fields.IntOr("value2", 0);
-    const bool null_user = fields.NullUser();
+    const JsonNode ms = fields.Get("ms");
+    const auto by = Clock::Time(ms.As<int>());
+    if (by < Clock::Time(0))
+        ms.Fail("must be 0 or more");
     fields.End();
-    const std::size_t delivered = Tv::Get().player().Report(player, type, value1, value2, null_user);
-    return {{"delivered", static_cast<Json::UInt>(delivered)}};
-}
-
-VerbResults Advance(VerbFields& fields)
-{
-    const int ms = fields.Int("ms");
-    if (ms < 0)
-        fields.Fail("\"ms\" must be 0 or more");
-    fields.End();
-    Tv& tv = Tv::Get();
     // What an alarm sets off is delivered before the next one, so that the order is that of playing time.
-    tv.clock().Advance(Clock::Time(ms), [&] { tv.deliveries().Release(); });
-    return {{"position", static_cast<Json::Int64>(tv.clock().Now().count())}};
+    TheClock().Advance(by, [] { TheDeliveries().Release(); });
+    return {{"position", static_cast<Json::Int64>(TheClock().Now().count())}};
 }
 
-const CallInfo& CallNamed(VerbFields& fields)
+const AnyCall& ReadCall(JsonObject& fields)
 {
-    const std::string name = fields.Text("call");
-    const CallInfo* info = Calls::Find(name);
-    if (info == nullptr)
-        fields.Fail("there is no platform call \"" + name + "\"");
-    return *info;
+    const std::string name = fields.Get("call").As<std::string>();
+    const AnyCall* const call = TheCalls().Find(name);
+    if (call == nullptr)
+        fields.node().Fail("there is no platform call \"" + name + "\"");
+    return *call;
 }
 
-VerbResults SetAnswer(VerbFields& fields)
+VerbResults SetAnswer(JsonObject& fields)
 {
-    const CallInfo& info = CallNamed(fields);
+    const AnyCall& call = ReadCall(fields);
     Answer answer;
-    if (fields.Has("result"))
-        answer.result = fields.Raw("result");
-    if (fields.Has("out")) {
-        answer.out = fields.Raw("out");
+    if (const auto result = fields.Find("result"))
+        answer.result = result->json();
+    if (const auto out = fields.Find("out")) {
+        answer.out = out->json();
         if (!answer.out.isArray())
-            fields.Fail("\"out\" must be an array");
+            out->Fail("must be an array");
     }
-    if (fields.Has("times")) {
-        answer.times = fields.Int("times");
+    if (const auto times = fields.Find("times")) {
+        answer.times = times->As<int>();
         if (answer.times < 1)
-            fields.Fail("\"times\" must be 1 or more");
+            times->Fail("must be 1 or more");
     }
-    const int delay = fields.IntOr("delay", 0);
-    if (delay < 0)
-        fields.Fail("\"delay\" must be 0 or more");
-    answer.delay = std::chrono::milliseconds(delay);
+    if (const auto delay = fields.Find("delay")) {
+        answer.delay = std::chrono::milliseconds(delay->As<int>());
+        if (answer.delay < std::chrono::milliseconds(0))
+            delay->Fail("must be 0 or more");
+    }
     fields.End();
-    if (const std::optional<std::string> mistake = Calls::Mistake(info, answer))
-        fields.Fail(*mistake);
-    Tv::Get().calls().SetAnswer(info.id, std::move(answer));
+    if (const std::optional<std::string> mistake = call.Mistake(answer))
+        fields.node().Fail(*mistake);
+    TheCalls().SetAnswer(call, std::move(answer));
     return {};
 }
 
-VerbResults Restore(VerbFields& fields)
+VerbResults Restore(JsonObject& fields)
 {
-    const CallInfo* info = fields.Has("call") ? &CallNamed(fields) : nullptr;
+    const AnyCall* const call = fields.Find("call") ? &ReadCall(fields) : nullptr;
     fields.End();
-    if (info != nullptr)
-        Tv::Get().calls().Restore(info->id);
+    if (call != nullptr)
+        TheCalls().Restore(*call);
     else
-        Tv::Get().calls().RestoreAll();
+        TheCalls().RestoreAll();
     return {};
+}
+
+/// Those of the TV itself and those of its services.
+const std::map<std::string, Verb>& Verbs()
+{
+    static const std::map<std::string, Verb> verbs = [] {
+        std::vector<Verb> list{
+            {"advance", Advance},
+            {"answer", SetAnswer},
+            {"clock", SetClock},
+            {"restore", Restore},
+        };
+        for (const Service* const service : Services()) {
+            for (const Verb& verb : service->verbs())
+                list.push_back(verb);
+        }
+        std::map<std::string, Verb> by_name;
+        for (const Verb& verb : list)
+            by_name.emplace(verb.name, verb);
+        return by_name;
+    }();
+    return verbs;
+}
+
+/// Reads the fields of `verb` by `read(JsonObject&)`; what is wrong with them is a VerbError.
+template <typename Read>
+VerbResults WithFields(const Json::Value& verb, Read read)
+{
+    try {
+        JsonObject fields(JsonNode(verb, JsonPlaces::Name));
+        fields.Find("tv");
+        return read(fields);
+    } catch (const JsonMistake& mistake) {
+        throw VerbError("verb \"" + verb["tv"].asString() + "\": " + mistake.what());
+    }
 }
 
 }  // namespace
 
 VerbResults CarryOut(const Json::Value& verb)
 {
-    using Operation = VerbResults (*)(VerbFields&);
-    // clang-format off
-    static const std::map<std::string, Operation> verbs{
-        {"advance",  Advance},
-        {"answer",   SetAnswer},
-        {"clock",    SetClock},
-        {"event",    RaiseEvent},
-        {"poweroff", PowerOff},
-        {"report",   ReportPlayer},
-        {"restore",  Restore},
-        {"setting",  WriteSetting},
-        {"signal",   RaiseSignal},
-    };
-    // clang-format on
     if (!verb["tv"].isString())
         throw VerbError("\"tv\" must name a verb");
-    const auto found = verbs.find(verb["tv"].asString());
-    if (found == verbs.end())
+    const auto found = Verbs().find(verb["tv"].asString());
+    if (found == Verbs().end())
         throw VerbError("there is no verb \"" + verb["tv"].asString() + "\"");
-    VerbFields fields(verb);
-    return found->second(fields);
+    return WithFields(verb, found->second.carry_out);
+}
+
+void RefuseFields(const Json::Value& verb)
+{
+    WithFields(verb, [](const JsonObject& fields) -> VerbResults {
+        fields.End();
+        return {};
+    });
 }
 
 }  // namespace tv

@@ -1,55 +1,91 @@
 #include "tv/tv.h"
 
+#include <atomic>
+
 #include "tv/tv_file.h"
 
 namespace tv {
+namespace {
 
-Tv::Tv()
+std::atomic<std::size_t> dropped_leftovers{0};
+
+/// The TV is switched on when the library is loaded: before anybody can make a call.
+[[maybe_unused]] const bool switched_on = [] {
+    for (const Service* const service : Services()) {
+        if (const CallTable* const calls = service->calls())
+            TheCalls().Add(*calls);
+    }
+    LoadTv(SampleTv());
+    return true;
+}();
+
+}  // namespace
+
+const std::vector<Service*>& Services()
 {
-    Load(SampleTv());
+    // Never destroyed: a plug-in that is still loaded at exit withdraws from them after all destructors.
+    static const std::vector<Service*>& services = *new std::vector<Service*>{
+        &ScopeTracer::Get(),        //
+        &ExtensionSystem::Get(),    //
+        &PowerService::Get(),       //
+        &ContentService::Get(),     //
+        &EventProxyService::Get(),  //
+        &TvService::Get(),          //
+        &SignalService::Get(),      //
+        &SettingsStore::Get(),      //
+        &PlayerService::Get(),
+    };
+    return services;
 }
 
-Tv& Tv::Get()
+void LoadTv(const TvConfig& config)
 {
-    // Never destroyed: a plug-in that is still loaded at exit withdraws from it after all destructors.
-    static Tv& tv = *new Tv;
-    return tv;
+    TheClock().SetDate(config.date);
+    TvService::Get().Load(config.line_up);
+    ContentService::Get().Load(config.line_up, config.content);
+    SettingsStore::Get().Load(config.settings);
+    PlayerService::Get().Load(config.streams);
+    ExtensionSystem::Get().Load(config.extension);
 }
 
-void Tv::Load(const TvConfig& config)
+Json::Value StateJson()
 {
-    const auto shared = std::make_shared<const TvConfig>(config);
-    clock_.SetDate(config.date);
-    tv_service_.Load(shared);
-    content_.Load(shared);
-    settings_.Load(config.settings);
-    player_.SetStreams(config.streams);
-    ExtensionConfig told;
-    told.embedder = config.extension.embedder_name;
-    told.extension_info = config.extension.extension_info;
-    for (const std::string& privilege : config.extension.privileges)
-        told.privileges[privilege] = true;
-    told.window_id = config.extension.window_id;
-    extension_.Configure(std::move(told));
+    Json::Value state;
+    for (const Service* const service : Services())
+        service->AddState(state);
+    state["answers"] = TheCalls().AnswersJson();
+    // Both of the same moment, though the clock may be moved meanwhile.
+    Clock::Time now{};
+    Clock::Time date{};
+    do {
+        now = TheClock().Now();
+        date = TheClock().Date();
+    } while (now != TheClock().Now());
+    state["time"] = static_cast<Json::Int64>(date.count());
+    state["playingTime"] = static_cast<Json::Int64>(now.count());
+    return state;
 }
 
-std::size_t Tv::CountRegistrations() const
+std::size_t CountRegistrations()
 {
-    return power_.CountSubscriptions() + event_proxy_.Events().size() + signals_.Signals().size() +
-           settings_.Watches().size() + player_.CountRegistrations();
+    std::size_t count = 0;
+    for (const Service* const service : Services())
+        count += service->CountRegistrations();
+    return count;
 }
 
-std::size_t Tv::DropLeftovers()
+std::size_t DropLeftovers()
 {
-    const std::size_t left = power_.DropAll() + event_proxy_.DropAll() + signals_.DropAll() +
-                             settings_.DropAll() + player_.DropAll();
-    leftovers_ += left;
-    return left;
+    std::size_t dropped = 0;
+    for (Service* const service : Services())
+        dropped += service->DropRegistrations();
+    dropped_leftovers += dropped;
+    return dropped;
 }
 
-Calls& TheCalls()
+std::size_t CountDroppedLeftovers()
 {
-    return Tv::Get().calls();
+    return dropped_leftovers;
 }
 
 }  // namespace tv

@@ -277,7 +277,7 @@ TEST_F(WebServer, ATvBelongsToThePageThatCameLast)
 
 TEST_F(WebServer, TheJournalShowsLinesAsTheyHappen)
 {
-    tv::Journal& core = tv::Tv::Get().journal();
+    tv::Journal& core = tv::TheJournal();
     EXPECT_FALSE(core.calls_heard() || core.log_heard()) << "nobody listens, so nothing is collected";
     {
         WebListener journal(web_.port(), "/journal");

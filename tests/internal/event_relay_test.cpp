@@ -13,7 +13,7 @@ using test::Lines;
 
 std::size_t Report(int player)
 {
-    return tv::Tv::Get().player().Report(player, BMS_EVENT_SEEK_COMPLETE, 1, 2, false);
+    return tv::PlayerService::Get().Report(player, BMS_EVENT_SEEK_COMPLETE, 1, 2, false);
 }
 
 struct Owner {

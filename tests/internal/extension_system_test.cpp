@@ -35,7 +35,7 @@ class RuntimeModule : public pp::Module {
 
 tv::ExtensionSystem& Runtime()
 {
-    return tv::Tv::Get().extension();
+    return tv::ExtensionSystem::Get();
 }
 
 /// A process whose web runtime has loaded a module and offers the interface.
@@ -44,12 +44,12 @@ class ExtensionSystem : public testing::Test {
     ExtensionSystem()
     {
         tv::SetModule(&module_);
-        Runtime().Configure({});
+        Runtime().Load({});
     }
     ~ExtensionSystem() override
     {
         Runtime().Observe(nullptr);
-        tv::Tv::Get().calls().RestoreAll();
+        tv::TheCalls().RestoreAll();
         tv::SetModule(nullptr);
     }
 
@@ -116,7 +116,7 @@ TEST_F(ExtensionSystem, GivesTheEmbedderAndTheExtensionInfo)
 
 TEST_F(ExtensionSystem, CallsTheRuntimeByName)
 {
-    Runtime().Configure({true, "OrvexWRT", J(R"({"id":"com.example"})"), {{"network", true}}, 42});
+    Runtime().Load({true, "OrvexWRT", J(R"({"id":"com.example"})"), {{"network", true}}, 42});
     test::Calls calls;
     pp::ExtensionSystemHalvornOrvex extension(kInstance);
     EXPECT_TRUE(extension.CheckPrivilege("network"));
@@ -149,18 +149,18 @@ TEST_F(ExtensionSystem, AsksForAPrivilegeOnceAnObject)
     const std::string ask = std::string(kTable) + "GenericSyncCall [\"check_ace_privilege\",";
     test::Calls calls;
     pp::ExtensionSystemHalvornOrvex first(kInstance);
-    Runtime().Configure({true, "OrvexWRT", {}, {{"granted", true}}, 1});
+    Runtime().Load({true, "OrvexWRT", {}, {{"granted", true}}, 1});
     EXPECT_TRUE(first.CheckPrivilege("granted"));
     EXPECT_FALSE(first.CheckPrivilege("denied"));
     Answer("GenericSyncCall", R"("result":-2)");
     EXPECT_FALSE(first.CheckPrivilege("failed"));
-    tv::Tv::Get().calls().RestoreAll();
+    tv::TheCalls().RestoreAll();
     EXPECT_EQ(calls.Take(),
               (Lines{ask + R"("granted"] -> 0 out [true])", ask + R"("denied"] -> 0 out [false])",
                      ask + R"("failed"] -> -2 out [null])"}));
 
     // The runtime changes its mind; the object doesn't, another one asks.
-    Runtime().Configure(
+    Runtime().Load(
         {true, "OrvexWRT", {}, {{"granted", false}, {"denied", true}, {"failed", true}, {"7", true}}, 1});
     EXPECT_TRUE(first.CheckPrivilege("granted"));
     EXPECT_FALSE(first.CheckPrivilege("denied"));
@@ -307,14 +307,14 @@ TEST_F(ExtensionSystem, DoesWithoutAnInterface)
             EXPECT_EQ(extension.GetWindowId(), -1);
             EXPECT_FALSE(extension.IsValid());
             // It comes too late: the answer is kept.
-            Runtime().Configure({true, "OrvexWRT", {}, {{"network", true}}, 1});
+            Runtime().Load({true, "OrvexWRT", {}, {{"network", true}}, 1});
         }
         EXPECT_EQ(calls.Take(), Lines{});
     };
     InFreshProcess("the runtime has none", [&] {
         tv::ExtensionConfig config;
         config.available = false;
-        Runtime().Configure(config);
+        Runtime().Load(config);
         check();
         EXPECT_EQ(Runtime().CountLookUps(), 1);
     });

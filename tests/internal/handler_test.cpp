@@ -32,17 +32,17 @@ TEST_F(Handler, DropsWhatArrivesOnceItIsDestroyed)
     tv::CarryOut(J(R"({"tv":"answer","call":"FIIPCConnection::GetInstance","delay":3600000,"times":1})"));
     test::Log log;
     auto destroying = std::async(std::launch::async, [this] { handler_.reset(); });
-    while (!tv::Tv::Get().calls().AnswersJson().empty())
+    while (!tv::TheCalls().AnswersJson().empty())
         std::this_thread::yield();
     log.Take();
-    EXPECT_EQ(tv::Tv::Get().event_proxy().Notify(PLOOMIA_EVENT_MSO_INFO_SET, false), std::vector<int>{-1});
-    EXPECT_EQ(tv::Tv::Get().settings().SetAndTell(key, 1, false), 1U);
+    EXPECT_EQ(tv::EventProxyService::Get().Notify(PLOOMIA_EVENT_MSO_INFO_SET, false), std::vector<int>{-1});
+    EXPECT_EQ(tv::SettingsStore::Get().SetAndTell(key, 1, false), 1U);
     EXPECT_EQ(log.Take(),
               (Lines{"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called",
                      "0/6 zelumo-pepper t_VordaOnEvent:  pluginVorda is destroyed",
                      "0/6 zelumo-pepper t_VconfChangedCallBack: "
                      "[CZeLumoPluginHandler::t_VconfChangedCallBack] pluginVorda is destroyed"}));
-    tv::Tv::Get().calls().RestoreAll();
+    tv::TheCalls().RestoreAll();
     destroying.get();
 }
 
@@ -88,7 +88,7 @@ TEST_F(Handler, ConvertsEveryUnitOfAnExtraMember)
             bytes += static_cast<char>(unit & 0xFF);
         }
         TCServiceData data;
-        data.Set(ESERVICE_FIELD_EXTRA, bytes);
+        tv::ServiceRecord::Set(data, ESERVICE_FIELD_EXTRA, bytes);
         return J(handler_->t_GetChannelInfo(&data))["k"].asString();
     };
     for (unsigned block = 0; block < 0x10000; block += 0x40) {

@@ -41,8 +41,8 @@ Json::Value With(Json::Value members, const Json::Value& replacing)
 
 class Channels : public testing::Test {
   protected:
-    Channels() { tv::Tv::Get().Load(tv::SampleTv()); }
-    ~Channels() override { tv::Tv::Get().Load(tv::SampleTv()); }
+    Channels() { tv::LoadTv(tv::SampleTv()); }
+    ~Channels() override { tv::LoadTv(tv::SampleTv()); }
 
     void Answer(const std::string& call, const Json::Value& result, const Json::Value& out)
     {
@@ -58,7 +58,7 @@ class Channels : public testing::Test {
     {
         return J(page_.Await(R"({"command":"GetCurrentChannelInfo"})")["data"].asString());
     }
-    std::string CurrentId() { return tv::Tv::Get().tv_service().CurrentJson()["serviceId"].asString(); }
+    std::string CurrentId() { return tv::TvService::Get().CurrentJson()["serviceId"].asString(); }
     /// The log lines of the plug-in, without the dispatcher's.
     Lines TakeLog()
     {
@@ -431,7 +431,7 @@ TEST_F(Channels, AQueryFillsWhatIsFetchedAndThere)
     IServiceNavigation* other = nullptr;
     EXPECT_EQ(TVServiceAPI::CreateServiceNavigation(static_cast<EProfile>(2), 0, &other), 0);
     EXPECT_EQ(other, nullptr);
-    tv::Tv::Get().Load(
+    tv::LoadTv(
         tv::ParseTv(R"({"channels":[{"id":"7","name":"A","major":1,"200":-5},{"id":"8"}]})", tv::SampleTv()));
     for (const auto& [fetch, fields] : std::map<std::vector<int>, std::string>{
              {{}, "{}"}, {{12}, R"({"12":"7"})"}, {{14, 16, 200, 1, 16}, R"({"16":"A","200":-5})"}}) {
@@ -449,12 +449,12 @@ TEST_F(Channels, AQueryFillsWhatIsFetchedAndThere)
         for (const TCServiceData* one : list)
             delete one;
     }
-    tv::Tv::Get().Load(tv::ParseTv(R"({"channels":[]})", tv::SampleTv()));
+    tv::LoadTv(tv::ParseTv(R"({"channels":[]})", tv::SampleTv()));
     EXPECT_EQ(page_.Await(R"({"command":"GetCurrentChannelInfo"})")["code"], 28);
     EXPECT_EQ(page_.Await(R"({"command":"SetNextService"})")["data"], false);
     EXPECT_EQ(J(page_.Await(R"({"command":"GetZELumoServices"})")["data"].asString())["TCServiceData"],
               Json::Value());
-    EXPECT_TRUE(tv::Tv::Get().tv_service().CurrentJson().isNull());
+    EXPECT_TRUE(tv::TvService::Get().CurrentJson().isNull());
 }
 
 }  // namespace

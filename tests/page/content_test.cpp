@@ -36,8 +36,8 @@ Lines TextCommands()
 
 class Content : public testing::Test {
   protected:
-    Content() { tv::Tv::Get().Load(tv::SampleTv()); }
-    ~Content() override { tv::Tv::Get().Load(tv::SampleTv()); }
+    Content() { tv::LoadTv(tv::SampleTv()); }
+    ~Content() override { tv::LoadTv(tv::SampleTv()); }
 
     Json::Value Send(const std::string& command, const std::string& input)
     {
@@ -65,11 +65,11 @@ class Content : public testing::Test {
     {
         return page_.Await(R"({"command":")" + command + "\"}")["data"];
     }
-    static void SetDate(long long ms) { tv::Tv::Get().clock().SetDate(std::chrono::milliseconds(ms)); }
+    static void SetDate(long long ms) { tv::TheClock().SetDate(std::chrono::milliseconds(ms)); }
     static std::vector<std::string> Ids()
     {
         std::vector<std::string> ids;
-        for (const tv::ChannelConfig& channel : tv::SampleTv().channels)
+        for (const tv::ChannelConfig& channel : tv::SampleTv().line_up->channels)
             ids.push_back(std::to_string(channel.id));
         return ids;
     }
@@ -258,7 +258,7 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
 
 TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
 {
-    tv::Tv::Get().Load(tv::ParseTv(
+    tv::LoadTv(tv::ParseTv(
         R"({"channels":[{"id":"7","guide":[{"title":"A","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
         tv::SampleTv()));
     for (const char* verb :
@@ -303,7 +303,7 @@ TEST_F(Content, FirstUseEndsWithALaunchAndComesBack)
     EXPECT_EQ(state(), first);
     EXPECT_EQ(Ask("UnsetOnDemandProgram", named)["removed"], false);
 
-    tv::Tv::Get().Load(tv::ParseTv(
+    tv::LoadTv(tv::ParseTv(
         R"({"firstUse":{"firstBoot":false,"firstEntry":true,"instantOn":true,"viewingAgreement":false}})",
         tv::SampleTv()));
     EXPECT_EQ(state(), R"(false{"isFirstEntry":true,"isInstantOn":true})");
@@ -333,7 +333,7 @@ TEST_F(Content, FlagsAndTextsAreReadBackOnSuccessOnly)
 
 TEST_F(Content, AnAbsentServiceAnswersNothing)
 {
-    tv::Tv::Get().Load(tv::ParseTv(R"({"contentService":{"available":false}})", tv::SampleTv()));
+    tv::LoadTv(tv::ParseTv(R"({"contentService":{"available":false}})", tv::SampleTv()));
     test::Calls calls;
     for (const std::string& command : TextCommands()) {
         EXPECT_EQ(Send(command, R"({"TCServiceId":"1001"})")["code"], 9999) << command;

@@ -32,15 +32,14 @@ void Subscribe(test::Page& page)
 /// What every service of the TV can tell a subscribed page.
 std::vector<std::function<void()>> Services()
 {
-    tv::Tv& tv = tv::Tv::Get();
     return {
-        [&] { tv.event_proxy().Notify(90019, false); },
-        [&] { tv.signals().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
-        [&] { tv.power().Notify(0x40000000, false); },
-        [&] { tv.settings().SetAndTell("teardown/watched", 1, false); },
+        [] { tv::EventProxyService::Get().Notify(90019, false); },
+        [] { tv::SignalService::Get().Notify(ESIGNAL_UNMUTE_BY_PINCODE, false); },
+        [] { tv::PowerService::Get().Notify(0x40000000, false); },
+        [] { tv::SettingsStore::Get().SetAndTell("teardown/watched", 1, false); },
         // Of the page's own player, and of the plug-in's fixed one.
-        [&] { tv.player().Report(1, 137, 1000, 600000, false); },
-        [&] { tv.player().Report(101, 137, 1000, 600000, false); },
+        [] { tv::PlayerService::Get().Report(1, 137, 1000, 600000, false); },
+        [] { tv::PlayerService::Get().Report(101, 137, 1000, 600000, false); },
     };
 }
 
@@ -51,7 +50,7 @@ void Finish(std::unique_ptr<test::Page>& page, End end)
         return;
     }
     page->Close();
-    EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
+    EXPECT_EQ(tv::CountRegistrations(), 0U);
     if (end == End::CloseAndOpen) {
         page->Open();
         EXPECT_EQ(page->Await(R"({"command":"GetVersion"})")["data"], "1.00");
@@ -71,7 +70,7 @@ void ForEachEnd(const std::function<void(std::unique_ptr<test::Page>&, End)>& pl
                 Subscribe(*page);
             play(page, end);
             page.reset();
-            EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
+            EXPECT_EQ(tv::CountRegistrations(), 0U);
         }
     }
 }
@@ -91,14 +90,14 @@ TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
             });
         };
         auto in_flight = send("RegisterEvent");
-        while (!tv::Tv::Get().calls().AnswersJson().empty())
+        while (!tv::TheCalls().AnswersJson().empty())
             std::this_thread::yield();
         auto waiting = send("GetVersion");
 
         // The teardown is past its purge when it unsubscribes from power-off; then the command may go on.
         std::promise<void> purged;
         bool told = false;
-        auto listening = tv::Tv::Get().journal().ListenToCalls([&](const tv::CallRecord& call) {
+        auto listening = tv::TheJournal().ListenToCalls([&](const tv::CallRecord& call) {
             if (std::string(call.name) == "device_power_unsubscribe_poweroff" && !told) {
                 told = true;
                 purged.set_value();
@@ -106,7 +105,7 @@ TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
         });
         auto release = std::async(std::launch::async, [&] {
             purged.get_future().wait();
-            tv::Tv::Get().calls().RestoreAll();
+            tv::TheCalls().RestoreAll();
         });
         Finish(page, end);
         release.wait();
@@ -124,7 +123,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         page->Await(R"({"command":"Play"})");
         std::vector<std::function<void()>> services = Services();
         services.push_back(services.back());  // two threads of one service
-        services.emplace_back([] { tv::Tv::Get().clock().Advance(tv::Clock::Time(700), [] {}); });
+        services.emplace_back([] { tv::TheClock().Advance(tv::Clock::Time(700), [] {}); });
         std::atomic<bool> stop{false};
         std::vector<std::thread> threads;
         for (const std::function<void()>& service : services) {
@@ -140,7 +139,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
             // The services go on telling; the page that is gone hears nothing of it.
             const int at_the_end = told;
             for (int i = 0; i < 20; ++i)
-                tv::Tv::Get().power().Notify(0x40000000, false);
+                tv::PowerService::Get().Notify(0x40000000, false);
             EXPECT_EQ(told, at_the_end);
         }
         stop = true;
@@ -218,10 +217,10 @@ TEST(Teardown, AndSetUpRunInTheirOrder)
     // What the services still tell while the first purge runs is dropped.
     page.Answer(R"("FIIPCConnection::GetInstance","delay":3600000,"times":1)");
     auto telling = std::async(std::launch::async, [] {
-        while (!tv::Tv::Get().calls().AnswersJson().empty())
+        while (!tv::TheCalls().AnswersJson().empty())
             std::this_thread::yield();
-        tv::Tv::Get().settings().SetAndTell("teardown/watched", 1, false);
-        tv::Tv::Get().calls().RestoreAll();
+        tv::SettingsStore::Get().SetAndTell("teardown/watched", 1, false);
+        tv::TheCalls().RestoreAll();
     });
     page.Close();
     telling.wait();

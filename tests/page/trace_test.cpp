@@ -35,14 +35,14 @@ class Tracing {
   public:
     explicit Tracing(unsigned capture = HT_CAPTURE_IMMEDIATE)
     {
-        tv::Tv::Get().tracer().Start(
+        tv::ScopeTracer::Get().Start(
             [this](const tv::TracedScope& scope) {
                 const std::lock_guard lock(mutex_);
                 scopes_.push_back(scope);
             },
             capture);
     }
-    ~Tracing() { tv::Tv::Get().tracer().Stop(); }
+    ~Tracing() { tv::ScopeTracer::Get().Stop(); }
 
     std::vector<tv::TracedScope> Take()
     {
@@ -218,7 +218,7 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
     EXPECT_EQ(tracing->TakeLines(), Lines());
     // The platform call is made inside the command's scope: what is open when tracing ends is dropped, and
     // not taken for one of the next tracing either.
-    const auto listening = tv::Tv::Get().journal().ListenToCalls([&](const tv::CallRecord&) {
+    const auto listening = tv::TheJournal().ListenToCalls([&](const tv::CallRecord&) {
         tracing.reset();
         tracing = std::make_unique<Tracing>();
     });

@@ -22,8 +22,8 @@ class Platform : public testing::Test {
   protected:
     ~Platform() override
     {
-        tv::Tv::Get().calls().RestoreAll();
-        EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
+        tv::TheCalls().RestoreAll();
+        EXPECT_EQ(tv::CountRegistrations(), 0U);
     }
     static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
 };
@@ -143,14 +143,14 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     std::promise<void> leave;
     subscriber.leave = leave.get_future().share();
     device_power_subscribe_poweroff(HeldCallback, &subscriber);
-    auto notifying = std::async(std::launch::async, [] { return tv::Tv::Get().power().Notify(1, false); });
+    auto notifying = std::async(std::launch::async, [] { return tv::PowerService::Get().Notify(1, false); });
     subscriber.entered.get_future().wait();
     auto unsubscribing = std::async(std::launch::async, [&] {
         device_power_unsubscribe_poweroff(HeldCallback);
         return subscriber.running.load();
     });
     // The subscription is gone at once, the call returns once the callback has.
-    while (tv::Tv::Get().power().CountSubscriptions() != 0)
+    while (tv::PowerService::Get().CountRegistrations() != 0)
         std::this_thread::yield();
     EXPECT_TRUE(subscriber.running);
     leave.set_value();

@@ -176,7 +176,7 @@ TEST(PlayerService, RefusesASeekOutsideTheStream)
 TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 {
     Service service;
-    service->SetStreams({{"slow", 60s, false, 2s, StreamFault::None}});
+    service->Load({{{"slow", 60s, false, 2s, StreamFault::None}}});
     Walk(service, service.Create("slow", 10),
          {
              {"play", true, "131", "buffering 10000/60000"},
@@ -212,8 +212,8 @@ TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
 {
     Service service;
-    service->SetStreams(
-        {{"now*", 60s, true, 0ms, StreamFault::None}, {"slow", 60s, true, 2s, StreamFault::None}});
+    service->Load(
+        {{{"now*", 60s, true, 0ms, StreamFault::None}, {"slow", 60s, true, 2s, StreamFault::None}}});
     Walk(service, service.Create("now"),
          {
              {"pass 5000", true, "", "created 65000/65000"},
@@ -236,7 +236,7 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
          });
     // With an offset it starts there; buffering does not keep a player from the edge.
     Service other;
-    other->SetStreams({{"slow", 60s, true, 2s, StreamFault::None}});
+    other->Load({{{"slow", 60s, true, 2s, StreamFault::None}}});
     Walk(other, other.Create("slow", 7),
          {
              {"play", true, "131", "buffering 7000/60000"},
@@ -277,9 +277,9 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
          }) {
         SCOPED_TRACE(c.url);
         if (c.url == std::string("set streams"))
-            service->SetStreams({{"a*b", 1s, false, 0ms, StreamFault::None},
-                                 {"x", 2s, false, 0ms, StreamFault::None},
-                                 {"a*c*e", 0s, false, 0ms, StreamFault::Missing}});
+            service->Load({{{"a*b", 1s, false, 0ms, StreamFault::None},
+                            {"x", 2s, false, 0ms, StreamFault::None},
+                            {"a*c*e", 0s, false, 0ms, StreamFault::Missing}}});
         const int id = service->Create(c.url, c.offset).value();
         EXPECT_EQ(service.Reports(), "");
         service.Register(id);
@@ -354,7 +354,7 @@ TEST(PlayerService, KeepsPlayersApart)
     service.Register(1);
     service.Reports();
     service.Do("play", 1);
-    EXPECT_EQ(service->DropAll(), 1U);
+    EXPECT_EQ(service->DropRegistrations(), 1U);
     service.Advance(5s);
     EXPECT_EQ(service.Reports(), "");
     EXPECT_EQ(service->Create("film", 0), 1);

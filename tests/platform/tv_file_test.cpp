@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "services/tv/tv_service_json.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
@@ -98,22 +97,22 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
 {
     const tv::TvConfig& sample = tv::SampleTv();
     const tv::TvConfig same = tv::ParseTv("{}", sample);
-    EXPECT_EQ(same.channels.size(), sample.channels.size());
-    EXPECT_EQ(same.current, 1001U);
-    EXPECT_EQ(same.settings, sample.settings);
+    EXPECT_EQ(same.line_up->channels.size(), sample.line_up->channels.size());
+    EXPECT_EQ(same.line_up->current, 1001U);
+    EXPECT_EQ(same.settings.values, sample.settings.values);
     EXPECT_EQ(same.date.count(), 1767294000000);
     const tv::TvConfig other = tv::ParseTv(
         R"({"channels":[{"id":"7"}],"date":5,"firstUse":{"instantOn":true},"source":{"flag":3},"settings":{}})",
         sample);
-    EXPECT_EQ(other.channels.size(), 1U);
-    EXPECT_EQ(other.current, std::nullopt);
+    EXPECT_EQ(other.line_up->channels.size(), 1U);
+    EXPECT_EQ(other.line_up->current, std::nullopt);
     EXPECT_EQ(other.date.count(), 5);
-    EXPECT_TRUE(other.first_use.first_boot);
-    EXPECT_TRUE(other.first_use.instant_on);
-    EXPECT_EQ(other.source.value, 0);
-    EXPECT_EQ(other.source.flag, 3);
-    EXPECT_TRUE(other.settings.empty());
-    EXPECT_EQ(other.streams.size(), sample.streams.size());
+    EXPECT_TRUE(other.content.first_use.first_boot);
+    EXPECT_TRUE(other.content.first_use.instant_on);
+    EXPECT_EQ(other.line_up->source.value, 0);
+    EXPECT_EQ(other.line_up->source.flag, 3);
+    EXPECT_TRUE(other.settings.values.empty());
+    EXPECT_EQ(other.streams.streams.size(), sample.streams.streams.size());
 }
 
 TEST(TvFile, ChannelFieldsComeByNameOrNumber)
@@ -124,16 +123,16 @@ TEST(TvFile, ChannelFieldsComeByNameOrNumber)
             {"id":"2","name":"\ud83e\udd8a","extra":{"é":[1]},"major":65535,"tuneMode":-1},
             {"id":"3","extra":{"hex":"0041"}}]})",
         tv::SampleTv());
-    ASSERT_EQ(tv.channels.size(), 3U);
-    EXPECT_EQ(tv.channels[0].id, ~0ULL);
-    EXPECT_EQ(tv.channels[0].name, "");
-    EXPECT_EQ(Text(tv::ToJson(tv.channels[0].service)),
+    ASSERT_EQ(tv.line_up->channels.size(), 3U);
+    EXPECT_EQ(tv.line_up->channels[0].id, ~0ULL);
+    EXPECT_EQ(tv.line_up->channels[0].name, "");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[0].service)),
               R"({"110":"{}","12":"18446744073709551615","13":5,"16":{"hex":"d83e004100"},"200":-7})");
-    EXPECT_EQ(tv.channels[1].name, "\xF0\x9F\xA6\x8A");
-    EXPECT_EQ(Text(tv::ToJson(tv.channels[1].service)),
+    EXPECT_EQ(tv.line_up->channels[1].name, "\xF0\x9F\xA6\x8A");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[1].service)),
               "{\"110\":\"{\\\"\xC3\xA9\\\":[1]}\",\"12\":\"2\",\"13\":65535,\"16\":\"\xF0\x9F\xA6\x8A\","
               "\"6\":-1}");
-    EXPECT_EQ(Text(tv::ToJson(tv.channels[2].service)), R"({"110":"A","12":"3"})");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[2].service)), R"({"110":"A","12":"3"})");
 }
 
 TEST(TvFile, SectionsForOtherServicesAreRead)
@@ -145,18 +144,18 @@ TEST(TvFile, SectionsForOtherServicesAreRead)
             "extension":{"embedderName":"E","extensionInfo":[1,{"a":null}],"privileges":["p","q"],"windowId":-4}})",
         tv::SampleTv());
     const std::map<std::string, tv::SettingValue> settings{{"s", std::string("1")}, {"i", 1}, {"b", true}};
-    EXPECT_EQ(tv.settings, settings);
-    ASSERT_EQ(tv.streams.size(), 3U);
-    EXPECT_EQ(tv.streams[0].pattern, "http://a/*");
-    EXPECT_EQ(tv.streams[0].duration.count(), 5000);
-    EXPECT_TRUE(tv.streams[0].live);
-    EXPECT_EQ(tv.streams[0].buffer.count(), 250);
-    EXPECT_EQ(tv.streams[0].fault, tv::StreamFault::None);
-    EXPECT_EQ(tv.streams[1].fault, tv::StreamFault::Missing);
-    EXPECT_EQ(tv.streams[2].fault, tv::StreamFault::Broken);
-    EXPECT_EQ(tv.extension.embedder_name, "E");
+    EXPECT_EQ(tv.settings.values, settings);
+    ASSERT_EQ(tv.streams.streams.size(), 3U);
+    EXPECT_EQ(tv.streams.streams[0].pattern, "http://a/*");
+    EXPECT_EQ(tv.streams.streams[0].duration.count(), 5000);
+    EXPECT_TRUE(tv.streams.streams[0].live);
+    EXPECT_EQ(tv.streams.streams[0].buffer.count(), 250);
+    EXPECT_EQ(tv.streams.streams[0].fault, tv::StreamFault::None);
+    EXPECT_EQ(tv.streams.streams[1].fault, tv::StreamFault::Missing);
+    EXPECT_EQ(tv.streams.streams[2].fault, tv::StreamFault::Broken);
+    EXPECT_EQ(tv.extension.embedder, "E");
     EXPECT_EQ(Text(tv.extension.extension_info), R"([1,{"a":null}])");
-    EXPECT_EQ(tv.extension.privileges, (std::vector<std::string>{"p", "q"}));
+    EXPECT_EQ(tv.extension.privileges, (std::map<std::string, bool>{{"p", true}, {"q", true}}));
     EXPECT_EQ(tv.extension.window_id, -4);
 }
 

@@ -43,7 +43,7 @@ std::string Text(const Json::Value& value)
 Page::Page(Deliveries deliveries) : deliveries_(deliveries)
 {
     if (deliveries_ == Deliveries::Stepped)
-        tv::Tv::Get().deliveries().Hold();
+        tv::TheDeliveries().Hold();
     plugin_ = std::make_unique<host::Plugin>(PluginPath());
     Open();
 }
@@ -53,8 +53,8 @@ Page::~Page()
     if (instance_)
         Close();
     plugin_.reset();
-    tv::Tv::Get().calls().RestoreAll();
-    tv::Tv::Get().deliveries().Resume();
+    tv::TheCalls().RestoreAll();
+    tv::TheDeliveries().Resume();
     std::string left;
     for (const Json::Value& message : messages_)
         left += "\n  " + Text(message);
@@ -71,7 +71,7 @@ void Page::Open()
 void Page::Close()
 {
     instance_.reset();
-    const std::size_t left = tv::Tv::Get().DropLeftovers();
+    const std::size_t left = tv::DropLeftovers();
     Settle();
     Require(left == 0, std::to_string(left) + " subscriptions outlive the instance");
 }
@@ -79,7 +79,7 @@ void Page::Close()
 void Page::Settle()
 {
     if (deliveries_ == Deliveries::Stepped)
-        tv::Tv::Get().deliveries().Release();
+        tv::TheDeliveries().Release();
 }
 
 Json::Value Page::AwaitValue(const Json::Value& message)
@@ -171,7 +171,7 @@ void Collected::Add(const std::string& line)
 
 Calls::Calls()
 {
-    listening_ = tv::Tv::Get().journal().ListenToCalls([this](const tv::CallRecord& call) {
+    listening_ = tv::TheJournal().ListenToCalls([this](const tv::CallRecord& call) {
         const std::string out = call.out.isNull() ? "" : " out " + Text(call.out);
         Add(std::string(call.name) + ' ' + Text(call.args) + " -> " + Text(call.result) + out);
     });
@@ -187,7 +187,7 @@ Lines Calls::TakeNames()
 
 Log::Log()
 {
-    listening_ = tv::Tv::Get().journal().ListenToLog([this](const tv::LogRecord& log) {
+    listening_ = tv::TheJournal().ListenToLog([this](const tv::LogRecord& log) {
         // "file: Function() > text" becomes "Function: text".
         std::string text = host::WithoutSourceLine(std::string(log.text));
         text.erase(0, text.find(": ") + 2);

@@ -7,6 +7,10 @@
 
 #include "zelumo-platform/export.h"
 
+namespace tv {
+class ServiceRecord;
+}  // namespace tv
+
 /// Identifiers of the fields of a service.
 enum EServiceField : int {
     ESERVICE_FIELD_TYPE = 1,
@@ -44,6 +48,8 @@ class PLATFORM_API TCServiceData {
     /// when there is none.
     bool Get(int field, std::u16string& units) const;
 
+  private:
+    friend class tv::ServiceRecord;
     /// A number, or the bytes of a text in big-endian byte order; an odd last byte is kept but belongs to no
     /// unit.
     using Value = std::variant<unsigned long long, std::string>;
@@ -51,15 +57,5 @@ class PLATFORM_API TCServiceData {
         int id;
         Value value;
     };
-    /// Replaces the field, or adds it.
-    void Set(int field, Value value);
-    /// Null when the field is absent; valid until a field is set.
-    const Value* Find(int field) const;
-    /// In the order of their identifiers.
-    const std::vector<Field>& fields() const { return fields_; }
-    /// Makes room for that many fields.
-    void Reserve(std::size_t count) { fields_.reserve(count); }
-
-  private:
-    std::vector<Field> fields_;
+    std::vector<Field> fields_;  // in the order of their identifiers
 };

@@ -1,10 +1,50 @@
-#include "core/calls.h"
 #include "services/content/content_service.h"
+#include "services/content/service_description.h"
 
 FIVirtualChannelsAPI::~FIVirtualChannelsAPI() = default;
 FIZELumoAPI::~FIZELumoAPI() = default;
 
 namespace tv {
+namespace {
+
+struct ContentCalls : CallTable {
+    using Text = Call<bool, Out<std::string>>;
+
+    Call<Availability> get_virtual_channels_api{*this, "FCAPI::GetVirtualChannelsAPI", {true}};
+    Call<Availability> get_zelumo_api{*this, "FCAPI::GetZELumoAPI", {true}};
+    Text get_program_list{*this, "FIVirtualChannelsAPI::GetProgramList", true};
+    Text get_program{*this, "FIVirtualChannelsAPI::GetProgram", true};
+    Text get_present_program{*this, "FIVirtualChannelsAPI::GetPresentProgram", true};
+    Text get_channel_logo{*this, "FIVirtualChannelsAPI::GetChannelLogo", true};
+    Text get_program_thumbnail{*this, "FIVirtualChannelsAPI::GetProgramThumbnail", true};
+    Text get_program_background{*this, "FIVirtualChannelsAPI::GetProgramBackground", true};
+    Text set_on_demand_program{*this, "FIVirtualChannelsAPI::SetOnDemandProgram", true};
+    Text unset_on_demand_program{*this, "FIVirtualChannelsAPI::UnsetOnDemandProgram", true};
+    Text get_on_demand_identifier{*this, "FIVirtualChannelsAPI::GetOnDemandIdentifier", true};
+    Text get_vc_config{*this, "FIVirtualChannelsAPI::GetVCConfig", true};
+    Text get_featured_virtual_channel_info{*this, "FIVirtualChannelsAPI::GetFeaturedVirtualChannelInfo",
+                                           true};
+    Text get_service_id{*this, "FIVirtualChannelsAPI::GetServiceIdFromOnTVProviderAndService", true};
+    Call<bool> get_viewing_agreement{*this, "FIVirtualChannelsAPI::GetViewingAgreement", true};
+    Text program_info_is_available{*this, "FIVirtualChannelsAPI::ProgramInfoIsAvailable", true};
+    Call<bool> restart_zelumo_info{*this, "FIVirtualChannelsAPI::RestartZelumoInfo", true};
+    Call<bool, Out<ExtractedServiceInfomations>> extract_service_informations{
+        *this, "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId", true};
+    Call<bool> launched_zelumo_web_app{*this, "FIZELumoAPI::LaunchedZELumoWebApp", true};
+    Call<bool, Out<std::string>, Out<std::string>> get_app_id_and_url{*this, "FIZELumoAPI::GetAppIDAndURL",
+                                                                      true};
+    Call<bool> check_is_first_booting{*this, "FIZELumoAPI::CheckIsFirstBootingInZELumo", true};
+    Call<bool> is_first_entry{*this, "FIZELumoAPI::IsFirstEntryToZelumo", true};
+    Call<bool, Out<bool>, Out<bool>> check_first_boot{*this, "FIZELumoAPI::CheckFirstBootInZELumo", true};
+    Call<bool> is_instant_on{*this, "FIZELumoAPI::IsInstantOn", true};
+};
+
+const ContentCalls& LibraryCalls()
+{
+    return TheTable<ContentCalls>();
+}
+
+}  // namespace
 
 class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
   public:
@@ -12,69 +52,73 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
 
     bool GetProgramList(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetProgramList>(CallId::GetProgramList, request, response);
+        return Ask<&ContentService::GetProgramList>(LibraryCalls().get_program_list, request, response);
     }
     bool GetProgram(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetProgram>(CallId::GetProgram, request, response);
+        return Ask<&ContentService::GetProgram>(LibraryCalls().get_program, request, response);
     }
     bool GetPresentProgram(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetPresentProgram>(CallId::GetPresentProgram, request, response);
+        return Ask<&ContentService::GetPresentProgram>(LibraryCalls().get_present_program, request, response);
     }
     bool GetChannelLogo(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetChannelLogo>(CallId::GetChannelLogo, request, response);
+        return Ask<&ContentService::GetChannelLogo>(LibraryCalls().get_channel_logo, request, response);
     }
     bool GetProgramThumbnail(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetProgramThumbnail>(CallId::GetProgramThumbnail, request, response);
+        return Ask<&ContentService::GetProgramThumbnail>(LibraryCalls().get_program_thumbnail, request,
+                                                         response);
     }
     bool GetProgramBackground(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetProgramBackground>(CallId::GetProgramBackground, request, response);
+        return Ask<&ContentService::GetProgramBackground>(LibraryCalls().get_program_background, request,
+                                                          response);
     }
     bool SetOnDemandProgram(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::SetOnDemandProgram>(CallId::SetOnDemandProgram, request, response);
+        return Ask<&ContentService::SetOnDemandProgram>(LibraryCalls().set_on_demand_program, request,
+                                                        response);
     }
     bool UnsetOnDemandProgram(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::UnsetOnDemandProgram>(CallId::UnsetOnDemandProgram, request, response);
+        return Ask<&ContentService::UnsetOnDemandProgram>(LibraryCalls().unset_on_demand_program, request,
+                                                          response);
     }
     bool GetOnDemandIdentifier(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetOnDemandIdentifier>(CallId::GetOnDemandIdentifier, request, response);
+        return Ask<&ContentService::GetOnDemandIdentifier>(LibraryCalls().get_on_demand_identifier, request,
+                                                           response);
     }
     bool GetVCConfig(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetVCConfig>(CallId::GetVcConfig, request, response);
+        return Ask<&ContentService::GetVCConfig>(LibraryCalls().get_vc_config, request, response);
     }
     bool GetFeaturedVirtualChannelInfo(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetFeaturedVirtualChannelInfo>(CallId::GetFeaturedVirtualChannelInfo,
-                                                                   request, response);
+        return Ask<&ContentService::GetFeaturedVirtualChannelInfo>(
+            LibraryCalls().get_featured_virtual_channel_info, request, response);
     }
     bool GetServiceIdFromOnTVProviderAndService(const std::string& request, std::string& response) override
     {
-        return Ask<&ContentService::GetServiceIdFromOnTVProviderAndService>(
-            CallId::GetServiceIdFromOnTvProviderAndService, request, response);
+        return Ask<&ContentService::GetServiceIdFromOnTVProviderAndService>(LibraryCalls().get_service_id,
+                                                                            request, response);
     }
     bool GetViewingAgreement() override
     {
-        return Call<bool>(CallId::GetViewingAgreement, std::tuple<>(),
-                          [&] { return service_.first_use().viewing_agreement; });
+        return LibraryCalls().get_viewing_agreement(std::tuple<>(),
+                                                    [&] { return service_.first_use().viewing_agreement; });
     }
     bool ProgramInfoIsAvailable(std::string& response) override
     {
-        Out<std::string> out(&response);
-        return Call<bool>(
-            CallId::ProgramInfoIsAvailable, std::tuple<>(),
-            [&] { return Give(service_.ProgramInfoIsAvailable(), out); }, out);
+        return LibraryCalls().program_info_is_available(std::tuple<>(), Out(&response), [&](auto& out) {
+            return Give(service_.ProgramInfoIsAvailable(), out);
+        });
     }
     bool RestartZelumoInfo() override
     {
-        return Call<bool>(CallId::RestartZelumoInfo, std::tuple<>(), [&] {
+        return LibraryCalls().restart_zelumo_info(std::tuple<>(), [&] {
             service_.Restart();
             return true;
         });
@@ -82,10 +126,9 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
     bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
                                                  ExtractedServiceInfomations& info) override
     {
-        Out<ExtractedServiceInfomations> out(&info);
-        return Call<bool>(
-            CallId::ExtractServiceInformations, std::make_tuple(DecimalId{serviceId}),
-            [&] { return Give(service_.DescribeService(serviceId), out); }, out);
+        return LibraryCalls().extract_service_informations(
+            std::tuple(DecimalId{serviceId}), Out(&info),
+            [&](auto& out) { return Give(service_.DescribeService(serviceId), out); });
     }
 
   private:
@@ -97,11 +140,10 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
         return answer.has_value();
     }
     template <auto question>
-    bool Ask(CallId id, const std::string& request, std::string& response)
+    bool Ask(const ContentCalls::Text& call, const std::string& request, std::string& response)
     {
-        Out<std::string> out(&response);
-        return Call<bool>(
-            id, std::tie(request), [&] { return Give((service_.*question)(request), out); }, out);
+        return call(std::tie(request), Out(&response),
+                    [&](auto& out) { return Give((service_.*question)(request), out); });
     }
 
     ContentService& service_;  // owns this object
@@ -113,64 +155,61 @@ class ContentService::ZelumoApi : public FIZELumoAPI {
 
     bool LaunchedZELumoWebApp() override
     {
-        return Call<bool>(CallId::LaunchedZelumoWebApp, std::tuple<>(), [&] {
+        return LibraryCalls().launched_zelumo_web_app(std::tuple<>(), [&] {
             service_.SetLaunched();
             return true;
         });
     }
     bool GetAppIDAndURL(std::string& appID, std::string& url) override
     {
-        Out<std::string> out_id(&appID);
-        Out<std::string> out_url(&url);
-        return Call<bool>(
-            CallId::GetAppIdAndUrl, std::tuple<>(),
-            [&] {
-                const TvConfig::Application application = service_.application();
+        return LibraryCalls().get_app_id_and_url(
+            std::tuple<>(), Out(&appID), Out(&url), [&](auto& out_id, auto& out_url) {
+                const ContentConfig::Application application = service_.application();
                 out_id.Set(application.id);
                 out_url.Set(application.url);
                 return true;
-            },
-            out_id, out_url);
+            });
     }
     bool CheckIsFirstBootingInZELumo() override
     {
-        return Call<bool>(CallId::CheckIsFirstBooting, std::tuple<>(),
-                          [&] { return service_.first_use().first_boot; });
+        return LibraryCalls().check_is_first_booting(std::tuple<>(),
+                                                     [&] { return service_.first_use().first_boot; });
     }
     bool IsFirstEntryToZelumo() override
     {
-        return Call<bool>(CallId::IsFirstEntry, std::tuple<>(),
-                          [&] { return service_.first_use().first_entry; });
+        return LibraryCalls().is_first_entry(std::tuple<>(),
+                                             [&] { return service_.first_use().first_entry; });
     }
     bool CheckFirstBootInZELumo(bool& isFirstEntry, bool& isInstantOn) override
     {
-        Out<bool> out_entry(&isFirstEntry);
-        Out<bool> out_instant(&isInstantOn);
-        return Call<bool>(
-            CallId::CheckFirstBoot, std::tuple<>(),
-            [&] {
-                const TvConfig::FirstUse first_use = service_.first_use();
+        return LibraryCalls().check_first_boot(
+            std::tuple<>(), Out(&isFirstEntry), Out(&isInstantOn), [&](auto& out_entry, auto& out_instant) {
+                const ContentConfig::FirstUse first_use = service_.first_use();
                 out_entry.Set(first_use.first_entry);
                 out_instant.Set(first_use.instant_on);
                 return true;
-            },
-            out_entry, out_instant);
+            });
     }
     bool IsInstantOn() override
     {
-        return Call<bool>(CallId::IsInstantOn, std::tuple<>(),
-                          [&] { return service_.first_use().instant_on; });
+        return LibraryCalls().is_instant_on(std::tuple<>(), [&] { return service_.first_use().instant_on; });
     }
 
   private:
     ContentService& service_;  // owns this object
 };
 
+ContentService& ContentService::Get()
+{
+    static ContentService& service = *new ContentService(TheClock());
+    return service;
+}
+
 ContentService::ContentService(const Clock& clock)
     : clock_(clock),
       virtual_channels_(std::make_unique<VirtualChannels>(*this)),
       zelumo_(std::make_unique<ZelumoApi>(*this)),
-      config_(std::make_shared<const TvConfig>())
+      line_up_(std::make_shared<const LineUp>())
 {}
 
 ContentService::~ContentService() = default;
@@ -185,4 +224,23 @@ FIZELumoAPI* ContentService::zelumo()
     return zelumo_.get();
 }
 
+const CallTable* ContentService::calls() const
+{
+    return &LibraryCalls();
+}
+
 }  // namespace tv
+
+FIVirtualChannelsAPI* FCAPI::GetVirtualChannelsAPI()
+{
+    tv::ContentService& content = tv::ContentService::Get();
+    return tv::CallForInterface(tv::LibraryCalls().get_virtual_channels_api, content.virtual_channels(),
+                                [&] { return content.available(); });
+}
+
+FIZELumoAPI* FCAPI::GetZELumoAPI()
+{
+    tv::ContentService& content = tv::ContentService::Get();
+    return tv::CallForInterface(tv::LibraryCalls().get_zelumo_api, content.zelumo(),
+                                [&] { return content.available(); });
+}

@@ -1,11 +1,7 @@
 #include "services/content/content_service.h"
 
-#include <json/reader.h>
-#include <json/writer.h>
-
 #include <algorithm>
 
-#include "core/values.h"
 #include "services/content/guide.h"
 #include "services/content/pictures.h"
 
@@ -19,31 +15,6 @@ constexpr milliseconds kUsualSpan = std::chrono::hours(6);
 constexpr milliseconds kLongestSpan = std::chrono::hours(7 * 24);
 constexpr milliseconds kLastTime{253402300799999};  // the end of the year 9999
 
-std::string Write(const Json::Value& value)
-{
-    Json::StreamWriterBuilder builder;
-    builder["indentation"] = "";
-    builder["emitUTF8"] = true;
-    return Json::writeString(builder, value);
-}
-
-/// A request's members; nothing when the text is no JSON object.
-std::optional<Json::Value> ParseRequest(const std::string& text)
-{
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["rejectDupKeys"] = false;
-    const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-    Json::Value request;
-    try {
-        if (!reader->parse(text.data(), text.data() + text.size(), &request, nullptr) || !request.isObject())
-            return std::nullopt;
-    } catch (const Json::Exception&) {
-        return std::nullopt;
-    }
-    return request;
-}
-
 Json::Value TimeJson(milliseconds time)
 {
     return static_cast<Json::Int64>(time.count());
@@ -51,9 +22,10 @@ Json::Value TimeJson(milliseconds time)
 
 std::optional<milliseconds> ReadTime(const Json::Value& json)
 {
-    if (!json.isNumeric() || !json.isInt64() || json.asInt64() < 0 || json.asInt64() > kLastTime.count())
+    std::int64_t time = 0;
+    if (!FromJson(json, time) || time < 0 || time > kLastTime.count())
         return std::nullopt;
-    return milliseconds(json.asInt64());
+    return milliseconds(time);
 }
 
 std::string ProgramId(const ChannelConfig& channel, const Program& program)
@@ -79,20 +51,20 @@ Json::Value ProgramJson(const ChannelConfig& channel, const Program& program)
     return json;
 }
 
-const ChannelConfig* FindChannel(const TvConfig& config, unsigned long long id)
+const ChannelConfig* FindChannel(const LineUp& line_up, unsigned long long id)
 {
-    const auto channel = std::find_if(config.channels.begin(), config.channels.end(),
+    const auto channel = std::find_if(line_up.channels.begin(), line_up.channels.end(),
                                       [id](const ChannelConfig& one) { return one.id == id; });
-    return channel == config.channels.end() ? nullptr : &*channel;
+    return channel == line_up.channels.end() ? nullptr : &*channel;
 }
 
 /// The channel that a request names by "TCServiceId".
-const ChannelConfig* RequestedChannel(const TvConfig& config, const std::optional<Json::Value>& request)
+const ChannelConfig* RequestedChannel(const LineUp& line_up, const std::optional<Json::Value>& request)
 {
     DecimalId id;
     if (!request || !FromJson((*request)["TCServiceId"], id))
         return nullptr;
-    return FindChannel(config, id.value);
+    return FindChannel(line_up, id.value);
 }
 
 struct ChannelProgram {
@@ -102,14 +74,14 @@ struct ChannelProgram {
 
 std::optional<std::string> RequestedProgramId(const std::string& text)
 {
-    const std::optional<Json::Value> request = ParseRequest(text);
+    const std::optional<Json::Value> request = ParseJsonObject(text);
     std::string id;
     if (!request || !FromJson((*request)["programId"], id))
         return std::nullopt;
     return id;
 }
 
-std::optional<ChannelProgram> FindProgram(const TvConfig& config, const Guide& guide, const std::string& id)
+std::optional<ChannelProgram> FindProgram(const LineUp& line_up, const Guide& guide, const std::string& id)
 {
     const std::size_t dash = id.find('-');
     if (dash == std::string::npos)
@@ -118,7 +90,7 @@ std::optional<ChannelProgram> FindProgram(const TvConfig& config, const Guide& g
     const std::optional<std::uint64_t> start = ParseDecimal(id.substr(dash + 1));
     if (!service_id || !start || *start > static_cast<std::uint64_t>(kLastTime.count() / 1000))
         return std::nullopt;
-    const ChannelConfig* const channel = FindChannel(config, *service_id);
+    const ChannelConfig* const channel = FindChannel(line_up, *service_id);
     if (channel == nullptr)
         return std::nullopt;
     const auto program = guide.StartingAt(*channel, seconds(static_cast<std::int64_t>(*start)));
@@ -128,51 +100,88 @@ std::optional<ChannelProgram> FindProgram(const TvConfig& config, const Guide& g
     return ChannelProgram{*channel, *program};
 }
 
-std::optional<ChannelProgram> RequestedProgram(const TvConfig& config, const Guide& guide,
+std::optional<ChannelProgram> RequestedProgram(const LineUp& line_up, const Guide& guide,
                                                const std::string& text)
 {
     const std::optional<std::string> id = RequestedProgramId(text);
     if (!id)
         return std::nullopt;
-    return FindProgram(config, guide, *id);
+    return FindProgram(line_up, guide, *id);
 }
 
 }  // namespace
 
-ContentService::Snapshot ContentService::snapshot() const
+void ContentConfig::Read(JsonObject& file)
 {
-    const std::lock_guard lock(mutex_);
-    return {config_, first_use_};
+    file.ReadObject("contentService", [&](JsonObject& section) {
+        section.Read("available", available);
+        section.Read("version", version);
+        section.Read("country", country);
+    });
+    file.ReadObject("firstUse", [&](JsonObject& section) {
+        section.Read("firstBoot", first_use.first_boot);
+        section.Read("firstEntry", first_use.first_entry);
+        section.Read("instantOn", first_use.instant_on);
+        section.Read("viewingAgreement", first_use.viewing_agreement);
+    });
+    file.ReadObject("application", [&](JsonObject& section) {
+        section.Read("id", application.id);
+        section.Read("url", application.url);
+    });
 }
 
-void ContentService::Load(std::shared_ptr<const TvConfig> config)
+void ContentService::Load(std::shared_ptr<const LineUp> line_up, const ContentConfig& config)
 {
-    const std::lock_guard lock(mutex_);
-    config_ = std::move(config);
-    first_use_ = config_->first_use;
+    const MutexLock lock(mutex_);
+    line_up_ = std::move(line_up);
+    config_ = config;
     on_demand_.clear();
+}
+
+std::shared_ptr<const LineUp> ContentService::line_up() const
+{
+    const MutexLock lock(mutex_);
+    return line_up_;
+}
+
+bool ContentService::available() const
+{
+    const MutexLock lock(mutex_);
+    return config_.available;
+}
+
+ContentConfig::FirstUse ContentService::first_use() const
+{
+    const MutexLock lock(mutex_);
+    return config_.first_use;
+}
+
+ContentConfig::Application ContentService::application() const
+{
+    const MutexLock lock(mutex_);
+    return config_.application;
 }
 
 void ContentService::SetLaunched()
 {
-    const std::lock_guard lock(mutex_);
-    first_use_.first_boot = false;
-    first_use_.first_entry = false;
+    const MutexLock lock(mutex_);
+    config_.first_use.first_boot = false;
+    config_.first_use.first_entry = false;
 }
 
 void ContentService::Restart()
 {
-    const std::lock_guard lock(mutex_);
-    first_use_.first_boot = true;
-    first_use_.first_entry = true;
+    const MutexLock lock(mutex_);
+    config_.first_use.first_boot = true;
+    config_.first_use.first_entry = true;
     on_demand_.clear();
 }
 
 ContentService::Answer ContentService::GetProgramList(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const std::optional<Json::Value> members = ParseRequest(request);
-    const ChannelConfig* const channel = RequestedChannel(*config, members);
+    const auto whole = line_up();
+    const std::optional<Json::Value> members = ParseJsonObject(request);
+    const ChannelConfig* const channel = RequestedChannel(*whole, members);
     if (channel == nullptr)
         return std::nullopt;
     const milliseconds now = clock_.Date();
@@ -184,7 +193,7 @@ ContentService::Answer ContentService::GetProgramList(const std::string& request
         return std::nullopt;
     to = std::min(*to, *from + kLongestSpan);
 
-    const Guide guide(*config, clock_.DateAsSet());
+    const Guide guide(*whole, clock_.DateAsSet());
     Json::Value programs(Json::arrayValue);
     Program program = guide.At(*channel, *from);
     do {
@@ -195,80 +204,80 @@ ContentService::Answer ContentService::GetProgramList(const std::string& request
     answer["TCServiceId"] = ToJson(DecimalId{channel->id});
     answer["now"] = TimeJson(now);
     answer["programs"] = std::move(programs);
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetProgram(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const auto found = RequestedProgram(*config, Guide(*config, clock_.DateAsSet()), request);
+    const auto whole = line_up();
+    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
     Json::Value answer;
     answer["program"] = ProgramJson(found->channel, found->program);
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetPresentProgram(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const ChannelConfig* const channel = RequestedChannel(*config, ParseRequest(request));
+    const auto whole = line_up();
+    const ChannelConfig* const channel = RequestedChannel(*whole, ParseJsonObject(request));
     if (channel == nullptr)
         return std::nullopt;
     const milliseconds now = clock_.Date();
-    const Guide guide(*config, clock_.DateAsSet());
+    const Guide guide(*whole, clock_.DateAsSet());
     const Program present = guide.At(*channel, now);
     Json::Value answer;
     answer["TCServiceId"] = ToJson(DecimalId{channel->id});
     answer["now"] = TimeJson(now);
     answer["present"] = ProgramJson(*channel, present);
     answer["following"] = ProgramJson(*channel, guide.At(*channel, present.end));
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetChannelLogo(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const ChannelConfig* const channel = RequestedChannel(*config, ParseRequest(request));
+    const auto whole = line_up();
+    const ChannelConfig* const channel = RequestedChannel(*whole, ParseJsonObject(request));
     if (channel == nullptr)
         return std::nullopt;
     Json::Value answer;
     answer["TCServiceId"] = ToJson(DecimalId{channel->id});
     answer["url"] = channel->logo.empty() ? DrawLogo(channel->id, channel->name) : channel->logo;
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetProgramThumbnail(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const auto found = RequestedProgram(*config, Guide(*config, clock_.DateAsSet()), request);
+    const auto whole = line_up();
+    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
     Json::Value answer;
     const std::string id = ProgramId(found->channel, found->program);
     answer["programId"] = id;
     answer["url"] = DrawThumbnail(id, found->program.text->title);
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetProgramBackground(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const auto found = RequestedProgram(*config, Guide(*config, clock_.DateAsSet()), request);
+    const auto whole = line_up();
+    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
     Json::Value answer;
     const std::string id = ProgramId(found->channel, found->program);
     answer["programId"] = id;
     answer["url"] = DrawBackground(id);
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::SetOnDemandProgram(const std::string& request)
 {
     Answer answer = GetOnDemandIdentifier(request);
     if (answer) {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         on_demand_.insert(*RequestedProgramId(request));
     }
     return answer;
@@ -279,9 +288,9 @@ ContentService::Answer ContentService::UnsetOnDemandProgram(const std::string& r
     const std::optional<std::string> id = RequestedProgramId(request);
     if (!id)
         return std::nullopt;
-    const auto config = snapshot().config;
-    const bool exists = FindProgram(*config, Guide(*config, clock_.DateAsSet()), *id).has_value();
-    const std::lock_guard lock(mutex_);
+    const auto whole = line_up();
+    const bool exists = FindProgram(*whole, Guide(*whole, clock_.DateAsSet()), *id).has_value();
+    const MutexLock lock(mutex_);
     // A mark may be older than the guide that its programme stood in.
     const bool removed = on_demand_.erase(*id) > 0;
     if (!removed && !exists)
@@ -289,40 +298,40 @@ ContentService::Answer ContentService::UnsetOnDemandProgram(const std::string& r
     Json::Value answer;
     answer["programId"] = *id;
     answer["removed"] = removed;
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetOnDemandIdentifier(const std::string& request) const
 {
-    const auto config = snapshot().config;
-    const auto found = RequestedProgram(*config, Guide(*config, clock_.DateAsSet()), request);
+    const auto whole = line_up();
+    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
     Json::Value answer;
     answer["programId"] = ProgramId(found->channel, found->program);
     answer["identifier"] = Identifier(found->channel, found->program);
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetVCConfig(const std::string& request) const
 {
-    if (!ParseRequest(request))
+    if (!ParseJsonObject(request))
         return std::nullopt;
-    const auto config = snapshot().config;
+    const MutexLock lock(mutex_);
     Json::Value answer;
-    answer["version"] = config->content_service.version;
-    answer["country"] = config->content_service.country;
-    answer["channels"] = static_cast<Json::UInt64>(config->channels.size());
-    return Write(answer);
+    answer["version"] = config_.version;
+    answer["country"] = config_.country;
+    answer["channels"] = static_cast<Json::UInt64>(line_up_->channels.size());
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetFeaturedVirtualChannelInfo(const std::string& request) const
 {
-    if (!ParseRequest(request))
+    if (!ParseJsonObject(request))
         return std::nullopt;
-    Json::Value channels(Json::arrayValue);
-    const auto config = snapshot().config;
-    for (const ChannelConfig& channel : config->channels) {
+    Json::Value list(Json::arrayValue);
+    const auto whole = line_up();
+    for (const ChannelConfig& channel : whole->channels) {
         int major = 0;
         int minor = 0;
         channel.service.Get(ESERVICE_FIELD_MAJOR, major);
@@ -332,29 +341,29 @@ ContentService::Answer ContentService::GetFeaturedVirtualChannelInfo(const std::
         one["name"] = channel.name;
         one["major"] = major;
         one["minor"] = minor;
-        channels.append(std::move(one));
+        list.append(std::move(one));
     }
     Json::Value answer;
-    answer["channels"] = std::move(channels);
-    return Write(answer);
+    answer["channels"] = std::move(list);
+    return WriteJson(answer);
 }
 
 ContentService::Answer ContentService::GetServiceIdFromOnTVProviderAndService(
     const std::string& request) const
 {
-    const std::optional<Json::Value> members = ParseRequest(request);
+    const std::optional<Json::Value> members = ParseJsonObject(request);
     std::string provider;
     std::string service;
     if (!members || !FromJson((*members)["provider"], provider) || !FromJson((*members)["service"], service))
         return std::nullopt;
-    const auto config = snapshot().config;
-    for (const ChannelConfig& channel : config->channels) {
+    const auto whole = line_up();
+    for (const ChannelConfig& channel : whole->channels) {
         const bool named = !channel.provider.empty() || !channel.provider_service.empty();
         if (!named || channel.provider != provider || channel.provider_service != service)
             continue;
         Json::Value answer;
         answer["TCServiceId"] = ToJson(DecimalId{channel.id});
-        return Write(answer);
+        return WriteJson(answer);
     }
     return std::nullopt;
 }
@@ -363,14 +372,14 @@ ContentService::Answer ContentService::ProgramInfoIsAvailable() const
 {
     Json::Value answer;
     answer["available"] = true;
-    return Write(answer);
+    return WriteJson(answer);
 }
 
 std::optional<ExtractedServiceInfomations> ContentService::DescribeService(
     unsigned long long service_id) const
 {
-    const auto config = snapshot().config;
-    const ChannelConfig* const channel = FindChannel(*config, service_id);
+    const auto whole = line_up();
+    const ChannelConfig* const channel = FindChannel(*whole, service_id);
     if (channel == nullptr)
         return std::nullopt;
     ExtractedServiceInfomations info;

@@ -3,33 +3,55 @@
 #include <json/value.h>
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 
 #include "content-service/FCAPI.h"
 #include "core/clock.h"
-#include "tv/tv_config.h"
+#include "core/service.h"
+#include "services/tv/line_up.h"
 
 namespace tv {
+
+/// The sections "contentService", "firstUse" and "application" of a TV file. Texts are UTF-8.
+struct PLATFORM_API ContentConfig {
+    bool available = true;
+    std::string version;
+    std::string country;
+    struct FirstUse {
+        bool first_boot = true;
+        bool first_entry = true;
+        bool instant_on = false;
+        bool viewing_agreement = false;
+    } first_use;
+    struct Application {
+        std::string id;
+        std::string url;
+    } application;
+
+    void Read(JsonObject& file);
+};
 
 /// The programme guide, the on-demand marks and the first-use state of the TV. Requests and answers are
 /// JSON texts; an operation gives no answer when its request can't be read or names something that does
 /// not exist. Any thread.
-class PLATFORM_API ContentService {
+class PLATFORM_API ContentService : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static ContentService& Get();
+
     using Answer = std::optional<std::string>;
 
     /// `clock` outlives this object.
     explicit ContentService(const Clock& clock);
-    ~ContentService();
+    ~ContentService() override;
 
-    /// Takes over the line-up and the first-use state; all on-demand marks are gone. `config` is not null.
+    /// Takes over the line-up and the first-use state; all on-demand marks are gone. `line_up` is not null.
     /// Before the first one there are no channels.
-    void Load(std::shared_ptr<const TvConfig> config);
+    void Load(std::shared_ptr<const LineUp> line_up, const ContentConfig& config) EXCLUDES(mutex_);
 
-    bool available() const { return snapshot().config->content_service.available; }
+    bool available() const EXCLUDES(mutex_);
     // The interfaces, valid as long as this object, whether or not the service is available.
     FIVirtualChannelsAPI* virtual_channels();
     FIZELumoAPI* zelumo();
@@ -40,8 +62,8 @@ class PLATFORM_API ContentService {
     Answer GetChannelLogo(const std::string& request) const;
     Answer GetProgramThumbnail(const std::string& request) const;
     Answer GetProgramBackground(const std::string& request) const;
-    Answer SetOnDemandProgram(const std::string& request);
-    Answer UnsetOnDemandProgram(const std::string& request);
+    Answer SetOnDemandProgram(const std::string& request) EXCLUDES(mutex_);
+    Answer UnsetOnDemandProgram(const std::string& request) EXCLUDES(mutex_);
     Answer GetOnDemandIdentifier(const std::string& request) const;
     Answer GetVCConfig(const std::string& request) const;
     Answer GetFeaturedVirtualChannelInfo(const std::string& request) const;
@@ -50,31 +72,28 @@ class PLATFORM_API ContentService {
 
     std::optional<ExtractedServiceInfomations> DescribeService(unsigned long long service_id) const;
 
-    TvConfig::FirstUse first_use() const { return snapshot().first_use; }
+    ContentConfig::FirstUse first_use() const EXCLUDES(mutex_);
     /// The page was started: what comes now is no first boot and no first entry any more.
-    void SetLaunched();
+    void SetLaunched() EXCLUDES(mutex_);
     /// As if the page had never been started; on-demand marks are gone.
-    void Restart();
-    TvConfig::Application application() const { return snapshot().config->application; }
+    void Restart() EXCLUDES(mutex_);
+    ContentConfig::Application application() const EXCLUDES(mutex_);
+
+    const CallTable* calls() const override;
 
   private:
     class VirtualChannels;
     class ZelumoApi;
 
-    struct Snapshot {
-        std::shared_ptr<const TvConfig> config;
-        TvConfig::FirstUse first_use;
-    };
-    Snapshot snapshot() const;
+    std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
 
     const Clock& clock_;
     const std::unique_ptr<VirtualChannels> virtual_channels_;
     const std::unique_ptr<ZelumoApi> zelumo_;
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    std::shared_ptr<const TvConfig> config_;
-    TvConfig::FirstUse first_use_;
-    std::set<std::string> on_demand_;  ///< ids of the marked programmes
+    mutable Mutex mutex_{LockLevel::Service};
+    std::shared_ptr<const LineUp> line_up_ GUARDED_BY(mutex_);
+    ContentConfig config_ GUARDED_BY(mutex_);             ///< first use as it stands now
+    std::set<std::string> on_demand_ GUARDED_BY(mutex_);  ///< ids of the marked programmes
 };
 
 }  // namespace tv

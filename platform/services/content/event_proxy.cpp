@@ -1,11 +1,29 @@
 #include "services/content/event_proxy.h"
 
-#include "core/calls.h"
+#include "services/content/content_service.h"
 
 FIIPCConnection::~FIIPCConnection() = default;
 FCEMSProxy::~FCEMSProxy() = default;
 
 namespace tv {
+namespace {
+
+struct EventProxyCalls : CallTable {
+    Call<Availability> get_connection{*this, "FIIPCConnection::GetInstance", {true}};
+    Call<Availability> get_proxy{*this, "FCEMSProxy::GetInstanceForPlugin", {true}};
+    Call<int> subscribe{*this, "FCEMSProxy::Subscribe"};
+    Call<int> unsubscribe{*this, "FCEMSProxy::Unsubscribe"};
+};
+
+VerbResults RaiseEvent(JsonObject& fields)
+{
+    const int event = fields.Get("event").As<int>();
+    const bool null_user = ReadNullUser(fields);
+    fields.End();
+    return Delivered(EventProxyService::Get().Notify(event, null_user));
+}
+
+}  // namespace
 
 class EventProxyService::Proxy : public FCEMSProxy {
   public:
@@ -13,20 +31,26 @@ class EventProxyService::Proxy : public FCEMSProxy {
 
     int Subscribe(int event, void* userData) override
     {
-        return Call<int>(CallId::SubscribeEvent, std::tie(event),
-                         [&] { return service_.Subscribe(callback_, event, userData); });
+        return TheTable<EventProxyCalls>().subscribe(
+            std::tie(event), [&] { return service_.Subscribe(callback_, event, userData); });
     }
     bool IsSubscribed(int event) const override { return service_.IsSubscribed(callback_, event); }
     int Unsubscribe(int event) override
     {
-        return Call<int>(CallId::UnsubscribeEvent, std::tie(event),
-                         [&] { return service_.Unsubscribe(callback_, event); });
+        return TheTable<EventProxyCalls>().unsubscribe(
+            std::tie(event), [&] { return service_.Unsubscribe(callback_, event); });
     }
 
   private:
     EventProxyService& service_;  // owns this object
     const FEventCallback callback_;
 };
+
+EventProxyService& EventProxyService::Get()
+{
+    static EventProxyService& service = *new EventProxyService(TheDeliveries());
+    return service;
+}
 
 EventProxyService::EventProxyService(Deliveries& deliveries) : deliveries_(deliveries) {}
 
@@ -41,7 +65,7 @@ FIIPCConnection* EventProxyService::connection()
 
 FCEMSProxy* EventProxyService::ProxyFor(FEventCallback callback)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::unique_ptr<Proxy>& proxy = proxies_[callback];
     if (!proxy)
         proxy = std::make_unique<Proxy>(*this, callback);
@@ -50,34 +74,26 @@ FCEMSProxy* EventProxyService::ProxyFor(FEventCallback callback)
 
 int EventProxyService::Subscribe(FEventCallback callback, int event, void* user_data)
 {
-    registrations_.Set({event, callback, user_data},
-                       [&](const auto& entry) { return entry.key == event && entry.callback == callback; });
+    registrations_.Set(event, callback, user_data);
     return 0;
 }
 
 int EventProxyService::Unsubscribe(FEventCallback callback, int event)
 {
-    const auto covers = [&](const auto& entry) { return entry.key == event && entry.callback == callback; };
-    return registrations_.Remove(covers) > 0 ? 0 : -1;
+    return registrations_.Remove(event, callback) ? 0 : -1;
 }
 
 bool EventProxyService::IsSubscribed(FEventCallback callback, int event) const
 {
-    for (const auto& entry : registrations_.List()) {
-        if (entry.key == event && entry.callback == callback)
-            return true;
-    }
-    return false;
+    return registrations_.Contains(event, callback);
 }
 
 std::vector<int> EventProxyService::Deliver(int event, bool null_user)
 {
     std::vector<int> results;
-    registrations_.Deliver(
-        [&](const auto& entry) { return entry.key == event; },
-        [&](const auto& entry) {
-            results.push_back(entry.callback(event, FSEventData(), null_user ? nullptr : entry.user_data));
-        });
+    registrations_.Deliver(event, null_user, [&](FEventCallback callback, void* user_data) {
+        results.push_back(callback(event, FSEventData(), user_data));
+    });
     return results;
 }
 
@@ -93,12 +109,33 @@ void EventProxyService::Raise(int event)
     deliveries_.Post(thread_, [this, event] { Deliver(event, false); });
 }
 
-std::vector<int> EventProxyService::Events() const
+const CallTable* EventProxyService::calls() const
 {
-    std::vector<int> events;
-    for (const auto& entry : registrations_.List())
-        events.push_back(entry.key);
-    return events;
+    return &TheTable<EventProxyCalls>();
+}
+
+std::vector<Verb> EventProxyService::verbs() const
+{
+    return {{"event", RaiseEvent}};
+}
+
+void EventProxyService::AddState(Json::Value& state) const
+{
+    state["subscriptions"]["events"] = ToJson(registrations_.Topics());
 }
 
 }  // namespace tv
+
+FIIPCConnection* FIIPCConnection::GetInstance()
+{
+    return tv::CallForInterface(tv::TheTable<tv::EventProxyCalls>().get_connection,
+                                tv::EventProxyService::Get().connection(),
+                                [] { return tv::ContentService::Get().available(); });
+}
+
+FCEMSProxy* FCEMSProxy::GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback)
+{
+    return tv::CallForInterface(tv::TheTable<tv::EventProxyCalls>().get_proxy,
+                                tv::EventProxyService::Get().ProxyFor(callback),
+                                [&] { return connection != nullptr; });
+}

@@ -2,26 +2,30 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "content-service/FCEMSProxy.h"
 #include "core/delivery.h"
+#include "core/registrations.h"
+#include "core/service.h"
 
 namespace tv {
 
 /// The content service's events and the TV signals that it relays: who subscribed to which, and their
 /// delivery. Any thread.
-class PLATFORM_API EventProxyService {
+class PLATFORM_API EventProxyService : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static EventProxyService& Get();
+
     /// `deliveries` outlives this object.
     explicit EventProxyService(Deliveries& deliveries);
-    ~EventProxyService();
+    ~EventProxyService() override;
 
     /// Never null; valid for the life of the process.
     FIIPCConnection* connection();
     /// The proxy of that callback, the same one every time; valid as long as this object.
-    FCEMSProxy* ProxyFor(FEventCallback callback);
+    FCEMSProxy* ProxyFor(FEventCallback callback) EXCLUDES(mutex_);
 
     // As FCEMSProxy has them.
     int Subscribe(FEventCallback callback, int event, void* user_data);
@@ -34,10 +38,11 @@ class PLATFORM_API EventProxyService {
     /// The event comes up by itself: it is delivered some time later.
     void Raise(int event);
 
-    /// The events subscribed to, in the order of subscribing.
-    std::vector<int> Events() const;
-    /// Ends every subscription; returns how many there were.
-    std::size_t DropAll() { return registrations_.RemoveAll(); }
+    const CallTable* calls() const override;
+    std::vector<Verb> verbs() const override;
+    void AddState(Json::Value& state) const override;
+    std::size_t CountRegistrations() const override { return registrations_.Count(); }
+    std::size_t DropRegistrations() override { return registrations_.RemoveAll(); }
 
   private:
     class Proxy;
@@ -46,8 +51,8 @@ class PLATFORM_API EventProxyService {
     Deliveries& deliveries_;
     DeliveryThread thread_{"tv.content"};
     Registrations<int, FEventCallback> registrations_{thread_};
-    std::mutex mutex_;
-    std::map<FEventCallback, std::unique_ptr<Proxy>> proxies_;  // guarded by mutex_
+    Mutex mutex_{LockLevel::Service};
+    std::map<FEventCallback, std::unique_ptr<Proxy>> proxies_ GUARDED_BY(mutex_);
 };
 
 }  // namespace tv

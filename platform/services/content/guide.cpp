@@ -44,8 +44,8 @@ seconds Floor(std::chrono::milliseconds time)
 
 }  // namespace
 
-Guide::Guide(const TvConfig& config, std::chrono::milliseconds origin)
-    : config_(config), origin_(Floor(origin) / kHalfHour * kHalfHour)
+Guide::Guide(const LineUp& line_up, std::chrono::milliseconds origin)
+    : line_up_(line_up), origin_(Floor(origin) / kHalfHour * kHalfHour)
 {}
 
 Program Guide::At(const ChannelConfig& channel, std::chrono::milliseconds time) const
@@ -81,7 +81,7 @@ Program Guide::InOwnGuide(const ChannelConfig& channel, seconds time) const
 Program Guide::InSchedule(const ChannelConfig& channel, seconds time) const
 {
     std::vector<const ProgramText*> choice;
-    for (const ProgramText& text : config_.programs) {
+    for (const ProgramText& text : line_up_.programs) {
         if (channel.genre.empty() || text.genre == channel.genre)
             choice.push_back(&text);
     }

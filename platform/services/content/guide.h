@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "tv/tv_config.h"
+#include "services/tv/line_up.h"
 
 namespace tv {
 
@@ -12,7 +12,7 @@ namespace tv {
 struct Program {
     std::chrono::seconds start{0};
     std::chrono::seconds end{0};
-    const ProgramText* text = nullptr;  ///< never null; lives as long as the TV's description
+    const ProgramText* text = nullptr;  ///< never null; lives as long as the line-up
 };
 
 /// What is on when. Every channel has a programme at any time, and it depends on nothing but the channel,
@@ -20,8 +20,8 @@ struct Program {
 /// thread.
 class Guide {
   public:
-    /// `config` outlives this object and what it returns. `origin`: a time within that half hour.
-    Guide(const TvConfig& config, std::chrono::milliseconds origin);
+    /// `line_up` outlives this object and what it returns. `origin`: a time within that half hour.
+    Guide(const LineUp& line_up, std::chrono::milliseconds origin);
 
     /// The programme that is on at that time, 1970 or later.
     Program At(const ChannelConfig& channel, std::chrono::milliseconds time) const;
@@ -32,7 +32,7 @@ class Guide {
     Program InOwnGuide(const ChannelConfig& channel, std::chrono::seconds time) const;
     Program InSchedule(const ChannelConfig& channel, std::chrono::seconds time) const;
 
-    const TvConfig& config_;
+    const LineUp& line_up_;
     const std::chrono::seconds origin_;
 };
 

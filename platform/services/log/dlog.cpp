@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "tv/tv.h"
+#include "core/journal.h"
 
 int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...)
 {
-    tv::Journal& journal = tv::Tv::Get().journal();
+    tv::Journal& journal = tv::TheJournal();
     if (!journal.log_heard())
         return 0;
     std::va_list arguments;

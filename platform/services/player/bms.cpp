@@ -1,7 +1,6 @@
 #include "player-service/bms.h"
 
-#include "core/calls.h"
-#include "tv/tv.h"
+#include "services/player/player_service.h"
 
 namespace tv {
 namespace {
@@ -11,102 +10,126 @@ struct DrmArgument {
     const _BmsDrmInfo& drm;
 };
 
-Json::Value ToJson(const DrmArgument& argument)
+}  // namespace
+
+template <>
+struct Form<DrmArgument> {
+    static Json::Value Write(const DrmArgument& argument)
+    {
+        Json::Value json;
+        json["drmType"] = argument.drm.drmType;
+        json["drmOp"] = argument.drm.drmOp;
+        json["drmData"] = argument.drm.drmData;
+        return json;
+    }
+};
+
+namespace {
+
+struct BmsCalls : CallTable {
+    Call<int, Out<BmsPlayerId>> create_player{*this, "BmsCreatePlayer"};
+    Call<int> play{*this, "BmsPlay"};
+    Call<int> pause{*this, "BmsPause"};
+    Call<int> resume{*this, "BmsResume"};
+    Call<int> stop{*this, "BmsStop"};
+    Call<int> resume_live{*this, "BmsResumeLive"};
+    Call<int> seek{*this, "BmsSeek"};
+    Call<int, Out<std::int32_t>> get_play_time{*this, "BmsGetPlayTime"};
+    Call<int> set_video_position{*this, "BmsSetVideoPosition"};
+    Call<int> set_callback{*this, "BmsSetCallback"};
+    Call<int> unset_callback{*this, "BmsUnSetCallback"};
+};
+
+}  // namespace
+
+const CallTable* PlayerService::calls() const
 {
-    Json::Value json;
-    json["drmType"] = argument.drm.drmType;
-    json["drmOp"] = argument.drm.drmOp;
-    json["drmData"] = argument.drm.drmData;
-    return json;
+    return &TheTable<BmsCalls>();
 }
 
-PlayerService& Service()
+}  // namespace tv
+
+namespace {
+
+const tv::BmsCalls& Calls()
 {
-    return Tv::Get().player();
+    return tv::TheTable<tv::BmsCalls>();
+}
+
+tv::PlayerService& Service()
+{
+    return tv::PlayerService::Get();
+}
+
+/// The result of a command that gives a value, which is written when there is one.
+template <typename T>
+int Give(const std::optional<T>& value, tv::Out<T>& out)
+{
+    if (!value)
+        return -1;
+    out.Set(*value);
+    return 0;
 }
 
 }  // namespace
-}  // namespace tv
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is fixed
 int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType, _BmsDrmInfo drm,
                     BmsPlayerId* id)
 {
-    tv::Out<int> out(id);
     const std::tuple args(url, mimeType, timeOffset, playerType, tv::DrmArgument{drm});
-    return tv::Call<int>(
-        tv::CallId::BmsCreatePlayer, args,
-        [&] {
-            const std::optional<BmsPlayerId> made = tv::Service().Create(url, timeOffset);
-            if (!made)
-                return -1;
-            out.Set(*made);
-            return 0;
-        },
-        out);
+    return Calls().create_player(args, tv::Out(id),
+                                 [&](auto& out) { return Give(Service().Create(url, timeOffset), out); });
 }
 
 int BmsPlay(BmsPlayerId id)
 {
-    return tv::Call<int>(tv::CallId::BmsPlay, std::tie(id), [&] { return tv::Service().Play(id); });
+    return Calls().play(std::tie(id), [&] { return Service().Play(id); });
 }
 
 int BmsPause(BmsPlayerId id)
 {
-    return tv::Call<int>(tv::CallId::BmsPause, std::tie(id), [&] { return tv::Service().Pause(id); });
+    return Calls().pause(std::tie(id), [&] { return Service().Pause(id); });
 }
 
 int BmsResume(BmsPlayerId id)
 {
-    return tv::Call<int>(tv::CallId::BmsResume, std::tie(id), [&] { return tv::Service().Resume(id); });
+    return Calls().resume(std::tie(id), [&] { return Service().Resume(id); });
 }
 
 int BmsStop(BmsPlayerId id)
 {
-    return tv::Call<int>(tv::CallId::BmsStop, std::tie(id), [&] { return tv::Service().Stop(id); });
+    return Calls().stop(std::tie(id), [&] { return Service().Stop(id); });
 }
 
 int BmsResumeLive(BmsPlayerId id)
 {
-    return tv::Call<int>(tv::CallId::BmsResumeLive, std::tie(id),
-                         [&] { return tv::Service().ResumeLive(id); });
+    return Calls().resume_live(std::tie(id), [&] { return Service().ResumeLive(id); });
 }
 
 int BmsSeek(BmsPlayerId id, std::int32_t position)
 {
-    return tv::Call<int>(tv::CallId::BmsSeek, std::tie(id, position),
-                         [&] { return tv::Service().Seek(id, position); });
+    return Calls().seek(std::tie(id, position), [&] { return Service().Seek(id, position); });
 }
 
 int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position)
 {
-    tv::Out<int> out(position);
-    return tv::Call<int>(
-        tv::CallId::BmsGetPlayTime, std::tie(id),
-        [&] {
-            const std::optional<std::int32_t> time = tv::Service().PlayTime(id);
-            if (!time)
-                return -1;
-            out.Set(*time);
-            return 0;
-        },
-        out);
+    return Calls().get_play_time(std::tie(id), tv::Out(position),
+                                 [&](auto& out) { return Give(Service().PlayTime(id), out); });
 }
 
 int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height)
 {
-    return tv::Call<int>(tv::CallId::BmsSetVideoPosition, std::tie(id, x, y, width, height),
-                         [&] { return tv::Service().SetVideoPosition(id, x, y, width, height); });
+    return Calls().set_video_position(std::tie(id, x, y, width, height),
+                                      [&] { return Service().SetVideoPosition(id, x, y, width, height); });
 }
 
 int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData)
 {
-    return tv::Call<int>(tv::CallId::BmsSetCallback, std::tie(id),
-                         [&] { return tv::Service().SetCallback(id, callback, userData); });
+    return Calls().set_callback(std::tie(id), [&] { return Service().SetCallback(id, callback, userData); });
 }
 
 int BmsUnSetCallback(BmsPlayerId id, void* userData)
 {
-    return tv::Call<int>(tv::CallId::BmsUnSetCallback, std::tie(id),
-                         [&] { return tv::Service().UnsetCallback(id, userData); });
+    return Calls().unset_callback(std::tie(id), [&] { return Service().UnsetCallback(id, userData); });
 }

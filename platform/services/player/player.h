@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "player-service/bms.h"
-#include "tv/tv_config.h"
+#include "services/player/streams.h"
 
 namespace tv {
 

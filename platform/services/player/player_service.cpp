@@ -2,52 +2,13 @@
 
 #include <algorithm>
 #include <limits>
-#include <string_view>
 #include <utility>
 
 namespace tv {
 namespace {
 
-using namespace std::chrono_literals;
-
 /// Clients register for reports of this id without a player of their own, so no player has it.
 constexpr BmsPlayerId kReservedId = 101;
-
-const std::vector<StreamConfig>& BuiltInStreams()
-{
-    static const std::vector<StreamConfig> streams{
-        {"*film*", 10min, false, 0ms, StreamFault::None},
-        {"*short*", 30s, false, 0ms, StreamFault::None},
-        {"*live*", 10min, true, 0ms, StreamFault::None},
-        {"*missing*", 0ms, false, 0ms, StreamFault::Missing},
-        {"*broken*", 0ms, false, 0ms, StreamFault::Broken},
-        {"*", 1h, false, 0ms, StreamFault::None},
-    };
-    return streams;
-}
-
-bool Fits(std::string_view pattern, std::string_view text)
-{
-    std::size_t at = 0;
-    std::size_t star = std::string_view::npos;  // the last one passed
-    std::size_t taken = 0;                      // where what that one stands for ends
-    std::size_t next = 0;
-    while (next < text.size()) {
-        if (at < pattern.size() && pattern[at] == '*') {
-            star = at++;
-            taken = next;
-        } else if (at < pattern.size() && pattern[at] == text[next]) {
-            ++at;
-            ++next;
-        } else if (star != std::string_view::npos) {
-            at = star + 1;
-            next = ++taken;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', at) == std::string_view::npos;
-}
 
 std::int32_t Milliseconds(Clock::Time time)
 {
@@ -55,11 +16,29 @@ std::int32_t Milliseconds(Clock::Time time)
         std::min<Clock::Time::rep>(time.count(), std::numeric_limits<std::int32_t>::max()));
 }
 
+VerbResults ReportPlayer(JsonObject& fields)
+{
+    const int player = fields.Get("player").As<int>();
+    const int type = fields.Get("type").As<int>();
+    int value1 = 0;
+    int value2 = 0;
+    fields.Read("value1", value1);
+    fields.Read("value2", value2);
+    const bool null_user = ReadNullUser(fields);
+    fields.End();
+    const std::size_t delivered = PlayerService::Get().Report(player, type, value1, value2, null_user);
+    return {{"delivered", static_cast<Json::UInt>(delivered)}};
+}
+
 }  // namespace
 
-PlayerService::PlayerService(Clock& clock, Deliveries& deliveries)
-    : clock_(clock), deliveries_(deliveries), streams_(BuiltInStreams())
-{}
+PlayerService& PlayerService::Get()
+{
+    static PlayerService& service = *new PlayerService(TheClock(), TheDeliveries());
+    return service;
+}
+
+PlayerService::PlayerService(Clock& clock, Deliveries& deliveries) : clock_(clock), deliveries_(deliveries) {}
 
 PlayerService::~PlayerService()
 {
@@ -71,25 +50,17 @@ PlayerService::~PlayerService()
         thread_.Drain();
 }
 
-void PlayerService::SetStreams(std::vector<StreamConfig> streams)
+void PlayerService::Load(const StreamsConfig& streams)
 {
-    streams.insert(streams.end(), BuiltInStreams().begin(), BuiltInStreams().end());
-    const std::lock_guard lock(mutex_);
-    streams_ = std::move(streams);
-}
-
-const StreamConfig& PlayerService::FindStream(const std::string& url) const
-{
-    // The last pattern fits everything.
-    return *std::find_if(streams_.begin(), streams_.end(),
-                         [&](const StreamConfig& stream) { return Fits(stream.pattern, url); });
+    const MutexLock lock(mutex_);
+    streams_ = streams;
 }
 
 std::optional<BmsPlayerId> PlayerService::Create(const char* url, int offset_seconds)
 {
     if (url == nullptr || *url == '\0')
         return std::nullopt;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (next_id_ == kReservedId)
         ++next_id_;
     const BmsPlayerId id = next_id_++;
@@ -101,19 +72,18 @@ std::optional<BmsPlayerId> PlayerService::Create(const char* url, int offset_sec
                          });
     };
     const auto made = players_.emplace(
-        id, Entry{url, Player(FindStream(url), std::chrono::seconds(offset_seconds), clock_.Now(), report),
+        id, Entry{url, Player(streams_.Find(url), std::chrono::seconds(offset_seconds), clock_.Now(), report),
                   std::nullopt, std::nullopt});
-    for (const auto& registration : registrations_.List()) {
-        if (registration.key == id)
-            made.first->second.player.Announce();
-    }
+    const std::vector<BmsPlayerId> registered = registrations_.Topics();
+    if (std::find(registered.begin(), registered.end(), id) != registered.end())
+        made.first->second.player.Announce();
     return id;
 }
 
 template <typename Command>
 int PlayerService::Do(BmsPlayerId id, Command command)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = players_.find(id);
     if (found == players_.end() || !command(found->second.player, clock_.Now()))
         return -1;
@@ -162,7 +132,7 @@ void PlayerService::Arm(BmsPlayerId id, Entry& entry)
 
 void PlayerService::OnAlarm(BmsPlayerId id, unsigned armed)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = players_.find(id);
     if (found == players_.end() || found->second.armed != armed)
         return;
@@ -173,7 +143,7 @@ void PlayerService::OnAlarm(BmsPlayerId id, unsigned armed)
 
 std::optional<std::int32_t> PlayerService::PlayTime(BmsPlayerId id) const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = players_.find(id);
     if (found == players_.end() || found->second.player.state() == Player::State::Failed)
         return std::nullopt;
@@ -182,7 +152,7 @@ std::optional<std::int32_t> PlayerService::PlayTime(BmsPlayerId id) const
 
 int PlayerService::SetVideoPosition(BmsPlayerId id, int x, int y, int width, int height)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const auto found = players_.find(id);
     if (found == players_.end())
         return -1;
@@ -194,9 +164,8 @@ int PlayerService::SetCallback(BmsPlayerId id, BmsCallbackFunction callback, voi
 {
     if (callback == nullptr)
         return -1;
-    registrations_.Set({id, callback, user_data},
-                       [&](const auto& entry) { return entry.key == id && entry.user_data == user_data; });
-    const std::lock_guard lock(mutex_);
+    registrations_.Set(id, callback, user_data);
+    const MutexLock lock(mutex_);
     if (const auto found = players_.find(id); found != players_.end())
         found->second.player.Announce();
     return 0;
@@ -204,19 +173,16 @@ int PlayerService::SetCallback(BmsPlayerId id, BmsCallbackFunction callback, voi
 
 int PlayerService::UnsetCallback(BmsPlayerId id, void* user_data)
 {
-    const auto covers = [&](const auto& entry) { return entry.key == id && entry.user_data == user_data; };
-    return registrations_.Remove(covers) > 0 ? 0 : -1;
+    return registrations_.Remove(id, user_data) ? 0 : -1;
 }
 
 std::size_t PlayerService::Deliver(BmsPlayerId id, int type, std::int32_t value1, std::int32_t value2,
                                    bool null_user)
 {
-    return registrations_.Deliver([&](const auto& entry) { return entry.key == id; },
-                                  [&](const auto& entry) {
-                                      _BmsCallbackStruct data{value1, value2, 0};
-                                      entry.callback(id, static_cast<_BmsEvent>(type), data,
-                                                     null_user ? nullptr : entry.user_data);
-                                  });
+    return registrations_.Deliver(id, null_user, [&](BmsCallbackFunction callback, void* user_data) {
+        _BmsCallbackStruct data{value1, value2, 0};
+        callback(id, static_cast<_BmsEvent>(type), data, user_data);
+    });
 }
 
 std::size_t PlayerService::Report(BmsPlayerId id, int type, std::int32_t value1, std::int32_t value2,
@@ -229,7 +195,7 @@ std::size_t PlayerService::Report(BmsPlayerId id, int type, std::int32_t value1,
 
 Json::Value PlayerService::PlayersJson() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     const Clock::Time now = clock_.Now();
     Json::Value list(Json::arrayValue);
     for (const auto& [id, entry] : players_) {
@@ -253,18 +219,21 @@ Json::Value PlayerService::PlayersJson() const
     return list;
 }
 
-std::vector<BmsPlayerId> PlayerService::Registered() const
+std::vector<Verb> PlayerService::verbs() const
 {
-    std::vector<BmsPlayerId> players;
-    for (const auto& entry : registrations_.List())
-        players.push_back(entry.key);
-    return players;
+    return {{"report", ReportPlayer}};
 }
 
-std::size_t PlayerService::DropAll()
+void PlayerService::AddState(Json::Value& state) const
+{
+    state["players"] = PlayersJson();
+    state["subscriptions"]["players"] = ToJson(registrations_.Topics());
+}
+
+std::size_t PlayerService::DropRegistrations()
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         for (const auto& [id, entry] : players_) {
             if (entry.alarm)
                 clock_.Cancel(*entry.alarm);

@@ -4,35 +4,37 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "core/clock.h"
 #include "core/delivery.h"
+#include "core/registrations.h"
+#include "core/service.h"
 #include "player-service/bms.h"
 #include "services/player/player.h"
-#include "tv/tv_config.h"
 
 namespace tv {
 
 /// The TV's media players: they play on the TV's clock, and their reports go to whoever registered for
 /// them. Commands give 0, or -1 when there is no such player or the command makes no sense in its state. Any
 /// thread.
-class PLATFORM_API PlayerService {
+class PLATFORM_API PlayerService : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static PlayerService& Get();
+
     /// `clock` and `deliveries` outlive this object.
     PlayerService(Clock& clock, Deliveries& deliveries);
-    ~PlayerService();
+    ~PlayerService() override;
 
-    /// The streams there are, before the built-in ones; the first whose pattern fits an address counts.
-    /// Another address plays for an hour. Players that exist keep what they have.
-    void SetStreams(std::vector<StreamConfig> streams);
+    /// The streams that there are. Players that exist keep what they have.
+    void Load(const StreamsConfig& streams) EXCLUDES(mutex_);
 
     /// The new player's id, or nothing without an address. An offset outside the stream begins at its
     /// nearer end.
-    std::optional<BmsPlayerId> Create(const char* url, int offset_seconds);
+    std::optional<BmsPlayerId> Create(const char* url, int offset_seconds) EXCLUDES(mutex_);
     int Play(BmsPlayerId id);
     int Pause(BmsPlayerId id);
     int Resume(BmsPlayerId id);
@@ -40,13 +42,13 @@ class PLATFORM_API PlayerService {
     int Seek(BmsPlayerId id, std::int32_t position);
     int ResumeLive(BmsPlayerId id);
     /// Nothing without such a player, or when it has nothing to play.
-    std::optional<std::int32_t> PlayTime(BmsPlayerId id) const;
-    /// Kept as it is, for PlayersJson; in any state.
-    int SetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
+    std::optional<std::int32_t> PlayTime(BmsPlayerId id) const EXCLUDES(mutex_);
+    /// Kept as it is, for the state; in any state.
+    int SetVideoPosition(BmsPlayerId id, int x, int y, int width, int height) EXCLUDES(mutex_);
 
     /// As BmsSetCallback and BmsUnSetCallback have them. A player's first report waits for its first
     /// registration.
-    int SetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* user_data);
+    int SetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* user_data) EXCLUDES(mutex_);
     int UnsetCallback(BmsPlayerId id, void* user_data);
 
     /// Delivers a report as it is, whether or not there is such a player, and returns when the callbacks
@@ -54,14 +56,14 @@ class PLATFORM_API PlayerService {
     std::size_t Report(BmsPlayerId id, int type, std::int32_t value1, std::int32_t value2, bool null_user);
 
     /// An array of {"id", "url", "state", "position", "duration", "live", "rect"}, in the order of creation.
-    Json::Value PlayersJson() const;
+    Json::Value PlayersJson() const EXCLUDES(mutex_);
 
-    /// The players registered for, in the order of registering.
-    std::vector<BmsPlayerId> Registered() const;
-    std::size_t CountRegistrations() const { return registrations_.List().size(); }
-    /// The service's client is gone: its players end, and ids start anew. Returns how many registrations it
-    /// had left.
-    std::size_t DropAll();
+    const CallTable* calls() const override;
+    std::vector<Verb> verbs() const override;
+    void AddState(Json::Value& state) const override;
+    std::size_t CountRegistrations() const override { return registrations_.Count(); }
+    /// Its players end as well, and ids start anew.
+    std::size_t DropRegistrations() override EXCLUDES(mutex_);
 
   private:
     struct Rect {
@@ -75,22 +77,19 @@ class PLATFORM_API PlayerService {
         unsigned armed = 0;  ///< counts alarms, so that one that was taken up too late is told apart
     };
     template <typename Command>
-    int Do(BmsPlayerId id, Command command);
-    const StreamConfig& FindStream(const std::string& url) const;
-    void Arm(BmsPlayerId id, Entry& entry);
-    void OnAlarm(BmsPlayerId id, unsigned armed);
+    int Do(BmsPlayerId id, Command command) EXCLUDES(mutex_);
+    void Arm(BmsPlayerId id, Entry& entry) REQUIRES(mutex_);
+    void OnAlarm(BmsPlayerId id, unsigned armed) EXCLUDES(mutex_);
     std::size_t Deliver(BmsPlayerId id, int type, std::int32_t value1, std::int32_t value2, bool null_user);
 
     Clock& clock_;
     Deliveries& deliveries_;
     DeliveryThread thread_{"tv.player"};
-    Registrations<BmsPlayerId, BmsCallbackFunction> registrations_{thread_};
-    /// No callback is called under it.
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    std::vector<StreamConfig> streams_;
-    std::map<BmsPlayerId, Entry> players_;
-    BmsPlayerId next_id_ = 1;
+    Registrations<BmsPlayerId, BmsCallbackFunction, ToldApartBy::UserData> registrations_{thread_};
+    mutable Mutex mutex_{LockLevel::Service};  ///< no callback is called under it
+    StreamsConfig streams_ GUARDED_BY(mutex_);
+    std::map<BmsPlayerId, Entry> players_ GUARDED_BY(mutex_);
+    BmsPlayerId next_id_ GUARDED_BY(mutex_) = 1;
 };
 
 }  // namespace tv

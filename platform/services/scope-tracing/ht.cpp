@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "tv/tv.h"
+#include "services/scope-tracing/scope_tracer.h"
 
 namespace {
 
@@ -30,7 +30,7 @@ std::uint32_t PointNumber(ht_point_id& id)
     std::uint32_t number = id.load();
     if (number != 0)
         return number;
-    const std::uint32_t made = tv::Tv::Get().tracer().NewPoint();
+    const std::uint32_t made = tv::ScopeTracer::Get().NewPoint();
     // Another thread may reach the point for the first time as well: the first number stays.
     return id.compare_exchange_strong(number, made) ? made : number;
 }
@@ -70,8 +70,8 @@ std::string ht::TSDemangler::Demangle(const char* name)
 TCScopeContainer::TCScopeContainer(const TSCodeLocation& location)
     : m_Location(location),
       m_Start(SteadyNow()),
-      m_Handler(new TCScopeHandler(location.m_Enabled->load() != 0 && tv::Tv::Get().tracer().is_on(),
-                                   tv::Tv::Get().tracer().capture()))
+      m_Handler(new TCScopeHandler(location.m_Enabled->load() != 0 && tv::ScopeTracer::Get().is_on(),
+                                   tv::ScopeTracer::Get().capture()))
 {}
 
 TCScopeContainer::~TCScopeContainer()
@@ -99,7 +99,7 @@ TCScopeContainer::~TCScopeContainer()
     auto size = m_Handler->m_TypeSizes.begin();
     for (const std::string& name : m_Handler->m_TypeNames)
         scope.types.push_back({name, *settings++, *size++});
-    tv::Tv::Get().tracer().Close(std::move(scope));
+    tv::ScopeTracer::Get().Close(std::move(scope));
 }
 
 std::shared_ptr<TCScopeHandler> TCScopeHandler::Instance(TCScopeContainer& container)

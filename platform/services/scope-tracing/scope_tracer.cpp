@@ -4,6 +4,12 @@
 
 namespace tv {
 
+ScopeTracer& ScopeTracer::Get()
+{
+    static ScopeTracer& tracer = *new ScopeTracer(TraceLibraries::Get());
+    return tracer;
+}
+
 void ScopeTracer::Start(Sink sink, unsigned capture)
 {
     {

@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "core/service.h"
 #include "scope-tracing/ht.h"
 #include "services/scope-tracing/trace_libraries.h"
 
@@ -39,8 +40,11 @@ struct TracedScope {
 };
 
 /// Collects the scopes of the traced libraries while it is on. Any thread, unless stated otherwise.
-class PLATFORM_API ScopeTracer {
+class PLATFORM_API ScopeTracer : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static ScopeTracer& Get();
+
     /// Receives scopes as they close, inner ones before the outer, on the thread that closed them, one at a
     /// time. It must not call the tracer.
     using Sink = std::function<void(const TracedScope&)>;
@@ -53,6 +57,8 @@ class PLATFORM_API ScopeTracer {
     void Start(Sink sink, unsigned capture = HT_CAPTURE_IMMEDIATE);
     /// Off. The sink is not running any more; scopes that are still open are dropped.
     void Stop();
+
+    const CallTable* calls() const override;
 
     // For the tracing library's own entry points.
     bool is_on() const { return on_.load(std::memory_order_acquire); }

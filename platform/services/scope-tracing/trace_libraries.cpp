@@ -4,6 +4,12 @@
 
 namespace tv {
 
+TraceLibraries& TraceLibraries::Get()
+{
+    static TraceLibraries& libraries = *new TraceLibraries;
+    return libraries;
+}
+
 void TraceLibraries::Register(ht_enabled_flag* enabled)
 {
     const std::lock_guard lock(mutex_);

@@ -10,6 +10,9 @@ namespace tv {
 /// The libraries whose scopes can be traced. Any thread.
 class PLATFORM_API TraceLibraries {
   public:
+    /// The one of the process, never destroyed.
+    static TraceLibraries& Get();
+
     void Register(ht_enabled_flag* enabled);
     /// The flag is not touched any more.
     void Deregister(ht_enabled_flag* enabled);

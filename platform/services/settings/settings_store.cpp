@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "core/values.h"
 #include "services/settings/settings_database.h"
 
 struct _keynode_t {
@@ -16,22 +15,64 @@ const char* vconf_keynode_get_name(const keynode_t* node)
 
 namespace tv {
 
-Json::Value ToJson(const SettingValue& value)
+namespace {
+
+VerbResults WriteSetting(JsonObject& fields)
+{
+    const JsonNode key = fields.Get("key");
+    const std::string name = key.As<std::string>();
+    if (name.empty())
+        key.Fail("must not be empty");
+    fields.Find("value");
+    const SettingValue value = fields.node()["value"].As<SettingValue>();
+    const bool null_user = ReadNullUser(fields);
+    fields.End();
+    const std::optional<std::size_t> told = SettingsStore::Get().SetAndTell(name, value, null_user);
+    if (!told)
+        fields.node().Fail("the settings store refuses the write");
+    return {{"delivered", static_cast<int>(*told)}};
+}
+
+}  // namespace
+
+Json::Value Form<SettingValue>::Write(const SettingValue& value)
 {
     return std::visit([](const auto& alternative) { return Json::Value(alternative); }, value);
 }
 
-bool FromJson(const Json::Value& json, SettingValue& value)
+bool Form<SettingValue>::Read(const Json::Value& json, SettingValue& value)
 {
     if (json.isString())
         value = json.asString();
     else if (json.isBool())
         value = json.asBool();
-    else if (IsInt32(json))
-        value = json.asInt();
+    else if (int number = 0; FromJson(json, number))
+        value = number;
     else
         return false;
     return true;
+}
+
+void SettingsConfig::Read(JsonObject& file)
+{
+    const std::optional<JsonNode> section = file.Find("settings");
+    if (!section)
+        return;
+    values.clear();
+    for (const std::string& key : JsonObject(*section).node().json().getMemberNames()) {
+        const JsonNode member = (*section)[key];
+        if (key.empty())
+            member.Fail("a key must not be empty");
+        values[key] = member.As<SettingValue>();
+        if (std::holds_alternative<std::string>(values[key]))
+            member.As<std::string>();
+    }
+}
+
+SettingsStore& SettingsStore::Get()
+{
+    static SettingsStore& store = *new SettingsStore(TheDeliveries());
+    return store;
 }
 
 SettingsStore::SettingsStore(Deliveries& deliveries) : deliveries_(deliveries) {}
@@ -41,23 +82,23 @@ SettingsStore::~SettingsStore() = default;
 void SettingsStore::OpenDatabase(const std::filesystem::path& file)
 {
     auto database = std::make_unique<SettingsDatabase>(file);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     for (auto& [key, value] : database->ReadAll())
         values_[key] = std::move(value);
     database_ = std::move(database);
 }
 
-void SettingsStore::Load(std::map<std::string, SettingValue> values)
+void SettingsStore::Load(const SettingsConfig& config)
 {
-    const std::lock_guard lock(mutex_);
-    values_ = std::move(values);
+    const MutexLock lock(mutex_);
+    values_ = config.values;
 }
 
 bool SettingsStore::Write(const std::string& key, const SettingValue& value)
 {
     if (key.empty())
         return false;
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (database_ && !database_->Write(key, value))
         return false;
     values_[key] = value;
@@ -84,43 +125,43 @@ std::optional<std::size_t> SettingsStore::SetAndTell(const std::string& key, con
 
 std::size_t SettingsStore::Tell(const std::string& key, bool null_user)
 {
-    return registrations_.Deliver([&](const auto& entry) { return entry.key == key; },
-                                  [&](const auto& entry) {
-                                      keynode_t node{key};
-                                      entry.callback(&node, null_user ? nullptr : entry.user_data);
-                                  });
+    return registrations_.Deliver(key, null_user, [&](vconf_callback_fn callback, void* user_data) {
+        keynode_t node{key};
+        callback(&node, user_data);
+    });
 }
 
 bool SettingsStore::Watch(const std::string& key, vconf_callback_fn callback, void* user_data)
 {
     if (key.empty() || callback == nullptr)
         return false;
-    registrations_.Set({key, callback, user_data},
-                       [&](const auto& entry) { return entry.key == key && entry.callback == callback; });
+    registrations_.Set(key, callback, user_data);
     return true;
 }
 
 bool SettingsStore::Ignore(const std::string& key, vconf_callback_fn callback)
 {
-    return registrations_.Remove(
-               [&](const auto& entry) { return entry.key == key && entry.callback == callback; }) > 0;
+    return registrations_.Remove(key, callback);
 }
 
 Json::Value SettingsStore::ValuesJson() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Json::Value json(Json::objectValue);
     for (const auto& [key, value] : values_)
         json[key] = ToJson(value);
     return json;
 }
 
-std::vector<std::string> SettingsStore::Watches() const
+std::vector<Verb> SettingsStore::verbs() const
 {
-    std::vector<std::string> keys;
-    for (const auto& entry : registrations_.List())
-        keys.push_back(entry.key);
-    return keys;
+    return {{"setting", WriteSetting}};
+}
+
+void SettingsStore::AddState(Json::Value& state) const
+{
+    state["settings"] = ValuesJson();
+    state["watches"] = ToJson(registrations_.Topics());
 }
 
 }  // namespace tv

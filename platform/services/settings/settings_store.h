@@ -5,13 +5,14 @@
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "core/delivery.h"
+#include "core/registrations.h"
+#include "core/service.h"
 #include "settings/vconf.h"
 
 namespace tv {
@@ -21,24 +22,37 @@ class SettingsDatabase;
 /// What a key holds.
 using SettingValue = std::variant<std::string, int, bool>;
 
-PLATFORM_API Json::Value ToJson(const SettingValue& value);
-/// A string, a whole number of 32 bits, or true or false; else false, and `value` is untouched.
-PLATFORM_API bool FromJson(const Json::Value& json, SettingValue& value);
+template <>
+struct PLATFORM_API Form<SettingValue> {
+    static Json::Value Write(const SettingValue& value);
+    static bool Read(const Json::Value& json, SettingValue& value);
+    static constexpr char kWhat[] = "a string, a whole number of 32 bits, or true or false";
+};
+
+/// What a TV file says of the settings: what the store holds from the start.
+struct PLATFORM_API SettingsConfig {
+    std::map<std::string, SettingValue> values;
+
+    void Read(JsonObject& file);
+};
 
 /// The settings store: typed values under keys, kept in memory and, when a file was opened, in a database.
 /// Any thread.
-class PLATFORM_API SettingsStore {
+class PLATFORM_API SettingsStore : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static SettingsStore& Get();
+
     /// `deliveries` outlives this object.
     explicit SettingsStore(Deliveries& deliveries);
-    ~SettingsStore();
+    ~SettingsStore() override;
 
     /// From now on every write is also in the database before it counts as done; what the database holds
     /// takes the place of what is in memory under the same keys. Throws std::runtime_error when it can't be
     /// used.
-    void OpenDatabase(const std::filesystem::path& file);
+    void OpenDatabase(const std::filesystem::path& file) EXCLUDES(mutex_);
     /// What the store holds from the start, before a database is opened. Nobody is told.
-    void Load(std::map<std::string, SettingValue> values);
+    void Load(const SettingsConfig& config) EXCLUDES(mutex_);
 
     /// False for an empty key and when the database refuses. Watchers are told some time later.
     bool Set(const std::string& key, const SettingValue& value);
@@ -47,9 +61,9 @@ class PLATFORM_API SettingsStore {
     std::optional<std::size_t> SetAndTell(const std::string& key, const SettingValue& value, bool null_user);
     /// Nothing when the key does not exist or holds another type.
     template <typename T>
-    std::optional<T> Get(const std::string& key) const
+    std::optional<T> Get(const std::string& key) const EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         const auto found = values_.find(key);
         if (found == values_.end() || !std::holds_alternative<T>(found->second))
             return std::nullopt;
@@ -61,23 +75,24 @@ class PLATFORM_API SettingsStore {
     bool Ignore(const std::string& key, vconf_callback_fn callback);
 
     /// An object from key to value.
-    Json::Value ValuesJson() const;
-    /// The watched keys, in the order of watching.
-    std::vector<std::string> Watches() const;
-    /// Ends every watch; returns how many there were.
-    std::size_t DropAll() { return registrations_.RemoveAll(); }
+    Json::Value ValuesJson() const EXCLUDES(mutex_);
+
+    const CallTable* calls() const override;
+    std::vector<Verb> verbs() const override;
+    void AddState(Json::Value& state) const override;
+    std::size_t CountRegistrations() const override { return registrations_.Count(); }
+    std::size_t DropRegistrations() override { return registrations_.RemoveAll(); }
 
   private:
-    bool Write(const std::string& key, const SettingValue& value);
+    bool Write(const std::string& key, const SettingValue& value) EXCLUDES(mutex_);
     std::size_t Tell(const std::string& key, bool null_user);
 
     Deliveries& deliveries_;
     DeliveryThread thread_{"tv.settings"};
     Registrations<std::string, vconf_callback_fn> registrations_{thread_};
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    std::map<std::string, SettingValue> values_;
-    std::unique_ptr<SettingsDatabase> database_;
+    mutable Mutex mutex_{LockLevel::Service};
+    std::map<std::string, SettingValue> values_ GUARDED_BY(mutex_);
+    std::unique_ptr<SettingsDatabase> database_ GUARDED_BY(mutex_);
 };
 
 }  // namespace tv

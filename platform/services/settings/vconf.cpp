@@ -4,14 +4,41 @@
 #include <optional>
 #include <string>
 
-#include "core/calls.h"
-#include "tv/tv.h"
+#include "services/settings/settings_store.h"
+
+namespace tv {
+namespace {
+
+struct VconfCalls : CallTable {
+    Call<int> set_str{*this, "vconf_set_str"};
+    Call<int> set_int{*this, "vconf_set_int"};
+    Call<int> set_bool{*this, "vconf_set_bool"};
+    Call<std::optional<std::string>> get_str{*this, "vconf_get_str", ""};
+    Call<int, Out<int>> get_int{*this, "vconf_get_int"};
+    Call<int, Out<int>> get_bool{*this, "vconf_get_bool"};
+    Call<int> notify_key_changed{*this, "vconf_notify_key_changed"};
+    Call<int> ignore_key_changed{*this, "vconf_ignore_key_changed"};
+};
+
+}  // namespace
+
+const CallTable* SettingsStore::calls() const
+{
+    return &TheTable<VconfCalls>();
+}
+
+}  // namespace tv
 
 namespace {
 
+const tv::VconfCalls& Calls()
+{
+    return tv::TheTable<tv::VconfCalls>();
+}
+
 tv::SettingsStore& Store()
 {
-    return tv::Tv::Get().settings();
+    return tv::SettingsStore::Get();
 }
 
 /// A null text is an empty one, which the store refuses as a key.
@@ -29,65 +56,55 @@ int Result(bool success)
 
 int vconf_set_str(const char* key, const char* value)
 {
-    return tv::Call<int>(tv::CallId::VconfSetStr, std::tie(key, value),
-                         [&] { return Result(Store().Set(TextOf(key), TextOf(value))); });
+    return Calls().set_str(std::tie(key, value),
+                           [&] { return Result(Store().Set(TextOf(key), TextOf(value))); });
 }
 
 int vconf_set_int(const char* key, int value)
 {
-    return tv::Call<int>(tv::CallId::VconfSetInt, std::tie(key, value),
-                         [&] { return Result(Store().Set(TextOf(key), value)); });
+    return Calls().set_int(std::tie(key, value), [&] { return Result(Store().Set(TextOf(key), value)); });
 }
 
 int vconf_set_bool(const char* key, int value)
 {
-    return tv::Call<int>(tv::CallId::VconfSetBool, std::tie(key, value),
-                         [&] { return Result(Store().Set(TextOf(key), value != 0)); });
+    return Calls().set_bool(std::tie(key, value),
+                            [&] { return Result(Store().Set(TextOf(key), value != 0)); });
 }
 
 char* vconf_get_str(const char* key)
 {
-    const auto text = tv::Call<std::optional<std::string>>(
-        tv::CallId::VconfGetStr, std::tie(key), [&] { return Store().Get<std::string>(TextOf(key)); });
+    const auto text = Calls().get_str(std::tie(key), [&] { return Store().Get<std::string>(TextOf(key)); });
     return text ? strdup(text->c_str()) : nullptr;
 }
 
 int vconf_get_int(const char* key, int* value)
 {
-    tv::Out<int> out(value);
-    return tv::Call<int>(
-        tv::CallId::VconfGetInt, std::tie(key),
-        [&] {
-            const std::optional<int> number = Store().Get<int>(TextOf(key));
-            if (number)
-                out.Set(*number);
-            return Result(number.has_value());
-        },
-        out);
+    return Calls().get_int(std::tie(key), tv::Out(value), [&](tv::Out<int>& out) {
+        const std::optional<int> number = Store().Get<int>(TextOf(key));
+        if (number)
+            out.Set(*number);
+        return Result(number.has_value());
+    });
 }
 
 int vconf_get_bool(const char* key, int* value)
 {
-    tv::Out<int> out(value);
-    return tv::Call<int>(
-        tv::CallId::VconfGetBool, std::tie(key),
-        [&] {
-            const std::optional<bool> flag = Store().Get<bool>(TextOf(key));
-            if (flag)
-                out.Set(*flag ? 1 : 0);
-            return Result(flag.has_value());
-        },
-        out);
+    return Calls().get_bool(std::tie(key), tv::Out(value), [&](tv::Out<int>& out) {
+        const std::optional<bool> flag = Store().Get<bool>(TextOf(key));
+        if (flag)
+            out.Set(*flag ? 1 : 0);
+        return Result(flag.has_value());
+    });
 }
 
 int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data)
 {
-    return tv::Call<int>(tv::CallId::VconfNotifyKeyChanged, std::tie(key),
-                         [&] { return Result(Store().Watch(TextOf(key), callback, user_data)); });
+    return Calls().notify_key_changed(
+        std::tie(key), [&] { return Result(Store().Watch(TextOf(key), callback, user_data)); });
 }
 
 int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback)
 {
-    return tv::Call<int>(tv::CallId::VconfIgnoreKeyChanged, std::tie(key),
-                         [&] { return Result(Store().Ignore(TextOf(key), callback)); });
+    return Calls().ignore_key_changed(std::tie(key),
+                                      [&] { return Result(Store().Ignore(TextOf(key), callback)); });
 }

@@ -1,10 +1,21 @@
 #include "services/tv/signal_service.h"
 
-#include "core/calls.h"
+#include "services/tv/tv_calls.h"
 
 ISignalSubscriber::~ISignalSubscriber() = default;
 
 namespace tv {
+namespace {
+
+VerbResults RaiseSignal(JsonObject& fields)
+{
+    const int signal = fields.Get("signal").As<int>();
+    const bool null_user = ReadNullUser(fields);
+    fields.End();
+    return Delivered(SignalService::Get().Notify(static_cast<ESignalType>(signal), null_user));
+}
+
+}  // namespace
 
 class SignalService::Subscriber : public ISignalSubscriber {
   public:
@@ -12,15 +23,15 @@ class SignalService::Subscriber : public ISignalSubscriber {
 
     int Subscribe(ESignalType signal, void* userData, int first, int second, int third) override
     {
-        return Call<int>(CallId::SubscribeSignal,
-                         std::make_tuple(static_cast<int>(signal), first, second, third),
-                         [&] { return service_.Subscribe(callback_, signal, userData); });
+        return TheTable<TvCalls>().subscribe_signal(
+            std::tuple(static_cast<int>(signal), first, second, third),
+            [&] { return service_.Subscribe(callback_, signal, userData); });
     }
     int Unsubscribe(ESignalType signal, int first, int second, int third) override
     {
-        return Call<int>(CallId::UnsubscribeSignal,
-                         std::make_tuple(static_cast<int>(signal), first, second, third),
-                         [&] { return service_.Unsubscribe(callback_, signal); });
+        return TheTable<TvCalls>().unsubscribe_signal(
+            std::tuple(static_cast<int>(signal), first, second, third),
+            [&] { return service_.Unsubscribe(callback_, signal); });
     }
 
   private:
@@ -28,13 +39,19 @@ class SignalService::Subscriber : public ISignalSubscriber {
     const TVSignalCallback callback_;
 };
 
+SignalService& SignalService::Get()
+{
+    static SignalService& service = *new SignalService;
+    return service;
+}
+
 SignalService::SignalService() = default;
 
 SignalService::~SignalService() = default;
 
 ISignalSubscriber* SignalService::SubscriberFor(TVSignalCallback callback)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     std::unique_ptr<Subscriber>& subscriber = subscribers_[callback];
     if (!subscriber)
         subscriber = std::make_unique<Subscriber>(*this, callback);
@@ -43,36 +60,34 @@ ISignalSubscriber* SignalService::SubscriberFor(TVSignalCallback callback)
 
 int SignalService::Subscribe(TVSignalCallback callback, ESignalType signal, void* user_data)
 {
-    registrations_.Set({signal, callback, user_data},
-                       [&](const auto& entry) { return entry.key == signal && entry.callback == callback; });
+    registrations_.Set(signal, callback, user_data);
     return 1;
 }
 
 int SignalService::Unsubscribe(TVSignalCallback callback, ESignalType signal)
 {
-    const auto covers = [&](const auto& entry) { return entry.key == signal && entry.callback == callback; };
-    return registrations_.Remove(covers) > 0 ? 1 : 0;
+    return registrations_.Remove(signal, callback) ? 1 : 0;
 }
 
 std::vector<int> SignalService::Notify(ESignalType signal, bool null_user)
 {
     std::vector<int> results;
     thread_.Run([&] {
-        registrations_.Deliver([&](const auto& entry) { return entry.key == signal; },
-                               [&](const auto& entry) {
-                                   results.push_back(entry.callback(signal, TSSignalData(),
-                                                                    null_user ? nullptr : entry.user_data));
-                               });
+        registrations_.Deliver(signal, null_user, [&](TVSignalCallback callback, void* user_data) {
+            results.push_back(callback(signal, TSSignalData(), user_data));
+        });
     });
     return results;
 }
 
-std::vector<int> SignalService::Signals() const
+std::vector<Verb> SignalService::verbs() const
 {
-    std::vector<int> signals;
-    for (const auto& entry : registrations_.List())
-        signals.push_back(entry.key);
-    return signals;
+    return {{"signal", RaiseSignal}};
+}
+
+void SignalService::AddState(Json::Value& state) const
+{
+    state["subscriptions"]["signals"] = ToJson(registrations_.Topics());
 }
 
 }  // namespace tv

@@ -2,22 +2,26 @@
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include "core/delivery.h"
+#include "core/registrations.h"
+#include "core/service.h"
 #include "tv-service/TVServiceAPI.h"
 
 namespace tv {
 
 /// The TV service's signals: who subscribed to which, and their delivery. Any thread.
-class PLATFORM_API SignalService {
+class PLATFORM_API SignalService : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static SignalService& Get();
+
     SignalService();
-    ~SignalService();
+    ~SignalService() override;
 
     /// The subscriber of that callback, the same one every time; valid as long as this object.
-    ISignalSubscriber* SubscriberFor(TVSignalCallback callback);
+    ISignalSubscriber* SubscriberFor(TVSignalCallback callback) EXCLUDES(mutex_);
 
     /// 1 on success; Unsubscribe gives 0 when there was no such subscription.
     int Subscribe(TVSignalCallback callback, ESignalType signal, void* user_data);
@@ -27,18 +31,18 @@ class PLATFORM_API SignalService {
     /// the callbacks get null user data.
     std::vector<int> Notify(ESignalType signal, bool null_user);
 
-    /// The signals subscribed to, in the order of subscribing.
-    std::vector<int> Signals() const;
-    /// Ends every subscription; returns how many there were.
-    std::size_t DropAll() { return registrations_.RemoveAll(); }
+    std::vector<Verb> verbs() const override;
+    void AddState(Json::Value& state) const override;
+    std::size_t CountRegistrations() const override { return registrations_.Count(); }
+    std::size_t DropRegistrations() override { return registrations_.RemoveAll(); }
 
   private:
     class Subscriber;
 
     DeliveryThread thread_{"tv.signal"};
-    Registrations<ESignalType, TVSignalCallback> registrations_{thread_};
-    std::mutex mutex_;
-    std::map<TVSignalCallback, std::unique_ptr<Subscriber>> subscribers_;  // guarded by mutex_
+    Registrations<int, TVSignalCallback> registrations_{thread_};
+    Mutex mutex_{LockLevel::Service};
+    std::map<TVSignalCallback, std::unique_ptr<Subscriber>> subscribers_ GUARDED_BY(mutex_);
 };
 
 }  // namespace tv

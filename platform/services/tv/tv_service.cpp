@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/calls.h"
+#include "services/tv/tv_calls.h"
 
 IServiceNavigation::~IServiceNavigation() = default;
 ISourceControl::~ISourceControl() = default;
@@ -14,52 +14,38 @@ constexpr int kChannelLoad = 90019;
 constexpr int kChannelEnter = 90020;
 constexpr int kChannelLeave = 90023;
 
-TCServiceData Fetched(const TCServiceData& service, const std::vector<int>& fetch)
+const TvCalls& LibraryCalls()
 {
-    TCServiceData read;
-    read.Reserve(fetch.size());
-    for (const int field : fetch) {
-        if (const TCServiceData::Value* const value = service.Find(field))
-            read.Set(field, *value);
-    }
-    return read;
+    return TheTable<TvCalls>();
 }
 
-/// An out argument that is a list of records for the caller to own.
-class OutServices {
-  public:
-    explicit OutServices(std::list<TCServiceData*>& target) : target_(target) {}
-
-    void Set(ServiceList services)
-    {
-        for (std::unique_ptr<TCServiceData>& service : services) {
-            target_.push_back(service.get());
-            static_cast<void>(service.release());
-        }
-        written_ = true;
-    }
-    Json::Value Json() const
-    {
-        if (!written_)
-            return {};
-        Json::Value json(Json::arrayValue);
-        for (const TCServiceData* service : target_)
-            json.append(ToJson(*service));
-        return json;
-    }
-    void Take(const Json::Value& json)
-    {
-        ServiceList services;
-        if (!json.isNull() && FromJson(json, services))
-            Set(std::move(services));
-    }
-
-  private:
-    std::list<TCServiceData*>& target_;
-    bool written_ = false;
-};
-
 }  // namespace
+
+void OutServices::Set(ServiceList services)
+{
+    for (std::unique_ptr<TCServiceData>& service : services) {
+        target_->push_back(service.get());
+        static_cast<void>(service.release());
+    }
+    written_ = true;
+}
+
+Json::Value OutServices::Json() const
+{
+    if (!written_)
+        return {};
+    Json::Value json(Json::arrayValue);
+    for (const TCServiceData* service : *target_)
+        json.append(ToJson(*service));
+    return json;
+}
+
+void OutServices::Take(const Json::Value& json)
+{
+    ServiceList services;
+    if (!json.isNull() && FromJson(json, services))
+        Set(std::move(services));
+}
 
 class TvService::Navigation : public IServiceNavigation {
   public:
@@ -68,58 +54,47 @@ class TvService::Navigation : public IServiceNavigation {
     int TuneService(const unsigned long long& serviceId, int first, int second,
                     const std::string& appId) override
     {
-        return Call<int>(
-            CallId::NavigationTuneService,
+        return LibraryCalls().navigation_tune_service(
             std::tuple<DecimalId, int, int, const std::string&>({serviceId}, first, second, appId),
             [&] { return service_.Tune(serviceId) ? 1 : 0; });
     }
     int GetTvMode(TSTvMode& mode) override
     {
-        Out<TSTvMode> out(&mode);
-        return Call<int>(
-            CallId::GetTvMode, std::tuple<>(),
-            [&] {
-                out.Set(service_.mode());
-                return 1;
-            },
-            out);
+        return LibraryCalls().get_tv_mode(std::tuple<>(), Out(&mode), [&](Out<TSTvMode>& out) {
+            out.Set(service_.line_up()->tv_mode);
+            return 1;
+        });
     }
     int GetCurrentService(TSTvMode mode, TCCriteriaHelper& criteria, TCServiceData& service) override
     {
-        Out<TCServiceData> out(&service);
-        return Call<int>(
-            CallId::GetCurrentService, std::tie(mode, criteria),
-            [&] {
-                TCServiceData current;
-                if (!service_.ReadCurrent(criteria.fetch(), current))
-                    return 0;
-                out.Set(std::move(current));
-                return 1;
-            },
-            out);
+        return LibraryCalls().get_current_service(std::tie(mode, criteria), Out(&service),
+                                                  [&](Out<TCServiceData>& out) {
+                                                      TCServiceData current;
+                                                      if (!service_.ReadCurrent(criteria, current))
+                                                          return 0;
+                                                      out.Set(std::move(current));
+                                                      return 1;
+                                                  });
     }
     int SetNextService(TCCriteriaHelper& criteria) override
     {
-        return Call<int>(CallId::SetNextService, std::tie(criteria),
-                         [&] { return service_.Step(+1) ? 1 : 0; });
+        return LibraryCalls().set_next_service(std::tie(criteria), [&] { return service_.Step(+1) ? 1 : 0; });
     }
     int SetPreviousService(TCCriteriaHelper& criteria) override
     {
-        return Call<int>(CallId::SetPreviousService, std::tie(criteria),
-                         [&] { return service_.Step(-1) ? 1 : 0; });
+        return LibraryCalls().set_previous_service(std::tie(criteria),
+                                                   [&] { return service_.Step(-1) ? 1 : 0; });
     }
     int GetServiceList(TCCriteriaHelper& criteria, std::list<TCServiceData*>& services, TSTvMode mode,
                        int first, int second) override
     {
-        OutServices out(services);
-        return Call<int>(
-            CallId::GetServiceList, std::tie(criteria, mode, first, second),
-            [&] {
-                // The streaming service's channels are the whole line-up: every mode lists it.
-                out.Set(service_.ReadAll(criteria.fetch()));
-                return 0;
-            },
-            out);
+        return LibraryCalls().get_service_list(std::tie(criteria, mode, first, second), OutServices(services),
+                                               [&](OutServices& out) {
+                                                   // The streaming service's channels are the whole line-up:
+                                                   // every mode lists it.
+                                                   out.Set(service_.ReadAll(criteria));
+                                                   return 0;
+                                               });
     }
 
   private:
@@ -132,40 +107,42 @@ class TvService::SourceControl : public ISourceControl {
 
     int TuneService(int first, unsigned long long serviceId, const std::string& appId) override
     {
-        return Call<int>(CallId::SourceTuneService,
-                         std::tuple<int, DecimalId, const std::string&>(first, {serviceId}, appId),
-                         [&] { return service_.Tune(serviceId) ? 1 : 0; });
+        return LibraryCalls().source_tune_service(
+            std::tuple<int, DecimalId, const std::string&>(first, {serviceId}, appId),
+            [&] { return service_.Tune(serviceId) ? 1 : 0; });
     }
     int GetSourceFlag(int& flag) override
     {
-        return Read(CallId::GetSourceFlag, flag, service_.source().flag);
+        return Read(LibraryCalls().get_source_flag, flag, service_.line_up()->source.flag);
     }
     int GetSourceValue(int& value) override
     {
-        return Read(CallId::GetSourceValue, value, service_.source().value);
+        return Read(LibraryCalls().get_source_value, value, service_.line_up()->source.value);
     }
 
   private:
-    static int Read(CallId id, int& target, int value)
+    static int Read(const Call<int, Out<int>>& call, int& target, int value)
     {
-        Out<int> out(&target);
-        return Call<int>(
-            id, std::tuple<>(),
-            [&] {
-                out.Set(value);
-                return 1;
-            },
-            out);
+        return call(std::tuple<>(), Out(&target), [&](Out<int>& out) {
+            out.Set(value);
+            return 1;
+        });
     }
 
     TvService& service_;  // owns this object
 };
 
+TvService& TvService::Get()
+{
+    static TvService& service = *new TvService(EventProxyService::Get());
+    return service;
+}
+
 TvService::TvService(EventProxyService& events)
     : events_(events),
       navigation_(std::make_unique<Navigation>(*this)),
       source_control_(std::make_unique<SourceControl>(*this)),
-      config_(std::make_shared<const TvConfig>())
+      line_up_(std::make_shared<const LineUp>())
 {}
 
 TvService::~TvService() = default;
@@ -180,33 +157,42 @@ ISourceControl* TvService::source_control()
     return source_control_.get();
 }
 
-void TvService::Load(std::shared_ptr<const TvConfig> config)
+const CallTable* TvService::calls() const
 {
-    const std::lock_guard lock(mutex_);
-    config_ = std::move(config);
-    const auto first =
-        std::find_if(config_->channels.begin(), config_->channels.end(),
-                     [&](const ChannelConfig& channel) { return channel.id == config_->current; });
-    current_ = first == config_->channels.end()
-                   ? 0
-                   : static_cast<std::size_t>(std::distance(config_->channels.begin(), first));
+    return &LibraryCalls();
 }
 
-std::shared_ptr<const TvConfig> TvService::config() const
+void TvService::AddState(Json::Value& state) const
 {
-    const std::lock_guard lock(mutex_);
-    return config_;
+    state["channel"] = CurrentJson();
+}
+
+void TvService::Load(std::shared_ptr<const LineUp> line_up)
+{
+    const MutexLock lock(mutex_);
+    line_up_ = std::move(line_up);
+    const std::vector<ChannelConfig>& channels = line_up_->channels;
+    const auto first = std::find_if(channels.begin(), channels.end(), [&](const ChannelConfig& channel) {
+        return channel.id == line_up_->current;
+    });
+    current_ = first == channels.end() ? 0 : static_cast<std::size_t>(std::distance(channels.begin(), first));
+}
+
+std::shared_ptr<const LineUp> TvService::line_up() const
+{
+    const MutexLock lock(mutex_);
+    return line_up_;
 }
 
 bool TvService::Tune(unsigned long long service_id)
 {
     {
-        const std::lock_guard lock(mutex_);
-        const auto channel = std::find_if(config_->channels.begin(), config_->channels.end(),
+        const MutexLock lock(mutex_);
+        const auto channel = std::find_if(line_up_->channels.begin(), line_up_->channels.end(),
                                           [&](const ChannelConfig& one) { return one.id == service_id; });
-        if (channel == config_->channels.end())
+        if (channel == line_up_->channels.end())
             return false;
-        current_ = static_cast<std::size_t>(std::distance(config_->channels.begin(), channel));
+        current_ = static_cast<std::size_t>(std::distance(line_up_->channels.begin(), channel));
     }
     OnTuned();
     return true;
@@ -215,8 +201,8 @@ bool TvService::Tune(unsigned long long service_id)
 bool TvService::Step(int by)
 {
     {
-        const std::lock_guard lock(mutex_);
-        const auto count = static_cast<long long>(config_->channels.size());
+        const MutexLock lock(mutex_);
+        const auto count = static_cast<long long>(line_up_->channels.size());
         if (count == 0)
             return false;
         const long long place = (static_cast<long long>(current_) + by) % count;
@@ -232,29 +218,31 @@ void TvService::OnTuned()
         events_.Raise(event);
 }
 
-bool TvService::ReadCurrent(const std::vector<int>& fetch, TCServiceData& service) const
+bool TvService::ReadCurrent(const TCCriteriaHelper& criteria, TCServiceData& service) const
 {
-    const std::lock_guard lock(mutex_);
-    if (config_->channels.empty())
+    const MutexLock lock(mutex_);
+    if (line_up_->channels.empty())
         return false;
-    service = Fetched(config_->channels[current_].service, fetch);
+    service = ServiceRecord::Fetched(line_up_->channels[current_].service, criteria);
     return true;
 }
 
-ServiceList TvService::ReadAll(const std::vector<int>& fetch) const
+ServiceList TvService::ReadAll(const TCCriteriaHelper& criteria) const
 {
     ServiceList services;
-    for (const ChannelConfig& channel : config()->channels)
-        services.push_back(std::make_unique<TCServiceData>(Fetched(channel.service, fetch)));
+    const std::shared_ptr<const LineUp> whole = line_up();
+    for (const ChannelConfig& channel : whole->channels)
+        services.push_back(
+            std::make_unique<TCServiceData>(ServiceRecord::Fetched(channel.service, criteria)));
     return services;
 }
 
 Json::Value TvService::CurrentJson() const
 {
-    const std::lock_guard lock(mutex_);
-    if (config_->channels.empty())
+    const MutexLock lock(mutex_);
+    if (line_up_->channels.empty())
         return {};
-    const ChannelConfig& channel = config_->channels[current_];
+    const ChannelConfig& channel = line_up_->channels[current_];
     unsigned short number = 0;
     Json::Value json;
     json["serviceId"] = ToJson(DecimalId{channel.id});

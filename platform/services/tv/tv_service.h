@@ -1,28 +1,30 @@
 #pragma once
 
-#include <json/value.h>
-
-#include <list>
+#include <cstddef>
 #include <memory>
-#include <mutex>
 
+#include "core/service.h"
 #include "services/content/event_proxy.h"
-#include "services/tv/tv_service_json.h"
+#include "services/tv/line_up.h"
 #include "tv-service/TVServiceAPI.h"
-#include "tv/tv_config.h"
 
 namespace tv {
 
 /// The TV's line-up and which of its channels it shows. Any thread.
-class PLATFORM_API TvService {
+class PLATFORM_API TvService : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static TvService& Get();
+
     /// `events` outlives this object.
     explicit TvService(EventProxyService& events);
-    ~TvService();
+    ~TvService() override;
 
-    /// Takes over the line-up and shows the channel that it names, or its first, without any event. `config`
+    /// Takes over the line-up and shows the channel that it names, or its first, without any event. `line_up`
     /// is not null. Before the first one there are no channels.
-    void Load(std::shared_ptr<const TvConfig> config);
+    void Load(std::shared_ptr<const LineUp> line_up) EXCLUDES(mutex_);
+    /// What was loaded last; not null.
+    std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
 
     // The interfaces, valid as long as this object.
     IServiceNavigation* navigation();
@@ -30,35 +32,33 @@ class PLATFORM_API TvService {
 
     /// Leaves the channel that is shown, loads and enters the new one, and tells so by events. False, and
     /// nothing happens, when the line-up has no such channel.
-    bool Tune(unsigned long long service_id);
+    bool Tune(unsigned long long service_id) EXCLUDES(mutex_);
     /// Tunes `by` places on in the line-up, which has no end. False when it has no channels.
-    bool Step(int by);
+    bool Step(int by) EXCLUDES(mutex_);
 
-    /// The fields in `fetch` that the channel shown has. False when there is no channel.
-    bool ReadCurrent(const std::vector<int>& fetch, TCServiceData& service) const;
+    /// The fields that `criteria` ask for and the channel shown has. False when there is no channel.
+    bool ReadCurrent(const TCCriteriaHelper& criteria, TCServiceData& service) const EXCLUDES(mutex_);
     /// The same for every channel, in the order of the line-up.
-    ServiceList ReadAll(const std::vector<int>& fetch) const;
+    ServiceList ReadAll(const TCCriteriaHelper& criteria) const;
 
-    TSTvMode mode() const { return config()->tv_mode; }
-    TvConfig::Source source() const { return config()->source; }
+    const CallTable* calls() const override;
+    void AddState(Json::Value& state) const override;
 
     /// The channel shown, {"serviceId", "name", "major", "minor"}, or null.
-    Json::Value CurrentJson() const;
+    Json::Value CurrentJson() const EXCLUDES(mutex_);
 
   private:
     class Navigation;
     class SourceControl;
 
-    std::shared_ptr<const TvConfig> config() const;
     void OnTuned();
 
     EventProxyService& events_;
     const std::unique_ptr<Navigation> navigation_;
     const std::unique_ptr<SourceControl> source_control_;
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    std::shared_ptr<const TvConfig> config_;
-    std::size_t current_ = 0;  ///< the place in the line-up, which may be empty
+    mutable Mutex mutex_{LockLevel::Service};
+    std::shared_ptr<const LineUp> line_up_ GUARDED_BY(mutex_);
+    std::size_t current_ GUARDED_BY(mutex_) = 0;  ///< the place in the line-up, which may be empty
 };
 
 }  // namespace tv

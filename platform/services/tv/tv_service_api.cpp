@@ -1,58 +1,70 @@
-#include "core/calls.h"
+#include "services/tv/signal_service.h"
+#include "services/tv/tv_calls.h"
+#include "services/tv/tv_service.h"
 #include "tv-service/TVServiceAPI.h"
-#include "tv/tv.h"
 
 namespace {
 
-template <typename Interface>
-int Create(tv::CallId id, EProfile profile, int second, Interface** target, Interface* usual)
+const tv::TvCalls& Calls()
 {
-    tv::OutInterface<Interface> out(target, usual);
-    return tv::Call<int>(
-        id, std::make_tuple(static_cast<int>(profile), second),
-        [&] {
-            if (profile != EPROFILE_TV)
-                return 0;
-            out.Set();
-            return 1;
-        },
-        out);
+    return tv::TheTable<tv::TvCalls>();
+}
+
+template <typename Interface>
+int Create(const tv::Call<int, tv::OutInterface<Interface>>& call, EProfile profile, int second,
+           Interface** target, Interface* usual)
+{
+    return call(std::tuple(static_cast<int>(profile), second), tv::OutInterface(target, usual),
+                [&](tv::OutInterface<Interface>& out) {
+                    if (profile != EPROFILE_TV)
+                        return 0;
+                    out.Set();
+                    return 1;
+                });
 }
 
 }  // namespace
 
 int TVServiceAPI::CreateServiceNavigation(EProfile profile, int second, IServiceNavigation** navigation)
 {
-    return Create(tv::CallId::CreateServiceNavigation, profile, second, navigation,
-                  tv::Tv::Get().tv_service().navigation());
+    return Create(Calls().create_service_navigation, profile, second, navigation,
+                  tv::TvService::Get().navigation());
 }
 
 int TVServiceAPI::CreateSourceControl(EProfile profile, int second, ISourceControl** sourceControl)
 {
-    return Create(tv::CallId::CreateSourceControl, profile, second, sourceControl,
-                  tv::Tv::Get().tv_service().source_control());
+    return Create(Calls().create_source_control, profile, second, sourceControl,
+                  tv::TvService::Get().source_control());
+}
+
+int TVServiceAPI::CreateSignalSubscriber(TVSignalCallback callback, ISignalSubscriber** subscriber)
+{
+    return Calls().create_signal_subscriber(
+        std::tuple<>(), tv::OutInterface(subscriber, tv::SignalService::Get().SubscriberFor(callback)),
+        [&](auto& out) {
+            out.Set();
+            return 1;
+        });
 }
 
 bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, TCCriteriaHelper& criteria,
                                                    ESortMode sort)
 {
-    return tv::Call<bool>(tv::CallId::GetNavigationCriteria,
-                          std::make_tuple(static_cast<int>(mode), static_cast<int>(sort)), [&] {
-                              if (mode != ENAVIGATION_MODE_ALL)
-                                  return false;
-                              criteria.SetMode(mode, sort);
-                              return true;
-                          });
+    return Calls().get_navigation_criteria(std::tuple(static_cast<int>(mode), static_cast<int>(sort)), [&] {
+        if (mode != ENAVIGATION_MODE_ALL)
+            return false;
+        tv::ServiceRecord::SetMode(criteria, mode, sort);
+        return true;
+    });
 }
 
 bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, unsigned long long value,
                                                    TCCriteriaHelper& criteria)
 {
-    return tv::Call<bool>(tv::CallId::GetNavigationCriteria,
-                          std::make_tuple(static_cast<int>(mode), tv::DecimalId{value}), [&] {
-                              if (mode != ENAVIGATION_MODE_ZELUMO)
-                                  return false;
-                              criteria.SetMode(mode, value);
-                              return true;
-                          });
+    return Calls().get_navigation_criteria(std::tuple(static_cast<int>(mode), tv::DecimalId{value}), [&] {
+        if (mode != ENAVIGATION_MODE_ZELUMO)
+            return false;
+        tv::ServiceRecord::SetMode(criteria, mode, value);
+        return true;
+    });
 }

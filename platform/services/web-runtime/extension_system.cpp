@@ -3,11 +3,10 @@
 #include <tuple>
 #include <utility>
 
-#include "core/calls.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb_extension_system_halvorn.h"
 #include "services/web-runtime/json_var.h"
-#include "tv/tv.h"
+#include "services/web-runtime/runtime_calls.h"
 
 namespace tv {
 namespace {
@@ -16,27 +15,27 @@ namespace {
 PP_Var HandOut(const Json::Value& json)
 {
     pp::Var var = ToVar(json);
-    Tv::Get().extension().Observed(var.pp_var());
+    ExtensionSystem::Get().Observed(var.pp_var());
     return var.Detach();
 }
 
 /// An argument's value; the caller keeps its reference.
 Json::Value Receive(const PP_Var& var)
 {
-    Tv::Get().extension().Observed(var);
+    ExtensionSystem::Get().Observed(var);
     return ToJson(pp::Var(var));
 }
 
 PP_Var GetEmbedderName(PP_Instance)
 {
-    return HandOut(Call<Json::Value>(CallId::GetEmbedderName, std::tuple<>(),
-                                     [] { return Json::Value(Tv::Get().extension().config().embedder); }));
+    return HandOut(TheTable<RuntimeCalls>().get_embedder_name(
+        std::tuple<>(), [] { return Json::Value(ExtensionSystem::Get().config().embedder); }));
 }
 
 PP_Var GetCurrentExtensionInfo(PP_Instance)
 {
-    return HandOut(Call<Json::Value>(CallId::GetCurrentExtensionInfo, std::tuple<>(),
-                                     [] { return Tv::Get().extension().config().extension_info; }));
+    return HandOut(TheTable<RuntimeCalls>().get_current_extension_info(
+        std::tuple<>(), [] { return ExtensionSystem::Get().config().extension_info; }));
 }
 
 int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_data, PP_Var* result)
@@ -44,17 +43,14 @@ int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_dat
     const Json::Value name = Receive(operation_name);
     const Json::Value data = Receive(operation_data);
     Json::Value value;
-    Out<Json::Value> out(&value);
-    const int status = Call<int>(
-        CallId::GenericSyncCall, std::tie(name, data),
-        [&]() -> int {
+    const int status = TheTable<RuntimeCalls>().generic_sync_call(
+        std::tie(name, data), Out(&value), [&](Out<Json::Value>& out) -> int {
             Json::Value performed;
-            if (!name.isString() || !Tv::Get().extension().Perform(name.asString(), data, performed))
+            if (!name.isString() || !ExtensionSystem::Get().Perform(name.asString(), data, performed))
                 return PP_ERROR_FAILED;
             out.Set(std::move(performed));
             return PP_OK;
-        },
-        out);
+        });
     // A failed call hands out no reference, whatever stands in the result.
     const bool counted = value.isString() || value.isArray() || value.isObject();
     if (!value.isNull() && (status == PP_OK || !counted))
@@ -66,7 +62,33 @@ constexpr PPB_ExtensionSystem_Halvorn_0_1 kTable{GetEmbedderName, GetCurrentExte
 
 }  // namespace
 
-void ExtensionSystem::Configure(ExtensionConfig config)
+void ExtensionConfig::Read(JsonObject& file)
+{
+    file.ReadObject("extension", [&](JsonObject& section) {
+        section.Read("embedderName", embedder);
+        if (const auto info = section.Find("extensionInfo"))
+            extension_info = info->json();
+        if (const auto granted = section.Find("privileges")) {
+            privileges.clear();
+            for (const JsonNode& element : granted->Elements())
+                privileges[element.As<std::string>()] = true;
+        }
+        section.Read("windowId", window_id);
+    });
+}
+
+ExtensionSystem& ExtensionSystem::Get()
+{
+    static ExtensionSystem& system = *new ExtensionSystem;
+    return system;
+}
+
+const CallTable* ExtensionSystem::calls() const
+{
+    return &TheTable<RuntimeCalls>();
+}
+
+void ExtensionSystem::Load(ExtensionConfig config)
 {
     const std::lock_guard lock(mutex_);
     config_ = std::move(config);

@@ -7,25 +7,32 @@
 #include <mutex>
 #include <string>
 
+#include "core/service.h"
 #include "ppapi/c/pp_var.h"
 #include "zelumo-platform/export.h"
 
 namespace tv {
 
 /// What the web runtime tells through its extension interface.
-struct ExtensionConfig {
+struct PLATFORM_API ExtensionConfig {
     bool available = true;  ///< whether the runtime offers the interface at all
     std::string embedder = "OrvexWRT";
     Json::Value extension_info{Json::objectValue};
     std::map<std::string, bool> privileges;  ///< name -> granted; others are denied
     int window_id = 1;
+
+    /// The section "extension" of a TV file.
+    void Read(JsonObject& file);
 };
 
 /// The web runtime's side of its extension interface. Any thread.
-class PLATFORM_API ExtensionSystem {
+class PLATFORM_API ExtensionSystem : public Service {
   public:
+    /// The one of the process, never destroyed.
+    static ExtensionSystem& Get();
+
     /// Replaces what the runtime tells; the recommended words stay.
-    void Configure(ExtensionConfig config);
+    void Load(ExtensionConfig config);
 
     /// The table that pp::Module::GetBrowserInterface gives for the interface's name, or null while it is
     /// not available.
@@ -41,6 +48,8 @@ class PLATFORM_API ExtensionSystem {
     /// {available, embedderName, extensionInfo, privileges, windowId, recommendedWords,
     /// recommendedWordsType}, the latter two null until they are set.
     Json::Value StateJson() const;
+
+    const CallTable* calls() const override;
 
     // For the interface table.
     /// The result of a call that succeeds, and whether it does.

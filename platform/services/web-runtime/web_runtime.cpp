@@ -6,11 +6,11 @@
 #include <mutex>
 #include <optional>
 
-#include "core/calls.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/message_handler.h"
 #include "ppapi/cpp/message_loop.h"
+#include "services/web-runtime/runtime_calls.h"
 #include "services/web-runtime/task_queue.h"
 
 namespace tv {
@@ -320,7 +320,7 @@ void Instance::PostMessage(const Var& message)
 
 int32_t Instance::RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop)
 {
-    return tv::Call<int>(tv::CallId::RegisterMessageHandler, std::tuple<>(), [&]() -> int {
+    return tv::TheTable<tv::RuntimeCalls>().register_message_handler(std::tuple<>(), [&]() -> int {
         const auto record = tv::FindRecord(pp_instance_);
         return record ? record->Register(handler, loop.queue()) : PP_ERROR_BADARGUMENT;
     });

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/json_node.h"
+
+namespace tv {
+
+/// What a verb gives back, in the order in which it is to be written.
+using VerbResults = std::vector<std::pair<std::string, Json::Value>>;
+
+/// Something that somebody at the TV, or one of its services, does when it is told to: `{"tv": NAME, …}`.
+struct Verb {
+    const char* name;
+    /// Asks for all fields, calls End, and only then does it; fails by JsonMistake, nothing done. Returns
+    /// when the callbacks that it sets off have returned. One thread at a time, and not inside a callback.
+    VerbResults (*carry_out)(JsonObject& fields);
+};
+
+/// True for `"user": null`, which passes null user data to callbacks; any other value is a mistake.
+PLATFORM_API bool ReadNullUser(JsonObject& fields);
+
+/// What callbacks returned: `"delivered"` and `"results"`.
+PLATFORM_API VerbResults Delivered(const std::vector<int>& results);
+
+}  // namespace tv
