@@ -23,7 +23,7 @@ function members(fields, indent) {
 }
 
 function dataType(data) {
-  if (data.text) return `ZelumoText<Zelumo${data.text}>`;
+  if (data.text) return `ZelumoText<Zelumo${data.text}>${data.mayBeEmpty ? ' | ""' : ""}`;
   if (data.values.length) return data.values.map((v) => JSON.stringify(v)).join(" | ");
   if (data.type === "object") return `{ ${data.fields.map((f) => `${key(f.name)}: ${typeOf(f)}`).join("; ")} }`;
   return SCALARS[data.type];
@@ -127,9 +127,15 @@ function typings() {
   line("/** Content-service events and TV signals, by the name under which they are posted. */");
   line("interface ZelumoEvents {");
   for (const e of [...api.events, ...api.signals]) {
-    const more = e.fields.slice(1).map((f) => `; ${key(f.name)}: ${typeOf(f)}`);
     line(`  /** ${e.about} */`);
-    line(`  ${e.command}: { event: ${e.event}${more.join("")} };`);
+    if (e.fields.length === 1) {
+      line(`  ${e.command}: { event: ${e.event} };`);
+      continue;
+    }
+    line(`  ${e.command}: {`);
+    line(`    event: ${e.event};`);
+    out.push(members(e.fields.slice(1), "    ").trimEnd());
+    line("  };");
   }
   line("  /** An event without a name. */");
   line('  "": { event: number };');
@@ -209,13 +215,13 @@ function parameterType(p) {
 }
 
 function parameterNeed(p) {
-  if (!p.required) return p.type === "string" ? "no; ignored when no string" : "no";
-  return p.typeChecked ? "yes" : "yes; its type is not tested";
+  if (!p.required) return p.type === "string" ? "no; ignored unless a string" : "no";
+  return p.typeChecked ? "yes" : "yes; its type is not checked";
 }
 
 function dataText(d) {
   const values = d.values.length ? ` (${d.values.map(json).join(" or ")})` : "";
-  return `${d.type}${values}${d.text ? `, JSON text of ${textLink(d.text)}` : ""}. ${d.about}`;
+  return `${d.type}${values}${d.text ? `, JSON text of ${textLink(d.text)}` : ""}${d.mayBeEmpty ? " or empty" : ""}. ${d.about}`;
 }
 
 const WHEN = { parameters: "a parameter is missing or refused", operation: "the operation fails" };
@@ -277,7 +283,7 @@ function docs() {
       [
         [code("version"), "what `GetVersion` answers"],
         [code("codes"), "reply codes: `code`, `errorName`, `about`"],
-        [code("requestErrors"), "replies to blocking messages that are no request: `when`, the reply's four keys, and an `example` message that gets it"],
+        [code("requestErrors"), "replies to blocking messages that are not requests: `when`, the reply's four keys, and an `example` message that gets it"],
         [code("commands"), "in the plug-in's order, the player's last; running the examples in this order succeeds on the built-in TV"],
         [code("postedAnswers"), "answers to messages posted without waiting: `when`, the answer's five keys, `example`. For \"any command\" the answer's `command` is that of the message"],
         [code("events"), "content-service events and TV signals: `event` (the number), `command` (the name under which it is posted), `fields` of the data"],
@@ -296,7 +302,7 @@ function docs() {
         [code("kind"), '"dispatcher" or "player"'],
         [code("about"), "a sentence"],
         [code("parameters"), "`name`; `type`: string or integer; `required`; `typeChecked`: a value of another type is refused as a missing one is; `nonEmpty`: an empty text is refused; `format`: text, json, number, event, key, serviceId or address, for forms; `text`: the shape of a JSON text; `about`"],
-        [code("data"), "data of the success reply: `type`: string, integer, boolean, null or object; `values`: all that it can be, empty for any; `text`: the shape of a JSON text; `fields` of an object; `about`"],
+        [code("data"), "data of the success reply: `type`: string, integer, boolean, null or object; `values`: all that it can be, empty for any; `text`: the shape of a JSON text; `mayBeEmpty`: it may be the empty text instead; `fields` of an object; `about`"],
         [code("errors"), "replies beside success: `when` is \"parameters\" or \"operation\"; `code`, `errorName`, `errorMessage`, `data`"],
         [code("example"), "a request"],
       ],
@@ -311,7 +317,7 @@ function docs() {
     "arrives after its reply.",
     "",
     table(["code", "errorName", ""], api.codes.map((c) => [c.code, json(c.errorName), c.about])),
-    "A blocking message that is no request of a known command gets one of these:",
+    "A blocking message that is not a request of a known command gets one of these:",
     "",
     table(
       ["message", "code", "errorName", "errorMessage", "data", "example"],
@@ -319,8 +325,8 @@ function docs() {
     ),
     "## Values",
     "",
-    "A message is made of null, booleans, numbers, strings, lists and plain objects, nested at will up to 64 levels and 1 MiB.",
-    "A whole number that fits 32 bits arrives as an integer, any other number as a double; where an integer's type is tested, a",
+    "A message is made of null, booleans, numbers, strings, lists and plain objects, nested up to 64 levels deep, up to 1 MiB.",
+    "A whole number that fits 32 bits arrives as an integer, any other number as a double; where an integer's type is checked, a",
     "double is refused. Service ids are 64 bits wide and travel as decimal text.",
     "",
     "In a browser, where `zelumo-embed.js` stands in for the web runtime:",
