@@ -782,7 +782,7 @@ interface ZelumoPlayerMessage {
  * 32 InitComplete: The player is ready.
  * 33 PauseComplete: The player has paused.
  * 34 ResumeComplete: The player goes on.
- * 35 SeekComplete: A seek is done.
+ * 35 SeekComplete: A seek, or the way to the live edge, is done.
  * 36 StopSuccess: The player has stopped.
  * 37 ContentRangeOver: A seek went outside the stream.
  * 97 EndOfStream: The stream is at its end.
