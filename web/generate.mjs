@@ -165,7 +165,7 @@ function typings() {
   line("  message: MessageEvent<ZelumoMessage>;");
   line("  /** In a browser: the TV host is gone, or another page has the TV. */");
   line('  zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;');
-  line("  /** In a browser: the plug-in was opened anew. */");
+  line("  /** In a browser: the plug-in was opened again. */");
   line("  zelumoopen: CustomEvent<{ page: number }>;");
   line("}");
   line();
@@ -336,7 +336,7 @@ function docs() {
       [
         ["`undefined`, alone, in a list or under a key; a hole in a list", "null; the key stays"],
         ["`Number`, `String` and `Boolean` objects", "the value in them"],
-        ["objects of one's own classes", "their own enumerable members; `toJSON` is not asked"],
+        ["objects of your own classes", "their own enumerable members; `toJSON` is not asked"],
         ["a string with half a surrogate pair", "the half replaced by U+FFFD"],
         ["`NaN`, `Infinity`, `-Infinity`", "refused: JSON has no such values, and null in their place would hide a mistake"],
         ["functions, symbols, `BigInt`, nodes, `Date`, `Map`, `Set`, `RegExp`, errors, buffers and other built-in objects; cycles", "refused"],
@@ -360,13 +360,13 @@ function docs() {
     "- Calls on an element that is not in the document throw.",
     "- A call that the TV host refuses (a message too large or too deep, for example) throws an `Error` with the host's words.",
     "- While the TV host can't be reached, `postMessageAndAwaitResponse` throws an `Error` whose `reason` is `\"unreachable\"`, and",
-    "  `postMessage` drops the message with a warning on the console. Once it is back, the page is opened anew, by the next call or",
+    "  `postMessage` drops the message with a warning on the console. Once it is back, the page is opened again, by the next call or",
     "  within two seconds. The new instance knows nothing of the old one's subscriptions and watches.",
     "- Once another page has the TV, calls throw an `Error` whose `reason` is `\"replaced\"`; reloading takes the TV back.",
     "- `zelumolost` and `zelumoopen` events on the elements tell of both; `detail.reason` of the first is one of the two above, or",
     "  `\"refused\"` when the host answers but opens no page. A page that runs on a TV needs neither.",
     "",
-    "With `serve --app DIR` one's own page runs at `/`. The remote and the journal stand beside it at `/demo/remote.html`, which",
+    "With `serve --app DIR` your own page runs at `/`. The remote and the journal are at `/demo/remote.html` then, which",
     "opens no page of its own; `/demo/` is a page and takes the TV.",
     "",
     "## Commands",
@@ -380,7 +380,7 @@ function docs() {
     "",
     named("player").map((c) => `[${c.name}](#${c.name.toLowerCase()})`).join(" · "),
     "",
-    "A call that the player service refuses is no error: the reply is a success whose data is false.",
+    "A call that the player service refuses is not an error: the reply is a success whose data is false.",
     "",
   );
   for (const c of named("player")) add(commandSection(c));

@@ -802,7 +802,7 @@ interface ZelumoElementEventMap extends HTMLElementEventMap {
   message: MessageEvent<ZelumoMessage>;
   /** In a browser: the TV host is gone, or another page has the TV. */
   zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;
-  /** In a browser: the plug-in was opened anew. */
+  /** In a browser: the plug-in was opened again. */
   zelumoopen: CustomEvent<{ page: number }>;
 }
 
