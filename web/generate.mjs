@@ -23,7 +23,7 @@ function members(fields, indent) {
 }
 
 function dataType(data) {
-  if (data.text) return `ZelumoText<Zelumo${data.text}>`;
+  if (data.text) return `ZelumoText<Zelumo${data.text}>${data.mayBeEmpty ? ' | ""' : ""}`;
   if (data.values.length) return data.values.map((v) => JSON.stringify(v)).join(" | ");
   if (data.type === "object") return `{ ${data.fields.map((f) => `${key(f.name)}: ${typeOf(f)}`).join("; ")} }`;
   return SCALARS[data.type];
@@ -127,9 +127,15 @@ function typings() {
   line("/** Content-service events and TV signals, by the name under which they are posted. */");
   line("interface ZelumoEvents {");
   for (const e of [...api.events, ...api.signals]) {
-    const more = e.fields.slice(1).map((f) => `; ${key(f.name)}: ${typeOf(f)}`);
     line(`  /** ${e.about} */`);
-    line(`  ${e.command}: { event: ${e.event}${more.join("")} };`);
+    if (e.fields.length === 1) {
+      line(`  ${e.command}: { event: ${e.event} };`);
+      continue;
+    }
+    line(`  ${e.command}: {`);
+    line(`    event: ${e.event};`);
+    out.push(members(e.fields.slice(1), "    ").trimEnd());
+    line("  };");
   }
   line("  /** An event without a name. */");
   line('  "": { event: number };');
@@ -159,7 +165,7 @@ function typings() {
   line("  message: MessageEvent<ZelumoMessage>;");
   line("  /** In a browser: the TV host is gone, or another page has the TV. */");
   line('  zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;');
-  line("  /** In a browser: the plug-in was opened anew. */");
+  line("  /** In a browser: the plug-in was opened again. */");
   line("  zelumoopen: CustomEvent<{ page: number }>;");
   line("}");
   line();
@@ -209,13 +215,13 @@ function parameterType(p) {
 }
 
 function parameterNeed(p) {
-  if (!p.required) return p.type === "string" ? "no; ignored when no string" : "no";
-  return p.typeChecked ? "yes" : "yes; its type is not tested";
+  if (!p.required) return p.type === "string" ? "no; ignored unless a string" : "no";
+  return p.typeChecked ? "yes" : "yes; its type is not checked";
 }
 
 function dataText(d) {
   const values = d.values.length ? ` (${d.values.map(json).join(" or ")})` : "";
-  return `${d.type}${values}${d.text ? `, JSON text of ${textLink(d.text)}` : ""}. ${d.about}`;
+  return `${d.type}${values}${d.text ? `, JSON text of ${textLink(d.text)}` : ""}${d.mayBeEmpty ? " or empty" : ""}. ${d.about}`;
 }
 
 const WHEN = { parameters: "a parameter is missing or refused", operation: "the operation fails" };
@@ -277,7 +283,7 @@ function docs() {
       [
         [code("version"), "what `GetVersion` answers"],
         [code("codes"), "reply codes: `code`, `errorName`, `about`"],
-        [code("requestErrors"), "replies to blocking messages that are no request: `when`, the reply's four keys, and an `example` message that gets it"],
+        [code("requestErrors"), "replies to blocking messages that are not requests: `when`, the reply's four keys, and an `example` message that gets it"],
         [code("commands"), "in the plug-in's order, the player's last; running the examples in this order succeeds on the built-in TV"],
         [code("postedAnswers"), "answers to messages posted without waiting: `when`, the answer's five keys, `example`. For \"any command\" the answer's `command` is that of the message"],
         [code("events"), "content-service events and TV signals: `event` (the number), `command` (the name under which it is posted), `fields` of the data"],
@@ -296,7 +302,7 @@ function docs() {
         [code("kind"), '"dispatcher" or "player"'],
         [code("about"), "a sentence"],
         [code("parameters"), "`name`; `type`: string or integer; `required`; `typeChecked`: a value of another type is refused as a missing one is; `nonEmpty`: an empty text is refused; `format`: text, json, number, event, key, serviceId or address, for forms; `text`: the shape of a JSON text; `about`"],
-        [code("data"), "data of the success reply: `type`: string, integer, boolean, null or object; `values`: all that it can be, empty for any; `text`: the shape of a JSON text; `fields` of an object; `about`"],
+        [code("data"), "data of the success reply: `type`: string, integer, boolean, null or object; `values`: all that it can be, empty for any; `text`: the shape of a JSON text; `mayBeEmpty`: it may be the empty text instead; `fields` of an object; `about`"],
         [code("errors"), "replies beside success: `when` is \"parameters\" or \"operation\"; `code`, `errorName`, `errorMessage`, `data`"],
         [code("example"), "a request"],
       ],
@@ -311,7 +317,7 @@ function docs() {
     "arrives after its reply.",
     "",
     table(["code", "errorName", ""], api.codes.map((c) => [c.code, json(c.errorName), c.about])),
-    "A blocking message that is no request of a known command gets one of these:",
+    "A blocking message that is not a request of a known command gets one of these:",
     "",
     table(
       ["message", "code", "errorName", "errorMessage", "data", "example"],
@@ -319,8 +325,8 @@ function docs() {
     ),
     "## Values",
     "",
-    "A message is made of null, booleans, numbers, strings, lists and plain objects, nested at will up to 64 levels and 1 MiB.",
-    "A whole number that fits 32 bits arrives as an integer, any other number as a double; where an integer's type is tested, a",
+    "A message is made of null, booleans, numbers, strings, lists and plain objects, nested up to 64 levels deep, up to 1 MiB.",
+    "A whole number that fits 32 bits arrives as an integer, any other number as a double; where an integer's type is checked, a",
     "double is refused. Service ids are 64 bits wide and travel as decimal text.",
     "",
     "In a browser, where `zelumo-embed.js` stands in for the web runtime:",
@@ -328,11 +334,11 @@ function docs() {
     table(
       ["value", "becomes"],
       [
-        ["`undefined`, alone, in a list or under a key; a hole in a list", "null, the key staying present"],
+        ["`undefined`, alone, in a list or under a key; a hole in a list", "null; the key stays"],
         ["`Number`, `String` and `Boolean` objects", "the value in them"],
-        ["objects of one's own classes", "their own enumerable members; `toJSON` is not asked"],
+        ["objects of your own classes", "their own enumerable members; `toJSON` is not asked"],
         ["a string with half a surrogate pair", "the half replaced by U+FFFD"],
-        ["`NaN`, `Infinity`, `-Infinity`", "refused: they have no place in JSON, and null in their stead would hide a mistake"],
+        ["`NaN`, `Infinity`, `-Infinity`", "refused: JSON has no such values, and null in their place would hide a mistake"],
         ["functions, symbols, `BigInt`, nodes, `Date`, `Map`, `Set`, `RegExp`, errors, buffers and other built-in objects; cycles", "refused"],
       ],
     ),
@@ -348,19 +354,19 @@ function docs() {
     "",
     "A document has one plug-in instance, which its plug-in elements share: it is created when the first of them enters the document",
     "and destroyed when the last one leaves it, and on reload, navigation and closing. Posted messages are dispatched as `message`",
-    "events on each of the elements; they don't bubble, but pass capturing listeners of the elements around. The TV serves one",
+    "events on each of the elements; they don't bubble, but capturing listeners of the elements around see them. The TV serves one",
     "page at a time: opening another page ends the first one's instance.",
     "",
     "- Calls on an element that is not in the document throw.",
-    "- A call that the TV host refuses (a message too large or too deep) throws an `Error` with the host's words.",
+    "- A call that the TV host refuses (a message too large or too deep, for example) throws an `Error` with the host's words.",
     "- While the TV host can't be reached, `postMessageAndAwaitResponse` throws an `Error` whose `reason` is `\"unreachable\"`, and",
-    "  `postMessage` drops the message with a warning on the console. Once it is back, the page is opened anew, by the next call or",
+    "  `postMessage` drops the message with a warning on the console. Once it is back, the page is opened again, by the next call or",
     "  within two seconds. The new instance knows nothing of the old one's subscriptions and watches.",
     "- Once another page has the TV, calls throw an `Error` whose `reason` is `\"replaced\"`; reloading takes the TV back.",
     "- `zelumolost` and `zelumoopen` events on the elements tell of both; `detail.reason` of the first is one of the two above, or",
     "  `\"refused\"` when the host answers but opens no page. A page that runs on a TV needs neither.",
     "",
-    "With `serve --app DIR` one's own page runs at `/`. The remote and the journal stand beside it at `/demo/remote.html`, which",
+    "With `serve --app DIR` your own page runs at `/`. The remote and the journal are at `/demo/remote.html` then, which",
     "opens no page of its own; `/demo/` is a page and takes the TV.",
     "",
     "## Commands",
@@ -374,7 +380,7 @@ function docs() {
     "",
     named("player").map((c) => `[${c.name}](#${c.name.toLowerCase()})`).join(" · "),
     "",
-    "A call that the player service refuses is no error: the reply is a success whose data is false.",
+    "A call that the player service refuses is not an error: the reply is a success whose data is false.",
     "",
   );
   for (const c of named("player")) add(commandSection(c));

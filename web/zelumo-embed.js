@@ -157,7 +157,7 @@
 
   const takenAway = () => new Failure("replaced", "Another page has the TV now. Reload this one to take it back.");
 
-  // In the background, once the messages have stopped coming: asks the host whose the TV is.
+  // In the background, once the messages have stopped coming: asks the host which page has the TV.
   async function findOut() {
     const asked = page;
     const before = state;
@@ -180,7 +180,7 @@
     }
   }
 
-  // Delivers a message. A host that was started anew since doesn't know the page: then it is opened and the message sent again.
+  // Delivers a message. A host that was restarted doesn't know the page: then the page is opened and the message sent again.
   function send(kind, body) {
     if (state === "replaced") throw takenAway();
     try {
@@ -273,7 +273,7 @@
     });
   }
 
-  // What a browser paints in place of a plug-in that it doesn't have.
+  // Hides what a browser paints in place of a plug-in that it doesn't have.
   const style = document.createElement("style");
   style.textContent = `${SELECTOR}{visibility:hidden}`;
   (document.head ?? document.documentElement).append(style);

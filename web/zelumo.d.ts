@@ -45,7 +45,7 @@ interface ZelumoProgramRequest {
   programId: string;
 }
 
-/** Names a channel and a span of time: from now for six hours by default. */
+/** Names a channel and a span of time: from now on and for six hours by default, at most for seven days. */
 interface ZelumoProgramListRequest {
   /** The channel's service id, decimal. */
   TCServiceId: string;
@@ -105,7 +105,7 @@ interface ZelumoPresentProgram {
 interface ZelumoChannelLogo {
   /** The channel's service id, decimal. */
   TCServiceId: string;
-  /** The picture as a data URL. */
+  /** The logo's URL; a data URL, unless the TV names another. */
   url: string;
 }
 
@@ -150,9 +150,9 @@ interface ZelumoFeaturedChannel {
   TCServiceId: string;
   /** The channel's name. */
   name: string;
-  /** The major channel number. */
+  /** The major channel number; 0 when not known. */
   major: number;
-  /** The minor channel number. */
+  /** The minor channel number; 0 when not known. */
   minor: number;
 }
 
@@ -170,7 +170,7 @@ interface ZelumoAvailability {
 
 /** A streaming channel. */
 interface ZelumoServiceListEntry {
-  /** The service id: 64 bits, so read it from the text where it may pass 2^53. */
+  /** The service id, 18446744073709551615 when it has none: 64 bits, so read it from the text where it may pass 2^53. */
   id: number;
   /** The major channel number; 65535 when not known. */
   major: number;
@@ -339,7 +339,7 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetOnDemandIdentifier", null>;
   };
-  /** Gives the configuration of the streaming channels. */
+  /** Gives the streaming channels' configuration. */
   GetVCConfig: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
@@ -372,7 +372,7 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetServiceIdFromOnTVProviderAndService", null>;
   };
-  /** Subscribes a content-service event or TV signal by its number; player events flow too from the first subscription on. */
+  /** Subscribes to a content-service event or TV signal by its number; subscribing to it again fails. From the first subscription on the page also gets player events. */
   RegisterEvent: {
     parameters: {
       /** The number of the event. */
@@ -383,7 +383,7 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter command is invalid", null>
       | ZelumoFailure<28, "ServiceNotAvailableError", "RegisterEvent failed", null>;
   };
-  /** Ends a subscription; one that does not exist is ended just as well. */
+  /** Ends a subscription; succeeds even without one. */
   UnRegisterEvent: {
     parameters: {
       /** The number of the event. */
@@ -442,10 +442,10 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetIntegerFromVconfWithKey", null>;
   };
-  /** Writes a truth value to a settings key. */
+  /** Writes a boolean to a settings key. */
   SetBooleanToVconfWithKey: {
     parameters: {
-      /** 0 for false, 1 for true; a boolean is refused. */
+      /** 0 for false, any other number for true; a boolean is refused. */
       input: number;
       /** The key's name in the settings store. */
       key: string;
@@ -455,7 +455,7 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't SetBooleanToVconfWithKey", null>;
   };
-  /** Reads a truth value from a settings key. */
+  /** Reads a boolean from a settings key. */
   GetBooleanFromVconfWithKey: {
     parameters: {
       /** The key's name in the settings store. */
@@ -466,7 +466,7 @@ interface ZelumoCommands {
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetBooleanFromVconfWithKey", null>;
   };
-  /** Watches a settings key: each change of it is posted to the page. A key is watched once; a second time fails. */
+  /** Watches a settings key: every write to it is posted to the page. Watching it again fails. */
   AddVconfCallbackWithKey: {
     parameters: {
       /** The key's name in the settings store. */
@@ -518,7 +518,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<{ isFirstEntry: boolean; isInstantOn: boolean }>
       | ZelumoFailure<9999, "UnknownError ", "Can't CheckFirstBootInZELumo", null>;
   };
-  /** Makes the content service load its information anew. */
+  /** Makes the content service start over, as if the page had never been started. */
   RestartZelumoInfo: {
     parameters: {};
     reply:
@@ -555,7 +555,7 @@ interface ZelumoCommands {
     parameters: {
       /** The service id: decimal, hexadecimal after 0x, octal after 0. */
       Serviceid: string;
-      /** The application id handed to the TV; empty when absent or no text. */
+      /** The application id handed to the TV; empty when absent or not a string. */
       Appid?: string;
     };
     reply:
@@ -567,7 +567,7 @@ interface ZelumoCommands {
   GetCurrentChannelInfo: {
     parameters: {};
     reply:
-      | ZelumoSuccess<ZelumoText<ZelumoChannelRecord>>
+      | ZelumoSuccess<ZelumoText<ZelumoChannelRecord> | "">
       | ZelumoFailure<28, "ServiceNotAvailableError", "GetCurrentChannelInfo failed", null>;
   };
   /** Tunes to the next channel of the line-up. */
@@ -585,7 +585,7 @@ interface ZelumoCommands {
     parameters: {
       /** The stream's address. */
       url: string;
-      /** Where to start, handed to the player service as it is. */
+      /** Where to start, in seconds; passed on to the player service unchecked. */
       timeOffset: number;
       /** The kind of player; 0 when absent. */
       playerType?: number;
@@ -740,7 +740,13 @@ interface ZelumoEvents {
   /** Reminders that no longer hold were deleted. */
   PLOMMIA_EVENT_DELETE_INVALID_ZELUMO_REMIND_ITEMS: { event: 90017 };
   /** A channel is loading. */
-  ITVS_Signal_ZELumo_Control_State_ChLoad: { event: 90019; ch_info: string; program_info: string };
+  ITVS_Signal_ZELumo_Control_State_ChLoad: {
+    event: 90019;
+    /** The current channel's record as JSON text (ChannelRecord); empty as in the reply to GetCurrentChannelInfo, and where that would fail. */
+    ch_info: string;
+    /** What GetPresentProgram gives for that channel (PresentProgram); empty where that would fail. */
+    program_info: string;
+  };
   /** The TV has entered a channel. */
   ITVS_Signal_ZELumo_Control_State_ChEnter: { event: 90020 };
   /** The channel pauses. */
@@ -751,7 +757,7 @@ interface ZelumoEvents {
   ITVS_Signal_ZELumo_Control_State_ChLeave: { event: 90023 };
   /** The TV comes out of suspend. */
   ITVS_Signal_Instant_On: { event: 90027 };
-  /** The TV goes into suspend; sent on power-off too, subscribed or not. */
+  /** The TV goes into suspend; also posted when the power service says so, subscribed or not. */
   ITVS_Signal_Instant_Off: { event: 90028 };
   /** The viewer entered the PIN that ends a mute. It needs no subscription. */
   ITVS_Signal_Unmute_by_pincode_input: { event: 99999 };
@@ -761,7 +767,7 @@ interface ZelumoEvents {
 
 type ZelumoEventMessage = { [Name in keyof ZelumoEvents]: ZelumoPosted<Name, ZelumoEvents[Name]> }[keyof ZelumoEvents];
 
-/** A watched settings key has changed: the key is both the message's name and its data. The new value is read with the getter of its type. */
+/** A watched settings key was written, whether or not its value changed: the key is both the message's name and its data. The value is read with the getter of its type. */
 type ZelumoSettingMessage = ZelumoPosted<string, string>;
 
 /** A report of the player service. Reports reach the page from its first event subscription on. */
@@ -776,7 +782,7 @@ interface ZelumoPlayerMessage {
  * 32 InitComplete: The player is ready.
  * 33 PauseComplete: The player has paused.
  * 34 ResumeComplete: The player goes on.
- * 35 SeekComplete: A seek is done.
+ * 35 SeekComplete: A seek, or the way to the live edge, is done.
  * 36 StopSuccess: The player has stopped.
  * 37 ContentRangeOver: A seek went outside the stream.
  * 97 EndOfStream: The stream is at its end.
@@ -796,7 +802,7 @@ interface ZelumoElementEventMap extends HTMLElementEventMap {
   message: MessageEvent<ZelumoMessage>;
   /** In a browser: the TV host is gone, or another page has the TV. */
   zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;
-  /** In a browser: the plug-in was opened anew. */
+  /** In a browser: the plug-in was opened again. */
   zelumoopen: CustomEvent<{ page: number }>;
 }
 

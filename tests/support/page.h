@@ -60,7 +60,8 @@ class Page {
     /// Calls `observer` for each message, on the posting thread, instead of keeping it.
     void Observe(std::function<void(const Json::Value&)> observer);
 
-    /// For sending from other threads while the page is closed.
+    /// Sends messages from any thread, even while this page closes and after that: what nobody handles any
+    /// more is answered with an undefined var. Call it on the page's thread, while the page is open.
     tv::EmbeddedInstance::Sender GetSender() const { return instance_->GetSender(); }
 
   private:

@@ -33,7 +33,7 @@ const KEYS = {
 
 /**
  * The TV screen with the channel app on it, 1920 by 1080 whatever its size on the page. The app knows the TV through the
- * plug-in alone; `host` only tells where the TV has put its video.
+ * plug-in alone; only where the TV has put its video comes from the host's state, by the player view's tvState.
  */
 class ChannelApp extends HTMLElement {
   channels = [];
@@ -170,7 +170,7 @@ class ChannelApp extends HTMLElement {
     return this.#pictures.get(key);
   }
 
-  // The start of the app: with the page, and whenever the plug-in was opened anew.
+  // The start of the app: with the page, and whenever the plug-in was opened again.
   #begin() {
     const { plugin } = this;
     plugin.ask("LaunchedZELumoWebApp");

@@ -69,7 +69,7 @@ function control(field) {
         if (text === "") return undefined;
         if (field.kind === "number") {
           const number = Number(text);
-          if (!Number.isFinite(number)) throw new Error(`${field.label} is no number`);
+          if (!Number.isFinite(number)) throw new Error(`${field.label} isn't a number`);
           return number;
         }
         try {
@@ -135,7 +135,7 @@ export class LineForm {
 
   #line;
 
-  /** Makes the line anew from the fields. */
+  /** Makes the line again from the fields. */
   refresh() {
     try {
       this.text.value = JSON.stringify(this.#line(this.fields.value()));

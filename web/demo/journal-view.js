@@ -6,7 +6,7 @@ const KINDS = [
   ["reply", "Replies", "What the plug-in answers"],
   ["message", "Messages", "What the plug-in posts"],
   ["tv", "TV", "What the TV does"],
-  ["call", "Calls", "What the plug-in calls of the platform"],
+  ["call", "Calls", "The plug-in's calls to the platform"],
   ["log", "Log", "The plug-in's log lines"],
 ];
 

@@ -6,7 +6,7 @@ const STREAMS = [
   ["http://sample.tv/short.mpd", "Short", "Half a minute"],
   ["http://sample.tv/live.mpd", "Live", "A live stream"],
   ["http://sample.tv/missing.mpd", "Missing", "There is no such stream"],
-  ["http://sample.tv/broken.mpd", "Broken", "Fails while playing"],
+  ["http://sample.tv/broken.mpd", "Broken", "Can't be played"],
 ];
 // Where the video goes, in screen pixels.
 const SIZES = {
@@ -14,7 +14,7 @@ const SIZES = {
   full: { x: 0, y: 0, width: 1920, height: 1080 },
   corner: { x: 1360, y: 60, width: 500, height: 281 },
 };
-const EVENT = { 32: "ready", 33: "paused", 34: "playing", 35: "sought", 36: "stopped", 37: "outside the stream", 97: "at the end", 98: "failed", 131: "buffering", 134: "not found", 137: "playing", 144: "begins", 200: "window id", 201: "first data" };
+const EVENT = { 32: "ready", 33: "paused", 34: "playing", 35: "seek done", 36: "stopped", 37: "outside the stream", 97: "at the end", 98: "failed", 131: "buffering", 134: "not found", 137: "playing", 144: "begins", 200: "window id", 201: "first data" };
 const NO_STREAM = "Nothing is playing";
 
 /** Streams on the TV's media player. */

@@ -20,13 +20,13 @@ export function verbs(api) {
       {
         verb: "signal",
         title: "Signal",
-        about: "The TV service raises a signal. The page hears of 177 alone.",
+        about: "The TV service raises a signal. The page hears only of 177.",
         fields: [{ name: "signal", label: "Signal", kind: "number", value: 177, options: api.signals.map((s) => [s.signal, "PIN entered"]) }, NO_USER],
       },
       {
         verb: "poweroff",
         title: "Power off",
-        about: "The power service tells that the TV goes off. The page hears of a suspend alone.",
+        about: "The power service says that the TV goes off. The page hears only of a suspend.",
         fields: [
           { name: "type", label: "Type", kind: "choice", value: SUSPEND, options: [[SUSPEND, "Into suspend"], [1, "Off"], [2, "Restart"]] },
           NO_USER,
@@ -37,7 +37,7 @@ export function verbs(api) {
       {
         verb: "report",
         title: "Player report",
-        about: "The player service reports. The page hears of its own players, and of player 101, after its first event subscription.",
+        about: "The player service reports. After its first event subscription the page hears of its own players and of player 101.",
         fields: [
           { name: "player", label: "Player", kind: "number", value: 101, options: [[101, "registered with events"]] },
           { name: "type", label: "Type", kind: "number", value: 137, options: api.playerEvents.types.map((t) => [t.type, t.name]) },
@@ -51,7 +51,7 @@ export function verbs(api) {
       {
         verb: "setting",
         title: "Settings change",
-        about: "Somebody else on the TV writes a key. The page hears of the keys it watches.",
+        about: "Somebody else on the TV writes a key. The page hears of the keys that it watches.",
         fields: [
           { name: "key", label: "Key", kind: "text", value: api.settings.keys[0].key, options: api.settings.keys.map((k) => [k.key, k.type]) },
           { name: "value", label: "Value", kind: "json", value: '"sv"', help: "a string, whole number or boolean, as JSON" },

@@ -16,7 +16,7 @@ class __attribute__((visibility("default"))) ExtensionSystemHalvorn {
   public:
     explicit ExtensionSystemHalvorn(const InstanceHandle& instance);
 
-    /// The name of the runtime; empty without the interface or when the answer is no string.
+    /// The name of the runtime; empty without the interface or when the answer is not a string.
     std::string GetEmbedderName() const;
     /// As the runtime gave it; undefined without the interface.
     Var GetCurrentExtensionInfo();

@@ -19,7 +19,7 @@
 class BMSAdaptor;
 
 /// The state of one plug-in instance: answers the page's messages on the worker thread and passes on what
-/// the TV's services tell on their own threads. Operations return true on success; failures are logged.
+/// the TV's services report on their own threads. Operations return true on success.
 class CZeLumoPluginHandler : public PPBaseMessageHandler {
   public:
     /// The player id under which the handler itself registers for player events.
@@ -34,7 +34,7 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
 
     // Worker thread.
     void WasUnregistered(pp::InstanceHandle instance) override;
-    /// There is no command to be posted: every message is answered with a refusal.
+    /// No command can be posted: every message is answered with a refusal.
     void HandleMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override;
     /// The answer is a dictionary, whatever the message is: a player command's, a command's, or a refusal.
     pp::Var HandleBlockingMessageImpl(pp::InstanceHandle instance, const pp::Var& message) override;
@@ -76,8 +76,9 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     bool RegisterEvent(ePloomiaEvent event);
     /// True, whether or not the event was subscribed to.
     bool UnRegisterEvent(ePloomiaEvent event);
-    /// Ends every event subscription and signal 177's. When it has returned, no callback of them is running
-    /// or will start, unless it was called from inside one. May be called again.
+    /// Ends every event subscription and signal 177's, where the event proxy and the subscriber can be had.
+    /// When it has returned, no callback of them is running or will start, unless it was called from inside
+    /// one. May be called again.
     void PurgeAllSubscribedSignal();
     /// Any thread: posts an event to the page; a channel load carries the channel and its programme.
     void SendPloomiaEvent(ePloomiaEvent event);
@@ -85,8 +86,8 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     void OnEvent(int type, std::string param1, std::string param2);
     /// Any thread: posts signal 177 to the page. False, nothing posted, for any other.
     bool t_SendData(ESignalType signal, TSSignalData data);
-    /// Callbacks, on the threads of their services; the user data are the handler, and with null
-    /// nothing is posted. An event gives 0, or -1 when it was dropped; a signal gives 1.
+    /// Callbacks, on the threads of their services; the user data are the handler, and with null nothing is
+    /// posted. An event gives 0, or -1 when it was dropped; a signal gives 1.
     static int t_VordaOnEvent(int event, FSEventData data, void* userData);
     static int t_TVSSingalHandler(ESignalType signal, TSSignalData data, void* userData);
     static void t_BMSOnEvent(int type, std::string param1, std::string param2, void* userData);
@@ -117,16 +118,17 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     bool GetZELumoServices(std::string& out);
     bool SetNextService();
     bool SetPrevService();
-    /// Tunes on behalf of the application `appId`: through the navigation when the source is the tuner, else
-    /// through the source control.
+    /// Tunes on behalf of the application `appId`: through the navigation when the source's value is not -1
+    /// and its flag is 0, else through the source control.
     bool SetServiceByServiceid(unsigned long long serviceId, std::string appId);
-    /// Nothing is written on failure. A record that can't be built is an empty text, and no failure.
+    /// Nothing is written on failure. A record that can't be built is an empty text, and not a failure.
     bool t_GetCurrentChannelInfoWithJsonString(std::string& out);
     bool t_GetCurrentChannel(TCServiceData& data);
     /// False, `info` untouched, when the content service does not know the service.
     bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
                                                  ExtractedServiceInfomations& info);
-    /// The channel record of `data` as JSON text; empty for null, or when it can't be built. `data` is lent.
+    /// The channel record of `data`, which is lent, as JSON text. Empty for null, and when it can't be built:
+    /// when the extra text is JSON but neither an object nor null.
     std::string t_GetChannelInfo(TCServiceData* data);
     /// In decimal. Any thread.
     std::string UIntToString(const unsigned int& value);
@@ -136,7 +138,7 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// Null while the content service is not available; the library's.
     FCEMSProxy* GetEventProxy();
 
-    /// Read by the services' threads; goes from false to true before any subscription is dropped.
+    /// Read by the services' threads; goes from false to true before teardown ends the first subscription.
     std::atomic<bool> m_bDestroyed;
     /// Guards the two lists, which the worker changes while teardown may be emptying them. No platform
     /// call is made under it.
@@ -158,8 +160,7 @@ class CZeLumoPluginInstance : public pp::Instance {
     /// True, whatever the attributes are.
     bool Init(uint32_t argc, const char* argn[], const char* argv[]) override;
 
-    /// Power service's thread; the user data are the instance, and with null nothing is posted. Gives
-    /// 0.
+    /// Power service's thread; the user data are the instance, and with null nothing is posted. Gives 0.
     static int t_OnPowerOff(int type, void* userData);
 
   private:

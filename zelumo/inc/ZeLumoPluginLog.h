@@ -2,7 +2,7 @@
 
 #include "ZeLumoLog.h"
 
-/// Log lines of the plug-in's shell and commands, from the function that they stand in.
+/// Log lines of the plug-in's shell and commands, with the function that they are in.
 #define ZELUMO_TAG "zelumo-pepper"
 #define LOG_DEBUG(...) \
     ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_DEBUG, ZELUMO_TAG, __VA_ARGS__)

@@ -6,7 +6,7 @@
 
 /// Interfaces of the content service. The library owns them; they may be used on any thread. A text
 /// operation reads `request`, overwrites `response` and returns true, or returns false and leaves the
-/// response as it is; what the texts say is between the page and the content service.
+/// response as it is; what the texts mean is between the page and the content service.
 
 /// What a service id stands for.
 struct ExtractedServiceInfomations {
@@ -39,7 +39,7 @@ class PLATFORM_API FIVirtualChannelsAPI {
     /// Whether the viewer has agreed to the use of viewing data.
     virtual bool GetViewingAgreement() = 0;
     virtual bool ProgramInfoIsAvailable(std::string& response) = 0;
-    /// As if the page had never been started.
+    /// From now on it is as if the page had never been started.
     virtual bool RestartZelumoInfo() = 0;
     /// False, `info` untouched, for a service that is not known.
     virtual bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
@@ -52,7 +52,7 @@ class PLATFORM_API FIVirtualChannelsAPI {
 /// The page as an application, and the first use of it.
 class PLATFORM_API FIZELumoAPI {
   public:
-    /// Tells that the page was started: what is asked for now is no first use any more.
+    /// Says that the page was started: from now on neither boot nor entry is the first one.
     virtual bool LaunchedZELumoWebApp() = 0;
     /// False, nothing written, on failure.
     virtual bool GetAppIDAndURL(std::string& appID, std::string& url) = 0;

@@ -22,8 +22,8 @@ class PLATFORM_API FIIPCConnection {
     virtual ~FIIPCConnection();
 };
 
-/// Subscriptions to the content service's events for the callback that it was fetched for. Any thread. One
-/// subscription an event and callback: a second one replaces the user data.
+/// Subscriptions to the content service's events for the callback that it was fetched for. Any thread. There
+/// is one subscription per event and callback: a second one replaces the user data.
 class PLATFORM_API FCEMSProxy {
   public:
     /// Null without a connection. Owned by the library, valid for the life of the process.
@@ -32,7 +32,7 @@ class PLATFORM_API FCEMSProxy {
     /// 0 on success. `userData` is handed to the callback as it is; not owned.
     virtual int Subscribe(int event, void* userData) = 0;
     virtual bool IsSubscribed(int event) const = 0;
-    /// When it has returned, no call of the callback for that event is running or will start, unless it
+    /// When it has returned, no call to the callback for that event is running or will start, unless it
     /// was called from inside one. 0 on success, negative when there was no such subscription.
     virtual int Unsubscribe(int event) = 0;
 

@@ -6,19 +6,19 @@
 #include "zelumo-platform/export.h"
 
 /// The TV's media player service. Any thread. 0 is success, another result failure; a command fails for a
-/// player that does not exist, or that is in no state for it. User data are handed back as they are; not
-/// owned.
+/// player that does not exist, or whose state does not allow it. User data are handed back as they are, and
+/// not owned.
 
 using BmsPlayerId = int;
 
-/// Rights management of a stream; all three empty: none.
+/// Content protection of a stream; all three empty: none.
 struct _BmsDrmInfo {
     std::string drmType;
     std::string drmOp;
     std::string drmData;
 };
 
-/// What a report tells. Other values may be reported as well.
+/// What a report says. Other values may be reported as well.
 enum _BmsEvent : int {
     BMS_EVENT_INIT_COMPLETE = 32,
     BMS_EVENT_PAUSE_COMPLETE = 33,
@@ -66,8 +66,8 @@ PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
 /// The rectangle of the screen that shows the picture; in any state.
 PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
 
-/// Asks for a call of `callback` for each report of that player, which need not exist yet. One registration
-/// a player and user data: a second one replaces the callback. Fails for a null callback.
+/// From now on `callback` is called for each report of that player, which need not exist yet. There is one
+/// registration per player and user data: a second one replaces the callback. Fails for a null callback.
 PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
 /// When it has returned, no call for that player and user data is running or will start, unless it was
 /// called from inside one. Fails when there was no such registration.

@@ -9,10 +9,11 @@ enum { DEVICE_POWER_OFF_TO_SUSPEND = 0x40000000 };
 /// change what is delivered.
 using device_power_poweroff_cb = int (*)(int type, void* user_data);
 
-/// Asks for a call of `callback` at each power-off. Any thread. One subscription a callback: a second one
-/// replaces the user data, which is not owned. Returns 0, or a negative number for a null callback.
+/// From now on `callback` is called at each power-off. Any thread. There is one subscription per callback: a
+/// second one replaces the user data, which is not owned. Returns 0, or a negative number for a null
+/// callback.
 PLATFORM_API int device_power_subscribe_poweroff(device_power_poweroff_cb callback, void* user_data);
 
-/// Ends that. Any thread. When it has returned, no call of `callback` is running or will start, unless it was
+/// Ends that. Any thread. When it has returned, no call to `callback` is running or will start, unless it was
 /// called from inside one. Returns 0, or a negative number when there was no such subscription.
 PLATFORM_API int device_power_unsubscribe_poweroff(device_power_poweroff_cb callback);

@@ -44,7 +44,7 @@ constexpr std::size_t kTextSize = 16383;
 /// The stored values of one scope.
 class PLATFORM_API TSCallItemHelper {
   public:
-    /// A number (4 bytes) or a truth value (1 byte), in memory order.
+    /// A number (4 bytes) or a bool (1 byte), in memory order.
     void StoreFixed(const void* address, std::size_t size);
     /// A text. Both copy.
     void Store(const char* characters, std::size_t length);
@@ -60,7 +60,7 @@ class PLATFORM_API TSCallItemHelper {
 };
 
 struct PLATFORM_API TSDemangler {
-    /// The type's name as in a program's text, or `name` itself when it is no mangled name.
+    /// The type's name as it is written in source code, or `name` itself when it is not a mangled name.
     static std::string Demangle(const char* name);
 };
 

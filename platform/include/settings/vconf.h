@@ -3,7 +3,7 @@
 #include "zelumo-platform/export.h"
 
 /// The platform's settings store: texts, whole numbers and booleans under text keys. Any thread. Unless
-/// something else is said, 0 is success and a negative number failure; reading a key that does not exist,
+/// stated otherwise, 0 is success and a negative number failure; reading a key that does not exist,
 /// or as another type than it holds, is a failure and writes nothing.
 
 struct _keynode_t;
@@ -15,7 +15,7 @@ using vconf_callback_fn = void (*)(keynode_t* node, void* user_data);
 
 extern "C" {
 
-/// A key takes the type that is written to it. An empty key is a failure. Texts are copied.
+/// A key takes the type that is written to it. An empty or null key is a failure. Texts are copied.
 PLATFORM_API int vconf_set_str(const char* key, const char* value);
 PLATFORM_API int vconf_set_int(const char* key, int value);
 /// 0 is false, any other value true.
@@ -27,10 +27,11 @@ PLATFORM_API int vconf_get_int(const char* key, int* value);
 /// Writes 0 or 1.
 PLATFORM_API int vconf_get_bool(const char* key, int* value);
 
-/// One watch a key and callback: a second one replaces the user data, which is not owned. The key need not
-/// exist. Fails for an empty key or a null callback.
+/// From now on `callback` is called when the key is written. There is one watch per key and callback: a
+/// second one replaces the user data, which is not owned. The key need not exist. Fails for an empty key or a
+/// null callback.
 PLATFORM_API int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data);
-/// When it has returned, no call of `callback` for that key is running or will start, unless it was called
+/// When it has returned, no call to `callback` for that key is running or will start, unless it was called
 /// from inside one. Fails when there was no such watch.
 PLATFORM_API int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback);
 

@@ -8,9 +8,9 @@
 #include "tv-service/TVServiceTypes.h"
 #include "zelumo-platform/export.h"
 
-/// Interfaces of the TV service. Results greater than 0 are success unless something else is said. The
-/// library owns the interfaces: they are valid for the life of the process and are not released. All of
-/// them may be used on any thread.
+/// Interfaces of the TV service. Results greater than 0 are success unless stated otherwise. The library
+/// owns the interfaces: they are valid for the life of the process and are not released. All of them may be
+/// used on any thread.
 
 /// Queries of the line-up, and tuning among its channels.
 class PLATFORM_API IServiceNavigation {
@@ -45,12 +45,12 @@ class PLATFORM_API ISourceControl {
 /// delivered.
 using TVSignalCallback = int (*)(ESignalType signal, TSSignalData data, void* userData);
 
-/// Subscriptions to TV signals for the callback that it was created for. One subscription a signal and
-/// callback: a second one replaces the user data, which is not owned.
+/// Subscriptions to TV signals for the callback that it was created for. There is one subscription per
+/// signal and callback: a second one replaces the user data, which is not owned.
 class PLATFORM_API ISignalSubscriber {
   public:
     virtual int Subscribe(ESignalType signal, void* userData, int, int, int) = 0;
-    /// When it has returned, no call of the callback for that signal is running or will start, unless it
+    /// When it has returned, no call to the callback for that signal is running or will start, unless it
     /// was called from inside one. 0 when there was no such subscription.
     virtual int Unsubscribe(ESignalType signal, int, int, int) = 0;
 

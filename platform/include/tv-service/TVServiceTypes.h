@@ -1,7 +1,7 @@
 #pragma once
 
-/// Values of the TV service. Enumerations name the values that the plug-in uses; any other may stand in
-/// their type.
+/// Values of the TV service. Enumerations name the values that the plug-in uses; their type may hold any
+/// other.
 
 enum EProfile : int { EPROFILE_TV = 1 };
 

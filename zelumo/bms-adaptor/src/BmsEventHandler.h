@@ -16,7 +16,7 @@ class BmsEventHandler {
   public:
     BmsEventHandler() = default;
     /// Withdraws what is still registered: afterwards no report reaches this object, unless it is destroyed
-    /// from inside the send-event callback, which then returns through nothing of this object.
+    /// from inside the send-event callback: then nothing of it is touched after the callback has returned.
     ~BmsEventHandler();
     BmsEventHandler(const BmsEventHandler&) = delete;
     BmsEventHandler& operator=(const BmsEventHandler&) = delete;
@@ -66,6 +66,6 @@ class BmsEventHandler {
     BmsEventCallback m_sendEventCallback = nullptr;
     void* m_userData = nullptr;             // not owned
     std::list<BmsPlayerId> m_listPlayerId;  ///< registered with the player service, each once
-    /// No call of the player service and no callback is made under it.
+    /// Neither the player service nor a callback is called under it.
     std::mutex m_mutex;
 };

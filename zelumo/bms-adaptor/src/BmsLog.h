@@ -2,7 +2,7 @@
 
 #include "ZeLumoLog.h"
 
-/// Log lines of the player side, from the function that they stand in.
+/// Log lines of the player side, with the function that they are in.
 #define BMS_TAG "ZLP_BASE"
 #define BMS_LOG_DEBUG(...) \
     ZELUMO_LOG_AT(__func__, __LINE__, DLOG_BUFFER_MAIN, DLOG_DEBUG, BMS_TAG, __VA_ARGS__)

@@ -2,5 +2,5 @@
 
 #include "ppapi/c/pp_stdint.h"
 
-/// Gets its user data back, and a result as pp_errors.h has them.
+/// Is called with its user data and a result from pp_errors.h.
 using PP_CompletionCallback_Func = void (*)(void* user_data, int32_t result);

@@ -11,7 +11,7 @@
 struct PPB_ExtensionSystem_Halvorn_0_1 {
     /// A string var: the name of the runtime that embeds the instance.
     PP_Var (*GetEmbedderName)(PP_Instance instance);
-    /// What the runtime tells about the extension that runs.
+    /// What the runtime says about the extension that runs.
     PP_Var (*GetCurrentExtensionInfo)(PP_Instance instance);
     /// Calls the runtime's operation `operation_name`. PP_OK: `*result` was written. Any other status is a
     /// failure, and `*result` holds no reference.

@@ -21,7 +21,8 @@ class PLATFORM_API Instance {
     explicit Instance(PP_Instance instance) : pp_instance_(instance) {}
     virtual ~Instance();
 
-    // Plug-in thread; what is passed is lent. The base class does nothing.
+    // Plug-in thread; what is passed is lent. The base class does nothing, and gives true for Init, else
+    // false.
     /// Called once, after the creation, with the element's attributes.
     virtual bool Init(uint32_t argc, const char* argn[], const char* argv[]);
     virtual void DidChangeView(const View& view);

@@ -7,8 +7,8 @@ namespace pp {
 
 class Instance;
 
-/// The id of an instance, to pass to objects that belong to one. Says nothing of whether the instance still
-/// lives.
+/// The id of an instance, to pass to objects that belong to one. It says nothing about whether the instance
+/// still lives.
 class PLATFORM_API InstanceHandle {
   public:
     /// `instance` is not null, and is used no longer than this call.

@@ -25,11 +25,12 @@ class PLATFORM_API MessageLoop {
 
     /// PP_ERROR_INPROGRESS when this thread or this loop is attached already.
     int32_t AttachToCurrentThread();
-    /// Runs what is posted until a quit is reached. PP_ERROR_WRONG_THREAD off the attached thread.
+    /// Runs what is posted until a quit is reached. PP_ERROR_WRONG_THREAD off the attached thread, and once
+    /// the loop has ended.
     int32_t Run();
     /// Runs `callback` with PP_OK on the loop, after `delay_ms` milliseconds at the earliest. Work still
-    /// queued when the loop ends is run with PP_ERROR_ABORTED, on the loop's thread. PP_ERROR_FAILED once
-    /// the loop has ended.
+    /// queued when the loop ends is run with PP_ERROR_ABORTED, on the loop's thread; that of a loop that was
+    /// never run, where its last copy is destroyed. PP_ERROR_FAILED once the loop has ended.
     int32_t PostWork(const CompletionCallback& callback, int64_t delay_ms = 0);
     /// Ends Run after the work that was posted before. Page messages that are still waiting are not
     /// handled any more: a blocking one is answered with an undefined var at once. Work may still be posted

@@ -7,8 +7,8 @@ namespace pp {
 
 class Instance;
 
-/// What a loaded plug-in library offers to the runtime. One stands at a time. Made, used and destroyed on the
-/// plug-in thread; Get and GetBrowserInterface on any.
+/// What a loaded plug-in library offers to the runtime. There is one at a time. Made, used and destroyed on
+/// the plug-in thread; Get and GetBrowserInterface on any.
 class PLATFORM_API Module {
   public:
     Module();

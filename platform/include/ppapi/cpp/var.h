@@ -49,7 +49,7 @@ class PLATFORM_API Var {
     bool is_dictionary() const { return var_.type == PP_VARTYPE_DICTIONARY; }
 
     /// The value, or false, 0, 0.0 and "" when the var is of another type. Ints and doubles convert: a
-    /// double asked for an int is truncated, and held at the ends of the range when it is outside.
+    /// double read as an int is truncated, and outside the range gives its nearer end; not-a-number gives 0.
     bool AsBool() const;
     int32_t AsInt() const;
     double AsDouble() const;

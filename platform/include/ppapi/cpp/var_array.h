@@ -13,7 +13,6 @@ class PLATFORM_API VarArray : public Var {
     explicit VarArray(const Var& var);
 
     /// Undefined past the end.
-
     Var Get(uint32_t index) const;
     /// Grows the array with undefined values when `index` is past its end.
     bool Set(uint32_t index, const Var& value);
