@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "services/scope-tracing/scope_tracer.h"
+#include "tv/tv.h"
 #include "tvhost/json_text.h"
 
 namespace host {

@@ -1,4 +1,4 @@
-#include "services/player/player_service.h"
+#include "tv/tv.h"
 
 #include <gtest/gtest.h>
 
