@@ -207,15 +207,23 @@ ContentService::Answer ContentService::GetProgramList(const std::string& request
     return WriteJson(answer);
 }
 
-ContentService::Answer ContentService::GetProgram(const std::string& request) const
+template <typename Fill>
+ContentService::Answer ContentService::OfProgram(const std::string& request, Fill fill) const
 {
     const auto whole = line_up();
     const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
     Json::Value answer;
-    answer["program"] = ProgramJson(found->channel, found->program);
+    fill(*found, answer);
     return WriteJson(answer);
+}
+
+ContentService::Answer ContentService::GetProgram(const std::string& request) const
+{
+    return OfProgram(request, [](const ChannelProgram& found, Json::Value& answer) {
+        answer["program"] = ProgramJson(found.channel, found.program);
+    });
 }
 
 ContentService::Answer ContentService::GetPresentProgram(const std::string& request) const
@@ -249,28 +257,20 @@ ContentService::Answer ContentService::GetChannelLogo(const std::string& request
 
 ContentService::Answer ContentService::GetProgramThumbnail(const std::string& request) const
 {
-    const auto whole = line_up();
-    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
-    if (!found)
-        return std::nullopt;
-    Json::Value answer;
-    const std::string id = ProgramId(found->channel, found->program);
-    answer["programId"] = id;
-    answer["url"] = DrawThumbnail(id, found->program.text->title);
-    return WriteJson(answer);
+    return OfProgram(request, [](const ChannelProgram& found, Json::Value& answer) {
+        const std::string id = ProgramId(found.channel, found.program);
+        answer["programId"] = id;
+        answer["url"] = DrawThumbnail(id, found.program.text->title);
+    });
 }
 
 ContentService::Answer ContentService::GetProgramBackground(const std::string& request) const
 {
-    const auto whole = line_up();
-    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
-    if (!found)
-        return std::nullopt;
-    Json::Value answer;
-    const std::string id = ProgramId(found->channel, found->program);
-    answer["programId"] = id;
-    answer["url"] = DrawBackground(id);
-    return WriteJson(answer);
+    return OfProgram(request, [](const ChannelProgram& found, Json::Value& answer) {
+        const std::string id = ProgramId(found.channel, found.program);
+        answer["programId"] = id;
+        answer["url"] = DrawBackground(id);
+    });
 }
 
 ContentService::Answer ContentService::SetOnDemandProgram(const std::string& request)
@@ -303,14 +303,10 @@ ContentService::Answer ContentService::UnsetOnDemandProgram(const std::string& r
 
 ContentService::Answer ContentService::GetOnDemandIdentifier(const std::string& request) const
 {
-    const auto whole = line_up();
-    const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
-    if (!found)
-        return std::nullopt;
-    Json::Value answer;
-    answer["programId"] = ProgramId(found->channel, found->program);
-    answer["identifier"] = Identifier(found->channel, found->program);
-    return WriteJson(answer);
+    return OfProgram(request, [](const ChannelProgram& found, Json::Value& answer) {
+        answer["programId"] = ProgramId(found.channel, found.program);
+        answer["identifier"] = Identifier(found.channel, found.program);
+    });
 }
 
 ContentService::Answer ContentService::GetVCConfig(const std::string& request) const

@@ -86,6 +86,9 @@ class PLATFORM_API ContentService : public Service {
     class ZelumoApi;
 
     std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
+    /// The answer that `fill(programme, answer)` makes for the programme that the request names.
+    template <typename Fill>
+    Answer OfProgram(const std::string& request, Fill fill) const;
 
     const Clock& clock_;
     const std::unique_ptr<VirtualChannels> virtual_channels_;
