@@ -151,7 +151,7 @@ TEST(MessageLoop, RegistrationReportsPeppersErrors)
     EXPECT_TRUE(worker.Start());
     EXPECT_FALSE(worker.Start());
     EXPECT_EQ(instance.RegisterMessageHandler(nullptr, worker.message_loop()), PP_ERROR_BADARGUMENT);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop()), PP_ERROR_BADARGUMENT);
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop::GetCurrent()), PP_ERROR_BADARGUMENT);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_FAILED);
 
@@ -216,7 +216,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
 
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
     EXPECT_EQ(loop.Run(), PP_ERROR_WRONG_THREAD);
-    EXPECT_TRUE(pp::MessageLoop::GetCurrent().is_null());
+    EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_ERROR_BADARGUMENT) << "this thread has none";
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), std::int64_t{3600} * 1000), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
@@ -232,8 +232,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     std::thread([&] {
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_OK);
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_ERROR_INPROGRESS);
-        EXPECT_FALSE(pp::MessageLoop::GetCurrent().is_null());
-        EXPECT_EQ(loop.Run(), PP_OK);
+        EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_OK) << "it names the same loop";
     }).join();
     // When the late work is due, beside the other, is up to the machine.
     const std::size_t at = ran.find("late0 ");

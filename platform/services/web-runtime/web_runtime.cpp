@@ -322,7 +322,7 @@ int32_t Instance::RegisterMessageHandler(MessageHandler* handler, const MessageL
 {
     return tv::Call<int>(tv::CallId::RegisterMessageHandler, std::tuple<>(), [&]() -> int {
         const auto record = tv::FindRecord(pp_instance_);
-        return record ? record->Register(handler, loop.queue()) : PP_ERROR_BADARGUMENT;
+        return record ? record->Register(handler, loop.queue_) : PP_ERROR_BADARGUMENT;
     });
 }
 
