@@ -113,9 +113,10 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::Await(const Json::Value& message)
 {
-    OpenInstance().Await(tv::ToVar(message), [this](const pp::Var& reply) {
-        Tell({{"reply", tv::ToJson(reply)}});
-    });
+    OpenInstance().Await(tv::ToVar(message), {[this](const pp::Var& reply) {
+                                                  Tell({{"reply", tv::ToJson(reply)}});
+                                              },
+                                              pp::Var()});
     tv::Tv::Get().deliveries().Release();
 }
 
