@@ -50,7 +50,7 @@ Session::~Session()
 void Session::Hear(Heard heard)
 {
     tv::Journal& journal = tv::Tv::Get().journal();
-    const std::lock_guard lock(heard_mutex_);
+    const tv::MutexLock lock(heard_mutex_);
     if (!heard.calls)
         calls_.reset();
     else if (!calls_)
@@ -63,7 +63,7 @@ void Session::Hear(Heard heard)
 
 void Session::Tell(const OrderedObject& line)
 {
-    const std::lock_guard lock(output_mutex_);
+    const tv::MutexLock lock(output_mutex_);
     output_(line);
 }
 
