@@ -56,11 +56,12 @@ void Watchdog::Loop()
 {
     const tv::MutexLock lock(mutex_);
     while (!ending_) {
-        ended_.WaitUntil(mutex_, std::chrono::steady_clock::now() + std::chrono::seconds(1));
         // The oldest is the first.
         const auto now = std::chrono::steady_clock::now();
-        if (ending_ || waiting_.empty() || now - waiting_.front()->since_ < patience_)
+        if (waiting_.empty() || now - waiting_.front()->since_ < patience_) {
+            ended_.WaitUntil(mutex_, now + std::chrono::seconds(1));
             continue;
+        }
         for (const Waiting* waiting : waiting_) {
             const std::chrono::duration<double> waited = now - waiting->since_;
             std::fprintf(stderr, "soak: FAILED: unanswered for %.1f s: %s\n", waited.count(),
