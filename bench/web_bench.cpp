@@ -7,15 +7,14 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
-#include <condition_variable>
 #include <csignal>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "core/mutex.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tests/support/web.h"
@@ -178,9 +177,10 @@ class Listeners {
     void Wait(std::size_t texts, std::size_t bytes)
     {
         const std::size_t frame = bytes + (bytes < 126 ? 2 : 4);
-        std::unique_lock lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         expected_ += texts * frame * sockets_.size();
-        arrived_.wait(lock, [this] { return got_ >= expected_; });
+        while (got_ < expected_)
+            arrived_.Wait(mutex_);
     }
 
   private:
@@ -190,10 +190,10 @@ class Listeners {
             if (error)
                 return;
             {
-                const std::lock_guard lock(mutex_);
+                const tv::MutexLock lock(mutex_);
                 got_ += count;
                 if (got_ >= expected_)
-                    arrived_.notify_one();
+                    arrived_.NotifyOne();
             }
             Read(socket);
         });
@@ -202,11 +202,10 @@ class Listeners {
     asio::io_context io_{1};
     std::array<char, std::size_t{256} * 1024> buffer_{};  // all of them throw away what they read
     std::vector<std::unique_ptr<websocket::stream<tcp::socket>>> sockets_;
-    std::mutex mutex_;
-    std::condition_variable arrived_;
-    // Guarded by mutex_.
-    std::size_t got_ = 0;
-    std::size_t expected_ = 0;
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    tv::CondVar arrived_;
+    std::size_t got_ GUARDED_BY(mutex_) = 0;
+    std::size_t expected_ GUARDED_BY(mutex_) = 0;
     std::thread thread_;
 };
 

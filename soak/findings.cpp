@@ -14,26 +14,26 @@ constexpr int kMostPrinted = 20;
 
 void Findings::SetPlace(std::string place)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     place_ = std::move(place);
 }
 
 void Findings::Add(const std::string& what)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     if (++count_ <= kMostPrinted)
         std::fprintf(stderr, "soak: FAILED: %s: %s\n", place_.c_str(), what.c_str());
 }
 
 Watchdog::Waiting::Waiting(Watchdog& watchdog, std::string what) : watchdog_(watchdog), what_(std::move(what))
 {
-    const std::lock_guard lock(watchdog_.mutex_);
+    const tv::MutexLock lock(watchdog_.mutex_);
     place_ = watchdog_.waiting_.insert(watchdog_.waiting_.end(), this);
 }
 
 Watchdog::Waiting::~Waiting()
 {
-    const std::lock_guard lock(watchdog_.mutex_);
+    const tv::MutexLock lock(watchdog_.mutex_);
     watchdog_.waiting_.erase(place_);
 }
 
@@ -45,21 +45,23 @@ Watchdog::Watchdog(std::chrono::seconds patience) : patience_(patience)
 Watchdog::~Watchdog()
 {
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         ending_ = true;
     }
-    ended_.notify_all();
+    ended_.NotifyAll();
     thread_.join();
 }
 
 void Watchdog::Loop()
 {
-    std::unique_lock lock(mutex_);
-    while (!ended_.wait_for(lock, std::chrono::seconds(1), [this] { return ending_; })) {
+    const tv::MutexLock lock(mutex_);
+    while (!ending_) {
         // The oldest is the first.
         const auto now = std::chrono::steady_clock::now();
-        if (waiting_.empty() || now - waiting_.front()->since_ < patience_)
+        if (waiting_.empty() || now - waiting_.front()->since_ < patience_) {
+            ended_.WaitUntil(mutex_, now + std::chrono::seconds(1));
             continue;
+        }
         for (const Waiting* waiting : waiting_) {
             const std::chrono::duration<double> waited = now - waiting->since_;
             std::fprintf(stderr, "soak: FAILED: unanswered for %.1f s: %s\n", waited.count(),

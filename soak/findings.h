@@ -2,12 +2,12 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <list>
-#include <mutex>
 #include <string>
 #include <thread>
+
+#include "core/mutex.h"
 
 namespace soak {
 
@@ -15,13 +15,13 @@ namespace soak {
 class Findings {
   public:
     /// Where the run has come to, for the findings from now on.
-    void SetPlace(std::string place);
-    void Add(const std::string& what);
+    void SetPlace(std::string place) EXCLUDES(mutex_);
+    void Add(const std::string& what) EXCLUDES(mutex_);
     bool any() const { return count_ != 0; }
 
   private:
-    std::mutex mutex_;
-    std::string place_;  // guarded by mutex_
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::string place_ GUARDED_BY(mutex_);
     std::atomic<int> count_{0};
 };
 
@@ -51,14 +51,13 @@ class Watchdog {
     };
 
   private:
-    void Loop();
+    void Loop() EXCLUDES(mutex_);
 
     const std::chrono::seconds patience_;
-    std::mutex mutex_;
-    std::condition_variable ended_;
-    // Guarded by mutex_.
-    std::list<const Waiting*> waiting_;
-    bool ending_ = false;
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    tv::CondVar ended_;
+    std::list<const Waiting*> waiting_ GUARDED_BY(mutex_);
+    bool ending_ GUARDED_BY(mutex_) = false;
     std::thread thread_;
 };
 

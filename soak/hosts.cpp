@@ -214,7 +214,7 @@ void WebHost::Listen(std::size_t index, int lateness)
         reason = error.what();
         listening_ = page_->ledger.listeners();
     }
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     reasons_.push_back(reason);
 }
 
@@ -230,12 +230,16 @@ void WebHost::JoinListeners(const std::string& reason)
         listener.join();
     if (journal_.joinable())
         journal_.join();
-    for (const std::string& given : reasons_) {
+    std::vector<std::string> reasons;
+    {
+        const tv::MutexLock lock(mutex_);
+        reasons.swap(reasons_);
+    }
+    for (const std::string& given : reasons) {
         if (given != reason)
             findings_.Add("a listener ended with \"" + given + "\" instead of \"" + reason + '"');
     }
     listeners_.clear();
-    reasons_.clear();
     listening_ = 0;
     page_.reset();
 }

@@ -4,12 +4,12 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "core/mutex.h"
 #include "services/web-runtime/web_runtime.h"
 #include "soak/dice.h"
 #include "soak/findings.h"
@@ -89,9 +89,9 @@ class WebHost : public Host {
   private:
     class WebSeat;
     /// From when `lateness` messages of the page are through.
-    void Listen(std::size_t index, int lateness);
+    void Listen(std::size_t index, int lateness) EXCLUDES(mutex_);
     void AwaitListeners();
-    void JoinListeners(const std::string& reason);
+    void JoinListeners(const std::string& reason) EXCLUDES(mutex_);
 
     Findings& findings_;
     std::atomic<bool> ending_{false};
@@ -100,8 +100,8 @@ class WebHost : public Host {
     std::string path_;            ///< the page's, "/page/7/"
     std::vector<std::thread> listeners_;
     std::atomic<std::size_t> listening_{0};
-    std::mutex mutex_;
-    std::vector<std::string> reasons_;  ///< guarded by mutex_: why the listeners were closed
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::vector<std::string> reasons_ GUARDED_BY(mutex_);  ///< why the listeners were closed
     std::thread journal_;
 };
 

@@ -82,7 +82,7 @@ std::string ReportName(int value)
 
 void Ledger::Expect(const std::string& what, bool certain)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     Range& range = expected_[what];
     ++range.most;
     if (certain)
@@ -91,21 +91,21 @@ void Ledger::Expect(const std::string& what, bool certain)
 
 void Ledger::MakeCertain()
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     for (auto& [what, range] : expected_)
         range.least = range.most;
 }
 
 void Ledger::Allow(const std::string& what, int times)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     expected_[what].allowed += static_cast<std::uint64_t>(times);
 }
 
 void Ledger::Arrive(std::size_t listener, const Json::Value& message)
 {
     const std::string name = NameOf(message);
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     ++count_;
     if (!name.empty())
         ++arrived_[listener][name];
@@ -113,13 +113,13 @@ void Ledger::Arrive(std::size_t listener, const Json::Value& message)
 
 std::uint64_t Ledger::CountArrived() const
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     return count_;
 }
 
 std::vector<std::string> Ledger::Differences() const
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     std::vector<std::string> lines;
     for (std::size_t i = 0; i < arrived_.size(); ++i) {
         const auto& arrived = arrived_[i];

@@ -5,9 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
+
+#include "core/mutex.h"
 
 namespace soak {
 
@@ -58,21 +59,22 @@ constexpr int kFirstReport = 1'000'000'000;
 /// What a page must be told, and what each of its listeners was told. Any thread.
 class Ledger {
   public:
-    Ledger(const PageApi& api, std::size_t listeners) : api_(api), arrived_(listeners) {}
+    Ledger(const PageApi& api, std::size_t listeners) : api_(api), listeners_(listeners), arrived_(listeners)
+    {}
 
     /// The page is told `what` once more: it must be, or (not `certain`) may be.
-    void Expect(const std::string& what, bool certain);
+    void Expect(const std::string& what, bool certain) EXCLUDES(mutex_);
     /// What was expected so far, certain or not, must be told.
-    void MakeCertain();
+    void MakeCertain() EXCLUDES(mutex_);
     /// `what` may be told up to that many times more, whatever MakeCertain says.
-    void Allow(const std::string& what, int times);
-    void Arrive(std::size_t listener, const Json::Value& message);
+    void Allow(const std::string& what, int times) EXCLUDES(mutex_);
+    void Arrive(std::size_t listener, const Json::Value& message) EXCLUDES(mutex_);
 
-    std::size_t listeners() const { return arrived_.size(); }
+    std::size_t listeners() const { return listeners_; }
     /// How many messages all listeners have got.
-    std::uint64_t CountArrived() const;
+    std::uint64_t CountArrived() const EXCLUDES(mutex_);
     /// One line for everything that was lost, told twice or told for no reason.
-    std::vector<std::string> Differences() const;
+    std::vector<std::string> Differences() const EXCLUDES(mutex_);
 
   private:
     struct Range {
@@ -84,11 +86,11 @@ class Ledger {
     std::string NameOf(const Json::Value& message) const;
 
     const PageApi& api_;
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    std::map<std::string, Range> expected_;
-    std::vector<std::map<std::string, std::uint64_t>> arrived_;
-    std::uint64_t count_ = 0;
+    const std::size_t listeners_;
+    mutable tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::map<std::string, Range> expected_ GUARDED_BY(mutex_);
+    std::vector<std::map<std::string, std::uint64_t>> arrived_ GUARDED_BY(mutex_);
+    std::uint64_t count_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace soak

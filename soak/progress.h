@@ -1,7 +1,6 @@
 #pragma once
 
-#include <condition_variable>
-#include <mutex>
+#include "core/mutex.h"
 
 namespace soak {
 
@@ -9,40 +8,40 @@ namespace soak {
 class Progress {
   public:
     /// That many threads more take part.
-    void Join(int threads)
+    void Join(int threads) EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         threads_ += threads;
         has_begun_ = true;
     }
     /// One of them has finished.
-    void Leave()
+    void Leave() EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         --threads_;
-        changed_.notify_all();
+        changed_.NotifyAll();
     }
     /// One of them has come one step further.
-    void Step()
+    void Step() EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         ++steps_;
-        changed_.notify_all();
+        changed_.NotifyAll();
     }
     /// Waits until they have made that many steps, or all of them have finished.
-    void Await(int steps)
+    void Await(int steps) EXCLUDES(mutex_)
     {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return steps_ >= steps || (has_begun_ && threads_ == 0); });
+        const tv::MutexLock lock(mutex_);
+        while (steps_ < steps && (!has_begun_ || threads_ != 0))
+            changed_.Wait(mutex_);
     }
 
   private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    // Guarded by mutex_.
-    bool has_begun_ = false;
-    int threads_ = 0;
-    int steps_ = 0;
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    tv::CondVar changed_;
+    bool has_begun_ GUARDED_BY(mutex_) = false;
+    int threads_ GUARDED_BY(mutex_) = 0;
+    int steps_ GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace soak

@@ -50,7 +50,7 @@ Session::~Session()
 void Session::Hear(Heard heard)
 {
     tv::Journal& journal = tv::TheJournal();
-    const std::lock_guard lock(heard_mutex_);
+    const tv::MutexLock lock(heard_mutex_);
     if (!heard.calls)
         calls_.reset();
     else if (!calls_)
@@ -63,7 +63,7 @@ void Session::Hear(Heard heard)
 
 void Session::Tell(const OrderedObject& line)
 {
-    const std::lock_guard lock(output_mutex_);
+    const tv::MutexLock lock(output_mutex_);
     output_(line);
 }
 
@@ -113,9 +113,10 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::Await(const Json::Value& message)
 {
-    OpenInstance().Await(tv::ToVar(message), [this](const pp::Var& reply) {
-        Tell({{"reply", tv::ToJson(reply)}});
-    });
+    OpenInstance().Await(tv::ToVar(message), {[this](const pp::Var& reply) {
+                                                  Tell({{"reply", tv::ToJson(reply)}});
+                                              },
+                                              pp::Var()});
     tv::TheDeliveries().Release();
 }
 

@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 
 #include "core/journal.h"
+#include "core/mutex.h"
 #include "services/web-runtime/web_runtime.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
@@ -46,7 +46,7 @@ class Session {
     void Open();
     void Close();
     /// Which of calls and log lines are told from now on. Any thread.
-    void Hear(Heard heard);
+    void Hear(Heard heard) EXCLUDES(heard_mutex_);
     bool is_open() const { return instance_ != nullptr; }
 
     /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
@@ -59,14 +59,13 @@ class Session {
     void Post(const Json::Value& message);
     void DoVerb(const Json::Value& verb);
     tv::EmbeddedInstance& OpenInstance();
-    void Tell(const OrderedObject& line);
+    void Tell(const OrderedObject& line) EXCLUDES(output_mutex_);
 
     const Output output_;
-    std::mutex output_mutex_;  // held while output_ runs
-    std::mutex heard_mutex_;
-    // Guarded by heard_mutex_.
-    std::unique_ptr<tv::Journal::Listening> calls_;
-    std::unique_ptr<tv::Journal::Listening> log_;
+    tv::Mutex output_mutex_{tv::LockLevel::Output};  ///< held while output_ runs
+    tv::Mutex heard_mutex_{tv::LockLevel::Session};
+    std::unique_ptr<tv::Journal::Listening> calls_ GUARDED_BY(heard_mutex_);
+    std::unique_ptr<tv::Journal::Listening> log_ GUARDED_BY(heard_mutex_);
     std::unique_ptr<Plugin> plugin_;
     std::unique_ptr<tv::EmbeddedInstance> instance_;
 };

@@ -76,6 +76,23 @@ std::optional<std::string_view> After(std::string_view text, std::string_view pr
     return text.substr(prefix.size());
 }
 
+/// Runs what answers a request; what it throws becomes the answer, which it has left then.
+template <typename Action>
+void Answering(WebServer::Answer& answer, Action action)
+{
+    try {
+        action();
+    } catch (const Refused& refused) {
+        answer(refused.status() == 405 ? WrongMethod(refused.what())
+                                       : ErrorResponse(refused.status(), refused.what()));
+    } catch (const LineError& error) {
+        answer(ErrorResponse(400, error.what()));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "zelumo-tv: a request failed: %s\n", error.what());
+        answer(ErrorResponse(500, error.what()));
+    }
+}
+
 long long SinceEpoch()
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -107,24 +124,27 @@ void WebHost::StopOnInterrupt()
 void WebHost::Stop()
 {
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         stopping_ = true;
         if (!no_delay_)
             no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::TheCalls(), nullptr);
     }
-    changed_.notify_one();
+    changed_.NotifyOne();
 }
 
 void WebHost::Run(const std::function<void()>& ready)
 {
     Session session(options_.plugin, [this](const OrderedObject& line) { OnLineOut(line); }, {});
+    session_ = &session;
     {
-        const std::lock_guard lock(mutex_);
-        session_ = &session;
+        const tv::MutexLock lock(mutex_);
+        hearing_ = &session;
     }
     BeginRecording();
     started_ = Clock::now();
-    server_.Start({[this](const WebRequest& request, const Answer& answer) { OnRequest(request, answer); },
+    server_.Start({[this](const WebRequest& request, Answer answer) {
+                       Answering(answer, [&] { OnRequest(request, answer); });
+                   },
                    [this](const std::string& path) { return OnListen(path); }});
     ready();
     ServeTurns();
@@ -135,61 +155,51 @@ void WebHost::Run(const std::function<void()>& ready)
         recorder_->Flush();
     std::deque<Turn> left;
     {
-        const std::lock_guard lock(mutex_);
-        session_ = nullptr;
+        const tv::MutexLock lock(mutex_);
+        hearing_ = nullptr;
         left.swap(turns_);
     }
-    for (const Turn& turn : left)
+    session_ = nullptr;
+    for (Turn& turn : left)
         turn.answer(ErrorResponse(503, kEnding));
     left.clear();
     server_.Stop();
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     no_delay_.reset();
 }
 
 // The server's thread.
 
-void WebHost::OnRequest(const WebRequest& request, const Answer& answer)
+void WebHost::OnRequest(const WebRequest& request, Answer& answer)
 {
-    try {
-        if (const auto page = After(request.path, "/page/")) {
-            OnPageRequest(request, std::string(*page), answer);
-        } else if (request.path == "/tv") {
-            Require(request, "POST");
-            OnVerb(request.body, answer);
-        } else if (request.path == "/tv/state") {
-            if (request.method != "HEAD")
-                Require(request, "GET");
-            answer(StateResponse());
-        } else if (request.path == "/journal") {
+    if (const auto page = After(request.path, "/page/")) {
+        OnPageRequest(request, std::string(*page), answer);
+    } else if (request.path == "/tv") {
+        Require(request, "POST");
+        OnVerb(request.body, answer);
+    } else if (request.path == "/tv/state") {
+        if (request.method != "HEAD")
             Require(request, "GET");
-            throw Refused(400, "the journal is a WebSocket");
-        } else {
-            answer(FileResponse(request));
-        }
-    } catch (const Refused& refused) {
-        answer(refused.status() == 405 ? WrongMethod(refused.what())
-                                       : ErrorResponse(refused.status(), refused.what()));
+        answer(StateResponse());
+    } else if (request.path == "/journal") {
+        Require(request, "GET");
+        throw Refused(400, "the journal is a WebSocket");
+    } else {
+        answer(FileResponse(request));
     }
 }
 
-void WebHost::OnPageRequest(const WebRequest& request, const std::string& path, const Answer& answer)
+void WebHost::OnPageRequest(const WebRequest& request, const std::string& path, Answer& answer)
 {
     if (path == "open") {
         Require(request, "POST");
         TakeTurn(
-            {[this, answer] {
-                 {
-                     const std::lock_guard lock(page_mutex_);
-                     page_opening_ = true;
-                 }
-                 if (session_->is_open())
-                     ClosePage(kReplaced);
-                 WebResponse response;
-                 response.body = WriteJson(OrderedObject{{"page", static_cast<Json::Int64>(OpenPage())}});
-                 answer(std::move(response));
-             },
-             answer});
+            [this](Answer& opened) {
+                WebResponse response;
+                response.body = WriteJson(OrderedObject{{"page", static_cast<Json::Int64>(OpenPage())}});
+                opened(std::move(response));
+            },
+            answer);
         return;
     }
     const std::size_t slash = path.find('/');
@@ -206,39 +216,42 @@ void WebHost::OnPageRequest(const WebRequest& request, const std::string& path, 
     Require(request, "POST");
     MessagesOf(page);
     if (what == "close")
-        TakeTurn({[this, page, answer] {
-                      MessagesOf(page);
-                      ClosePage(kClosed);
-                      WebResponse response;
-                      response.status = 204;
-                      answer(std::move(response));
-                  },
-                  answer});
+        TakeTurn(
+            [this, page](Answer& closed) {
+                MessagesOf(page);
+                ClosePage(kClosed);
+                WebResponse response;
+                response.status = 204;
+                closed(std::move(response));
+            },
+            answer);
     else
         OnMessage(page, what == "await", request.body, answer);
 }
 
-void WebHost::OnMessage(long long page, bool blocking, const std::string& body, const Answer& answer)
+void WebHost::OnMessage(long long page, bool blocking, const std::string& body, Answer& answer)
 {
     const char* const kind = blocking ? "await" : "post";
     Line line;
     Json::Value message = ParseBody(body, kMaxMessageDepth);
     line.text = Around(kind, InLine(body, message));
     line.json[kind] = std::move(message);
-    const Answer on_reply = blocking ? answer : nullptr;
-    const bool taken = TakeTurn({[this, page, line = std::move(line), on_reply] {
-                                     MessagesOf(page);
-                                     CarryOut(line, on_reply);
-                                 },
-                                 answer, body.size()});
-    if (taken && !blocking) {
+    // What becomes of a post in its turn is not waited for.
+    Answer nobody;
+    TakeTurn(
+        [this, page, line = std::move(line)](Answer& replied) {
+            MessagesOf(page);
+            CarryOut(line, replied);
+        },
+        blocking ? answer : nobody, body.size());
+    if (!blocking) {
         WebResponse response;
         response.status = 202;
         answer(std::move(response));
     }
 }
 
-void WebHost::OnVerb(const std::string& body, const Answer& answer)
+void WebHost::OnVerb(const std::string& body, Answer& answer)
 {
     Line line;
     line.json = ParseBody(body, kMaxMessageDepth + 1);
@@ -260,15 +273,15 @@ void WebHost::OnVerb(const std::string& body, const Answer& answer)
         if (known != nullptr || !names_call)
             no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
     }
-    TakeTurn(
-        {[this, line = std::move(line), answer, no_delay] { CarryOut(line, answer); }, answer, body.size()});
+    TakeTurn([this, line = std::move(line), no_delay](Answer& done) { CarryOut(line, done); }, answer,
+             body.size());
 }
 
 WebResponse WebHost::StateResponse()
 {
     Json::Value state = tv::StateJson();
     {
-        const std::lock_guard lock(page_mutex_);
+        const tv::MutexLock lock(page_mutex_);
         // While a page opens the TV is its own already: the page that is replaced must not find it free.
         if (page_open_ || page_opening_)
             state["page"] = static_cast<Json::Int64>(page_open_ ? last_page_ : last_page_ + 1);
@@ -321,25 +334,23 @@ std::variant<std::shared_ptr<Channel>, WebResponse> WebHost::OnListen(const std:
 void WebHost::HearJournal(bool heard)
 {
     journal_heard_ = heard;
-    const std::lock_guard lock(mutex_);
-    if (session_ != nullptr)
-        session_->Hear({heard, heard});
+    const tv::MutexLock lock(mutex_);
+    if (hearing_ != nullptr)
+        hearing_->Hear({heard, heard});
 }
 
-bool WebHost::TakeTurn(Turn turn)
+void WebHost::TakeTurn(Action run, Answer& answer, std::size_t bytes)
 {
-    std::unique_lock lock(mutex_);
-    if (stopping_ || waiting_bytes_ + turn.bytes > kMaxWaitingBytes) {
-        const char* const refusal = stopping_ ? kEnding : "too many messages are waiting";
-        lock.unlock();
-        turn.answer(ErrorResponse(503, refusal));
-        return false;
+    {
+        const tv::MutexLock lock(mutex_);
+        if (stopping_)
+            throw Refused(503, kEnding);
+        if (waiting_bytes_ + bytes > kMaxWaitingBytes)
+            throw Refused(503, "too many messages are waiting");
+        waiting_bytes_ += bytes;
+        turns_.push_back({std::move(run), std::move(answer), bytes});
     }
-    waiting_bytes_ += turn.bytes;
-    turns_.push_back(std::move(turn));
-    lock.unlock();
-    changed_.notify_one();
-    return true;
+    changed_.NotifyOne();
 }
 
 // The thread of Run.
@@ -348,71 +359,65 @@ void WebHost::ServeTurns()
 {
     const bool ticks = options_.speed > 0;
     Clock::time_point next_tick = started_ + kTick;
-    std::unique_lock lock(mutex_);
+    tv::MutexLock lock(mutex_);
     while (!stopping_) {
         if (ticks && Clock::now() >= next_tick) {
-            lock.unlock();
+            lock.Unlock();
             Tick();
             next_tick = Clock::now() + kTick;
-            lock.lock();
+            lock.Lock();
         } else if (!turns_.empty()) {
-            const Turn turn = std::move(turns_.front());
+            Turn turn = std::move(turns_.front());
             turns_.pop_front();
             waiting_bytes_ -= turn.bytes;
-            lock.unlock();
-            RunTurn(turn);
-            lock.lock();
+            lock.Unlock();
+            Answering(turn.answer, [&turn] { turn.run(turn.answer); });
+            lock.Lock();
         } else if (ticks) {
-            changed_.wait_until(lock, next_tick);
+            changed_.WaitUntil(mutex_, next_tick);
         } else {
-            changed_.wait(lock);
+            changed_.Wait(mutex_);
         }
     }
 }
 
-void WebHost::RunTurn(const Turn& turn)
-{
-    try {
-        turn.run();
-    } catch (const Refused& refused) {
-        turn.answer(ErrorResponse(refused.status(), refused.what()));
-    } catch (const LineError& error) {
-        turn.answer(ErrorResponse(400, error.what()));
-    }
-}
-
-void WebHost::CarryOut(const Line& line, const Answer& answer)
+void WebHost::CarryOut(const Line& line, Answer& answer)
 {
     if (journal_heard_)
         journal_->Send(line.text);
     {
-        const std::lock_guard lock(line_mutex_);
-        answer_ = answer;
+        const tv::MutexLock lock(line_mutex_);
+        answer_ = std::move(answer);
     }
     try {
         session_->CarryOut(line.json);
-    } catch (const LineError& error) {
-        TakeLinesOut();
+    } catch (const std::exception& error) {
+        answer = TakeCaused().answer;
         if (journal_heard_)
             journal_->Send(WriteJson(OrderedObject{{"error", error.what()}}));
         throw;
     }
-    const std::vector<std::string> lines_out = TakeLinesOut();
+    const Caused caused = TakeCaused();
     if (recorder_)
-        recorder_->Write(line.text, lines_out);
+        recorder_->Write(line.text, caused.lines_out);
 }
 
-std::vector<std::string> WebHost::TakeLinesOut()
+void WebHost::CarryOut(const Line& line)
 {
-    const std::lock_guard lock(line_mutex_);
-    answer_ = nullptr;
-    return std::exchange(lines_out_, {});
+    Answer nobody;
+    CarryOut(line, nobody);
+}
+
+WebHost::Caused WebHost::TakeCaused()
+{
+    const tv::MutexLock lock(line_mutex_);
+    return {std::exchange(lines_out_, {}), std::move(answer_)};
 }
 
 void WebHost::OnLineOut(const OrderedObject& line)
 {
     const std::string& kind = line.front().first;
-    const std::lock_guard lock(line_mutex_);
+    const tv::MutexLock lock(line_mutex_);
     std::string value;
     std::string text;
     const bool records = recorder_ && kind != "call" && kind != "log";
@@ -425,7 +430,7 @@ void WebHost::OnLineOut(const OrderedObject& line)
         text = WriteJson(line);
     }
     if (kind == "message") {
-        const std::lock_guard page_lock(page_mutex_);
+        const tv::MutexLock page_lock(page_mutex_);
         if (messages_)
             messages_->Send(std::move(value));
     } else if (answer_ && (kind == "reply" || kind == "did")) {
@@ -442,15 +447,27 @@ void WebHost::OnLineOut(const OrderedObject& line)
 long long WebHost::OpenPage()
 {
     {
-        // The channel first: the plug-in may have something to say at once.
-        const std::lock_guard lock(page_mutex_);
-        messages_ = server_.MakeChannel(WebServer::Unheard::Keep);
+        const tv::MutexLock lock(page_mutex_);
+        page_opening_ = true;
     }
-    Line line;
-    line.json["tv"] = "open";
-    line.text = WriteJson(line.json);
-    CarryOut(line, nullptr);
-    const std::lock_guard lock(page_mutex_);
+    try {
+        if (session_->is_open())
+            ClosePage(kReplaced);
+        {
+            // The channel first: the plug-in may have something to say at once.
+            const tv::MutexLock lock(page_mutex_);
+            messages_ = server_.MakeChannel(WebServer::Unheard::Keep);
+        }
+        Line line;
+        line.json["tv"] = "open";
+        line.text = WriteJson(line.json);
+        CarryOut(line);
+    } catch (...) {
+        const tv::MutexLock lock(page_mutex_);
+        page_opening_ = false;
+        throw;
+    }
+    const tv::MutexLock lock(page_mutex_);
     page_open_ = true;
     page_opening_ = false;
     return ++last_page_;
@@ -459,14 +476,14 @@ long long WebHost::OpenPage()
 void WebHost::ClosePage(const std::string& reason)
 {
     {
-        const std::lock_guard lock(page_mutex_);
+        const tv::MutexLock lock(page_mutex_);
         page_open_ = false;
     }
     Line line;
     line.json["tv"] = "close";
     line.text = WriteJson(line.json);
-    CarryOut(line, nullptr);
-    const std::lock_guard lock(page_mutex_);
+    CarryOut(line);
+    const tv::MutexLock lock(page_mutex_);
     messages_->Close(reason);
     messages_.reset();
 }
@@ -487,7 +504,7 @@ void WebHost::BeginRecording()
                                  {"tv", "setting"}, {"key", key}, {"value", options_.kept_settings[key]}}),
                              {R"({"did":"setting","delivered":0})"});
     }
-    CarryOut(date, nullptr);
+    CarryOut(date);
 }
 
 void WebHost::Tick()
@@ -500,17 +517,17 @@ void WebHost::Tick()
             std::min<Milliseconds>(target - ticked_, Milliseconds(std::numeric_limits<int>::max()));
         ticked_ += by;
         {
-            const std::lock_guard lock(line_mutex_);
+            const tv::MutexLock lock(line_mutex_);
             ticking_ = true;
         }
         Json::Value line;
         line["tv"] = "advance";
         line["ms"] = static_cast<Json::Int64>(by.count());
         session_->CarryOut(line);
-        const std::vector<std::string> lines_out = TakeLinesOut();
+        const std::vector<std::string> lines_out = TakeCaused().lines_out;
         if (recorder_)
             recorder_->Advance(by.count(), lines_out);
-        const std::lock_guard lock(line_mutex_);
+        const tv::MutexLock lock(line_mutex_);
         ticking_ = false;
     }
 }
@@ -519,7 +536,7 @@ void WebHost::Tick()
 
 std::shared_ptr<Channel> WebHost::MessagesOf(long long page)
 {
-    const std::lock_guard lock(page_mutex_);
+    const tv::MutexLock lock(page_mutex_);
     if (page < first_page_ || page > last_page_)
         throw Refused(404, "there never was a page " + std::to_string(page));
     if (page != last_page_ || !page_open_)

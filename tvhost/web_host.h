@@ -4,18 +4,17 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
 #include "core/calls.h"
+#include "core/mutex.h"
 #include "tvhost/recorder.h"
 #include "tvhost/session.h"
 #include "tvhost/web_files.h"
@@ -57,17 +56,19 @@ class WebHost {
     /// the plug-in. Throws PluginError. Once.
     void Run(const std::function<void()>& ready);
     /// Any thread. The line that is being carried out is finished; those that wait are refused.
-    void Stop();
+    void Stop() EXCLUDES(mutex_);
 
   private:
     using Clock = std::chrono::steady_clock;
     using Answer = WebServer::Answer;
 
-    /// One turn at the TV.
+    /// What is done in a turn at the TV. It gives the answer; where it throws, it leaves the answer to the
+    /// caller.
+    using Action = std::function<void(Answer& answer)>;
     struct Turn {
-        std::function<void()> run;
-        Answer answer;  ///< gets the error, when there is one; never empty
-        std::size_t bytes = 0;
+        Action run;
+        Answer answer;  ///< empty: it was given already
+        std::size_t bytes;
     };
     /// A line in, and the same as text.
     struct Line {
@@ -75,33 +76,41 @@ class WebHost {
         std::string text;
     };
 
-    // The server's thread.
-    void OnRequest(const WebRequest& request, const Answer& answer);
+    // The server's thread. What takes an answer leaves it to the caller where it throws.
+    void OnRequest(const WebRequest& request, Answer& answer);
     std::variant<std::shared_ptr<Channel>, WebResponse> OnListen(const std::string& path);
-    void OnPageRequest(const WebRequest& request, const std::string& path, const Answer& answer);
-    void OnMessage(long long page, bool blocking, const std::string& body, const Answer& answer);
-    void OnVerb(const std::string& body, const Answer& answer);
-    WebResponse StateResponse();
+    void OnPageRequest(const WebRequest& request, const std::string& path, Answer& answer);
+    void OnMessage(long long page, bool blocking, const std::string& body, Answer& answer);
+    void OnVerb(const std::string& body, Answer& answer);
+    WebResponse StateResponse() EXCLUDES(page_mutex_);
     WebResponse FileResponse(const WebRequest& request) const;
-    void HearJournal(bool heard);
-    /// False when it was refused: the turn's answer was given then.
-    bool TakeTurn(Turn turn);
+    void HearJournal(bool heard) EXCLUDES(mutex_);
+    /// `answer` is the turn's from then on. Refuses what is too much, or too late.
+    void TakeTurn(Action run, Answer& answer, std::size_t bytes = 0) EXCLUDES(mutex_);
 
     // The thread of Run.
-    void ServeTurns();
-    void RunTurn(const Turn& turn);
-    /// `answer` gets the line's reply, or what was done; it may be empty. Throws LineError.
-    void CarryOut(const Line& line, const Answer& answer);
-    std::vector<std::string> TakeLinesOut();
-    long long OpenPage();
-    void ClosePage(const std::string& reason);
+    void ServeTurns() EXCLUDES(mutex_);
+    /// `answer` gets the line's reply, or what was done, and is left to the caller where this throws, as it
+    /// does what Session::CarryOut throws.
+    void CarryOut(const Line& line, Answer& answer) EXCLUDES(line_mutex_);
+    /// Nobody waits for an answer.
+    void CarryOut(const Line& line);
+    /// What a line caused, and its answer, if it was not given.
+    struct Caused {
+        std::vector<std::string> lines_out;
+        Answer answer;
+    };
+    Caused TakeCaused() EXCLUDES(line_mutex_);
+    /// A page takes the place of the one that is open; its number.
+    long long OpenPage() EXCLUDES(page_mutex_);
+    void ClosePage(const std::string& reason) EXCLUDES(page_mutex_);
     void BeginRecording();
-    void Tick();
+    void Tick() EXCLUDES(line_mutex_);
 
     // Any thread.
-    void OnLineOut(const OrderedObject& line);
+    void OnLineOut(const OrderedObject& line) EXCLUDES(line_mutex_, page_mutex_);
     /// The messages of the page that is open. Refuses any other page.
-    std::shared_ptr<Channel> MessagesOf(long long page);
+    std::shared_ptr<Channel> MessagesOf(long long page) EXCLUDES(page_mutex_);
 
     const ServeOptions options_;
     const WebFiles files_;
@@ -109,31 +118,30 @@ class WebHost {
     WebServer server_;
     const std::shared_ptr<Channel> journal_;
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    // Guarded by mutex_.
-    std::deque<Turn> turns_;
-    std::size_t waiting_bytes_ = 0;
-    bool stopping_ = false;
-    Session* session_ = nullptr;                    ///< while it can be used
-    std::unique_ptr<tv::Calls::NoDelay> no_delay_;  ///< once it is stopping
+    tv::Mutex mutex_{tv::LockLevel::Turns};
+    tv::CondVar changed_;
+    std::deque<Turn> turns_ GUARDED_BY(mutex_);
+    std::size_t waiting_bytes_ GUARDED_BY(mutex_) = 0;
+    bool stopping_ GUARDED_BY(mutex_) = false;
+    Session* hearing_ GUARDED_BY(mutex_) = nullptr;  ///< session_, while it can be told what to hear
+    std::unique_ptr<tv::Calls::NoDelay> no_delay_ GUARDED_BY(mutex_);  ///< once it is stopping
 
-    std::mutex page_mutex_;
-    // Guarded by page_mutex_.
     const long long first_page_;
-    long long last_page_;
-    bool page_open_ = false;
-    bool page_opening_ = false;          ///< from before the page that it replaces closes
-    std::shared_ptr<Channel> messages_;  ///< of the page that is open
+    tv::Mutex page_mutex_{tv::LockLevel::Page};
+    long long last_page_ GUARDED_BY(page_mutex_);
+    bool page_open_ GUARDED_BY(page_mutex_) = false;
+    bool page_opening_ GUARDED_BY(page_mutex_) = false;  ///< from before the page that it replaces closes
+    std::shared_ptr<Channel> messages_ GUARDED_BY(page_mutex_);  ///< of the page that is open
 
     std::atomic<bool> journal_heard_{false};
-    std::mutex line_mutex_;
-    // Guarded by line_mutex_: where the line that is being carried out leaves what it causes.
-    std::vector<std::string> lines_out_;  ///< only while something is recorded
-    Answer answer_;                       ///< gets the reply or what was done; empty: nobody waits
-    bool ticking_ = false;
+    /// For where the line that is being carried out leaves what it causes.
+    tv::Mutex line_mutex_{tv::LockLevel::Lines};
+    std::vector<std::string> lines_out_ GUARDED_BY(line_mutex_);  ///< only while something is recorded
+    Answer answer_ GUARDED_BY(line_mutex_);  ///< gets the reply or what was done; empty: nobody waits
+    bool ticking_ GUARDED_BY(line_mutex_) = false;
 
     // The thread of Run only.
+    Session* session_ = nullptr;  ///< not owned; lives while turns are served
     Clock::time_point started_;
     std::chrono::milliseconds ticked_{0};  ///< playing time that the ticks have added up to
 };

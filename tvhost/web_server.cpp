@@ -15,7 +15,6 @@
 #include <csignal>
 #include <deque>
 #include <limits>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -23,6 +22,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/mutex.h"
 #include "tvhost/json_text.h"
 
 namespace host {
@@ -94,9 +94,9 @@ class ChannelQueue : public Channel, public std::enable_shared_from_this<Channel
         : shared_(shared), keeps_(keeps), on_listeners_(std::move(on_listeners))
     {}
 
-    void Send(std::string text) override
+    void Send(std::string text) override EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         if (closing_)
             return;
         if (inbox_bytes_ + text.size() > 4 * shared_.limits.queue_bytes ||
@@ -110,9 +110,9 @@ class ChannelQueue : public Channel, public std::enable_shared_from_this<Channel
         }
         Schedule();
     }
-    void Close(std::string reason) override
+    void Close(std::string reason) override EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         if (closing_)
             return;
         closing_ = std::move(reason);
@@ -125,25 +125,24 @@ class ChannelQueue : public Channel, public std::enable_shared_from_this<Channel
     void Leave(const Listener& listener);
 
   private:
-    void Schedule()
+    void Schedule() REQUIRES(mutex_)
     {
         if (!scheduled_)
             asio::post(shared_.io, [self = shared_from_this()] { self->Deliver(); });
         scheduled_ = true;
     }
-    void Deliver();
+    void Deliver() EXCLUDES(mutex_);
     void Keep(std::shared_ptr<const std::string> text);
 
     Shared& shared_;
     const bool keeps_;
     const OnListeners on_listeners_;
-    std::mutex mutex_;
-    // Guarded by mutex_.
-    std::vector<std::shared_ptr<const std::string>> inbox_;
-    std::size_t inbox_bytes_ = 0;
-    bool overflown_ = false;
-    bool scheduled_ = false;
-    std::optional<std::string> closing_;
+    tv::Mutex mutex_{tv::LockLevel::Channel};
+    std::vector<std::shared_ptr<const std::string>> inbox_ GUARDED_BY(mutex_);
+    std::size_t inbox_bytes_ GUARDED_BY(mutex_) = 0;
+    bool overflown_ GUARDED_BY(mutex_) = false;
+    bool scheduled_ GUARDED_BY(mutex_) = false;
+    std::optional<std::string> closing_ GUARDED_BY(mutex_);
     // The server's thread only.
     std::vector<Listener*> listeners_;
     std::deque<std::shared_ptr<const std::string>> kept_;
@@ -304,7 +303,7 @@ void ChannelQueue::Deliver()
     std::optional<std::string> closing;
     bool overflown = false;
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         texts.swap(inbox_);
         inbox_bytes_ = 0;
         overflown = std::exchange(overflown_, false);
@@ -508,21 +507,19 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             return Respond(TooLarge(), true);
         deadline_ = std::chrono::steady_clock::time_point::max();
         answering_ = true;
-        // Only here: a further answer to the request before can still come.
-        answered_ = false;
-        const unsigned turn = ++turn_;
         held_ = shared_from_this();
         WebRequest request{std::string(View(parser_->get().method_string())), Path(), std::move(body_)};
-        shared_.handlers.request(
-            std::move(request), [&io = shared_.io, weak = weak_from_this(), turn](WebResponse response) {
-                asio::dispatch(io, [weak, turn, response = std::move(response)]() mutable {
-                    const std::shared_ptr<HttpConnection> self = weak.lock();
-                    if (self && turn == self->turn_ && !std::exchange(self->answered_, true)) {
-                        self->held_.reset();
-                        self->Respond(std::move(response), true);
-                    }
-                });
-            });
+        static const WebResponse unanswered = ErrorResponse(500, "the request was given up");
+        shared_.handlers.request(std::move(request),
+                                 {[&io = shared_.io, weak = weak_from_this()](WebResponse response) {
+                                      asio::dispatch(io, [weak, response = std::move(response)]() mutable {
+                                          if (const std::shared_ptr<HttpConnection> self = weak.lock()) {
+                                              self->held_.reset();
+                                              self->Respond(std::move(response), true);
+                                          }
+                                      });
+                                  },
+                                  unanswered});
     }
 
     template <typename Body>
@@ -610,9 +607,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     std::size_t drained_ = 0;
     bool too_large_ = false;
     bool answering_ = false;                ///< a request was taken, and its answer is not yet written
-    bool answered_ = false;                 ///< its answer is known
-    std::shared_ptr<HttpConnection> held_;  ///< itself, until then
-    unsigned turn_ = 0;                     ///< counts requests
+    std::shared_ptr<HttpConnection> held_;  ///< itself, until the answer is known
     std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 

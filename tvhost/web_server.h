@@ -10,6 +10,8 @@
 #include <string>
 #include <variant>
 
+#include "core/reply_once.h"
+
 namespace host {
 
 /// The server can't have its address; what() says why in one line.
@@ -54,8 +56,9 @@ class Channel {
 /// elsewhere sent, is refused with 403; a body over the limit with 413.
 class WebServer {
   public:
-    /// Gives the answer to a request, on any thread. Of several the first one counts.
-    using Answer = std::function<void(WebResponse)>;
+    /// The right to answer a request, on any thread. Dropped, it answers with status 500. It must not outlive
+    /// the server.
+    using Answer = tv::ReplyOnce<WebResponse>;
     struct Handlers {
         /// A request. On the server's thread: it must not wait.
         std::function<void(WebRequest, Answer)> request;

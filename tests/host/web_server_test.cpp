@@ -1,3 +1,5 @@
+#include "tvhost/web_server.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -6,6 +8,7 @@
 #include <filesystem>
 #include <iterator>
 #include <map>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -434,6 +437,49 @@ TEST_F(WebServer, AConnectionMayEndBeforeTheTurnThatAnsweredIt)
     EXPECT_EQ(J(reply.body)["code"], 0);
     WaitFor([&] { return count_descriptors() <= before; });
     EXPECT_EQ(client_.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
+}
+
+TEST_F(WebServer, AFailureInATurnIsAnsweredAndTheHostGoesOn)
+{
+    const Json::Int64 number = State()["page"].asInt64();
+    client_.Post(page_ + "close");
+    {
+        // Fails while the next page's instance is made, on the thread of the turns.
+        const auto failing = tv::TheJournal().ListenToCalls([](const tv::CallRecord& call) {
+            if (call.name == std::string("TVServiceAPI::CreateSignalSubscriber"))
+                throw std::runtime_error("the listener failed");
+        });
+        const WebReply reply = client_.Post("/page/open");
+        EXPECT_EQ(reply.status, 500);
+        EXPECT_EQ(reply.body, R"({"error":"the listener failed"})");
+        EXPECT_TRUE(reply.keeps_alive);
+        EXPECT_TRUE(State()["page"].isNull());
+    }
+    EXPECT_EQ(J(client_.Post("/page/open").body)["page"], number + 1);
+    const std::string page = "/page/" + std::to_string(number + 1) + '/';
+    EXPECT_EQ(client_.Post(page + "await", kVersionMessage).body, kVersionReply);
+}
+
+TEST(WebAnswer, IsAnErrorWhenItIsDropped)
+{
+    host::WebServer server("127.0.0.1", 0, {});
+    std::thread later;
+    server.Start({[&later](const host::WebRequest& request, host::WebServer::Answer answer) {
+                      if (request.path == "/later")
+                          later = std::thread([dropped = std::move(answer)] {});
+                      else if (request.path == "/given")
+                          answer(host::ErrorResponse(418, "given"));
+                  },
+                  [](const std::string&) { return host::ErrorResponse(404, "nothing"); }});
+    WebClient client(server.port());
+    for (const auto& [path, status] :
+         std::map<std::string, int>{{"/at-once", 500}, {"/given", 418}, {"/later", 500}}) {
+        const WebReply reply = client.Get(path);
+        EXPECT_EQ(reply.status, status) << path;
+        EXPECT_TRUE(J(reply.body)["error"].isString() && reply.keeps_alive) << path;
+    }
+    later.join();
+    EXPECT_TRUE(client.IsQuiet());
 }
 
 TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)

@@ -6,12 +6,12 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "core/mutex.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
@@ -37,7 +37,7 @@ class Tracing {
     {
         tv::ScopeTracer::Get().Start(
             [this](const tv::TracedScope& scope) {
-                const std::lock_guard lock(mutex_);
+                const tv::MutexLock lock(mutex_);
                 scopes_.push_back(scope);
             },
             capture);
@@ -46,7 +46,7 @@ class Tracing {
 
     std::vector<tv::TracedScope> Take()
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         return std::exchange(scopes_, {});
     }
     Lines TakeLines() { return LinesOf(Take()); }
@@ -67,8 +67,8 @@ class Tracing {
     }
 
   private:
-    std::mutex mutex_;
-    std::vector<tv::TracedScope> scopes_;  // guarded by mutex_
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::vector<tv::TracedScope> scopes_ GUARDED_BY(mutex_);
 };
 
 TEST(Tracing, RecordsTheScopesOfASession)

@@ -151,7 +151,7 @@ TEST(MessageLoop, RegistrationReportsPeppersErrors)
     EXPECT_TRUE(worker.Start());
     EXPECT_FALSE(worker.Start());
     EXPECT_EQ(instance.RegisterMessageHandler(nullptr, worker.message_loop()), PP_ERROR_BADARGUMENT);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop()), PP_ERROR_BADARGUMENT);
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop::GetCurrent()), PP_ERROR_BADARGUMENT);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_FAILED);
 
@@ -178,22 +178,36 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     worker->Start();
     ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker->message_loop()), PP_OK);
 
-    auto in_flight = std::async(std::launch::async, [&] { return element.Await("first"); });
+    std::atomic<int> told{0};
+    const auto reply_of = [&told](const pp::Var& expected) {
+        return tv::EmbeddedInstance::Reply(
+            [&told, expected](const pp::Var& reply) {
+                EXPECT_EQ(reply, expected);
+                ++told;
+            },
+            pp::Var());
+    };
+    auto in_flight =
+        std::async(std::launch::async, [&] { return element.Await("first", reply_of("first")); });
     handler.entered.get_future().wait();
     std::vector<std::future<pp::Var>> waiting;
     for (int i = 0; i < 4; ++i)
-        waiting.push_back(std::async(std::launch::async, [&] { return element.Await("later"); }));
+        waiting.push_back(
+            std::async(std::launch::async, [&] { return element.Await("later", reply_of(pp::Var())); }));
 
     pp::MessageLoop loop = worker->message_loop();
     EXPECT_EQ(loop.PostQuit(true), PP_OK);
-    EXPECT_TRUE(element.Await("refused").is_undefined());
+    const int told_before = told;
+    EXPECT_TRUE(element.Await("refused", reply_of(pp::Var())).is_undefined());
+    EXPECT_GT(told, told_before) << "told before the wait is over";
     handler.gate.set_value();
     worker.reset();
     EXPECT_EQ(in_flight.get().AsString(), "first");
     for (std::future<pp::Var>& reply : waiting)
         EXPECT_TRUE(reply.get().is_undefined());
     EXPECT_EQ(handler.unregistered, 1);
-    EXPECT_TRUE(element.Await("after").is_undefined());
+    EXPECT_TRUE(element.Await("after", reply_of(pp::Var())).is_undefined());
+    EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
 }
 
@@ -216,7 +230,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
 
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
     EXPECT_EQ(loop.Run(), PP_ERROR_WRONG_THREAD);
-    EXPECT_TRUE(pp::MessageLoop::GetCurrent().is_null());
+    EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_ERROR_BADARGUMENT) << "this thread has none";
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), std::int64_t{3600} * 1000), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
@@ -232,8 +246,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     std::thread([&] {
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_OK);
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_ERROR_INPROGRESS);
-        EXPECT_FALSE(pp::MessageLoop::GetCurrent().is_null());
-        EXPECT_EQ(loop.Run(), PP_OK);
+        EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_OK) << "it names the same loop";
     }).join();
     // When the late work is due, beside the other, is up to the machine.
     const std::size_t at = ran.find("late0 ");

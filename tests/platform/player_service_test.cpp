@@ -1,5 +1,3 @@
-#include "tv/tv.h"
-
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/page.h"
+#include "tv/tv.h"
 
 namespace {
 

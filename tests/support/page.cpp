@@ -109,19 +109,19 @@ void Page::OnMessage(const pp::Var& message)
     const Json::Value json = tv::ToJson(message);
     std::function<void(const Json::Value&)> observer;
     {
-        const std::lock_guard lock(mutex_);
+        const tv::MutexLock lock(mutex_);
         observer = observer_;
         if (!observer)
             messages_.push_back(json);
     }
-    posted_.notify_all();
+    posted_.NotifyAll();
     if (observer)
         observer(json);
 }
 
 std::vector<Json::Value> Page::TakeMessages()
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     return std::exchange(messages_, {});
 }
 
@@ -135,20 +135,21 @@ Lines Page::TakeTexts()
 
 std::vector<Json::Value> Page::TakeMessages(std::size_t count)
 {
-    std::unique_lock lock(mutex_);
-    posted_.wait(lock, [&] { return messages_.size() >= count; });
+    const tv::MutexLock lock(mutex_);
+    while (messages_.size() < count)
+        posted_.Wait(mutex_);
     return std::exchange(messages_, {});
 }
 
 void Page::Observe(std::function<void(const Json::Value&)> observer)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     observer_ = std::move(observer);
 }
 
 Lines Collected::Take()
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     return std::exchange(lines_, {});
 }
 
@@ -165,7 +166,7 @@ Lines Collected::TakeHolding(const std::vector<std::string>& texts)
 
 void Collected::Add(const std::string& line)
 {
-    const std::lock_guard lock(mutex_);
+    const tv::MutexLock lock(mutex_);
     lines_.push_back(line);
 }
 

@@ -3,15 +3,14 @@
 #include <json/value.h>
 #include <json/writer.h>
 
-#include <condition_variable>
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "core/journal.h"
+#include "core/mutex.h"
 #include "services/web-runtime/web_runtime.h"
 #include "tvhost/plugin.h"
 
@@ -52,27 +51,27 @@ class Page {
     void Answer(const std::string& answer) { Do(R"({"tv":"answer","call":)" + answer + "}"); }
 
     /// What the plug-in posted since the last call, oldest first.
-    std::vector<Json::Value> TakeMessages();
+    std::vector<Json::Value> TakeMessages() EXCLUDES(mutex_);
     /// The same, as texts.
     Lines TakeTexts();
     /// Waits until there are that many and takes them.
-    std::vector<Json::Value> TakeMessages(std::size_t count);
+    std::vector<Json::Value> TakeMessages(std::size_t count) EXCLUDES(mutex_);
     /// Calls `observer` for each message, on the posting thread, instead of keeping it.
-    void Observe(std::function<void(const Json::Value&)> observer);
+    void Observe(std::function<void(const Json::Value&)> observer) EXCLUDES(mutex_);
 
     /// Sends messages from any thread, even while this page closes and after that: what nobody handles any
     /// more is answered with an undefined var. Call it on the page's thread, while the page is open.
     tv::EmbeddedInstance::Sender GetSender() const { return instance_->GetSender(); }
 
   private:
-    void OnMessage(const pp::Var& message);
+    void OnMessage(const pp::Var& message) EXCLUDES(mutex_);
     void Settle();
 
     const Deliveries deliveries_;
-    std::mutex mutex_;
-    std::condition_variable posted_;
-    std::vector<Json::Value> messages_;                 // guarded by mutex_
-    std::function<void(const Json::Value&)> observer_;  // guarded by mutex_
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    tv::CondVar posted_;
+    std::vector<Json::Value> messages_ GUARDED_BY(mutex_);
+    std::function<void(const Json::Value&)> observer_ GUARDED_BY(mutex_);
     std::unique_ptr<host::Plugin> plugin_;
     std::unique_ptr<tv::EmbeddedInstance> instance_;
 };
@@ -81,16 +80,16 @@ class Page {
 class Collected {
   public:
     /// The lines since the last Take.
-    Lines Take();
+    Lines Take() EXCLUDES(mutex_);
     /// Of those lines the ones that hold one of the texts.
     Lines TakeHolding(const std::vector<std::string>& texts);
 
   protected:
     Collected() = default;
-    void Add(const std::string& line);
+    void Add(const std::string& line) EXCLUDES(mutex_);
 
-    std::mutex mutex_;
-    Lines lines_;  // guarded by mutex_
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    Lines lines_ GUARDED_BY(mutex_);
     std::unique_ptr<tv::Journal::Listening> listening_;
 };
 

@@ -3,10 +3,10 @@
 #include <atomic>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "PloomiaEvent.h"
+#include "ZeLumoMutex.h"
 #include "content-service/FCAPI.h"
 #include "content-service/FCEMSProxy.h"
 #include "plugin-support/PPBaseMessageHandler.h"
@@ -73,13 +73,13 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     // Events. Subscriptions change on the worker thread, and end on the plug-in thread.
     /// Also asks for the events of player 101. False when the event is subscribed to already, or without an
     /// event proxy: then nothing has changed.
-    bool RegisterEvent(ePloomiaEvent event);
+    bool RegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
     /// True, whether or not the event was subscribed to.
-    bool UnRegisterEvent(ePloomiaEvent event);
+    bool UnRegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
     /// Ends every event subscription and signal 177's, where the event proxy and the subscriber can be had.
     /// When it has returned, no callback of them is running or will start, unless it was called from inside
     /// one. May be called again.
-    void PurgeAllSubscribedSignal();
+    void PurgeAllSubscribedSignal() ZELUMO_EXCLUDES(m_mutexLists);
     /// Any thread: posts an event to the page; a channel load carries the channel and its programme.
     void SendPloomiaEvent(ePloomiaEvent event);
     /// Any thread: posts a player event to the page.
@@ -106,10 +106,10 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     bool GetBooleanFromVconfWithKey(std::string& key, int& value);
     /// From now on the page is told when the key is written. False when it is watched already, or when the
     /// store refuses.
-    bool AddVconfCallbackWithKey(std::string& key);
+    bool AddVconfCallbackWithKey(std::string& key) ZELUMO_EXCLUDES(m_mutexLists);
     /// Ends every watch. When it has returned, no callback is running or will start, unless it was called
     /// from inside one. May be called again.
-    void PurgeAllVconfCB();
+    void PurgeAllVconfCB() ZELUMO_EXCLUDES(m_mutexLists);
     /// Settings store's thread; the user data are the handler, and with null nothing is posted.
     static void t_VconfChangedCallBack(_keynode_t* node, void* userData);
 
@@ -140,11 +140,10 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
 
     /// Read by the services' threads; goes from false to true before teardown ends the first subscription.
     std::atomic<bool> m_bDestroyed;
-    /// Guards the two lists, which the worker changes while teardown may be emptying them. No platform
-    /// call is made under it.
-    std::mutex m_mutexLists;
-    std::list<int> m_listSubscribedEvent;
-    std::list<std::string> m_listVconfKey;
+    /// The worker changes the two lists while teardown may be emptying them.
+    zelumo::Mutex m_mutexLists;
+    std::list<int> m_listSubscribedEvent ZELUMO_GUARDED_BY(m_mutexLists);
+    std::list<std::string> m_listVconfKey ZELUMO_GUARDED_BY(m_mutexLists);
     pp::Instance* instance_;  // not owned; holds this handler
     std::unique_ptr<BMSAdaptor> m_pBMSAdaptor;
 };

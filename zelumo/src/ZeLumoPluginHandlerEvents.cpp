@@ -88,7 +88,7 @@ bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
 {
     LOG_DEBUG("[CZeLumoPluginHandler::%s] event  %d", __func__, event);
     {
-        const std::lock_guard lock(m_mutexLists);
+        const zelumo::MutexLock lock(m_mutexLists);
         if (std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event) !=
             m_listSubscribedEvent.end()) {
             LOG_ERROR("[CZeLumoPluginHandler::%s] already registered signal: %d", __func__, event);
@@ -104,7 +104,7 @@ bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
     m_pBMSAdaptor->RegisterSendEvent(kPlayerIdPlugin, t_BMSOnEvent, this);
     LOG_DEBUG("[CZeLumoPluginHandler::%s] SetCallbackBMS PlayerID : 101", __func__);
     proxy->Subscribe(event, this);
-    const std::lock_guard lock(m_mutexLists);
+    const zelumo::MutexLock lock(m_mutexLists);
     m_listSubscribedEvent.push_back(event);
     return true;
 }
@@ -114,7 +114,7 @@ bool CZeLumoPluginHandler::UnRegisterEvent(ePloomiaEvent event)
     LOG_DEBUG(" CZeLumoPluginHandler::UnRegisterEvent is called event is %d", event);
     if (FCEMSProxy* const proxy = GetEventProxy())
         proxy->Unsubscribe(event);
-    const std::lock_guard lock(m_mutexLists);
+    const zelumo::MutexLock lock(m_mutexLists);
     const auto listed = std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event);
     if (listed != m_listSubscribedEvent.end())
         m_listSubscribedEvent.erase(listed);
@@ -126,7 +126,7 @@ void CZeLumoPluginHandler::PurgeAllSubscribedSignal()
     LOG_ERROR("[CZeLumoPluginHandler::%s]", __func__);
     std::list<int> events;
     {
-        const std::lock_guard lock(m_mutexLists);
+        const zelumo::MutexLock lock(m_mutexLists);
         events.swap(m_listSubscribedEvent);
     }
     if (FCEMSProxy* const proxy = GetEventProxy()) {

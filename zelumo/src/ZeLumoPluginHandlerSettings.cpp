@@ -59,7 +59,7 @@ bool CZeLumoPluginHandler::GetBooleanFromVconfWithKey(std::string& key, int& val
 bool CZeLumoPluginHandler::AddVconfCallbackWithKey(std::string& key)
 {
     {
-        const std::lock_guard lock(m_mutexLists);
+        const zelumo::MutexLock lock(m_mutexLists);
         if (std::find(m_listVconfKey.begin(), m_listVconfKey.end(), key) != m_listVconfKey.end()) {
             LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__,
                       key.c_str());
@@ -71,7 +71,7 @@ bool CZeLumoPluginHandler::AddVconfCallbackWithKey(std::string& key)
                   key.c_str());
         return false;
     }
-    const std::lock_guard lock(m_mutexLists);
+    const zelumo::MutexLock lock(m_mutexLists);
     m_listVconfKey.push_back(key);
     return true;
 }
@@ -81,7 +81,7 @@ void CZeLumoPluginHandler::PurgeAllVconfCB()
     LOG_ERROR("[CZeLumoPluginHandler::%s]", __func__);
     std::list<std::string> keys;
     {
-        const std::lock_guard lock(m_mutexLists);
+        const zelumo::MutexLock lock(m_mutexLists);
         keys.swap(m_listVconfKey);
     }
     for (const std::string& key : keys)

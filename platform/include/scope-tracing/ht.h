@@ -36,6 +36,9 @@ enum : unsigned {
     HT_RECORD_TYPES = 4,       ///< append its type, these settings and its size to the lists
 };
 
+class TCScopeContainer;
+class TCScopeHandler;
+
 namespace ht {
 
 /// The size of a text in the type lists, which is the most that is kept of one where room is fixed.
@@ -49,13 +52,12 @@ class PLATFORM_API TSCallItemHelper {
     /// A text. Both copy.
     void Store(const char* characters, std::size_t length);
 
+  private:
+    friend class ::TCScopeContainer;  // hands them on when the scope closes
     struct Item {
         bool fixed;
         std::string bytes;
     };
-    const std::vector<Item>& items() const { return items_; }
-
-  private:
     std::vector<Item> items_;
 };
 
@@ -65,8 +67,6 @@ struct PLATFORM_API TSDemangler {
 };
 
 }  // namespace ht
-
-class TCScopeHandler;
 
 /// One scope, open as long as it lives. When it closes, queued callbacks are run first.
 class PLATFORM_API TCScopeContainer {

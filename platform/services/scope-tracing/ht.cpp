@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <variant>
 
 #include "services/scope-tracing/scope_tracer.h"
 
@@ -35,16 +36,17 @@ std::uint32_t PointNumber(ht_point_id& id)
     return id.compare_exchange_strong(number, made) ? made : number;
 }
 
-tv::TracedScope::Value Decode(const ht::TSCallItemHelper::Item& item, bool deferred)
+/// `fixed`: the bytes are a value's in memory, not a text's.
+std::variant<int, bool, std::string> Decode(bool fixed, const std::string& bytes)
 {
-    if (item.fixed && item.bytes.size() == sizeof(bool))
-        return {item.bytes[0] != 0, deferred};
-    if (item.fixed && item.bytes.size() == sizeof(int)) {
+    if (fixed && bytes.size() == sizeof(bool))
+        return bytes[0] != 0;
+    if (fixed && bytes.size() == sizeof(int)) {
         int number = 0;
-        std::memcpy(&number, item.bytes.data(), sizeof number);
-        return {number, deferred};
+        std::memcpy(&number, bytes.data(), sizeof number);
+        return number;
     }
-    return {item.bytes, deferred};
+    return bytes;
 }
 
 }  // namespace
@@ -79,10 +81,10 @@ TCScopeContainer::~TCScopeContainer()
     if (!m_Handler->IsCollecting())
         return;
     const std::int64_t end = SteadyNow();
-    ht::TSCallItemHelper& item = m_Handler->m_CallItem;
-    const std::size_t immediate = item.items().size();
+    const std::vector<ht::TSCallItemHelper::Item>& items = m_Handler->m_CallItem.items_;
+    const std::size_t immediate = items.size();
     for (const auto& store : m_Handler->m_Deferred)
-        store(item);
+        store(m_Handler->m_CallItem);
 
     tv::TracedScope scope;
     scope.point = PointNumber(*m_Location.m_Id);
@@ -93,8 +95,8 @@ TCScopeContainer::~TCScopeContainer()
     scope.duration = std::chrono::nanoseconds(end - m_Start);
     scope.thread = static_cast<int>(syscall(SYS_gettid));
     scope.thread_name = ThreadName();
-    for (std::size_t i = 0; i < item.items().size(); ++i)
-        scope.values.push_back(Decode(item.items()[i], i >= immediate));
+    for (std::size_t i = 0; i < items.size(); ++i)
+        scope.values.push_back({Decode(items[i].fixed, items[i].bytes), i >= immediate});
     auto settings = m_Handler->m_TypeSettings.begin();
     auto size = m_Handler->m_TypeSizes.begin();
     for (const std::string& name : m_Handler->m_TypeNames)

@@ -13,7 +13,7 @@ ScopeTracer& ScopeTracer::Get()
 void ScopeTracer::Start(Sink sink, unsigned capture)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         sink_ = std::move(sink);
         started_ = std::chrono::steady_clock::now().time_since_epoch();
         capture_ = capture;
@@ -25,14 +25,14 @@ void ScopeTracer::Start(Sink sink, unsigned capture)
 void ScopeTracer::Stop()
 {
     libraries_.Enable(false);
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     on_ = false;
     sink_ = nullptr;
 }
 
 void ScopeTracer::Close(TracedScope scope)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     // A scope may have been opened before tracing was switched off and on again.
     if (!sink_ || scope.start < started_)
         return;

@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "core/mutex.h"
 #include "core/service.h"
 #include "scope-tracing/ht.h"
 #include "services/scope-tracing/trace_libraries.h"
@@ -54,9 +54,9 @@ class PLATFORM_API ScopeTracer : public Service {
 
     /// On, for the libraries that are loaded now or later. `capture` (HT_…) is how every scope wants its
     /// first value.
-    void Start(Sink sink, unsigned capture = HT_CAPTURE_IMMEDIATE);
+    void Start(Sink sink, unsigned capture = HT_CAPTURE_IMMEDIATE) EXCLUDES(mutex_);
     /// Off. The sink is not running any more; scopes that are still open are dropped.
-    void Stop();
+    void Stop() EXCLUDES(mutex_);
 
     const CallTable* calls() const override;
 
@@ -67,17 +67,16 @@ class PLATFORM_API ScopeTracer : public Service {
     std::uint32_t NewPoint() { return 1 + points_.fetch_add(1, std::memory_order_relaxed); }
     /// `scope.start` is a time of the steady clock here.
     /// Dropped while tracing is off.
-    void Close(TracedScope scope);
+    void Close(TracedScope scope) EXCLUDES(mutex_);
 
   private:
     TraceLibraries& libraries_;
     std::atomic<bool> on_{false};
     std::atomic<unsigned> capture_{HT_CAPTURE_IMMEDIATE};
     std::atomic<std::uint32_t> points_{0};
-    std::mutex mutex_;
-    // Guarded by mutex_, which is held while the sink runs.
-    Sink sink_;
-    std::chrono::nanoseconds started_{0};
+    Mutex mutex_{LockLevel::Tracer};  ///< held while the sink runs
+    Sink sink_ GUARDED_BY(mutex_);
+    std::chrono::nanoseconds started_ GUARDED_BY(mutex_){0};
 };
 
 }  // namespace tv

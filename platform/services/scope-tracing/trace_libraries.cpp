@@ -12,20 +12,20 @@ TraceLibraries& TraceLibraries::Get()
 
 void TraceLibraries::Register(ht_enabled_flag* enabled)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     flags_.push_back(enabled);
     enabled->store(on_ ? 1 : 0);
 }
 
 void TraceLibraries::Deregister(ht_enabled_flag* enabled)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     flags_.erase(std::remove(flags_.begin(), flags_.end(), enabled), flags_.end());
 }
 
 void TraceLibraries::Enable(bool on)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     on_ = on;
     for (ht_enabled_flag* flag : flags_)
         flag->store(on ? 1 : 0);
@@ -33,7 +33,7 @@ void TraceLibraries::Enable(bool on)
 
 std::size_t TraceLibraries::Count() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return flags_.size();
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <mutex>
+#include <cstddef>
 #include <vector>
 
+#include "core/mutex.h"
 #include "scope-tracing/ht_library.h"
 
 namespace tv {
@@ -13,18 +14,19 @@ class PLATFORM_API TraceLibraries {
     /// The one of the process, never destroyed.
     static TraceLibraries& Get();
 
-    void Register(ht_enabled_flag* enabled);
+    void Register(ht_enabled_flag* enabled) EXCLUDES(mutex_);
     /// The flag is not touched any more.
-    void Deregister(ht_enabled_flag* enabled);
+    void Deregister(ht_enabled_flag* enabled) EXCLUDES(mutex_);
     /// Switches tracing on or off, for the libraries that are registered now or later.
-    void Enable(bool on);
-    std::size_t Count() const;
+    void Enable(bool on) EXCLUDES(mutex_);
+    std::size_t Count() const EXCLUDES(mutex_);
 
   private:
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    bool on_ = false;
-    std::vector<ht_enabled_flag*> flags_;  // not owned; each lives until its library deregisters it
+    /// Tracing may be switched whatever else is held.
+    mutable Mutex mutex_{LockLevel::Leaf};
+    bool on_ GUARDED_BY(mutex_) = false;
+    /// Not owned; each lives until its library deregisters it.
+    std::vector<ht_enabled_flag*> flags_ GUARDED_BY(mutex_);
 };
 
 }  // namespace tv

@@ -90,32 +90,32 @@ const CallTable* ExtensionSystem::calls() const
 
 void ExtensionSystem::Load(ExtensionConfig config)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     config_ = std::move(config);
 }
 
 ExtensionConfig ExtensionSystem::config() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return config_;
 }
 
 const void* ExtensionSystem::LookUp()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     ++look_ups_;
     return config_.available ? &kTable : nullptr;
 }
 
 int ExtensionSystem::CountLookUps() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     return look_ups_;
 }
 
 void ExtensionSystem::Observe(VarObserver observer)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     observer_ = std::move(observer);
 }
 
@@ -123,7 +123,7 @@ void ExtensionSystem::Observed(const PP_Var& var) const
 {
     VarObserver observer;
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         observer = observer_;
     }
     if (observer)
@@ -132,7 +132,7 @@ void ExtensionSystem::Observed(const PP_Var& var) const
 
 bool ExtensionSystem::Perform(const std::string& operation, const Json::Value& data, Json::Value& result)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (operation == "check_ace_privilege" && data.isString()) {
         const auto found = config_.privileges.find(data.asString());
         result = found != config_.privileges.end() && found->second;
@@ -157,7 +157,7 @@ bool ExtensionSystem::Perform(const std::string& operation, const Json::Value& d
 
 Json::Value ExtensionSystem::StateJson() const
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     Json::Value state;
     state["available"] = config_.available;
     state["embedderName"] = config_.embedder;

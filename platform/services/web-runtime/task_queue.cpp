@@ -6,135 +6,130 @@ namespace tv {
 
 TaskQueue::~TaskQueue()
 {
-    std::unique_lock lock(mutex_);
-    CancelAll(lock);
+    Contents left;
+    {
+        const MutexLock lock(mutex_);
+        left = End();
+    }
+    CancelAll(left);
 }
 
 bool TaskQueue::Attach()
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (thread_ != std::thread::id())
         return false;
     thread_ = std::this_thread::get_id();
     return true;
 }
 
-bool TaskQueue::IsAttached() const
-{
-    const std::lock_guard lock(mutex_);
-    return thread_ != std::thread::id() && !ended_;
-}
-
-bool TaskQueue::IsAttachedHere() const
-{
-    const std::lock_guard lock(mutex_);
-    return thread_ == std::this_thread::get_id();
-}
-
 bool TaskQueue::Post(Kind kind, Task& task)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (ended_ || (quitting_ && kind == Kind::Message))
             return false;
-        items_.push_back({kind, &task});
+        contents_.items.push_back({kind, &task});
     }
-    changed_.notify_one();
+    changed_.NotifyOne();
     return true;
 }
 
 bool TaskQueue::PostLater(Task& task, Clock::time_point when)
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (ended_)
             return false;
-        later_.emplace(when, &task);
+        contents_.later.emplace(when, &task);
     }
-    changed_.notify_one();
+    changed_.NotifyOne();
     return true;
 }
 
 bool TaskQueue::Quit()
 {
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (ended_)
             return false;
         quitting_ = true;
-        items_.push_back({Kind::Work, nullptr});
+        contents_.items.push_back({Kind::Work, nullptr});
     }
-    changed_.notify_one();
+    changed_.NotifyOne();
     return true;
 }
 
 bool TaskQueue::OnEnd(std::function<void()> observer)
 {
-    const std::lock_guard lock(mutex_);
+    const MutexLock lock(mutex_);
     if (thread_ == std::thread::id() || ended_)
         return false;
-    on_end_.push_back(std::move(observer));
+    contents_.on_end.push_back(std::move(observer));
     return true;
 }
 
-Task* TaskQueue::Next(std::unique_lock<std::mutex>& lock, bool& cancel)
+Task* TaskQueue::Next(bool& cancel)
 {
+    std::deque<Item>& items = contents_.items;
+    std::multimap<Clock::time_point, Task*>& later = contents_.later;
     while (true) {
-        if (!later_.empty() && later_.begin()->first <= Clock::now()) {
-            Task* const task = later_.begin()->second;
-            later_.erase(later_.begin());
+        if (!later.empty() && later.begin()->first <= Clock::now()) {
+            Task* const task = later.begin()->second;
+            later.erase(later.begin());
             cancel = false;
             return task;
         }
-        if (!items_.empty()) {
-            const Item item = items_.front();
-            items_.pop_front();
+        if (!items.empty()) {
+            const Item item = items.front();
+            items.pop_front();
             cancel = quitting_ && item.kind == Kind::Message;
             return item.task;
         }
-        if (later_.empty())
-            changed_.wait(lock);
+        if (later.empty())
+            changed_.Wait(mutex_);
         else
-            changed_.wait_until(lock, later_.begin()->first);
+            changed_.WaitUntil(mutex_, later.begin()->first);
     }
 }
 
-void TaskQueue::CancelAll(std::unique_lock<std::mutex>& lock)
+TaskQueue::Contents TaskQueue::End()
 {
     ended_ = true;
-    std::deque<Item> items = std::exchange(items_, {});
-    std::multimap<Clock::time_point, Task*> later = std::exchange(later_, {});
-    lock.unlock();
-    for (const Item& item : items) {
+    return std::exchange(contents_, {});
+}
+
+void TaskQueue::CancelAll(const Contents& left)
+{
+    for (const Item& item : left.items) {
         if (item.task != nullptr)
             item.task->Cancel();
     }
-    for (const auto& entry : later)
+    for (const auto& entry : left.later)
         entry.second->Cancel();
-    lock.lock();
 }
 
 bool TaskQueue::Run()
 {
-    std::unique_lock lock(mutex_);
+    MutexLock lock(mutex_);
     if (thread_ != std::this_thread::get_id() || ended_)
         return false;
     while (true) {
         bool cancel = false;
-        Task* const task = Next(lock, cancel);
+        Task* const task = Next(cancel);
         if (task == nullptr)
             break;
-        lock.unlock();
+        lock.Unlock();
         if (cancel)
             task->Cancel();
         else
             task->Run();
-        lock.lock();
+        lock.Lock();
     }
-    CancelAll(lock);
-    std::vector<std::function<void()>> observers = std::exchange(on_end_, {});
-    lock.unlock();
-    for (const std::function<void()>& observer : observers)
+    const Contents left = End();
+    lock.Unlock();
+    CancelAll(left);
+    for (const std::function<void()>& observer : left.on_end)
         observer();
     return true;
 }

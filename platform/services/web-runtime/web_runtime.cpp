@@ -3,9 +3,8 @@
 #include <semaphore.h>
 
 #include <map>
-#include <mutex>
-#include <optional>
 
+#include "core/mutex.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/message_handler.h"
@@ -18,7 +17,7 @@ namespace tv {
 /// The runtime's side of one instance. Shared by the element, the registry and messages on their way.
 class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
   public:
-    using ReplySink = EmbeddedInstance::ReplySink;
+    using Reply = EmbeddedInstance::Reply;
 
     InstanceRecord(PP_Instance id, EmbeddedInstance::MessageSink sink) : id_(id), sink_(std::move(sink)) {}
 
@@ -29,11 +28,11 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
 
     void PostToPage(const pp::Var& message) const { sink_(message); }
 
-    int32_t Register(pp::MessageHandler* handler, const std::shared_ptr<TaskQueue>& queue)
+    int32_t Register(pp::MessageHandler* handler, const std::shared_ptr<TaskQueue>& queue) EXCLUDES(mutex_)
     {
         if (handler == nullptr || !queue)
             return PP_ERROR_BADARGUMENT;
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         if (handler_ != nullptr)
             return PP_ERROR_FAILED;
         // The handler is dropped at the latest when its loop ends: it may be gone soon after.
@@ -47,7 +46,7 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
         return PP_OK;
     }
 
-    void Unregister()
+    void Unregister() EXCLUDES(mutex_)
     {
         const std::shared_ptr<TaskQueue> queue = Queue();
         if (!queue)
@@ -70,28 +69,28 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
             static_cast<void>(task.release());  // deletes itself when it is run or cancelled
     }
 
-    std::shared_ptr<TaskQueue> Queue() const
+    std::shared_ptr<TaskQueue> Queue() const EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         return queue_;
     }
 
     /// On the handler's loop: the handler, or null once it was dropped.
-    pp::MessageHandler* handler() const
+    pp::MessageHandler* handler() const EXCLUDES(mutex_)
     {
-        const std::lock_guard lock(mutex_);
+        const MutexLock lock(mutex_);
         return handler_;
     }
 
-    /// Nothing when nobody takes the message; `on_reply` was not called then.
-    std::optional<pp::Var> Send(const pp::Var& message, bool blocking, const ReplySink& on_reply);
+    /// Undefined when nobody takes the message.
+    pp::Var Send(const pp::Var& message, bool blocking, Reply on_reply) EXCLUDES(mutex_);
 
   private:
-    void DropHandler()
+    void DropHandler() EXCLUDES(mutex_)
     {
         pp::MessageHandler* dropped = nullptr;
         {
-            const std::lock_guard lock(mutex_);
+            const MutexLock lock(mutex_);
             std::swap(dropped, handler_);
             queue_.reset();
         }
@@ -102,10 +101,9 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
     const PP_Instance id_;
     const EmbeddedInstance::MessageSink sink_;
     std::unique_ptr<pp::Instance> instance_;  // the owner's thread only
-    mutable std::mutex mutex_;
-    // Guarded by mutex_.
-    pp::MessageHandler* handler_ = nullptr;  // not owned; dropped when its loop ends
-    std::shared_ptr<TaskQueue> queue_;
+    mutable Mutex mutex_{LockLevel::Service};
+    pp::MessageHandler* handler_ GUARDED_BY(mutex_) = nullptr;  // not owned; dropped when its loop ends
+    std::shared_ptr<TaskQueue> queue_ GUARDED_BY(mutex_);
 };
 
 namespace {
@@ -113,11 +111,9 @@ namespace {
 /// One message of the page, on the stack of the thread that waits for it.
 class MessageTask : public Task {
   public:
-    using ReplySink = EmbeddedInstance::ReplySink;
-
     MessageTask(const InstanceRecord& record, const pp::Var& message, bool blocking,
-                const ReplySink& on_reply)
-        : record_(record), message_(message), blocking_(blocking), on_reply_(on_reply)
+                EmbeddedInstance::Reply on_reply)
+        : record_(record), message_(message), blocking_(blocking), on_reply_(std::move(on_reply))
     {
         sem_init(&done_, 0, 0);
     }
@@ -160,16 +156,16 @@ class MessageTask : public Task {
     const InstanceRecord& record_;
     const pp::Var& message_;
     const bool blocking_;
-    const ReplySink& on_reply_;
+    EmbeddedInstance::Reply on_reply_;
     sem_t done_{};
     pp::Var reply_;
 };
 
 struct Registry {
-    std::mutex mutex;
-    std::map<PP_Instance, std::shared_ptr<InstanceRecord>> records;
-    PP_Instance next_id = 1;
-    pp::Module* module = nullptr;
+    Mutex mutex{LockLevel::Service};
+    std::map<PP_Instance, std::shared_ptr<InstanceRecord>> records GUARDED_BY(mutex);
+    PP_Instance next_id GUARDED_BY(mutex) = 1;
+    pp::Module* module GUARDED_BY(mutex) = nullptr;  // not owned
 };
 
 Registry& TheRegistry()
@@ -181,21 +177,21 @@ Registry& TheRegistry()
 std::shared_ptr<InstanceRecord> FindRecord(PP_Instance id)
 {
     Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.mutex);
+    const MutexLock lock(registry.mutex);
     const auto found = registry.records.find(id);
     return found == registry.records.end() ? nullptr : found->second;
 }
 
 }  // namespace
 
-std::optional<pp::Var> InstanceRecord::Send(const pp::Var& message, bool blocking, const ReplySink& on_reply)
+pp::Var InstanceRecord::Send(const pp::Var& message, bool blocking, Reply on_reply)
 {
     const std::shared_ptr<TaskQueue> queue = Queue();
     if (!queue)
-        return std::nullopt;
-    MessageTask task(*this, message, blocking, on_reply);
+        return {};
+    MessageTask task(*this, message, blocking, std::move(on_reply));
     if (!queue->Post(TaskQueue::Kind::Message, task))
-        return std::nullopt;
+        return {};
     return task.Wait();
 }
 
@@ -203,14 +199,14 @@ EmbeddedInstance::EmbeddedInstance(pp::Module& module, MessageSink sink, const A
 {
     Registry& registry = TheRegistry();
     {
-        const std::lock_guard lock(registry.mutex);
+        const MutexLock lock(registry.mutex);
         record_ = std::make_shared<InstanceRecord>(registry.next_id++, std::move(sink));
         registry.records.emplace(record_->id(), record_);
     }
     try {
         record_->SetInstance(std::unique_ptr<pp::Instance>(module.CreateInstance(record_->id())));
     } catch (...) {
-        const std::lock_guard lock(registry.mutex);
+        const MutexLock lock(registry.mutex);
         registry.records.erase(record_->id());
         throw;
     }
@@ -227,7 +223,7 @@ EmbeddedInstance::~EmbeddedInstance()
 {
     record_->DestroyInstance();
     Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.mutex);
+    const MutexLock lock(registry.mutex);
     registry.records.erase(record_->id());
 }
 
@@ -236,9 +232,9 @@ PP_Instance EmbeddedInstance::pp_instance() const
     return record_->id();
 }
 
-pp::Var EmbeddedInstance::Await(const pp::Var& message, const ReplySink& on_reply)
+pp::Var EmbeddedInstance::Await(const pp::Var& message, Reply on_reply)
 {
-    return GetSender().Await(message, on_reply);
+    return GetSender().Await(message, std::move(on_reply));
 }
 
 void EmbeddedInstance::Post(const pp::Var& message)
@@ -251,31 +247,27 @@ EmbeddedInstance::Sender EmbeddedInstance::GetSender() const
     return Sender(record_);
 }
 
-pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message, const ReplySink& on_reply) const
+pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message, Reply on_reply) const
 {
-    if (std::optional<pp::Var> reply = record_->Send(message, true, on_reply))
-        return *std::move(reply);
-    if (on_reply)
-        on_reply(pp::Var());
-    return pp::Var();
+    return record_->Send(message, true, std::move(on_reply));
 }
 
 void EmbeddedInstance::Sender::Post(const pp::Var& message) const
 {
-    record_->Send(message, false, nullptr);
+    record_->Send(message, false, {});
 }
 
 void SetModule(pp::Module* module)
 {
     Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.mutex);
+    const MutexLock lock(registry.mutex);
     registry.module = module;
 }
 
 int CountInstances()
 {
     Registry& registry = TheRegistry();
-    const std::lock_guard lock(registry.mutex);
+    const MutexLock lock(registry.mutex);
     return static_cast<int>(registry.records.size());
 }
 
@@ -322,7 +314,7 @@ int32_t Instance::RegisterMessageHandler(MessageHandler* handler, const MessageL
 {
     return tv::TheTable<tv::RuntimeCalls>().register_message_handler(std::tuple<>(), [&]() -> int {
         const auto record = tv::FindRecord(pp_instance_);
-        return record ? record->Register(handler, loop.queue()) : PP_ERROR_BADARGUMENT;
+        return record ? record->Register(handler, loop.queue_) : PP_ERROR_BADARGUMENT;
     });
 }
 
@@ -344,7 +336,7 @@ bool Module::Init()
 Module* Module::Get()
 {
     tv::Registry& registry = tv::TheRegistry();
-    const std::lock_guard lock(registry.mutex);
+    const tv::MutexLock lock(registry.mutex);
     return registry.module;
 }
 

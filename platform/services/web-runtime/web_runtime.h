@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/reply_once.h"
 #include "ppapi/c/pp_instance.h"
 #include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var.h"
@@ -25,8 +26,9 @@ class PLATFORM_API EmbeddedInstance {
     /// thread. It must not destroy this object on the worker thread.
     using MessageSink = std::function<void(const pp::Var&)>;
     /// Receives a reply on the thread on which it comes up, the worker thread as a rule, before whoever
-    /// waits for it goes on. It must not wait for a message of its own.
-    using ReplySink = std::function<void(const pp::Var&)>;
+    /// waits for it goes on. It must not wait for a message of its own. Made with an undefined var for
+    /// when it is dropped, it tells what the waiting thread gets.
+    using Reply = ReplyOnce<pp::Var>;
     using Attributes = std::vector<std::pair<std::string, std::string>>;
 
     /// `module` outlives this object. Throws what the plug-in's creation throws.
@@ -41,8 +43,8 @@ class PLATFORM_API EmbeddedInstance {
     /// A blocking message: waits for the plug-in's answer, so not from the worker thread. Undefined when
     /// there is no handler, or when the handler's loop ends before the message's turn has come. `on_reply`
     /// may be empty; it gets the reply sooner than the waiting thread, by the time that a thread needs to
-    /// wake.
-    pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr);
+    /// wake, and is dropped before this returns when nobody takes the message.
+    pp::Var Await(const pp::Var& message, Reply on_reply = {});
     /// A non-blocking message. Not from the worker thread either: returns once the plug-in has handled it, or
     /// dropped it.
     void Post(const pp::Var& message);
@@ -57,7 +59,7 @@ class PLATFORM_API EmbeddedInstance {
 
 class PLATFORM_API EmbeddedInstance::Sender {
   public:
-    pp::Var Await(const pp::Var& message, const ReplySink& on_reply = nullptr) const;
+    pp::Var Await(const pp::Var& message, Reply on_reply = {}) const;
     void Post(const pp::Var& message) const;
 
   private:

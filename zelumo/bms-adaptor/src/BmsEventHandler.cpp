@@ -29,7 +29,7 @@ BmsEventHandler::~BmsEventHandler()
 {
     std::list<BmsPlayerId> registered;
     {
-        const std::lock_guard lock(m_mutex);
+        const zelumo::MutexLock lock(m_mutex);
         registered.swap(m_listPlayerId);
     }
     for (const BmsPlayerId id : registered)
@@ -39,7 +39,7 @@ BmsEventHandler::~BmsEventHandler()
 void BmsEventHandler::Init()
 {
     BMS_LOG_ERROR("[BmsEventHandler::Init] is called");
-    const std::lock_guard lock(m_mutex);
+    const zelumo::MutexLock lock(m_mutex);
     m_sendEventCallback = nullptr;
     m_userData = nullptr;
 }
@@ -49,7 +49,7 @@ void BmsEventHandler::SetCallback(BmsPlayerId id)
     BMS_LOG_ERROR("[BmsEventHandler::SetCallback] is called - playerId:[%d]", id);
     ZELUMO_TRACE(id);
     {
-        const std::lock_guard lock(m_mutex);
+        const zelumo::MutexLock lock(m_mutex);
         if (std::find(m_listPlayerId.begin(), m_listPlayerId.end(), id) == m_listPlayerId.end())
             m_listPlayerId.push_back(id);
     }
@@ -59,7 +59,7 @@ void BmsEventHandler::SetCallback(BmsPlayerId id)
 void BmsEventHandler::RegisterSendEventCallback(BmsPlayerId, BmsEventCallback callback, void* userData)
 {
     BMS_LOG_ERROR("[BmsEventHandler::RegisterSendEventCallback] is called");
-    const std::lock_guard lock(m_mutex);
+    const zelumo::MutexLock lock(m_mutex);
     m_sendEventCallback = callback;
     m_userData = userData;
 }
@@ -68,7 +68,7 @@ void BmsEventHandler::UnSetCallback(BmsPlayerId id)
 {
     BMS_LOG_ERROR("[BmsEventHandler::UnSetCallback] is called - playerId:[%d]", id);
     BmsUnSetCallback(id, this);
-    const std::lock_guard lock(m_mutex);
+    const zelumo::MutexLock lock(m_mutex);
     m_listPlayerId.remove(id);
     m_sendEventCallback = nullptr;
 }
@@ -100,7 +100,7 @@ void BmsEventHandler::SendEvent(_BmsEvent type, const std::string& param1, const
     BmsEventCallback callback = nullptr;
     void* userData = nullptr;
     {
-        const std::lock_guard lock(m_mutex);
+        const zelumo::MutexLock lock(m_mutex);
         callback = m_sendEventCallback;
         userData = m_userData;
     }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <list>
-#include <mutex>
 #include <string>
 
+#include "ZeLumoMutex.h"
 #include "player-service/bms.h"
 
 /// Receives a player event: its type, two texts and the user data that it was registered with.
@@ -22,15 +22,16 @@ class BmsEventHandler {
     BmsEventHandler& operator=(const BmsEventHandler&) = delete;
 
     /// No callback is stored.
-    void Init();
+    void Init() ZELUMO_EXCLUDES(m_mutex);
     /// From now on the reports of that player are relayed.
-    void SetCallback(BmsPlayerId id);
+    void SetCallback(BmsPlayerId id) ZELUMO_EXCLUDES(m_mutex);
     /// Stores the callback and its user data, replacing earlier ones; `id` is not used. `userData` outlives
     /// this object, or the callback copes with it.
-    void RegisterSendEventCallback(BmsPlayerId id, BmsEventCallback callback, void* userData);
+    void RegisterSendEventCallback(BmsPlayerId id, BmsEventCallback callback, void* userData)
+        ZELUMO_EXCLUDES(m_mutex);
     /// No report of that player is relayed any more, and none is being relayed, unless it was called from
     /// inside the send-event callback; no callback is stored, so that reports of other players are dropped.
-    void UnSetCallback(BmsPlayerId id);
+    void UnSetCallback(BmsPlayerId id) ZELUMO_EXCLUDES(m_mutex);
 
     /// Player service's thread; the user data are the relay, and with null the report is dropped.
     static void CallbackFunction(int id, _BmsEvent type, _BmsCallbackStruct& data, void* userData);
@@ -54,7 +55,8 @@ class BmsEventHandler {
     void EventGetWindowID(BmsSignalData data);
     void EventGetInitInfo(BmsSignalData data);
     /// Calls the send-event callback, outside the lock; without one the event is dropped.
-    void SendEvent(_BmsEvent type, const std::string& param1, const std::string& param2);
+    void SendEvent(_BmsEvent type, const std::string& param1, const std::string& param2)
+        ZELUMO_EXCLUDES(m_mutex);
 
     struct Row {
         _BmsEvent type;
@@ -62,10 +64,10 @@ class BmsEventHandler {
     };
     static const Row kEventTable[];
 
-    // Guarded by m_mutex.
-    BmsEventCallback m_sendEventCallback = nullptr;
-    void* m_userData = nullptr;             // not owned
-    std::list<BmsPlayerId> m_listPlayerId;  ///< registered with the player service, each once
     /// Neither the player service nor a callback is called under it.
-    std::mutex m_mutex;
+    zelumo::Mutex m_mutex;
+    BmsEventCallback m_sendEventCallback ZELUMO_GUARDED_BY(m_mutex) = nullptr;
+    void* m_userData ZELUMO_GUARDED_BY(m_mutex) = nullptr;  // not owned
+    /// Registered with the player service, each once.
+    std::list<BmsPlayerId> m_listPlayerId ZELUMO_GUARDED_BY(m_mutex);
 };

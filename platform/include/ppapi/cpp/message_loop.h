@@ -13,15 +13,12 @@ class TaskQueue;
 namespace pp {
 
 /// A queue of work that one thread runs. Copies name the same loop. Any thread may post; attaching and
-/// running belong to the loop's own thread. Without a loop each operation gives PP_ERROR_BADARGUMENT.
+/// running belong to the loop's own thread. What GetCurrent gives on a thread without a loop is none: each
+/// operation gives PP_ERROR_BADARGUMENT then.
 class PLATFORM_API MessageLoop {
   public:
-    /// No loop.
-    MessageLoop();
     /// A new loop that no thread runs yet.
     explicit MessageLoop(const InstanceHandle& instance);
-
-    bool is_null() const { return queue_ == nullptr; }
 
     /// PP_ERROR_INPROGRESS when this thread or this loop is attached already.
     int32_t AttachToCurrentThread();
@@ -41,11 +38,12 @@ class PLATFORM_API MessageLoop {
     /// The loop attached to the calling thread, or none.
     static MessageLoop GetCurrent();
 
-    /// For the runtime. Null without a loop.
-    const std::shared_ptr<tv::TaskQueue>& queue() const { return queue_; }
-
   private:
-    std::shared_ptr<tv::TaskQueue> queue_;
+    friend class Instance;  // registers handlers with the queue
+    /// No loop.
+    MessageLoop();
+
+    std::shared_ptr<tv::TaskQueue> queue_;  // null: no loop
 };
 
 }  // namespace pp
