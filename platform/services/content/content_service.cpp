@@ -53,9 +53,8 @@ Json::Value ProgramJson(const ChannelConfig& channel, const Program& program)
 
 const ChannelConfig* FindChannel(const LineUp& line_up, unsigned long long id)
 {
-    const auto channel = std::find_if(line_up.channels.begin(), line_up.channels.end(),
-                                      [id](const ChannelConfig& one) { return one.id == id; });
-    return channel == line_up.channels.end() ? nullptr : &*channel;
+    const std::optional<std::size_t> place = line_up.PlaceOf(id);
+    return place ? &line_up.channels[*place] : nullptr;
 }
 
 /// The channel that a request names by "TCServiceId".

@@ -121,6 +121,15 @@ std::vector<ChannelConfig> ReadChannels(const JsonNode& node)
 
 }  // namespace
 
+std::optional<std::size_t> LineUp::PlaceOf(unsigned long long id) const
+{
+    for (std::size_t place = 0; place < channels.size(); ++place) {
+        if (channels[place].id == id)
+            return place;
+    }
+    return std::nullopt;
+}
+
 void LineUp::Read(JsonObject& file)
 {
     if (const auto section = file.Find("channels")) {
@@ -143,8 +152,7 @@ void LineUp::Read(JsonObject& file)
 
 void LineUp::Check(const JsonNode& file) const
 {
-    const auto has_id = [&](const ChannelConfig& channel) { return channel.id == current; };
-    if (current && std::none_of(channels.begin(), channels.end(), has_id))
+    if (current && !PlaceOf(*current))
         file["current"].Fail("no channel has this id");
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const std::string& genre = channels[i].genre;

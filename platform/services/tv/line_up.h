@@ -50,6 +50,9 @@ struct PLATFORM_API LineUp {
         int flag = 0;
     } source;
 
+    /// Where in `channels` that channel stands, if it does.
+    std::optional<std::size_t> PlaceOf(unsigned long long id) const;
+
     void Read(JsonObject& file);
     /// What holds of the sections together only.
     void Check(const JsonNode& file) const;

@@ -1,7 +1,5 @@
 #include "services/tv/tv_service.h"
 
-#include <algorithm>
-
 #include "services/tv/tv_calls.h"
 
 IServiceNavigation::~IServiceNavigation() = default;
@@ -169,13 +167,10 @@ void TvService::AddState(Json::Value& state) const
 
 void TvService::Load(std::shared_ptr<const LineUp> line_up)
 {
+    const std::size_t first = line_up->current ? line_up->PlaceOf(*line_up->current).value_or(0) : 0;
     const MutexLock lock(mutex_);
     line_up_ = std::move(line_up);
-    const std::vector<ChannelConfig>& channels = line_up_->channels;
-    const auto first = std::find_if(channels.begin(), channels.end(), [&](const ChannelConfig& channel) {
-        return channel.id == line_up_->current;
-    });
-    current_ = first == channels.end() ? 0 : static_cast<std::size_t>(std::distance(channels.begin(), first));
+    current_ = first;
 }
 
 std::shared_ptr<const LineUp> TvService::line_up() const
@@ -188,11 +183,10 @@ bool TvService::Tune(unsigned long long service_id)
 {
     {
         const MutexLock lock(mutex_);
-        const auto channel = std::find_if(line_up_->channels.begin(), line_up_->channels.end(),
-                                          [&](const ChannelConfig& one) { return one.id == service_id; });
-        if (channel == line_up_->channels.end())
+        const std::optional<std::size_t> place = line_up_->PlaceOf(service_id);
+        if (!place)
             return false;
-        current_ = static_cast<std::size_t>(std::distance(line_up_->channels.begin(), channel));
+        current_ = *place;
     }
     OnTuned();
     return true;
