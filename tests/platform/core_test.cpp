@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/mutex.h"
+#include "core/reply_once.h"
+
+namespace {
+
+using Reply = tv::ReplyOnce<std::string>;
+
+TEST(Core, ARequestIsAnsweredOnceAlsoWhenItIsDropped)
+{
+    std::vector<std::string> answers;
+    const auto request = [&] {
+        return Reply([&](const std::string& answer) { answers.push_back(answer); }, "dropped");
+    };
+    const auto taken = [&] { return std::exchange(answers, {}); };
+    {
+        Reply reply = request();
+        EXPECT_TRUE(reply);
+        reply("first");
+        EXPECT_FALSE(reply);
+        reply("second");
+    }
+    EXPECT_EQ(taken(), std::vector<std::string>{"first"});
+    {
+        Reply reply = request();
+        Reply moved = std::move(reply);
+        reply("from where it was");  // NOLINT(bugprone-use-after-move): it has nothing to answer any more
+        EXPECT_TRUE(taken().empty());
+    }
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+    Reply reply = request();
+    reply = request();
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+    reply = Reply();
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+}
+
+#ifndef NDEBUG
+void Take(tv::LockLevel first, tv::LockLevel second)
+{
+    tv::Mutex one(first);
+    tv::Mutex other(second);
+    const tv::MutexLock holds(one);
+    const tv::MutexLock takes(other);
+}
+
+TEST(CoreDeathTest, LocksAreTakenInTheirOrder)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    using tv::LockLevel;
+    Take(LockLevel::Service, LockLevel::Clock);
+    Take(LockLevel::Journal, LockLevel::Leaf);
+    EXPECT_DEATH(Take(LockLevel::Clock, LockLevel::Service),
+                 "a lock of level 2 is taken while one of level 4");
+    EXPECT_DEATH(Take(LockLevel::Leaf, LockLevel::Leaf), "is taken while one");
+}
+#endif
+
+}  // namespace
