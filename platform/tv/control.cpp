@@ -53,6 +53,11 @@ VerbResults SetAnswer(JsonObject& fields)
         if (!answer.out.isArray())
             out->Fail("must be an array");
     }
+    if (const auto args = fields.Find("args")) {
+        answer.args = args->json();
+        if (!answer.args.isArray())
+            args->Fail("must be an array");
+    }
     if (const auto times = fields.Find("times")) {
         answer.times = times->As<int>();
         if (answer.times < 1)

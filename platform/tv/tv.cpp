@@ -10,7 +10,7 @@ namespace {
 std::atomic<std::size_t> dropped_leftovers{0};
 
 /// The TV is switched on when the library is loaded: before anybody can make a call.
-[[maybe_unused]] const bool switched_on = [] {
+[[maybe_unused]] const bool kSwitchedOn = [] {
     for (const Service* const service : Services()) {
         if (const CallTable* const calls = service->calls())
             TheCalls().Add(*calls);

@@ -45,6 +45,31 @@ TEST_F(Platform, AnswersQueueReplaceAndRunOut)
     EXPECT_EQ(vconf_set_int("k", 1), 0);
 }
 
+TEST_F(Platform, AnswersMayHoldForSomeArguments)
+{
+    const auto write = [](const char* key, int value) { return vconf_set_int(key, value); };
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-1})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-2,"args":["a"]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"args":[null,5]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-4,"args":["b",7],"times":1})");
+    EXPECT_EQ(write("a", 5), -2) << "of two that hold, the one that was set first";
+    EXPECT_EQ(write("b", 5), -3);
+    EXPECT_EQ(write("b", 7), -4);
+    EXPECT_EQ(write("b", 7), -1) << "whatever the arguments, once no other holds";
+    // The same arguments: replaced. Others: kept.
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"args":["a"]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6})");
+    EXPECT_EQ(write("a", 1), -5);
+    EXPECT_EQ(write("a", 5), -3);
+    EXPECT_EQ(write("c", 1), -6);
+    EXPECT_EQ(test::Text(tv::TheCalls().AnswersJson()),
+              R"([{"args":[null,5],"call":"vconf_set_int","result":-3},)"
+              R"({"args":["a"],"call":"vconf_set_int","result":-5},{"call":"vconf_set_int","result":-6}])");
+    Do(R"({"tv":"restore","call":"vconf_set_int"})");
+    EXPECT_EQ(write("a", 5), 0);
+    EXPECT_FALSE(tv::Calls::Watched());
+}
+
 TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
 {
     vconf_set_int("k", 3);
@@ -97,6 +122,9 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
              {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
              {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
               R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"BmsPlay","args":1})", R"("args" must be an array)"},
+             {R"({"tv":"answer","call":"BmsPlay","args":[1,2]})",
+              R"(BmsPlay has 1 arguments, "args" gives 2)"},
              {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
              {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
              {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",

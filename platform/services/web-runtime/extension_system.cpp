@@ -29,13 +29,13 @@ Json::Value Receive(const PP_Var& var)
 PP_Var GetEmbedderName(PP_Instance)
 {
     return HandOut(TheTable<RuntimeCalls>().get_embedder_name(
-        std::tuple<>(), [] { return Json::Value(ExtensionSystem::Get().config().embedder); }));
+        [] { return Json::Value(ExtensionSystem::Get().config().embedder); }));
 }
 
 PP_Var GetCurrentExtensionInfo(PP_Instance)
 {
     return HandOut(TheTable<RuntimeCalls>().get_current_extension_info(
-        std::tuple<>(), [] { return ExtensionSystem::Get().config().extension_info; }));
+        [] { return ExtensionSystem::Get().config().extension_info; }));
 }
 
 int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_data, PP_Var* result)
@@ -44,7 +44,7 @@ int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_dat
     const Json::Value data = Receive(operation_data);
     Json::Value value;
     const int status = TheTable<RuntimeCalls>().generic_sync_call(
-        std::tie(name, data), Out(&value), [&](Out<Json::Value>& out) -> int {
+        name, data, Out(&value), [&](Out<Json::Value>& out) -> int {
             Json::Value performed;
             if (!name.isString() || !ExtensionSystem::Get().Perform(name.asString(), data, performed))
                 return PP_ERROR_FAILED;

@@ -312,7 +312,7 @@ void Instance::PostMessage(const Var& message)
 
 int32_t Instance::RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop)
 {
-    return tv::TheTable<tv::RuntimeCalls>().register_message_handler(std::tuple<>(), [&]() -> int {
+    return tv::TheTable<tv::RuntimeCalls>().register_message_handler([&]() -> int {
         const auto record = tv::FindRecord(pp_instance_);
         return record ? record->Register(handler, loop.queue_) : PP_ERROR_BADARGUMENT;
     });
