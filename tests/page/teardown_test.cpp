@@ -1,3 +1,4 @@
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -186,6 +187,18 @@ TEST(Teardown, OfAnInstanceWhoseSetUpFailed)
         EXPECT_EQ(log.Take().back(), std::string("2/6 zelumo-pepper CZeLumoPluginInstance: ") + c.log);
         EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works) << c.answer;
     }
+}
+
+TEST(Teardown, WithSomethingLeftFailsItsTestAlone)
+{
+    EXPECT_NONFATAL_FAILURE(test::Page().Post(true), "messages that the test did not expect:\n  {\"code\"");
+    EXPECT_NONFATAL_FAILURE(
+        {
+            test::Page page;
+            page.Answer(R"("device_power_unsubscribe_poweroff")");
+        },
+        "1 subscriptions outlive the instance");
+    EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 0U);
 }
 
 TEST(Teardown, AndSetUpRunInTheirOrder)
