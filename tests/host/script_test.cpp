@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 

@@ -4,9 +4,7 @@
 #include <fstream>
 #include <random>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"

@@ -3,13 +3,9 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <iterator>
 #include <map>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
@@ -369,17 +365,6 @@ TEST(WebHost, RestoringOrStoppingCutsADelayedCallShort)
         if (waiting.joinable())
             waiting.join();
     }
-}
-
-TEST_F(WebServer, TheStateListsTheAnswersThatAreSet)
-{
-    const std::string lasting = R"({"call":"vconf_get_str","result":null})";
-    const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
-    for (const std::string& answer : {lasting, twice})
-        client_.Post("/tv", R"({"tv":"answer",)" + answer.substr(1));
-    EXPECT_EQ(Text(State()["answers"]), '[' + lasting + ',' + twice + ']');
-    client_.Post("/tv", R"({"tv":"restore"})");
-    EXPECT_EQ(Text(State()["answers"]), "[]");
 }
 
 TEST_F(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)

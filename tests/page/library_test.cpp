@@ -7,8 +7,6 @@
 #include <fstream>
 #include <map>
 #include <set>
-#include <string>
-#include <utility>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"

@@ -2,13 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <future>
-#include <memory>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "ppapi/cpp/var_dictionary.h"
 #include "tests/support/page.h"
@@ -28,6 +23,8 @@ void Subscribe(test::Page& page)
         EXPECT_EQ(page.Await(request)["code"], 0) << request;
     EXPECT_EQ(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")["code"], 0);
     page.TakeMessages(1);  // the player is there
+    // Power-off, two events, the signal, the watch, and two players.
+    EXPECT_EQ(tv::Tv::Get().CountRegistrations(), 7U);
 }
 
 /// What every service of the TV can tell a subscribed page.
@@ -234,20 +231,22 @@ TEST(Teardown, AndSetUpRunInTheirOrder)
         while (!tv::Tv::Get().calls().AnswersJson().empty())
             std::this_thread::yield();
         tv::Tv::Get().settings().SetAndTell("teardown/watched", 1, false);
+        EXPECT_EQ(tv::Tv::Get().event_proxy().Notify(90001, false), std::vector<int>{-1});
         tv::Tv::Get().calls().RestoreAll();
     });
     page.Close();
     telling.wait();
-    const std::string dropped =
-        "0/6 zelumo-pepper t_VconfChangedCallBack: [CZeLumoPluginHandler::t_VconfChangedCallBack] "
-        "pluginVorda is destroyed";
+    const std::string event = "0/6 zelumo-pepper t_VordaOnEvent:  ";
+    const std::string watched = "0/6 zelumo-pepper t_VconfChangedCallBack: ";
     const std::string events =
         "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal]";
     const std::string keys = "0/6 zelumo-pepper PurgeAllVconfCB: [CZeLumoPluginHandler::PurgeAllVconfCB]";
     EXPECT_EQ(
         log.Take(),
         (Lines{
-            events, dropped, keys, "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
+            events, watched + "[CZeLumoPluginHandler::t_VconfChangedCallBack] pluginVorda is destroyed",
+            event + "CZeLumoPluginHandler::t_onEvent is called", event + "pluginVorda is destroyed", keys,
+            "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
             "0/3 zelumo-pepper ~CZeLumoPluginHandler: [CZeLumoPluginHandler::~CZeLumoPluginHandler] called",
             events, keys, "0/6 ZLP_BASE Destory: BMSAdaptor::Destory is called -id:[101]",
             "0/6 ZLP_BASE UnSetCallback: [BmsEventHandler::UnSetCallback] is called - playerId:[101]"}));

@@ -4,13 +4,9 @@
 
 #include <array>
 #include <csignal>
-#include <filesystem>
 #include <map>
-#include <mutex>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
@@ -110,6 +106,8 @@ TEST(Tracing, RecordsTheScopesOfASession)
          report("EventBuffering", R"("40" "")", 131)},
         {R"({"tv":"report","player":101,"type":137,"value1":1,"value2":2})",
          report("EventCurrentPosition", R"("1" "2")", 137)},
+        {R"({"tv":"report","player":101,"type":35,"value1":1,"value2":2})",
+         report("EventSeekComplete", R"("1" "2")", 35)},
         {R"({"tv":"report","player":101,"type":33})", report("EventPauseComplete", R"("" "")", 33)},
         {R"({"tv":"report","player":101,"type":99})",
          {"BmsEventHandler::CallbackHandler 101 99", "BmsEventHandler::CallbackFunction 101"}},
@@ -128,6 +126,18 @@ TEST(Tracing, RecordsTheScopesOfASession)
         else
             page.Await(step.line);
         EXPECT_EQ(tracing.TakeLines(), step.scopes);
+    }
+    for (const auto& [type, event] : std::map<int, std::string>{{34, "EventResumeComplete"},
+                                                                {36, "EventStopSuccess"},
+                                                                {37, "EventContentRangeOver"},
+                                                                {97, "EventEndOfStream"},
+                                                                {98, "EventError"},
+                                                                {134, "EventFileNotFound"},
+                                                                {144, "EventBeginOfStream"},
+                                                                {200, "EventGetWindowID"},
+                                                                {201, "EventGetInitInfo"}}) {
+        page.Do(R"({"tv":"report","player":101,"type":)" + std::to_string(type) + "}");
+        EXPECT_EQ(tracing.TakeLines(), report(event, R"("" "")", type));
     }
     page.TakeMessages();
     page.Close();
@@ -235,6 +245,19 @@ TEST(Tracing, IsOffUntilTheLibraryWasRegistered)
     test::Page page;
     page.Await(R"({"command":"Play"})");
     EXPECT_EQ(tracing.TakeLines(), Lines());
+    // Its flag saves a library the cost of its trace points.
+    tv::TraceLibraries libraries;
+    tv::ScopeTracer tracer(libraries);
+    ht_enabled_flag flag{1};
+    libraries.Register(&flag);
+    EXPECT_EQ(flag, 0);
+    tracer.Start(nullptr);
+    EXPECT_EQ(flag, 1);
+    tracer.Stop();
+    EXPECT_EQ(flag, 0);
+    libraries.Deregister(&flag);
+    tracer.Start(nullptr);
+    EXPECT_EQ(flag, 0);
 }
 
 /// The complete events of a trace as `thread: operation {args}`, the place in the source left out.

@@ -2,20 +2,28 @@
 
 #include <atomic>
 #include <future>
-#include <string>
+#include <map>
+#include <regex>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "power/device_power.h"
 #include "settings/vconf.h"
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
 using test::J;
+using test::Text;
+
+test::Lines MatchesOf(const std::string& text, const std::regex& pattern)
+{
+    const std::sregex_token_iterator found(text.begin(), text.end(), pattern);
+    return {found, std::sregex_token_iterator()};
+}
 
 /// Everything works as usual again at the end of a test.
 class Platform : public testing::Test {
@@ -28,47 +36,35 @@ class Platform : public testing::Test {
     static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
 };
 
-TEST_F(Platform, AnswersQueueReplaceAndRunOut)
-{
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6,"times":1})");
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -6);
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
-
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-7})");
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
-    Do(R"({"tv":"restore","call":"vconf_set_int"})");
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
-}
-
-TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
+TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
 {
     vconf_set_int("k", 3);
     test::Calls calls;
-    struct Case {
-        const char* answer;
-        int result;
-        int value;
-        const char* out;
-    };
-    for (const Case& c : {
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[9]})", 0, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","result":-1,"out":[9]})", -1, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[null]})", 0, 77, "null"},
-             Case{R"({"tv":"answer","call":"vconf_get_int"})", 0, 77, "null"},
-             Case{R"({"tv":"restore"})", 0, 3, "3"},
+    const std::string answer = R"({"tv":"answer","call":"vconf_get_int")";
+    // Verbs, and what the calls behind them give: result and value, 77 where that is not written.
+    for (const auto& [verbs, given] : std::vector<std::pair<test::Lines, std::vector<std::pair<int, int>>>>{
+             {{answer + R"(,"out":[9]})"}, {{0, 9}}},
+             {{answer + R"(,"result":-1,"out":[9]})"}, {{-1, 9}}},
+             {{answer + R"(,"out":[null]})"}, {{0, 77}}},
+             {{answer + "}"}, {{0, 77}, {0, 77}}},
+             {{R"({"tv":"restore"})"}, {{0, 3}}},
+             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-6,"times":1})"},
+              {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
+             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-7})"}, {{-7, 77}, {-7, 77}}},
+             {{R"({"tv":"restore","call":"vconf_set_int"})"}, {{-7, 77}}},
+             {{R"({"tv":"restore","call":"vconf_get_int"})"}, {{0, 3}}},
          }) {
-        SCOPED_TRACE(c.answer);
-        Do(c.answer);
-        int value = 77;
-        EXPECT_EQ(vconf_get_int("k", &value), c.result);
-        EXPECT_EQ(value, c.value);
-        EXPECT_EQ(calls.Take(), std::vector<std::string>{"vconf_get_int [\"k\"] -> " +
-                                                         std::to_string(c.result) + " out [" + c.out + "]"});
+        SCOPED_TRACE(verbs.back());
+        for (const std::string& verb : verbs)
+            Do(verb);
+        for (const auto& [result, read] : given) {
+            int value = 77;
+            EXPECT_EQ(vconf_get_int("k", &value), result);
+            EXPECT_EQ(value, read);
+            EXPECT_EQ(calls.Take(),
+                      test::Lines{"vconf_get_int [\"k\"] -> " + std::to_string(result) + " out [" +
+                                  (read == 77 ? "null" : std::to_string(read)) + "]"});
+        }
     }
 }
 
@@ -119,6 +115,96 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
         }
     }
     EXPECT_FALSE(tv::Calls::Watched());
+}
+
+TEST_F(Platform, TheStateShowsTheWholeTv)
+{
+    test::Page page;
+    tv::Tv::Get().Load(tv::ParseTv(
+        R"({"date":5,"channels":[{"id":"7","name":"A","major":2}],"settings":{"s":"v","b":true}})",
+        tv::SampleTv()));
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    page.Await(R"({"command":"AddVconfCallbackWithKey","key":"s"})");
+    page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
+    page.TakeMessages();
+    const std::string bare = R"({"call":"ht_register_library"})";  // the first call there is
+    const std::string lasting = R"({"call":"vconf_get_str","result":null})";
+    const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
+    for (const std::string& answer : {twice, lasting, bare})
+        Do(R"({"tv":"answer",)" + answer.substr(1));
+    Json::Value state = tv::Tv::Get().StateJson();
+    EXPECT_EQ(state["playingTime"], static_cast<Json::Int64>(tv::Tv::Get().clock().Now().count()));
+    state.removeMember("playingTime");
+    EXPECT_EQ(
+        Text(state),
+        R"({"answers":[)" + bare + ',' + lasting + ',' + twice +
+            R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"players":[{"duration":600000,)"
+            R"("id":1,"live":false,"position":0,"rect":null,"state":"created","url":"film"}],)"
+            R"("settings":{"b":true,"s":"v"},"subscriptions":{"events":[90001],"players":[101,1],)"
+            R"("poweroff":1,"signals":[177]},"time":5,"watches":["s"]})");
+    Do(R"({"tv":"restore"})");
+    EXPECT_EQ(tv::Tv::Get().StateJson()["answers"], J("[]"));
+    page.Close();
+    tv::Tv::Get().Load(tv::SampleTv());
+}
+
+TEST_F(Platform, CallsAreAsTheirDocumentSays)
+{
+    const std::string whole = Describe(tv::ValueKind::Int);
+    const std::string text = Describe(tv::ValueKind::Text);
+    const std::map<std::string, std::string> kinds{
+        {"int", whole},
+        {"number", whole},
+        {"player id", whole},
+        {"milliseconds", whole},
+        {"response", text},
+        {"appID", text},
+        {"URL", text},
+        {"text or null", "a string or null"},
+        {"bool", "true or false"},
+        {"isFirstEntry", "true or false"},
+        {"isInstantOn", "true or false"},
+        {"service", Describe(tv::ValueKind::Service)},
+        {"[service, …]", "an array of services"},
+        {"{antennaMode, serviceMode}", Describe(tv::ValueKind::TvMode)},
+        {"{serviceId: \"id\", isForDirectTune, channelType, channelNumber, serviceProfile, major, minor, "
+         "programNumber}",
+         Describe(tv::ValueKind::ServiceDescription)},
+    };
+    const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
+    const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
+    std::size_t calls = 0;
+    for (const std::string& line : test::LinesOf(test::ReadFile(ZELUMO_WEB "/../docs/calls.md"))) {
+        std::smatch cells;
+        if (!std::regex_match(line, cells, row))
+            continue;
+        std::string prefix;
+        for (std::string name : MatchesOf(cells[1], word)) {
+            SCOPED_TRACE(name);
+            name = name.substr(1, name.size() - 2);
+            if (name.rfind("…", 0) == 0)
+                name = prefix + name.substr(3);
+            prefix = name.substr(0, name.find("::"));
+            const tv::CallInfo* const info = tv::Calls::Find(name);
+            ASSERT_NE(info, nullptr);
+            ++calls;
+            const auto described = [&](const std::string& kind) {
+                if (kind == "value")
+                    return std::string(prefix[0] == 'v' ? whole : "a value");
+                return kinds.count(kind) > 0 ? kinds.at(kind) : kind;
+            };
+            EXPECT_EQ(Describe(info->result), described(cells[2]));
+            test::Lines outs;
+            for (const std::string& out : MatchesOf(cells[3], word))
+                outs.push_back(described(out));
+            test::Lines given;
+            for (const tv::ValueKind out : info->out)
+                given.emplace_back(Describe(out));
+            EXPECT_EQ(given, outs);
+            EXPECT_TRUE(Fits(info->result, info->success));
+        }
+    }
+    EXPECT_EQ(calls, tv::kCallCount);
 }
 
 struct Subscriber {

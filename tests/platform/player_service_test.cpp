@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "tests/support/page.h"
 

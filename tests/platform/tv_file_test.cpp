@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "services/tv/tv_service_json.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
@@ -64,7 +62,6 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"channels":[{"id":"1","provider":null}]})", "channels[0].provider: must be a string"},
         {R"({"channels":[{"id":"1","logo":"\udc00"}]})", "channels[0].logo: must be whole characters"},
         {R"({"channels":[{"id":"1","directTune":1}]})", "channels[0].directTune: must be true or false"},
-        {R"({"channels":[{"id":"1","colour":"red"}]})", "channels[0].colour: is not known"},
         {R"({"channels":[{"id":"1","genre":"Chess"}]})", "channels[0].genre: no programme has it"},
         {R"({"channels":[{"id":"1","guide":[{"minutes":5}]}]})", "channels[0].guide[0].title: is missing"},
         {R"({"channels":[{"id":"1","guide":[{"title":"A"}]}]})", "channels[0].guide[0].minutes: is missing"},
@@ -78,7 +75,6 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"programs":[{"title":"A"}]})", "channels[0].genre: no programme has it"},
 
         {R"({"source":{"value":1.5}})", "source.value: must be a whole number of 32 bits"},
-        {R"({"source":{"flags":0}})", "source.flags: is not known"},
         {R"({"contentService":{"available":"yes"}})", "contentService.available: must be true or false"},
         {R"({"settings":{"db/menu":1.5}})", at("settings[\"db/menu\"]", setting)},
         {R"({"settings":{"a":null}})", at("settings.a", setting)},
@@ -92,6 +88,13 @@ TEST(TvFile, MistakesNameTheirPlace)
     };
     for (const auto& [text, mistake] : cases)
         EXPECT_EQ(MistakeOf(text), mistake) << text;
+    for (const std::string section :
+         {"tvMode", "source", "contentService", "firstUse", "application", "extension"})
+        EXPECT_EQ(MistakeOf("{\"" + section + "\":{\"x\":1}}"), section + ".x: is not known");
+    for (const std::string member :
+         {R"(channels":[{"id":"1")", R"(programs":[{"title":"A")", R"(streams":[{"pattern":"A")"})
+        EXPECT_EQ(MistakeOf("{\"" + member + R"(,"x":1}]})"),
+                  member.substr(0, member.find('"')) + "[0].x: is not known");
 }
 
 TEST(TvFile, WhatIsLeftOutIsTheBases)
