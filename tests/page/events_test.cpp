@@ -117,32 +117,22 @@ TEST(Events, AreToldUnderTheirNamesAndLogged)
         Lines log;
     };
     const Case cases[] = {
+        // clang-format off
         {R"({"tv":"event","event":90001})",
          "[0]",
          Posted("PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE", R"({"event":90001})"),
          {called, sent + "PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE is sent"}},
-        {R"({"tv":"event","event":90005})",
-         "[0]",
-         Posted("", R"({"event":90005})"),
-         {called, sent + " is sent"}},
+        {R"({"tv":"event","event":90005})", "[0]", Posted("", R"({"event":90005})"), {called, sent + " is sent"}},
         {R"({"tv":"event","event":90001,"user":null})", "[-1]", "", {called}},
         {R"({"tv":"event","event":90002})", "[]", "", {}},
-        {R"({"tv":"signal","signal":177})",
-         "[1]",
-         Posted("ITVS_Signal_Unmute_by_pincode_input", R"({"event":99999})"),
-         {signal}},
+        {R"({"tv":"signal","signal":177})", "[1]", Posted("ITVS_Signal_Unmute_by_pincode_input", R"({"event":99999})"), {signal}},
         {R"({"tv":"signal","signal":177,"user":null})", "[1]", "", {}},
         {R"({"tv":"signal","signal":176})", "[]", "", {}},
         {R"({"tv":"poweroff","type":1073741824})", "[0]", off_told, off_sent},
         {R"({"tv":"poweroff","type":-1})", "[0]", off_told, off_sent},
-        {R"({"tv":"poweroff","type":1})",
-         "[0]",
-         "",
-         {off + "OnPowerOff is called !!", off + "It is NOT POWER_OFF_TO_SUSPEND!!"}},
-        {R"({"tv":"poweroff","type":1073741824,"user":null})",
-         "[0]",
-         "",
-         {off + "OnPowerOff is called !!", off + "pInstance is NULL!!"}},
+        {R"({"tv":"poweroff","type":1})", "[0]", "", {off + "OnPowerOff is called !!", off + "It is NOT POWER_OFF_TO_SUSPEND!!"}},
+        {R"({"tv":"poweroff","type":1073741824,"user":null})", "[0]", "", {off + "OnPowerOff is called !!", off + "pInstance is NULL!!"}},
+        // clang-format on
     };
     test::Page page;
     for (const int event : {90001, 90005})
@@ -208,27 +198,19 @@ TEST(Settings, CommandsReachTheStore)
         const char* call;
     };
     const Step steps[] = {
-        {R"({"command":"SetStringToVconfWithKey","input":"v\u00e9","key":"t/s"})", "true",
-         "vconf_set_str [\"t/s\",\"v\u00e9\"] -> 0"},
-        {R"({"command":"GetStringFromVconfWithKey","key":"t/s"})", "\"v\u00e9\"",
-         "vconf_get_str [\"t/s\"] -> \"v\u00e9\""},
-        {R"({"command":"SetIntegerToVconfWithKey","input":-3,"key":"t/i"})", "true",
-         R"(vconf_set_int ["t/i",-3] -> 0)"},
-        {R"({"command":"GetIntegerFromVconfWithKey","key":"t/i"})", "-3",
-         R"(vconf_get_int ["t/i"] -> 0 out [-3])"},
-        {R"({"command":"SetBooleanToVconfWithKey","input":7,"key":"t/b"})", "true",
-         R"(vconf_set_bool ["t/b",7] -> 0)"},
-        {R"({"command":"GetBooleanFromVconfWithKey","key":"t/b"})", "1",
-         R"(vconf_get_bool ["t/b"] -> 0 out [1])"},
+        // clang-format off
+        {R"({"command":"SetStringToVconfWithKey","input":"v\u00e9","key":"t/s"})", "true", "vconf_set_str [\"t/s\",\"v\u00e9\"] -> 0"},
+        {R"({"command":"GetStringFromVconfWithKey","key":"t/s"})", "\"v\u00e9\"", "vconf_get_str [\"t/s\"] -> \"v\u00e9\""},
+        {R"({"command":"SetIntegerToVconfWithKey","input":-3,"key":"t/i"})", "true", R"(vconf_set_int ["t/i",-3] -> 0)"},
+        {R"({"command":"GetIntegerFromVconfWithKey","key":"t/i"})", "-3", R"(vconf_get_int ["t/i"] -> 0 out [-3])"},
+        {R"({"command":"SetBooleanToVconfWithKey","input":7,"key":"t/b"})", "true", R"(vconf_set_bool ["t/b",7] -> 0)"},
+        {R"({"command":"GetBooleanFromVconfWithKey","key":"t/b"})", "1", R"(vconf_get_bool ["t/b"] -> 0 out [1])"},
         // Another type than the key holds, and a key that does not exist.
-        {R"({"command":"GetIntegerFromVconfWithKey","key":"t/s"})", nullptr,
-         R"(vconf_get_int ["t/s"] -> -1 out [null])"},
-        {R"({"command":"GetBooleanFromVconfWithKey","key":"t/i"})", nullptr,
-         R"(vconf_get_bool ["t/i"] -> -1 out [null])"},
-        {R"({"command":"GetStringFromVconfWithKey","key":"t/none"})", nullptr,
-         R"(vconf_get_str ["t/none"] -> null)"},
-        {R"({"command":"SetStringToVconfWithKey","input":"v","key":""})", nullptr,
-         R"(vconf_set_str ["","v"] -> -1)"},
+        {R"({"command":"GetIntegerFromVconfWithKey","key":"t/s"})", nullptr, R"(vconf_get_int ["t/s"] -> -1 out [null])"},
+        {R"({"command":"GetBooleanFromVconfWithKey","key":"t/i"})", nullptr, R"(vconf_get_bool ["t/i"] -> -1 out [null])"},
+        {R"({"command":"GetStringFromVconfWithKey","key":"t/none"})", nullptr, R"(vconf_get_str ["t/none"] -> null)"},
+        {R"({"command":"SetStringToVconfWithKey","input":"v","key":""})", nullptr, R"(vconf_set_str ["","v"] -> -1)"},
+        // clang-format on
     };
     test::Page page;
     test::Calls calls;

@@ -72,6 +72,7 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
 {
     // A verb, and what is said behind its name.
     for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
+             // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
              {R"({"tv":"dance"})", R"(there is no verb "dance")"},
              {R"({"tv":"poweroff"})", R"("type" is missing)"},
@@ -80,30 +81,25 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
              {R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
              {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
              {R"({"tv":"signal"})", R"("signal" is missing)"},
-             {R"({"tv":"setting","key":"k"})",
-              R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
-             {R"({"tv":"answer","call":"BmsPlay","result":"0"})",
-              R"("result" of BmsPlay must be a whole number of 32 bits)"},
-             {R"({"tv":"answer","call":"BmsPlay","out":[1]})",
-              R"(BmsPlay has 0 out arguments, "out" gives 1)"},
-             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
-              R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","out":[1]})", R"(BmsPlay has 0 out arguments, "out" gives 1)"},
+             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})", R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
              {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
-             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
-              R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})", R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
              {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
              {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
              {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},
              {R"({"tv":"report","type":33})", R"("player" is missing)"},
-             {R"({"tv":"report","player":1,"type":33,"value1":"x"})",
-              R"("value1" must be a whole number of 32 bits)"},
+             {R"({"tv":"report","player":1,"type":33,"value1":"x"})", R"("value1" must be a whole number of 32 bits)"},
              {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
              {R"({"tv":"advance","ms":1.5})", R"("ms" must be a whole number of 32 bits)"},
              {R"({"tv":"advance"})", R"("ms" is missing)"},
+             // clang-format on
          }) {
         try {
             Do(verb);
