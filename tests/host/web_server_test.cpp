@@ -416,23 +416,20 @@ TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)
     const test::TemporaryFolder folder;
     namespace fs = std::filesystem;
     const fs::path app = folder / "app";
-    fs::create_directories(app / "sub folder");
-    fs::create_directories(app / "empty");
-    fs::create_directories(app / "demo");
-    fs::create_directories(folder / "app-beside");
-    folder.Write("beside.txt", "secret");
-    folder.Write("app-beside/x.txt", "secret");
-    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
-             {"app/index.html", "own page"},
-             {"app/zelumo-embed.js", "not this one"},
-             {"app/demo/index.html", "not this one"},
-             {"app/demo/own.txt", "own"},
-             {"app/sub folder/index.html", "sub"},
-             {"app/sub folder/ü+%.css", "style"},
-             {"app/.env", "secret"},
-             {"app/video.MP4", "video"},
-             {"app/noextension", "?"},
-         })
+    for (const char* name : {"app/sub folder", "app/empty", "app/demo", "app-beside"})
+        fs::create_directories(folder / name);
+    for (const auto& [name, text] :
+         std::map<std::string, std::string>{{"app/index.html", "own page"},
+                                            {"app/zelumo-embed.js", "not this one"},
+                                            {"app/demo/index.html", "not this one"},
+                                            {"app/demo/own.txt", "own"},
+                                            {"app/noextension", "?"},
+                                            {"app/sub folder/index.html", "sub"},
+                                            {"app/sub folder/ü+%.css", "style"},
+                                            {"app/.env", "secret"},
+                                            {"app/video.MP4", "video"},
+                                            {"app-beside/x.txt", "secret"},
+                                            {"beside.txt", "secret"}})
         folder.Write(name, text);
     fs::create_symlink(secret, app / "escape.txt");
     fs::create_directory_symlink(outside / "", app / "escape");

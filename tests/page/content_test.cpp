@@ -191,8 +191,9 @@ TEST_F(Content, WhatDoesNotExistIsNotAnswered)
         EXPECT_TRUE(Ask(command, "{\"programId\":5}").isNull());
     }
     for (const char* input :
-         {"{}", R"({"provider":"zelumo"})", R"({"provider":"zelumo","service":"other"})",
-          R"({"provider":"other","service":"first"})", R"({"provider":1,"service":"first"})"})
+         {"{}", R"({"provider":"","service":""})", R"({"provider":"zelumo"})",
+          R"({"provider":"zelumo","service":"other"})", R"({"provider":"other","service":"first"})",
+          R"({"provider":1,"service":"first"})"})
         EXPECT_TRUE(Ask("GetServiceIdFromOnTVProviderAndService", input).isNull()) << input;
     EXPECT_EQ(
         page_.Await(R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"77"})")["code"],
@@ -257,7 +258,7 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
 TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
 {
     tv::Tv::Get().Load(tv::ParseTv(
-        R"({"channels":[{"id":"7","guide":[{"title":"Ä","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
+        R"({"channels":[{"id":"7","provider":"P","guide":[{"title":"Ä","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
         tv::SampleTv()));
     for (const char* verb :
          {R"({"tv":"clock"})", R"({"tv":"clock","date":-1})", R"({"tv":"clock","date":"0"})",
@@ -266,6 +267,9 @@ TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
     page_.Do(R"({"tv":"clock","date":1767295799999})");  // one millisecond before the half hour
     const Json::Value list =
         Ask("GetProgramList", R"({"TCServiceId":"7","from":1767293999000,"to":1767297000000})")["programs"];
+    EXPECT_EQ(Text(Ask("GetServiceIdFromOnTVProviderAndService",
+                       R"({"provider":"P","service":""})")["TCServiceId"]),
+              R"("7")");
     std::string titles;
     for (const Json::Value& program : list)
         titles += program["title"].asString();
@@ -334,11 +338,13 @@ TEST_F(Content, FlagsAndTextsAreReadBackOnSuccessOnly)
              {given,
               R"({"EChannelType":-2,"IsForDirectTune":true,"TCServiceId":"9","channel number":3,"major":5,)"
               R"("minor":6,"program number":7,"service profile":4})"}}) {
-        page_.Answer(R"("FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId","out":[)" + out +
-                     ']');
+        const std::string name = "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId";
+        page_.Answer('"' + name + R"(","out":[)" + out + ']');
+        test::Calls calls;
         EXPECT_EQ(Text(page_.Await(
                       R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"1"})")["data"]),
                   told);
+        EXPECT_EQ(calls.Take().back(), name + R"( ["1"] -> true out [)" + Text(J(out)) + ']');
     }
     for (const std::string call :
          {"FIZELumoAPI::CheckFirstBootInZELumo", "FIZELumoAPI::GetAppIDAndURL",

@@ -84,23 +84,6 @@ TEST(Events, WithoutAnEventProxyNothingChanges)
     EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
 }
 
-TEST(Events, WithoutASignalSubscriberTheInstanceLives)
-{
-    test::Page page;
-    page.Close();
-    page.Answer(R"("TVServiceAPI::CreateSignalSubscriber","result":0)");
-    test::Log log;
-    page.Open();
-    EXPECT_EQ(log.TakeHolding({"no signal subscriber"}),
-              Lines{"0/6 zelumo-pepper Initialize: [CZeLumoPluginHandler::Initialize] no signal subscriber"});
-    EXPECT_EQ(page.Await(R"({"command":"GetVersion"})")["data"], "1.00");
-    EXPECT_EQ(page.Do(R"({"tv":"signal","signal":177})")["delivered"], 0);
-    page.Close();
-    const std::string purge =
-        "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal] ";
-    EXPECT_EQ(log.TakeHolding({"subscriber"}), Lines(2, purge + "no signal subscriber"));
-}
-
 TEST(Events, AreToldUnderTheirNamesAndLogged)
 {
     const std::string tag = "zelumo-pepper ";
@@ -232,32 +215,6 @@ TEST(Settings, CommandsReachTheStore)
     page.Await(R"({"command":"GetStringFromVconfWithKey","key":"t/s"})");
     EXPECT_EQ(log.Take().back(),
               "2/6 zelumo-pepper HandleBlockingMessageImpl: [Vorda HandleBlockingMessage] key is t/s");
-}
-
-TEST(Settings, FailuresAreLogged)
-{
-    // A command, its call, and what that gives.
-    for (const auto& [command, call, result] : std::vector<std::array<std::string, 3>>{
-             {"SetStringToVconfWithKey", "vconf_set_str", "1"},
-             {"GetStringFromVconfWithKey", "vconf_get_str", "null"},
-             {"SetIntegerToVconfWithKey", "vconf_set_int", "5"},
-             {"GetIntegerFromVconfWithKey", "vconf_get_int", "1"},
-             {"SetBooleanToVconfWithKey", "vconf_set_bool", "1"},
-             {"GetBooleanFromVconfWithKey", "vconf_get_bool", "1"},
-             {"AddVconfCallbackWithKey", "vconf_notify_key_changed", "-1"},
-         }) {
-        SCOPED_TRACE(command);
-        test::Page page;
-        page.Answer('"' + call + R"(","result":)" + result);
-        test::Log log;
-        const std::string input = call == "vconf_set_str" ? "\"v\"" : "1";
-        EXPECT_EQ(page.Await(R"({"key":"k","command":")" + command + R"(","input":)" + input + "}")["code"],
-                  9999);
-        const bool watches = call == "vconf_notify_key_changed";
-        EXPECT_EQ(log.Take().back(),
-                  "0/6 zelumo-pepper " + command + ": [CZeLumoPluginHandler::" + command + "] " +
-                      (watches ? "failed to vconf_notify_key_changed() with key:k" : call + " is failed"));
-    }
 }
 
 TEST(Settings, WatchedKeysAreTold)

@@ -171,18 +171,25 @@ TEST(Teardown, OfAnInstanceWhoseSetUpFailed)
         const char* answer;
         bool works;
         const char* log;
+        std::size_t purges;  ///< that find no signal subscriber
     };
-    for (const Case& c : {Case{R"("pp::Instance::RegisterMessageHandler","result":-2)", false,
-                               "[PluginLogging]  RegisterMessageHandler Fail"},
-                          Case{R"("device_power_subscribe_poweroff","result":-1)", true,
-                               "[main] Failed subscribing suspend event"}}) {
+    for (const Case& c :
+         {Case{R"("pp::Instance::RegisterMessageHandler","result":-2)", false,
+               "2/6 zelumo-pepper CZeLumoPluginInstance: [PluginLogging]  RegisterMessageHandler Fail", 0},
+          Case{R"("device_power_subscribe_poweroff","result":-1)", true,
+               "2/6 zelumo-pepper CZeLumoPluginInstance: [main] Failed subscribing suspend event", 0},
+          Case{R"("TVServiceAPI::CreateSignalSubscriber","result":0)", true,
+               "0/6 zelumo-pepper Initialize: [CZeLumoPluginHandler::Initialize] no signal subscriber", 2}}) {
+        SCOPED_TRACE(c.answer);
         test::Page page;
         page.Close();
         page.Answer(c.answer);
         test::Log log;
         page.Open();
-        EXPECT_EQ(log.Take().back(), std::string("2/6 zelumo-pepper CZeLumoPluginInstance: ") + c.log);
-        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works) << c.answer;
+        EXPECT_EQ(log.TakeHolding({"Fail", "no signal subscriber"}), Lines{c.log});
+        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works);
+        page.Close();
+        EXPECT_EQ(log.TakeHolding({"PurgeAllSubscribedSignal] no signal subscriber"}).size(), c.purges);
     }
 }
 

@@ -6,10 +6,12 @@
 #include <regex>
 #include <thread>
 
+#include "content-service/FCEMSProxy.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
@@ -148,25 +150,14 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
 {
     const std::string whole = Describe(tv::ValueKind::Int);
     const std::string text = Describe(tv::ValueKind::Text);
+    // clang-format off
     const std::map<std::string, std::string> kinds{
-        {"int", whole},
-        {"number", whole},
-        {"player id", whole},
-        {"milliseconds", whole},
-        {"response", text},
-        {"appID", text},
-        {"URL", text},
-        {"text or null", "a string or null"},
-        {"bool", "true or false"},
-        {"isFirstEntry", "true or false"},
-        {"isInstantOn", "true or false"},
-        {"service", Describe(tv::ValueKind::Service)},
-        {"[service, …]", "an array of services"},
-        {"{antennaMode, serviceMode}", Describe(tv::ValueKind::TvMode)},
-        {"{serviceId: \"id\", isForDirectTune, channelType, channelNumber, serviceProfile, major, minor, "
-         "programNumber}",
-         Describe(tv::ValueKind::ServiceDescription)},
+        {"int", whole}, {"number", whole}, {"player id", whole}, {"milliseconds", whole}, {"response", text}, {"appID", text}, {"URL", text},
+        {"text or null", "a string or null"}, {"bool", "true or false"}, {"isFirstEntry", "true or false"}, {"isInstantOn", "true or false"},
+        {"service", Describe(tv::ValueKind::Service)}, {"[service, …]", "an array of services"}, {"{antennaMode, serviceMode}", Describe(tv::ValueKind::TvMode)},
+        {"{serviceId: \"id\", isForDirectTune, channelType, channelNumber, serviceProfile, major, minor, programNumber}", Describe(tv::ValueKind::ServiceDescription)},
     };
+    // clang-format on
     const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
     const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
     std::size_t calls = 0;
@@ -239,6 +230,44 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
     EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
+}
+
+int CountCall(void* count)
+{
+    return ++*static_cast<int*>(count);
+}
+
+TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
+{
+    const device_power_poweroff_cb on_power = [](int, void* count) { return CountCall(count); };
+    const vconf_callback_fn on_key = [](keynode_t*, void* count) { CountCall(count); };
+    FCEMSProxy* const events = FCEMSProxy::GetInstanceForPlugin(
+        FIIPCConnection::GetInstance(), [](int, FSEventData, void* count) { return CountCall(count); });
+    ISignalSubscriber* signals = nullptr;
+    TVServiceAPI::CreateSignalSubscriber(
+        [](ESignalType, TSSignalData, void* count) { return CountCall(count); }, &signals);
+    int first = 0;
+    int second = 0;
+    for (int* const count : {&first, &second}) {
+        EXPECT_EQ(device_power_subscribe_poweroff(on_power, count), 0);
+        EXPECT_EQ(vconf_notify_key_changed("k", on_key, count), 0);
+        EXPECT_EQ(events->Subscribe(5, count), 0);
+        EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
+    }
+    for (const char* verb : {R"({"tv":"poweroff","type":1})", R"({"tv":"setting","key":"k","value":1})",
+                             R"({"tv":"event","event":5})", R"({"tv":"signal","signal":177})"})
+        Do(verb);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 4);
+    for (const bool subscribed : {true, false}) {
+        EXPECT_EQ(device_power_unsubscribe_poweroff(on_power) == 0, subscribed);
+        EXPECT_EQ(vconf_ignore_key_changed("k", on_key) == 0, subscribed);
+        EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
+        EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
+    }
+    EXPECT_LT(device_power_subscribe_poweroff(nullptr, &first), 0);
+    EXPECT_LT(vconf_notify_key_changed("", on_key, &first), 0);
+    EXPECT_LT(vconf_notify_key_changed("k", nullptr, &first), 0);
 }
 
 TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)
