@@ -8,6 +8,7 @@
 #include "ppapi/cpp/var_dictionary.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
@@ -122,7 +123,20 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         page->Await(R"({"command":"Play"})");
         std::vector<std::function<void()>> services = Services();
         services.push_back(services.back());  // two threads of one service
-        services.emplace_back([] { tv::Tv::Get().clock().Advance(tv::Clock::Time(700), [] {}); });
+        // And what the host does meanwhile.
+        tv::Tv& tv = tv::Tv::Get();
+        tv::Clock& clock = tv.clock();
+        services.emplace_back([&] { clock.Advance(tv::Clock::Time(700), [] {}); });
+        services.emplace_back([&] { clock.Cancel(clock.Set(clock.Now() + tv::Clock::Time(9000), [] {})); });
+        services.emplace_back([&] { clock.SetDate(clock.Date()); });
+        services.emplace_back([&] { tv.StateJson(); });
+        services.emplace_back([&] { tv.Load(tv::SampleTv()); });
+        services.emplace_back([] { test::Calls calls; });
+        services.emplace_back([] { test::Log log; });
+        services.emplace_back([&] {
+            tv.calls().SetAnswer(tv::CallId::VconfGetInt, {});
+            tv.calls().Restore(tv::CallId::VconfGetInt);
+        });
         std::atomic<bool> stop{false};
         std::vector<std::thread> threads;
         for (const std::function<void()>& service : services) {
@@ -131,8 +145,10 @@ TEST(Teardown, WhileEveryServiceTellsThings)
                     service();
             });
         }
-        while (told < 20)
-            std::this_thread::yield();
+        while (told < 20) {
+            for (const char* command : {"RegisterEvent", "UnRegisterEvent"})
+                page->Await(std::string(R"({"command":")") + command + R"(","event":90003})");
+        }
         Finish(page, end);
         if (end == End::Close) {
             // The services go on telling; the page that is gone hears nothing of it.
