@@ -182,6 +182,7 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
 
 TEST(Tracing, DescribesWhereAndWhenAScopeWas)
 {
+    const auto begun = std::chrono::steady_clock::now();
     Tracing tracing;
     test::Page page;
     page.Await(R"({"command":"RegisterEvent","event":90001})");
@@ -194,6 +195,7 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
         points[operation].insert(scope.point);
         last[operation] = scope;
         EXPECT_TRUE(scope.line > 0 && scope.start.count() >= 0) << operation;
+        EXPECT_LE(scope.start + scope.duration, std::chrono::steady_clock::now() - begun) << operation;
         EXPECT_EQ(std::filesystem::path(scope.file).filename(),
                   operation.substr(0, 3) == "BMS" ? "BmsAdaptor.cpp" : "BmsEventHandler.cpp");
     }
