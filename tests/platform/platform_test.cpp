@@ -84,6 +84,7 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
              {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
              {R"({"tv":"signal"})", R"("signal" is missing)"},
              {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":5,"value":1})", R"("key" must be a string)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
              {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
@@ -254,6 +255,11 @@ TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
         EXPECT_EQ(events->Subscribe(5, count), 0);
         EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
     }
+    // What else is subscribed is another matter.
+    const auto other = static_cast<ESignalType>(178);
+    vconf_notify_key_changed("other", on_key, &first);
+    events->Subscribe(6, &first);
+    signals->Subscribe(other, &first, 1, 0, 0);
     for (const char* verb : {R"({"tv":"poweroff","type":1})", R"({"tv":"setting","key":"k","value":1})",
                              R"({"tv":"event","event":5})", R"({"tv":"signal","signal":177})"})
         Do(verb);
@@ -265,6 +271,11 @@ TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
         EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
         EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
     }
+    for (const char* verb : {R"({"tv":"setting","key":"other","value":1})", R"({"tv":"event","event":6})",
+                             R"({"tv":"signal","signal":178})"})
+        Do(verb);
+    EXPECT_EQ(first, 3);
+    EXPECT_EQ(tv::Tv::Get().DropLeftovers(), 3U);
     EXPECT_LT(device_power_subscribe_poweroff(nullptr, &first), 0);
     EXPECT_LT(vconf_notify_key_changed("", on_key, &first), 0);
     EXPECT_LT(vconf_notify_key_changed("k", nullptr, &first), 0);
