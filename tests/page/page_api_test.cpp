@@ -81,7 +81,7 @@ TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
     page.Close();
     const std::vector<std::string> made = calls.Take();
     for (const std::string& call : made) {
-        if (call != made.end()[-3] && call != "BmsUnSetCallback [101] -> -1")
+        if (call != made.at(made.size() - 3) && call != "BmsUnSetCallback [101] -> -1")
             expect_usual(call);
     }
 }

@@ -5,6 +5,7 @@
 #include <future>
 #include <thread>
 
+#include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var_dictionary.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
@@ -131,6 +132,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         services.emplace_back([&] { clock.SetDate(clock.Date()); });
         services.emplace_back([&] { tv.StateJson(); });
         services.emplace_back([&] { tv.Load(tv::SampleTv()); });
+        services.emplace_back([] { pp::Module::Get(); });
         services.emplace_back([] { test::Calls calls; });
         services.emplace_back([] { test::Log log; });
         services.emplace_back([&] {
