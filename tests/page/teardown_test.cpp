@@ -148,8 +148,9 @@ TEST(Teardown, WhileEveryServiceTellsThings)
             });
         }
         while (told < 20) {
-            for (const char* command : {"RegisterEvent", "UnRegisterEvent"})
-                page->Await(std::string(R"({"command":")") + command + R"(","event":90003})");
+            for (const char* command : {"RegisterEvent", "UnRegisterEvent", "Init"})
+                page->Await(std::string(R"({"event":90003,"url":"film","timeOffset":0,"command":")") +
+                            command + "\"}");
         }
         Finish(page, end);
         if (end == End::Close) {
