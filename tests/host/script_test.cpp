@@ -1,9 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
@@ -67,27 +63,18 @@ TEST(Script, CallsAndLogArePrintedInTheOrderOfTheirHappening)
 {"tv":"event","event":90001}
 )");
     EXPECT_EQ(result.status, 0);
-    Lines kinds;
+    std::string kinds;
     for (const std::string& line : test::LinesOf(result.out)) {
         const Json::Value json = test::J(line);
-        // The kind stands first in its line.
-        EXPECT_EQ(line.substr(0, 2), "{\"");
+        // The kind stands first in its line; of the calls and the log only some count here.
         const std::string kind = line.substr(2, line.find('"', 2) - 2);
-        if (kind == "call" && json["call"].asString().find("vconf") == std::string::npos)
-            continue;
-        // Behind the log's kind stands the file.
-        const std::string log = json["log"].asString();
-        const std::string file = log.substr(0, log.find(':'));
-        if (file.find("Settings") != std::string::npos || log.find("is sent") != std::string::npos)
-            kinds.push_back(kind + ' ' + file);
-        else if (kind != "log")
-            kinds.push_back(kind);
+        const std::string text = json[kind].isString() ? json[kind].asString() : "";
+        if (kind == "log"
+                ? text.find("Settings.cpp") != std::string::npos || text.find("is sent") != std::string::npos
+                : kind != "call" || text.find("vconf") == 0)
+            kinds += kind + ' ';
     }
-    const std::string settings = "log ZeLumoPluginHandlerSettings.cpp";
-    const Lines expected{"call", "reply",  settings,  "message",
-                         "did",  "reply",  "message", "log ZeLumoPluginHandlerEvents.cpp",
-                         "did",  settings, "call",    settings};
-    EXPECT_EQ(kinds, expected);
+    EXPECT_EQ(kinds, "call reply log message did reply message log did log call log ");
 }
 
 TEST(Script, EchoMakesAScriptForCheck)
@@ -117,29 +104,24 @@ TEST(Script, CheckPrintsWhatDiffers)
 {
     // Null: told by its beginning.
     for (const auto& [script, out] : std::vector<std::pair<const char*, const char*>>{
-             {"{\"await\":{\"command\":\"GetVersion\"}}\n{ \"reply\": {\"data\":\"1.00\", \"code\":0} }\n",
-              ""},
+             // clang-format off
+             {"{\"await\":{\"command\":\"GetVersion\"}}\n{ \"reply\": {\"data\":\"1.00\", \"code\":0} }\n", ""},
              {"{\"await\":{\"command\":\"GetVersion\"}}\n{\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n",
               "line 2: expected {\"reply\":{\"code\":0,\"data\":\"2.00\"}}\n"
               "line 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
-             {"\n{\"await\":{\"command\":\"GetVersion\"}}\n",
-              "line 2: expected nothing\nline 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
-             {"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"message\":1}\n",
-              "line 3: expected {\"message\":1}\nline 3: got nothing\n"},
-             {"bad\n{\"error\":\"line 1: not JSON: Line 1, Column 1: Syntax error: value, object or "
-              "array "
-              "expected.\"}\n",
-              ""},
+             {"\n{\"await\":{\"command\":\"GetVersion\"}}\n", "line 2: expected nothing\nline 2: got {\"reply\":{\"code\":0,\"data\":\"1.00\"}}\n"},
+             {"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"message\":1}\n", "line 3: expected {\"message\":1}\nline 3: got nothing\n"},
+             {"bad\n{\"error\":\"line 1: not JSON: Line 1, Column 1: Syntax error: value, object or " "array " "expected.\"}\n", ""},
              // The last line was cut off: it is passed over, and what is there of its block must fit.
              {"{\"await\":{\"command\":\"GetVersion\"}}\n{\"repl", ""},
              {"{\"tv\":\"close\"}\n{\"did\":\"close\"}\n{\"tv\":\"op", ""},
-             {"{\"tv\":\"close\"}\n{\"did\":\"open\"}\n{\"tv\":\"op",
-              "line 2: expected {\"did\":\"open\"}\nline 2: got {\"did\":\"close\"}\n"},
+             {"{\"tv\":\"close\"}\n{\"did\":\"open\"}\n{\"tv\":\"op", "line 2: expected {\"did\":\"open\"}\nline 2: got {\"did\":\"close\"}\n"},
              {"{\"tv\":\"close\"}\n{\"message\":1}\n{\"message\":2}\n{\"did\":\"cl",
               "line 2: expected {\"message\":1}\nline 2: got {\"did\":\"close\"}\n"
               "line 3: expected {\"message\":2}\nline 3: got nothing\n"},
              // Calls are compared only where the script holds any: here all of the opening are missing.
              {"{\"call\":\"ht_register_library\",\"args\":[],\"result\":null}\n", nullptr},
+             // clang-format on
          }) {
         const test::HostResult result = test::RunHost("script --check -", script);
         if (out == nullptr) {
@@ -202,13 +184,6 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
     }
 }
 
-TEST(Host, AClosedOutputEndsTheScript)
-{
-    const test::HostResult result = test::RunHost("script >&-", "{\"await\":1}\n{\"await\":1}\n");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, "zelumo-tv: can't write to standard output: Bad file descriptor\n");
-}
-
 TEST(Host, AClosedStreamIsNotTakenForAFile)
 {
     const test::TemporaryFolder folder;
@@ -217,6 +192,7 @@ TEST(Host, AClosedStreamIsNotTakenForAFile)
     // The files that are opened would get the numbers of the streams, and the streams' lines.
     const test::HostResult no_output = test::RunHost("--trace " + trace + " script " + script + " <&- >&-");
     EXPECT_EQ(no_output.err, "zelumo-tv: can't write to standard output: Bad file descriptor\n");
+    EXPECT_EQ(no_output.status, 1);
     EXPECT_TRUE(test::J(test::ReadFile(trace)).isArray()) << test::ReadFile(trace);
     const test::HostResult no_input = test::RunHost("script <&-");
     EXPECT_EQ(no_input.err, "zelumo-tv: standard input: Bad file descriptor\n");

@@ -1,15 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <future>
-#include <memory>
 #include <set>
-#include <string>
-#include <thread>
 
+#include "BmsAdaptor.h"
 #include "ZeLumoPluginHandler.h"
 #include "tests/support/page.h"
-#include "tv/control.h"
 #include "tv/tv.h"
 
 namespace {
@@ -22,29 +17,6 @@ class Handler : public testing::Test {
     pp::Instance instance_{PP_Instance{1}};
     std::unique_ptr<CZeLumoPluginHandler> handler_ = std::make_unique<CZeLumoPluginHandler>(&instance_);
 };
-
-TEST_F(Handler, DropsWhatArrivesOnceItIsDestroyed)
-{
-    // Between the flag and the end of a subscription callbacks may still come.
-    std::string key = "destroyed/key";
-    ASSERT_TRUE(handler_->RegisterEvent(PLOOMIA_EVENT_MSO_INFO_SET));
-    ASSERT_TRUE(handler_->AddVconfCallbackWithKey(key));
-    tv::CarryOut(J(R"({"tv":"answer","call":"FIIPCConnection::GetInstance","delay":3600000,"times":1})"));
-    test::Log log;
-    auto destroying = std::async(std::launch::async, [this] { handler_.reset(); });
-    while (!tv::TheCalls().AnswersJson().empty())
-        std::this_thread::yield();
-    log.Take();
-    EXPECT_EQ(tv::EventProxyService::Get().Notify(PLOOMIA_EVENT_MSO_INFO_SET, false), std::vector<int>{-1});
-    EXPECT_EQ(tv::SettingsStore::Get().SetAndTell(key, 1, false), 1U);
-    EXPECT_EQ(log.Take(),
-              (Lines{"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called",
-                     "0/6 zelumo-pepper t_VordaOnEvent:  pluginVorda is destroyed",
-                     "0/6 zelumo-pepper t_VconfChangedCallBack: "
-                     "[CZeLumoPluginHandler::t_VconfChangedCallBack] pluginVorda is destroyed"}));
-    tv::TheCalls().RestoreAll();
-    destroying.get();
-}
 
 TEST_F(Handler, LeadsFromEventNumbersToNamesAndBack)
 {
@@ -110,6 +82,42 @@ TEST_F(Handler, ConvertsEveryUnitOfAnExtraMember)
     }
     EXPECT_EQ(handler_->t_GetChannelInfo(nullptr), "");
     EXPECT_EQ(handler_->UIntToString(4294967295U), "4294967295");
+}
+
+TEST(EventRelay, HandsOverToTheCallbackThatWasStoredLast)
+{
+    int first = 0;
+    int second = 0;
+    const BmsEventCallback count = [](int, std::string, std::string, void* user_data) {
+        ++*static_cast<int*>(user_data);
+    };
+    BmsEventHandler relay;
+    relay.Init();
+    relay.SetCallback(5);
+    const auto report = [] { return tv::PlayerService::Get().Report(5, BMS_EVENT_SEEK_COMPLETE, 1, 2, false); };
+    EXPECT_EQ(report(), 1U);
+    relay.RegisterSendEventCallback(5, count, &first);
+    relay.RegisterSendEventCallback(7, count, &second);
+    EXPECT_EQ(report(), 1U);
+    // Without a callback what other players still report is dropped.
+    relay.UnSetCallback(101);
+    EXPECT_EQ(report(), 1U);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 1);
+}
+
+TEST(PlayerSide, LeavesWhatIsNoCommandAlone)
+{
+    const std::string tag = "0/6 ZLP_BASE HandleBlockingMessageImp: ";
+    const std::string called = tag + "BMSAdaptor::HandleBlockingMessageImp is called";
+    BMSAdaptor player_side;
+    test::Log log;
+    pp::Var reply(7);
+    EXPECT_FALSE(player_side.HandleBlockingMessageImp("Play", reply));
+    EXPECT_EQ(log.Take(), (Lines{called, tag + "Incoming message is invalid"}));
+    EXPECT_FALSE(player_side.HandleBlockingMessageImp(pp::VarDictionary(), reply));
+    EXPECT_EQ(log.Take(), (Lines{called, tag + "Parameter command is invalid"}));
+    EXPECT_EQ(reply.AsInt(), 7);
 }
 
 }  // namespace

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/support/page.h"
 
 namespace {
@@ -58,9 +55,7 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpForward","sec":1})",
          {R"("BmsGetPlayTime","result":-1,"out":[-1])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> -1 out [-1]", "BmsSeek [-1,999] -> 0"}, kTrue},
-        {R"({"command":"JumpForward","sec":1})",
-         {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
+        {R"({"command":"JumpForward","sec":1})", {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
 
         {R"({"command":"JumpBackward","sec":10})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
@@ -78,8 +73,7 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpBackward","sec":-2147483648})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
-        {R"({"command":"JumpBackward","sec":1})",
-         {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
+        {R"({"command":"JumpBackward","sec":1})", {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
 
         {R"({"command":"PasueLive"})", {}, {}, kFalse},
         {R"({"command":"PauseLive"})", {}, {}, kNotSupported},

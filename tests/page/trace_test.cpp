@@ -4,12 +4,9 @@
 
 #include <array>
 #include <csignal>
-#include <filesystem>
 #include <map>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "core/mutex.h"
 #include "tests/support/host_process.h"
@@ -87,37 +84,33 @@ TEST(Tracing, RecordsTheScopesOfASession)
         return lines;
     };
     const Step steps[] = {
+        // clang-format off
         {R"({"command":"RegisterEvent","event":90001})",
          {imp + R"("RegisterEvent")", "BmsEventHandler::SetCallback 101", "BMSAdaptor::SetCallBack 101",
           "BMSAdaptor::RegisterSendEvent 101"}},
         {R"({"command":"Play"})", {imp + R"("Play")"}},
-        {R"({"command":"ResumeLive","reason":"back"})",
-         {R"(BMSAdaptor::ResumeLiveBMS "back")", imp + R"("ResumeLive")"}},
-        {R"({"command":"ResumeLive","reason":""})",
-         {R"(BMSAdaptor::ResumeLiveBMS "")", imp + R"("ResumeLive")"}},
+        {R"({"command":"ResumeLive","reason":"back"})", {R"(BMSAdaptor::ResumeLiveBMS "back")", imp + R"("ResumeLive")"}},
+        {R"({"command":"ResumeLive","reason":""})", {R"(BMSAdaptor::ResumeLiveBMS "")", imp + R"("ResumeLive")"}},
         {R"({"command":"ResumeLive"})", {imp + R"("ResumeLive")"}},
         {R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":-4})",
          {"BMSAdaptor::SetDisplayRectBMS false", "BMSAdaptor::SetDisplayRectBMS 1 2 3 -4",
           imp + R"("SetDisplayRect")"}},
-        {R"({"command":"Init","url":"","timeOffset":7})",
-         {R"(BMSAdaptor::InitializeBMS "" 7 0)", imp + R"("Init")"}},
+        {R"({"command":"Init","url":"","timeOffset":7})", {R"(BMSAdaptor::InitializeBMS "" 7 0)", imp + R"("Init")"}},
         {R"({"command":"Init","timeOffset":7})", {imp + R"("Init")"}},
         {R"({"command":"nothing"})", {imp + R"("nothing")"}},
         {R"({"command":7})", {}},
-        {R"({"tv":"report","player":101,"type":32,"value1":40})",
-         report("EventInitComplete", R"("40<BMS_PLAYER-0.5" "")", 32)},
-        {R"({"tv":"report","player":101,"type":131,"value1":40})",
-         report("EventBuffering", R"("40" "")", 131)},
-        {R"({"tv":"report","player":101,"type":137,"value1":1,"value2":2})",
-         report("EventCurrentPosition", R"("1" "2")", 137)},
+        {R"({"tv":"report","player":101,"type":32,"value1":40})", report("EventInitComplete", R"("40<BMS_PLAYER-0.5" "")", 32)},
+        {R"({"tv":"report","player":101,"type":131,"value1":40})", report("EventBuffering", R"("40" "")", 131)},
+        {R"({"tv":"report","player":101,"type":137,"value1":1,"value2":2})", report("EventCurrentPosition", R"("1" "2")", 137)},
+        {R"({"tv":"report","player":101,"type":35,"value1":1,"value2":2})", report("EventSeekComplete", R"("1" "2")", 35)},
         {R"({"tv":"report","player":101,"type":33})", report("EventPauseComplete", R"("" "")", 33)},
-        {R"({"tv":"report","player":101,"type":99})",
-         {"BmsEventHandler::CallbackHandler 101 99", "BmsEventHandler::CallbackFunction 101"}},
+        {R"({"tv":"report","player":101,"type":99})", {"BmsEventHandler::CallbackHandler 101 99", "BmsEventHandler::CallbackFunction 101"}},
         {R"({"tv":"report","player":101,"type":33,"user":null})", {"BmsEventHandler::CallbackFunction 101"}},
         {R"({"tv":"answer","call":"BmsCreatePlayer","result":0,"out":[5]})", {}},
         {R"({"command":"Init","url":"film","timeOffset":7,"playerType":2})",
          {"BmsEventHandler::SetCallback 5", "BMSAdaptor::InitializeBMS true 5",
           R"(BMSAdaptor::InitializeBMS "film" 7 2)", imp + R"("Init")"}},
+        // clang-format on
     };
     Tracing tracing;
     test::Page page;
@@ -128,6 +121,18 @@ TEST(Tracing, RecordsTheScopesOfASession)
         else
             page.Await(step.line);
         EXPECT_EQ(tracing.TakeLines(), step.scopes);
+    }
+    for (const auto& [type, event] : std::map<int, std::string>{{34, "EventResumeComplete"},
+                                                                {36, "EventStopSuccess"},
+                                                                {37, "EventContentRangeOver"},
+                                                                {97, "EventEndOfStream"},
+                                                                {98, "EventError"},
+                                                                {134, "EventFileNotFound"},
+                                                                {144, "EventBeginOfStream"},
+                                                                {200, "EventGetWindowID"},
+                                                                {201, "EventGetInitInfo"}}) {
+        page.Do(R"({"tv":"report","player":101,"type":)" + std::to_string(type) + "}");
+        EXPECT_EQ(tracing.TakeLines(), report(event, R"("" "")", type));
     }
     page.TakeMessages();
     page.Close();
@@ -178,6 +183,7 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
 
 TEST(Tracing, DescribesWhereAndWhenAScopeWas)
 {
+    const auto begun = std::chrono::steady_clock::now();
     Tracing tracing;
     test::Page page;
     page.Await(R"({"command":"RegisterEvent","event":90001})");
@@ -185,14 +191,12 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
     page.TakeMessages();
     std::map<std::string, std::set<std::uint32_t>> points;
     std::map<std::string, tv::TracedScope> last;
-    const std::vector<tv::TracedScope> scopes = tracing.Take();
-    for (const tv::TracedScope& scope : scopes) {
+    for (const tv::TracedScope& scope : tracing.Take()) {
         const std::string operation = Operation(scope.signature);
         points[operation].insert(scope.point);
         last[operation] = scope;
-        EXPECT_GT(scope.thread, 0);
-        EXPECT_GT(scope.line, 0);
-        EXPECT_GE(scope.start.count(), 0);
+        EXPECT_TRUE(scope.line > 0 && scope.start.count() >= 0) << operation;
+        EXPECT_LE(scope.start + scope.duration, std::chrono::steady_clock::now() - begun) << operation;
         EXPECT_EQ(std::filesystem::path(scope.file).filename(),
                   operation.substr(0, 3) == "BMS" ? "BmsAdaptor.cpp" : "BmsEventHandler.cpp");
     }
@@ -200,9 +204,8 @@ TEST(Tracing, DescribesWhereAndWhenAScopeWas)
     EXPECT_EQ(points["BMSAdaptor::HandleBlockingMessageImp"].size(), 1U);
     EXPECT_EQ(points["BMSAdaptor::InitializeBMS"].size(), 2U);
     EXPECT_EQ(points["BmsEventHandler::CallbackFunction"].count(0), 0U);
-    EXPECT_EQ(scopes.front().signature,
-              "bool BMSAdaptor::HandleBlockingMessageImp(const pp::Var&, pp::Var&)");
     const tv::TracedScope& outer = last["BMSAdaptor::HandleBlockingMessageImp"];
+    EXPECT_EQ(outer.signature, "bool BMSAdaptor::HandleBlockingMessageImp(const pp::Var&, pp::Var&)");
     const tv::TracedScope& inner = last["BMSAdaptor::InitializeBMS"];
     EXPECT_EQ(inner.thread, outer.thread);
     EXPECT_NE(inner.thread, last["BmsEventHandler::CallbackFunction"].thread);
@@ -235,6 +238,19 @@ TEST(Tracing, IsOffUntilTheLibraryWasRegistered)
     test::Page page;
     page.Await(R"({"command":"Play"})");
     EXPECT_EQ(tracing.TakeLines(), Lines());
+    // Its flag saves a library the cost of its trace points.
+    tv::TraceLibraries libraries;
+    tv::ScopeTracer tracer(libraries);
+    ht_enabled_flag flag{1};
+    libraries.Register(&flag);
+    EXPECT_EQ(flag, 0);
+    tracer.Start(nullptr);
+    EXPECT_EQ(flag, 1);
+    tracer.Stop();
+    EXPECT_EQ(flag, 0);
+    libraries.Deregister(&flag);
+    tracer.Start(nullptr);
+    EXPECT_EQ(flag, 0);
 }
 
 /// The complete events of a trace as `thread: operation {args}`, the place in the source left out.
@@ -255,30 +271,6 @@ Lines Events(const Json::Value& trace)
     return lines;
 }
 
-TEST(TraceFile, HoldsOneEventAScope)
-{
-    const test::TemporaryFolder folder;
-    const std::string file = folder / "trace.json";
-    {
-        host::TraceFile trace(file);
-        test::Page page;
-        page.Await(R"({"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4})");
-        page.Await(R"({"command":"ResumeLive","reason":"\"\\\n\u00e9"})");
-        page.Close();
-        trace.Finish();
-        page.Open();
-        page.Await(R"({"command":"Play"})");
-    }
-    const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
-    EXPECT_EQ(Events(J(test::ReadFile(file))),
-              (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
-                     worker + R"(SetDisplayRectBMS {"value1":1,"value2":2,"value3":3,"value4":4})",
-                     worker + R"(HandleBlockingMessageImp {"value1":"SetDisplayRect"})",
-                     worker + "ResumeLiveBMS {\"value1\":\"\\\"\\\\\\n\u00e9\"}",
-                     worker + R"(HandleBlockingMessageImp {"value1":"ResumeLive"})",
-                     worker + R"(Destory {"value1":101})"}));
-}
-
 TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
 {
     const test::TemporaryFolder folder;
@@ -291,7 +283,7 @@ TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
     EXPECT_THROW(full.Finish(), host::TraceError);
 }
 
-TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
+TEST(TraceFile, HoldsEveryScopeEvenWhenTheProgramIsInterrupted)
 {
     const test::TemporaryFolder folder;
     const std::string file = folder / "trace.json";
@@ -310,11 +302,12 @@ TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
     close(to_program[0]);
     close(from_program[1]);
     // A call that would take ten minutes is under way: it is cut short.
-    const std::string line = R"({"tv":"answer","call":"BmsStop","delay":600000})"
-                             "\n"
-                             R"({"await":{"command":"Stop"}})"
-                             "\n";
-    ASSERT_EQ(write(to_program[1], line.data(), line.size()), static_cast<ssize_t>(line.size()));
+    const std::string lines = R"({"await":{"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4}}
+{"await":{"command":"ResumeLive","reason":"\"\\\n\u00e9"}}
+{"tv":"answer","call":"BmsStop","delay":600000}
+{"await":{"command":"Stop"}}
+)";
+    ASSERT_EQ(write(to_program[1], lines.data(), lines.size()), static_cast<ssize_t>(lines.size()));
     std::string out;
     for (char c = 0; out.find("command:[Stop]") == std::string::npos && read(from_program[0], &c, 1) == 1;)
         out += c;
@@ -327,9 +320,15 @@ TEST(TraceFile, LosesNothingWhenTheProgramIsInterrupted)
     EXPECT_NE(out.find(R"({"reply":)"), std::string::npos) << out;
     close(to_program[1]);
     close(from_program[0]);
+    const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
     EXPECT_EQ(Events(J(test::ReadFile(file))),
-              (Lines{R"(zlp.zelumopeppe: BMSAdaptor::HandleBlockingMessageImp {"value1":"Stop"})",
-                     R"(zlp.zelumopeppe: BMSAdaptor::Destory {"value1":101})"}));
+              (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
+                     worker + R"(SetDisplayRectBMS {"value1":1,"value2":2,"value3":3,"value4":4})",
+                     worker + R"(HandleBlockingMessageImp {"value1":"SetDisplayRect"})",
+                     worker + "ResumeLiveBMS {\"value1\":\"\\\"\\\\\\n\u00e9\"}",
+                     worker + R"(HandleBlockingMessageImp {"value1":"ResumeLive"})",
+                     worker + R"(HandleBlockingMessageImp {"value1":"Stop"})",
+                     worker + R"(Destory {"value1":101})"}));
 }
 
 }  // namespace

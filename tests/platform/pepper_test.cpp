@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -32,27 +33,30 @@ TEST(Var, ReadsAsOtherTypesGiveNeutralValues)
         bool as_bool;
         int32_t as_int;
         double as_double;
-        const char* as_string;
+        std::string as_string;
+        std::string shown;
     };
+    const std::string zero("a\0b", 3);
     for (const Case& c : {
-             Case{pp::Var(), PP_VARTYPE_UNDEFINED, false, 0, 0.0, ""},
-             Case{pp::Var(pp::Var::Null()), PP_VARTYPE_NULL, false, 0, 0.0, ""},
-             Case{true, PP_VARTYPE_BOOL, true, 0, 0.0, ""},
-             Case{7, PP_VARTYPE_INT32, false, 7, 7.0, ""},
-             Case{-2.9, PP_VARTYPE_DOUBLE, false, -2, -2.9, ""},
-             Case{1e12, PP_VARTYPE_DOUBLE, false, 2147483647, 1e12, ""},
-             Case{-1e12, PP_VARTYPE_DOUBLE, false, -2147483647 - 1, -1e12, ""},
-             Case{"7", PP_VARTYPE_STRING, false, 0, 0.0, "7"},
-             Case{std::string("a\0b", 3), PP_VARTYPE_STRING, false, 0, 0.0, nullptr},
-             Case{pp::VarArray(), PP_VARTYPE_ARRAY, false, 0, 0.0, ""},
-             Case{pp::VarDictionary(), PP_VARTYPE_DICTIONARY, false, 0, 0.0, ""},
+             Case{pp::Var(), PP_VARTYPE_UNDEFINED, false, 0, 0.0, "", "Var(UNDEFINED)"},
+             Case{pp::Var(pp::Var::Null()), PP_VARTYPE_NULL, false, 0, 0.0, "", "Var(NULL)"},
+             Case{true, PP_VARTYPE_BOOL, true, 0, 0.0, "", "Var(true)"},
+             Case{7, PP_VARTYPE_INT32, false, 7, 7.0, "", "Var(7)"},
+             Case{-2.9, PP_VARTYPE_DOUBLE, false, -2, -2.9, "", "Var(-2.900000)"},
+             Case{1e12, PP_VARTYPE_DOUBLE, false, 2147483647, 1e12, "", "Var(1000000000000.000000)"},
+             Case{-1e12, PP_VARTYPE_DOUBLE, false, -2147483647 - 1, -1e12, "", "Var(-1000000000000.000000)"},
+             Case{"7", PP_VARTYPE_STRING, false, 0, 0.0, "7", "Var<\"7\">"},
+             Case{zero, PP_VARTYPE_STRING, false, 0, 0.0, zero, "Var<\"" + zero + "\">"},
+             Case{pp::VarArray(), PP_VARTYPE_ARRAY, false, 0, 0.0, "", "Var(ARRAY)"},
+             Case{pp::VarDictionary(), PP_VARTYPE_DICTIONARY, false, 0, 0.0, "", "Var(DICTIONARY)"},
          }) {
-        SCOPED_TRACE(c.var.DebugString());
+        EXPECT_EQ(c.var.DebugString(), c.shown);
+        SCOPED_TRACE(c.shown);
         EXPECT_EQ(c.var.pp_var().type, c.type);
         EXPECT_EQ(c.var.AsBool(), c.as_bool);
         EXPECT_EQ(c.var.AsInt(), c.as_int);
         EXPECT_EQ(c.var.AsDouble(), c.as_double);
-        EXPECT_EQ(c.var.AsString(), c.as_string == nullptr ? std::string("a\0b", 3) : c.as_string);
+        EXPECT_EQ(c.var.AsString(), c.as_string);
     }
     EXPECT_EQ(pp::Var(kNan).AsInt(), 0);
 }
@@ -92,7 +96,7 @@ TEST(Var, ViewsOnOtherTypesDoNothing)
     EXPECT_TRUE(dictionary.Get("key").is_undefined());
     EXPECT_FALSE(pp::VarDictionary().Set(5, 1));
     pp::VarArray array(pp::Var("text"));
-    EXPECT_FALSE(array.Set(0, 1));
+    EXPECT_FALSE(array.Set(0, 1) || array.SetLength(1));
     EXPECT_EQ(array.GetLength(), 0U);
 
     pp::VarArray grown;
@@ -100,18 +104,34 @@ TEST(Var, ViewsOnOtherTypesDoNothing)
     EXPECT_EQ(grown.GetLength(), 3U);
     EXPECT_TRUE(grown.Get(0).is_undefined());
     EXPECT_TRUE(grown.Get(3).is_undefined());
+    EXPECT_TRUE(grown.SetLength(1));
+    EXPECT_EQ(grown.GetLength(), 1U);
 
     pp::VarDictionary keys;
-    for (const char* key : {"b", "a", "B"})
-        keys.Set(key, true);
-    EXPECT_EQ(keys.GetKeys().Get(0).AsString(), "B");
-    EXPECT_EQ(keys.GetKeys().Get(2).AsString(), "b");
+    for (const char* key : {"b", "a", "B", "a"})
+        EXPECT_TRUE(keys.Set(key, true));
+    keys.Delete("A");
+    std::string sorted;
+    for (uint32_t i = 0; i < keys.GetKeys().GetLength(); ++i)
+        sorted += keys.GetKeys().Get(i).AsString();
+    EXPECT_EQ(sorted, "Bab");
 }
 
-/// A plug-in module whose instances are bare.
+/// A plug-in module whose instances only show the attributes of their element.
 class BareModule : public pp::Module {
   public:
-    pp::Instance* CreateInstance(PP_Instance instance) override { return new pp::Instance(instance); }
+    struct Instance : pp::Instance {
+        Instance(PP_Instance id, std::string& shown) : pp::Instance(id), attributes(shown) {}
+        bool Init(uint32_t count, const char* names[], const char* values[]) override
+        {
+            for (uint32_t i = 0; i < count; ++i)
+                attributes += std::string(names[i]) + '=' + values[i] + ' ';
+            return true;
+        }
+        std::string& attributes;
+    };
+    pp::Instance* CreateInstance(PP_Instance id) override { return new Instance(id, attributes); }
+    std::string attributes;
 };
 
 /// Answers blocking messages with their own value once `gate` opens.
@@ -143,7 +163,9 @@ TEST(MessageLoop, RegistrationReportsPeppersErrors)
 {
     BareModule module;
     Echo handler;
-    auto element = std::make_unique<tv::EmbeddedInstance>(module, Ignore);
+    auto element = std::make_unique<tv::EmbeddedInstance>(
+        module, Ignore, tv::EmbeddedInstance::Attributes{{"type", "application/x-zelumo"}, {"id", "tv"}});
+    EXPECT_EQ(module.attributes, "type=application/x-zelumo id=tv ");
     pp::Instance instance(element->pp_instance());
     pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};
 
@@ -209,6 +231,11 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     EXPECT_TRUE(element.Await("after", reply_of(pp::Var())).is_undefined());
     EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
+    for (const int result :
+         {pp::MessageLoop::GetCurrent().PostQuit(true), pp::MessageLoop::GetCurrent().Run(),
+          pp::MessageLoop::GetCurrent().AttachToCurrentThread(),
+          pp::MessageLoop::GetCurrent().PostWork({nullptr, nullptr})})
+        EXPECT_EQ(result, PP_ERROR_BADARGUMENT) << "there is no loop";
 }
 
 TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
@@ -226,6 +253,7 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     Step b{ran, "b"};
     Step late{ran, "late"};
     Step last{ran, "last"};
+    Step behind{ran, "behind"};
     Step never{ran, "never"};
 
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
@@ -236,11 +264,12 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);
     // The quit is posted behind the late work, by the work itself; what was posted before it still runs.
-    std::pair ending{&loop, pp::CompletionCallback(run, &last)};
+    std::tuple ending{&loop, pp::CompletionCallback(run, &last), pp::CompletionCallback(run, &behind)};
     const auto quit = [](void* datum, int32_t) {
-        const auto* end = static_cast<decltype(ending)*>(datum);
-        end->first->PostWork(end->second);
-        end->first->PostQuit(true);
+        const auto& [quitting, before, after] = *static_cast<decltype(ending)*>(datum);
+        quitting->PostWork(before);
+        quitting->PostQuit(true);
+        quitting->PostWork(after);
     };
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(quit, &ending), 20), PP_OK);
     std::thread([&] {
@@ -251,8 +280,33 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     // When the late work is due, beside the other, is up to the machine.
     const std::size_t at = ran.find("late0 ");
     ASSERT_NE(at, std::string::npos) << ran;
-    EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 never" + std::to_string(PP_ERROR_ABORTED) + ' ');
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_ERROR_FAILED);
+    const std::string aborted = std::to_string(PP_ERROR_ABORTED) + ' ';
+    EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 behind" + aborted + "never" + aborted);
+    for (const int delay : {0, 1})
+        EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a), delay), PP_ERROR_FAILED);
+    ran.clear();
+    pp::MessageLoop(pp::InstanceHandle(PP_Instance{1})).PostWork(pp::CompletionCallback(run, &a));
+    EXPECT_EQ(ran, "a" + aborted) << "nobody ran the loop";
+}
+
+TEST(MessageLoop, WakesUpForWhateverIsPosted)
+{
+    const auto run = [](void* datum, int32_t) { static_cast<std::promise<void>*>(datum)->set_value(); };
+    // A loop that is not woken stands still, and so does this test.
+    for (int round = 0; round < 20; ++round) {
+        pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
+        std::thread worker([&loop] {
+            loop.AttachToCurrentThread();
+            loop.Run();
+        });
+        for (const int delay : {0, 1, 0, 1}) {
+            std::promise<void> ran;
+            loop.PostWork(pp::CompletionCallback(run, &ran), delay);
+            ran.get_future().wait();
+        }
+        loop.PostQuit(true);
+        worker.join();
+    }
 }
 
 }  // namespace

