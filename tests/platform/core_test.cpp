@@ -28,8 +28,8 @@ TEST(Core, ARequestIsAnsweredOnceAlsoWhenItIsDropped)
     EXPECT_EQ(taken(), std::vector<std::string>{"first"});
     {
         Reply reply = request();
-        Reply moved = std::move(reply);
-        reply("from where it was");  // NOLINT(bugprone-use-after-move): it has nothing to answer any more
+        const Reply moved = std::exchange(reply, Reply());
+        reply("from where it was");
         EXPECT_TRUE(taken().empty());
     }
     EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
