@@ -41,11 +41,7 @@ const std::vector<Service*>& Services()
 void LoadTv(const TvConfig& config)
 {
     TheClock().SetDate(config.date);
-    TvService::Get().Load(config.line_up);
-    ContentService::Get().Load(config.line_up, config.content);
-    SettingsStore::Get().Load(config.settings);
-    PlayerService::Get().Load(config.streams);
-    ExtensionSystem::Get().Load(config.extension);
+    TvConfig::ForEachSection(config, [](const auto& section, auto& service) { service.Load(section); });
 }
 
 Json::Value StateJson()

@@ -67,7 +67,7 @@ class Content : public testing::Test {
     static std::vector<std::string> Ids()
     {
         std::vector<std::string> ids;
-        for (const tv::ChannelConfig& channel : tv::SampleTv().line_up->channels)
+        for (const tv::ChannelConfig& channel : tv::SampleTv().line_up.channels)
             ids.push_back(std::to_string(channel.id));
         return ids;
     }

@@ -143,7 +143,7 @@ TEST(Tracing, CapturesAsTheScopeAsksForItsFirstValue)
 {
     struct Case {
         unsigned settings;
-        const char* placed;   ///< values of a scope of one truth value
+        const char* placed;   ///< values of a scope of one boolean
         const char* rect;     ///< of one of four numbers
         const char* command;  ///< of one text
         std::size_t types;

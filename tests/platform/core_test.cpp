@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/delivery.h"
 #include "core/mutex.h"
 #include "core/reply_once.h"
 
@@ -56,8 +57,15 @@ TEST(CoreDeathTest, LocksAreTakenInTheirOrder)
     Take(LockLevel::Service, LockLevel::Clock);
     Take(LockLevel::Journal, LockLevel::Leaf);
     EXPECT_DEATH(Take(LockLevel::Clock, LockLevel::Service),
-                 "a lock of level 2 is taken while one of level 4");
-    EXPECT_DEATH(Take(LockLevel::Leaf, LockLevel::Leaf), "is taken while one");
+                 "a lock of the level Service is taken under one of the level Clock");
+    EXPECT_DEATH(
+        {
+            tv::Mutex mutex(LockLevel::Service);
+            const tv::MutexLock holds(mutex);
+            tv::DeliveryThread("waited for").Drain();
+        },
+        "another thread is waited for under a lock of the level Service");
+    EXPECT_DEATH(Take(LockLevel::Leaf, LockLevel::Leaf), "taken under one of the level Leaf");
 }
 #endif
 

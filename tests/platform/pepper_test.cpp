@@ -204,7 +204,7 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     const auto reply_of = [&told](const pp::Var& expected) {
         return tv::EmbeddedInstance::Reply(
             [&told, expected](const pp::Var& reply) {
-                EXPECT_EQ(reply, expected);
+                EXPECT_EQ(reply.DebugString(), expected.DebugString());
                 ++told;
             },
             pp::Var());
@@ -244,8 +244,8 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
         std::string& ran;
         std::string name;
     };
-    const auto run = [](void* datum, int32_t result) {
-        const auto* step = static_cast<Step*>(datum);
+    const auto run = [](void* user_data, int32_t result) {
+        const auto* step = static_cast<Step*>(user_data);
         step->ran += step->name + std::to_string(result) + ' ';
     };
     std::string ran;
@@ -265,8 +265,8 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);
     // The quit is posted behind the late work, by the work itself; what was posted before it still runs.
     std::tuple ending{&loop, pp::CompletionCallback(run, &last), pp::CompletionCallback(run, &behind)};
-    const auto quit = [](void* datum, int32_t) {
-        const auto& [quitting, before, after] = *static_cast<decltype(ending)*>(datum);
+    const auto quit = [](void* user_data, int32_t) {
+        const auto& [quitting, before, after] = *static_cast<decltype(ending)*>(user_data);
         quitting->PostWork(before);
         quitting->PostQuit(true);
         quitting->PostWork(after);
@@ -291,7 +291,9 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
 
 TEST(MessageLoop, WakesUpForWhateverIsPosted)
 {
-    const auto run = [](void* datum, int32_t) { static_cast<std::promise<void>*>(datum)->set_value(); };
+    const auto run = [](void* user_data, int32_t) {
+        static_cast<std::promise<void>*>(user_data)->set_value();
+    };
     // A loop that is not woken stands still, and so does this test.
     for (int round = 0; round < 20; ++round) {
         pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};

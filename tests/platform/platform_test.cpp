@@ -243,9 +243,9 @@ struct Subscriber {
     std::shared_future<void> leave;
 };
 
-int HeldCallback(int, void* datum)
+int HeldCallback(int, void* user_data)
 {
-    auto* subscriber = static_cast<Subscriber*>(datum);
+    auto* subscriber = static_cast<Subscriber*>(user_data);
     subscriber->running = true;
     subscriber->entered.set_value();
     subscriber->leave.wait();

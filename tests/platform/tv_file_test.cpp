@@ -92,20 +92,20 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
 {
     const tv::TvConfig& sample = tv::SampleTv();
     const tv::TvConfig same = tv::ParseTv("{}", sample);
-    EXPECT_EQ(same.line_up->channels.size(), sample.line_up->channels.size());
-    EXPECT_EQ(same.line_up->current, 1001U);
+    EXPECT_EQ(same.line_up.channels.size(), sample.line_up.channels.size());
+    EXPECT_EQ(same.line_up.current, 1001U);
     EXPECT_EQ(same.settings.values, sample.settings.values);
     EXPECT_EQ(same.date.count(), 1767294000000);
     const tv::TvConfig other = tv::ParseTv(
         R"({"channels":[{"id":"7"}],"date":5,"firstUse":{"instantOn":true},"source":{"flag":3},"settings":{}})",
         sample);
-    EXPECT_EQ(other.line_up->channels.size(), 1U);
-    EXPECT_EQ(other.line_up->current, std::nullopt);
+    EXPECT_EQ(other.line_up.channels.size(), 1U);
+    EXPECT_EQ(other.line_up.current, std::nullopt);
     EXPECT_EQ(other.date.count(), 5);
     EXPECT_TRUE(other.content.first_use.first_boot);
     EXPECT_TRUE(other.content.first_use.instant_on);
-    EXPECT_EQ(other.line_up->source.value, 0);
-    EXPECT_EQ(other.line_up->source.flag, 3);
+    EXPECT_EQ(other.line_up.source.value, 0);
+    EXPECT_EQ(other.line_up.source.flag, 3);
     EXPECT_TRUE(other.settings.values.empty());
     EXPECT_EQ(other.streams.streams.size(), sample.streams.streams.size());
 }
@@ -118,16 +118,16 @@ TEST(TvFile, ChannelFieldsComeByNameOrNumber)
             {"id":"2","name":"\ud83e\udd8a","extra":{"é":[1]},"major":65535,"tuneMode":-1},
             {"id":"3","extra":{"hex":"0041"}}]})",
         tv::SampleTv());
-    ASSERT_EQ(tv.line_up->channels.size(), 3U);
-    EXPECT_EQ(tv.line_up->channels[0].id, ~0ULL);
-    EXPECT_EQ(tv.line_up->channels[0].name, "");
-    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[0].service)),
+    ASSERT_EQ(tv.line_up.channels.size(), 3U);
+    EXPECT_EQ(tv.line_up.channels[0].id, ~0ULL);
+    EXPECT_EQ(tv.line_up.channels[0].name, "");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up.channels[0].service)),
               R"({"110":"{}","12":"18446744073709551615","13":5,"16":{"hex":"d83e004100"},"200":-7})");
-    EXPECT_EQ(tv.line_up->channels[1].name, "\xF0\x9F\xA6\x8A");
-    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[1].service)),
+    EXPECT_EQ(tv.line_up.channels[1].name, "\xF0\x9F\xA6\x8A");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up.channels[1].service)),
               "{\"110\":\"{\\\"\xC3\xA9\\\":[1]}\",\"12\":\"2\",\"13\":65535,\"16\":\"\xF0\x9F\xA6\x8A\","
               "\"6\":-1}");
-    EXPECT_EQ(Text(tv::ToJson(tv.line_up->channels[2].service)), R"({"110":"A","12":"3"})");
+    EXPECT_EQ(Text(tv::ToJson(tv.line_up.channels[2].service)), R"({"110":"A","12":"3"})");
 }
 
 TEST(TvFile, SectionsForOtherServicesAreRead)

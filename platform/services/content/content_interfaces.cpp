@@ -204,8 +204,7 @@ ContentService& ContentService::Get()
 ContentService::ContentService(const Clock& clock)
     : clock_(clock),
       virtual_channels_(std::make_unique<VirtualChannels>(*this)),
-      zelumo_(std::make_unique<ZelumoApi>(*this)),
-      line_up_(std::make_shared<const LineUp>())
+      zelumo_(std::make_unique<ZelumoApi>(*this))
 {}
 
 ContentService::~ContentService() = default;

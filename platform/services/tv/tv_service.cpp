@@ -162,11 +162,12 @@ void TvService::AddState(Json::Value& state) const
     state["channel"] = CurrentJson();
 }
 
-void TvService::Load(std::shared_ptr<const LineUp> line_up)
+void TvService::Load(const LineUp& line_up)
 {
-    const std::size_t first = line_up->current ? line_up->PlaceOf(*line_up->current).value_or(0) : 0;
+    auto shared = std::make_shared<const LineUp>(line_up);
+    const std::size_t first = line_up.current ? line_up.PlaceOf(*line_up.current).value_or(0) : 0;
     const MutexLock lock(mutex_);
-    line_up_ = std::move(line_up);
+    line_up_ = std::move(shared);
     current_ = first;
 }
 

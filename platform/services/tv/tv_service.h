@@ -20,9 +20,9 @@ class PLATFORM_API TvService : public Service {
     explicit TvService(EventProxyService& events);
     ~TvService() override;
 
-    /// Takes over the line-up and shows the channel that it names, or its first, without any event. `line_up`
-    /// is not null. Before the first one there are no channels.
-    void Load(std::shared_ptr<const LineUp> line_up) EXCLUDES(mutex_);
+    /// Takes over the line-up and shows the channel that it names, or its first, without any event. Before
+    /// the first one there are no channels.
+    void Load(const LineUp& line_up) EXCLUDES(mutex_);
     /// What was loaded last; not null.
     std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
 

@@ -116,7 +116,7 @@ int ExtensionSystem::CountLookUps() const
 void ExtensionSystem::Observe(VarObserver observer)
 {
     const MutexLock lock(mutex_);
-    observer_ = std::move(observer);
+    std::swap(observer_, observer);  // the earlier one goes without the lock
 }
 
 void ExtensionSystem::Observed(const PP_Var& var) const

@@ -136,6 +136,7 @@ class MessageTask : public Task {
 
     pp::Var Wait()
     {
+        Mutex::CheckNoneHeld();
         while (sem_wait(&done_) != 0) {
             // Interrupted by a signal.
         }
@@ -170,7 +171,7 @@ struct Registry {
 
 Registry& TheRegistry()
 {
-    static Registry registry;
+    static Registry& registry = *new Registry;  // a worker may outlive what is destroyed at exit
     return registry;
 }
 
