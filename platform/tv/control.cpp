@@ -4,6 +4,11 @@
 #include <string>
 #include <utility>
 
+#include "core/calls.h"
+#include "core/clock.h"
+#include "core/delivery.h"
+#include "core/form.h"
+#include "core/json_node.h"
 #include "tv/tv.h"
 
 namespace tv {

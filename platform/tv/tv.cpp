@@ -1,6 +1,9 @@
 #include "tv/tv.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 
 #include "tv/tv_file.h"
 
@@ -15,7 +18,12 @@ std::atomic<std::size_t> dropped_leftovers{0};
         if (const CallTable* const calls = service->calls())
             TheCalls().Add(*calls);
     }
-    LoadTv(SampleTv());
+    try {
+        LoadTv(SampleTv());
+    } catch (const std::exception& mistake) {
+        std::fprintf(stderr, "the sample TV: %s\n", mistake.what());
+        std::abort();
+    }
     return true;
 }();
 

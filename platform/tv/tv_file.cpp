@@ -8,6 +8,7 @@
 
 #include "core/clock.h"
 #include "core/json_node.h"
+#include "core/json_text.h"
 #include "tv/sample_tv_text.h"
 
 namespace tv {

@@ -1,3 +1,6 @@
+#include "core/calls.h"
+#include "core/clock.h"
+#include "core/form.h"
 #include "services/content/content_service.h"
 #include "services/content/service_description.h"
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "core/form.h"
+#include "core/json_text.h"
 #include "services/content/guide.h"
 #include "services/content/pictures.h"
 #include "services/tv/line_up.h"

@@ -8,8 +8,12 @@
 #include <string>
 
 #include "content-service/FCAPI.h"
+#include "core/calls.h"
 #include "core/clock.h"
+#include "core/json_node.h"
+#include "core/mutex.h"
 #include "core/service.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

@@ -1,5 +1,7 @@
 #include "services/content/event_proxy.h"
 
+#include "core/form.h"
+#include "core/json_node.h"
 #include "services/content/content_service.h"
 
 FIIPCConnection::~FIIPCConnection() = default;

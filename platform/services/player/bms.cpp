@@ -1,5 +1,7 @@
 #include "player-service/bms.h"
 
+#include "core/calls.h"
+#include "core/form.h"
 #include "services/player/player_service.h"
 
 namespace tv {

@@ -1,5 +1,6 @@
 #include "power/device_power.h"
 
+#include "core/calls.h"
 #include "services/power/power_service.h"
 
 namespace tv {

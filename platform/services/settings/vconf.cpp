@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "core/calls.h"
 #include "services/settings/settings_store.h"
 
 namespace tv {

@@ -1,5 +1,8 @@
 #include "services/tv/signal_service.h"
 
+#include "core/calls.h"
+#include "core/form.h"
+#include "core/json_node.h"
 #include "services/tv/tv_calls.h"
 
 ISignalSubscriber::~ISignalSubscriber() = default;

@@ -5,6 +5,7 @@
 #include <variant>
 
 #include "core/calls.h"
+#include "core/form.h"
 #include "services/tv/service_record.h"
 
 namespace tv {

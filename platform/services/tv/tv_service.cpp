@@ -1,5 +1,6 @@
 #include "services/tv/tv_service.h"
 
+#include "core/form.h"
 #include "services/tv/tv_calls.h"
 
 IServiceNavigation::~IServiceNavigation() = default;

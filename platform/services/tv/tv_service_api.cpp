@@ -1,3 +1,5 @@
+#include "core/calls.h"
+#include "core/form.h"
 #include "services/tv/signal_service.h"
 #include "services/tv/tv_calls.h"
 #include "services/tv/tv_service.h"

@@ -3,6 +3,7 @@
 #include <tuple>
 #include <utility>
 
+#include "core/form.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb_extension_system_halvorn.h"
 #include "services/web-runtime/json_var.h"

@@ -3,6 +3,7 @@
 #include <json/value.h>
 
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

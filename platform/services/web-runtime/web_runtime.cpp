@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "core/calls.h"
 #include "core/mutex.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/instance.h"
