@@ -1,4 +1,3 @@
-#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -209,18 +208,6 @@ TEST(Teardown, OfAnInstanceWhoseSetUpFailed)
         page.Close();
         EXPECT_EQ(log.TakeHolding({"PurgeAllSubscribedSignal] no signal subscriber"}).size(), c.purges);
     }
-}
-
-TEST(Teardown, WithSomethingLeftFailsItsTestAlone)
-{
-    EXPECT_NONFATAL_FAILURE(test::Page().Post(true), "messages that the test did not expect:\n  {\"code\"");
-    EXPECT_NONFATAL_FAILURE(
-        {
-            test::Page page;
-            page.Answer(R"("device_power_unsubscribe_poweroff")");
-        },
-        "1 subscriptions outlive the instance");
-    EXPECT_EQ(tv::CountRegistrations(), 0U);
 }
 
 TEST(Teardown, AndSetUpRunInTheirOrder)

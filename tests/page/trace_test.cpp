@@ -1,12 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <csignal>
 #include <map>
 #include <set>
-#include <thread>
 
 #include "core/mutex.h"
 #include "tests/support/host_process.h"
@@ -287,39 +282,18 @@ TEST(TraceFile, HoldsEveryScopeEvenWhenTheProgramIsInterrupted)
 {
     const test::TemporaryFolder folder;
     const std::string file = folder / "trace.json";
-    std::array<int, 2> to_program{};
-    std::array<int, 2> from_program{};
-    ASSERT_EQ(pipe(to_program.data()), 0);
-    ASSERT_EQ(pipe(from_program.data()), 0);
-    const std::string program = test::HostPath();
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(to_program[0], STDIN_FILENO);
-        dup2(from_program[1], STDOUT_FILENO);
-        execl(program.c_str(), "zelumo-tv", "--trace", file.c_str(), "script", "--log", "-", nullptr);
-        _exit(127);
-    }
-    close(to_program[0]);
-    close(from_program[1]);
+    const std::string log = (folder / "log").string();
     // A call that would take ten minutes is under way: it is cut short.
-    const std::string lines = R"({"await":{"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4}}
+    const test::HostResult result =
+        test::RunHost("--trace " + file + " script --log >" + log + " & until grep -q 'command:.Stop' " +
+                          log + "; do :; done; kill -INT $!; wait $!",
+                      R"({"await":{"command":"SetDisplayRect","x":1,"y":2,"width":3,"height":4}}
 {"await":{"command":"ResumeLive","reason":"\"\\\n\u00e9"}}
 {"tv":"answer","call":"BmsStop","delay":600000}
 {"await":{"command":"Stop"}}
-)";
-    ASSERT_EQ(write(to_program[1], lines.data(), lines.size()), static_cast<ssize_t>(lines.size()));
-    std::string out;
-    for (char c = 0; out.find("command:[Stop]") == std::string::npos && read(from_program[0], &c, 1) == 1;)
-        out += c;
-    kill(child, SIGINT);
-    for (char c = 0; read(from_program[0], &c, 1) == 1;)
-        out += c;
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status)) << status;
-    EXPECT_NE(out.find(R"({"reply":)"), std::string::npos) << out;
-    close(to_program[1]);
-    close(from_program[0]);
+)");
+    EXPECT_LT(result.status, 128);
+    EXPECT_NE(test::ReadFile(log).find(R"({"reply":)"), std::string::npos);
     const std::string worker = "zlp.zelumopeppe: BMSAdaptor::";
     EXPECT_EQ(Events(J(test::ReadFile(file))),
               (Lines{worker + R"(SetDisplayRectBMS {"value1":false})",
