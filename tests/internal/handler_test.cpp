@@ -94,7 +94,9 @@ TEST(EventRelay, HandsOverToTheCallbackThatWasStoredLast)
     BmsEventHandler relay;
     relay.Init();
     relay.SetCallback(5);
-    const auto report = [] { return tv::PlayerService::Get().Report(5, BMS_EVENT_SEEK_COMPLETE, 1, 2, false); };
+    const auto report = [] {
+        return tv::PlayerService::Get().Report(5, BMS_EVENT_SEEK_COMPLETE, 1, 2, false);
+    };
     EXPECT_EQ(report(), 1U);
     relay.RegisterSendEventCallback(5, count, &first);
     relay.RegisterSendEventCallback(7, count, &second);
@@ -104,20 +106,6 @@ TEST(EventRelay, HandsOverToTheCallbackThatWasStoredLast)
     EXPECT_EQ(report(), 1U);
     EXPECT_EQ(first, 0);
     EXPECT_EQ(second, 1);
-}
-
-TEST(PlayerSide, LeavesWhatIsNoCommandAlone)
-{
-    const std::string tag = "0/6 ZLP_BASE HandleBlockingMessageImp: ";
-    const std::string called = tag + "BMSAdaptor::HandleBlockingMessageImp is called";
-    BMSAdaptor player_side;
-    test::Log log;
-    pp::Var reply(7);
-    EXPECT_FALSE(player_side.HandleBlockingMessageImp("Play", reply));
-    EXPECT_EQ(log.Take(), (Lines{called, tag + "Incoming message is invalid"}));
-    EXPECT_FALSE(player_side.HandleBlockingMessageImp(pp::VarDictionary(), reply));
-    EXPECT_EQ(log.Take(), (Lines{called, tag + "Parameter command is invalid"}));
-    EXPECT_EQ(reply.AsInt(), 7);
 }
 
 }  // namespace
