@@ -166,6 +166,16 @@ TEST_F(Channels, ExtraMembersAreMerged)
         {std::string("{\"t\":\"x\0y\"}", 11), "{}"},
         {J(R"({"hex":"007b002200610022003a0031007d00"})"), R"({"a":1})"},
     };
+    // A high surrogate takes the unit behind it along, into one character or into nothing.
+    for (const auto& [units, text] : std::map<std::string, std::string>{{"d83dde00", "\U0001F600"},
+                                                                        {"dbffdfff", "\U0010FFFF"},
+                                                                        {"d8000041", ""},
+                                                                        {"d83dd83dde00", ""},
+                                                                        {"d83de0000041", "A"},
+                                                                        {"dc000041", "A"},
+                                                                        {"d7ffe000", "\uD7FF\uE000"}})
+        cases.emplace_back(J(R"({"hex":"007b0022006b0022003a0022)" + units + R"(0022007d"})"),
+                           R"({"k":")" + text + "\"}");
     for (const std::string& key : J(kEmptyRecord).getMemberNames()) {
         for (const std::string value : {"\"other\"", "null"})
             cases.emplace_back("{\"" + key + "\":" + value + "}", "{\"" + key + "\":" + value + "}");
