@@ -92,18 +92,6 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
     EXPECT_TRUE(extension.GenericSyncCall("any", 1).is_undefined());
 }
 
-TEST_F(ExtensionSystem, GivesTheEmbedderAndTheExtensionInfo)
-{
-    for (const auto& [value, embedder] : std::vector<std::pair<std::string, const char*>>{
-             {R"("\u00c9 ")", "\u00c9 "}, {R"("")", ""}, {"5", ""}, {"null", ""}, {R"(["OrvexWRT"])", ""}}) {
-        Answer("GetEmbedderName", R"("result":)" + value);
-        Answer("GetCurrentExtensionInfo", R"("result":)" + value);
-        pp::ExtensionSystemHalvorn extension(kInstance);
-        EXPECT_EQ(extension.GetEmbedderName(), embedder) << value;
-        EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(value)) << value;
-    }
-}
-
 TEST_F(ExtensionSystem, CallsTheRuntimeByName)
 {
     Runtime().Load({true, "OrvexWRT", J(R"({"id":"com.example"})"), {{"network", true}}, 42});
@@ -187,7 +175,7 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
             {
                 const pp::Var data("data");
                 pp::ExtensionSystemHalvornOrvex extension(kInstance);
-                extension.GetEmbedderName();
+                EXPECT_EQ(extension.GetEmbedderName(), J(result).isString() ? "text" : "");
                 EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(result));
                 EXPECT_EQ(tv::ToJson(extension.GenericSyncCall("operation", data)),
                           status == "0" ? J(result) : Json::Value());
