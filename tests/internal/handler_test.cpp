@@ -26,10 +26,6 @@ TEST(Handler, LeadsFromEventNumbersToNamesAndBack)
         EXPECT_EQ(handler.m_StrEventToePloomiaEvent(name, back), content.count(number) > 0);
         EXPECT_EQ(back, content.count(number) > 0 ? number : 5);
     }
-    for (std::string name : {"", "plomia_event_get_si_info", "PLOMIA_EVENT_GET_SI_INFO ", "PLOMIA_EVENT"}) {
-        ePloomiaEvent back = static_cast<ePloomiaEvent>(5);
-        EXPECT_FALSE(handler.m_StrEventToePloomiaEvent(name, back)) << name;
-    }
 }
 
 }  // namespace

@@ -127,11 +127,10 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         services.emplace_back([&] { clock.Advance(tv::Clock::Time(700), [] {}); });
         services.emplace_back([&] { clock.Cancel(clock.Set(clock.Now() + tv::Clock::Time(9000), [] {})); });
         services.emplace_back([&] { clock.SetDate(clock.Date()); });
-        services.emplace_back([&] { tv::StateJson(); });
-        services.emplace_back([&] { tv::LoadTv(tv::SampleTv()); });
+        services.emplace_back([] { tv::StateJson(); });
+        services.emplace_back([] { tv::LoadTv(tv::SampleTv()); });
         services.emplace_back([] { pp::Module::Get(); });
-        services.emplace_back([] { test::Calls calls; });
-        services.emplace_back([] { test::Log log; });
+        services.emplace_back([] { std::pair<test::Calls, test::Log>(); });
         services.emplace_back([] {
             const tv::AnyCall& call = *tv::TheCalls().Find("vconf_get_int");
             tv::TheCalls().SetAnswer(call, {});

@@ -117,18 +117,6 @@ TEST(Tracing, RecordsTheScopesOfASession)
             page.Await(step.line);
         EXPECT_EQ(tracing.TakeLines(), step.scopes);
     }
-    for (const auto& [type, event] : std::map<int, std::string>{{34, "EventResumeComplete"},
-                                                                {36, "EventStopSuccess"},
-                                                                {37, "EventContentRangeOver"},
-                                                                {97, "EventEndOfStream"},
-                                                                {98, "EventError"},
-                                                                {134, "EventFileNotFound"},
-                                                                {144, "EventBeginOfStream"},
-                                                                {200, "EventGetWindowID"},
-                                                                {201, "EventGetInitInfo"}}) {
-        page.Do(R"({"tv":"report","player":101,"type":)" + std::to_string(type) + "}");
-        EXPECT_EQ(tracing.TakeLines(), report(event, R"("" "")", type));
-    }
     page.TakeMessages();
     page.Close();
     EXPECT_EQ(tracing.TakeLines(), Lines{"BMSAdaptor::Destory 101"});
