@@ -147,18 +147,6 @@ TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
     const Json::Value featured = Ask("GetFeaturedVirtualChannelInfo", "{}")["channels"];
     ASSERT_EQ(featured.size(), Ids().size());
     EXPECT_EQ(Text(featured[0]), R"({"TCServiceId":"1001","major":1,"minor":0,"name":"Fernwick One"})");
-    EXPECT_EQ(Text(Ask("GetVCConfig", "{}")),
-              R"({"channels":)" + std::to_string(Ids().size()) + R"(,"country":"XS","version":"1.0"})");
-    EXPECT_EQ(
-        Text(Ask("GetServiceIdFromOnTVProviderAndService", R"({"provider":"zelumo","service":"first"})")),
-        R"({"TCServiceId":"1001"})");
-    EXPECT_EQ(Get("ZELumoProgramInfoIsAvailable"), R"({"available":true})");
-    EXPECT_EQ(Get("GetViewingAgreement"), true);
-    EXPECT_EQ(
-        page_.Await(
-            R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"18446744073709551614"})")
-            ["data"]["program number"],
-        130);
 }
 
 TEST_F(Content, WhatDoesNotExistIsNotAnswered)

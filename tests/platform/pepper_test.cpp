@@ -3,11 +3,12 @@
 #include <atomic>
 #include <cmath>
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <future>
 #include <limits>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,7 +45,6 @@ TEST(Var, ReadsAsOtherTypesGiveNeutralValues)
              Case{7, PP_VARTYPE_INT32, false, 7, 7.0, "", "Var(7)"},
              Case{-2.9, PP_VARTYPE_DOUBLE, false, -2, -2.9, "", "Var(-2.900000)"},
              Case{1e12, PP_VARTYPE_DOUBLE, false, 2147483647, 1e12, "", "Var(1000000000000.000000)"},
-             Case{-1e12, PP_VARTYPE_DOUBLE, false, -2147483647 - 1, -1e12, "", "Var(-1000000000000.000000)"},
              Case{"7", PP_VARTYPE_STRING, false, 0, 0.0, "7", "Var<\"7\">"},
              Case{zero, PP_VARTYPE_STRING, false, 0, 0.0, zero, "Var<\"" + zero + "\">"},
              Case{pp::VarArray(), PP_VARTYPE_ARRAY, false, 0, 0.0, "", "Var(ARRAY)"},
@@ -67,19 +67,13 @@ TEST(Var, CopiesShareContentsAndCountReferences)
     pp::Var copy = dictionary;
     pp::VarDictionary(copy).Set("key", "value");
     EXPECT_EQ(dictionary.Get("key").AsString(), "value");
-    EXPECT_TRUE(dictionary.HasKey("key"));
-    EXPECT_FALSE(dictionary.HasKey("Key"));
+    EXPECT_TRUE(dictionary.HasKey("key") && !dictionary.HasKey("Key"));
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 2);
-
     pp::Var moved = std::move(copy);
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 2);
-    const PP_Var detached = moved.Detach();
+    static_cast<void>(pp::Var(pp::PASS_REF, moved.Detach()));
     EXPECT_TRUE(moved.is_undefined());
-    {
-        const pp::Var owner(pp::PASS_REF, detached);
-    }
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 1);
-
     copy = dictionary;
     // cppcheck-suppress redundantPointerOp ; hides from the compiler that it is assigned to itself
     copy = *&copy;
@@ -91,19 +85,17 @@ TEST(Var, CopiesShareContentsAndCountReferences)
 TEST(Var, ViewsOnOtherTypesDoNothing)
 {
     pp::VarDictionary dictionary(pp::Var(5));
-    EXPECT_FALSE(dictionary.Set("key", 1));
-    EXPECT_FALSE(dictionary.HasKey("key"));
+    EXPECT_FALSE(dictionary.Set("key", 1) || dictionary.HasKey("key"));
     EXPECT_TRUE(dictionary.Get("key").is_undefined());
     EXPECT_FALSE(pp::VarDictionary().Set(5, 1));
     pp::VarArray array(pp::Var("text"));
-    EXPECT_FALSE(array.Set(0, 1) || array.SetLength(1));
-    EXPECT_EQ(array.GetLength(), 0U);
+    EXPECT_FALSE(array.Set(0, 1) || array.SetLength(1) || array.GetLength() != 0);
 
     pp::VarArray grown;
     EXPECT_TRUE(grown.Set(2, 1));
     EXPECT_EQ(grown.GetLength(), 3U);
-    EXPECT_TRUE(grown.Get(0).is_undefined());
-    EXPECT_TRUE(grown.Get(3).is_undefined());
+    for (const uint32_t hole : {0U, 3U})
+        EXPECT_TRUE(grown.Get(hole).is_undefined());
     EXPECT_TRUE(grown.SetLength(1));
     EXPECT_EQ(grown.GetLength(), 1U);
 
@@ -169,24 +161,24 @@ TEST(MessageLoop, RegistrationReportsPeppersErrors)
     pp::Instance instance(element->pp_instance());
     pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};
 
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_WRONG_THREAD);
+    pp::MessageLoop loop = worker.message_loop();
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_ERROR_WRONG_THREAD);
     EXPECT_TRUE(worker.Start());
     EXPECT_FALSE(worker.Start());
-    EXPECT_EQ(instance.RegisterMessageHandler(nullptr, worker.message_loop()), PP_ERROR_BADARGUMENT);
+    loop = worker.message_loop();
+    EXPECT_EQ(instance.RegisterMessageHandler(nullptr, loop), PP_ERROR_BADARGUMENT);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop::GetCurrent()), PP_ERROR_BADARGUMENT);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_FAILED);
-
+    for (const int result : {PP_OK, PP_ERROR_FAILED})
+        EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), result);
     instance.UnregisterMessageHandler();
     element->Post(1);  // behind the unregistering, so both have been worked off
     EXPECT_EQ(handler.posted, 0);
     EXPECT_EQ(handler.unregistered, 1);
     EXPECT_NE(handler.unregistered_on, std::this_thread::get_id());
     EXPECT_TRUE(element->Await(1).is_undefined());
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
-
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_OK);
     element.reset();
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_BADARGUMENT);
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_ERROR_BADARGUMENT);
     instance.PostMessage(1);
 }
 
@@ -201,77 +193,64 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker->message_loop()), PP_OK);
 
     std::atomic<int> told{0};
-    const auto reply_of = [&told](const pp::Var& expected) {
-        return tv::EmbeddedInstance::Reply(
-            [&told, expected](const pp::Var& reply) {
-                EXPECT_EQ(reply.DebugString(), expected.DebugString());
-                ++told;
-            },
-            pp::Var());
+    const auto expect = [&](const char* message, const pp::Var& expected) {
+        const auto tell = [&told, expected](const pp::Var& reply) {
+            EXPECT_EQ(reply.DebugString(), expected.DebugString());
+            ++told;
+        };
+        EXPECT_EQ(element.Await(message, tv::EmbeddedInstance::Reply(tell, pp::Var())).DebugString(),
+                  expected.DebugString());
     };
-    auto in_flight =
-        std::async(std::launch::async, [&] { return element.Await("first", reply_of("first")); });
+    std::vector<std::future<void>> waiting;
+    waiting.push_back(std::async(std::launch::async, [&] { expect("first", "first"); }));
     handler.entered.get_future().wait();
-    std::vector<std::future<pp::Var>> waiting;
     for (int i = 0; i < 4; ++i)
-        waiting.push_back(
-            std::async(std::launch::async, [&] { return element.Await("later", reply_of(pp::Var())); }));
+        waiting.push_back(std::async(std::launch::async, [&] { expect("later", pp::Var()); }));
 
     pp::MessageLoop loop = worker->message_loop();
     EXPECT_EQ(loop.PostQuit(true), PP_OK);
     const int told_before = told;
-    EXPECT_TRUE(element.Await("refused", reply_of(pp::Var())).is_undefined());
+    expect("refused", pp::Var());
     EXPECT_GT(told, told_before) << "told before the wait is over";
     handler.gate.set_value();
     worker.reset();
-    EXPECT_EQ(in_flight.get().AsString(), "first");
-    for (std::future<pp::Var>& reply : waiting)
-        EXPECT_TRUE(reply.get().is_undefined());
+    for (std::future<void>& reply : waiting)
+        reply.get();
     EXPECT_EQ(handler.unregistered, 1);
-    EXPECT_TRUE(element.Await("after", reply_of(pp::Var())).is_undefined());
+    expect("after", pp::Var());
     EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
+    pp::MessageLoop none = pp::MessageLoop::GetCurrent();
     for (const int result :
-         {pp::MessageLoop::GetCurrent().PostQuit(true), pp::MessageLoop::GetCurrent().Run(),
-          pp::MessageLoop::GetCurrent().AttachToCurrentThread(),
-          pp::MessageLoop::GetCurrent().PostWork({nullptr, nullptr})})
+         {none.PostQuit(true), none.Run(), none.AttachToCurrentThread(), none.PostWork({nullptr, nullptr})})
         EXPECT_EQ(result, PP_ERROR_BADARGUMENT) << "there is no loop";
 }
 
 TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
 {
-    struct Step {
-        std::string& ran;
-        std::string name;
-    };
-    const auto run = [](void* user_data, int32_t result) {
-        const auto* step = static_cast<Step*>(user_data);
-        step->ran += step->name + std::to_string(result) + ' ';
+    using Work = std::function<void(int32_t)>;
+    std::deque<Work> works;
+    const auto work = [&works](Work does) {
+        const auto run = [](void* user_data, int32_t result) { (*static_cast<Work*>(user_data))(result); };
+        return pp::CompletionCallback(run, &works.emplace_back(std::move(does)));
     };
     std::string ran;
-    Step a{ran, "a"};
-    Step b{ran, "b"};
-    Step late{ran, "late"};
-    Step last{ran, "last"};
-    Step behind{ran, "behind"};
-    Step never{ran, "never"};
-
+    const auto note = [&](const std::string& name) {
+        return work([&ran, name](int32_t result) { ran += name + std::to_string(result) + ' '; });
+    };
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
     EXPECT_EQ(loop.Run(), PP_ERROR_WRONG_THREAD);
-    EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_ERROR_BADARGUMENT) << "this thread has none";
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), std::int64_t{3600} * 1000), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);
+    EXPECT_EQ(loop.PostWork(note("never"), std::int64_t{3600} * 1000), PP_OK);
+    loop.PostWork(note("late"), 1);
+    loop.PostWork(note("a"));
+    loop.PostWork(note("b"));
     // The quit is posted behind the late work, by the work itself; what was posted before it still runs.
-    std::tuple ending{&loop, pp::CompletionCallback(run, &last), pp::CompletionCallback(run, &behind)};
-    const auto quit = [](void* user_data, int32_t) {
-        const auto& [quitting, before, after] = *static_cast<decltype(ending)*>(user_data);
-        quitting->PostWork(before);
-        quitting->PostQuit(true);
-        quitting->PostWork(after);
-    };
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(quit, &ending), 20), PP_OK);
+    loop.PostWork(work([&](int32_t) {
+                      loop.PostWork(note("last"));
+                      loop.PostQuit(true);
+                      loop.PostWork(note("behind"));
+                  }),
+                  20);
     std::thread([&] {
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_OK);
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_ERROR_INPROGRESS);
@@ -283,32 +262,21 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     const std::string aborted = std::to_string(PP_ERROR_ABORTED) + ' ';
     EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 behind" + aborted + "never" + aborted);
     for (const int delay : {0, 1})
-        EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a), delay), PP_ERROR_FAILED);
+        EXPECT_EQ(loop.PostWork(note("a"), delay), PP_ERROR_FAILED);
     ran.clear();
-    pp::MessageLoop(pp::InstanceHandle(PP_Instance{1})).PostWork(pp::CompletionCallback(run, &a));
-    EXPECT_EQ(ran, "a" + aborted) << "nobody ran the loop";
-}
-
-TEST(MessageLoop, WakesUpForWhateverIsPosted)
-{
-    const auto run = [](void* user_data, int32_t) {
-        static_cast<std::promise<void>*>(user_data)->set_value();
-    };
+    pp::MessageLoop(pp::InstanceHandle(PP_Instance{1})).PostWork(note("never run"));
+    pp::MessageLoop other{pp::InstanceHandle(PP_Instance{1})};
+    other.PostWork(note("a"));
+    std::thread worker([other]() mutable { other.AttachToCurrentThread() == PP_OK&& other.Run(); });
     // A loop that is not woken stands still, and so does this test.
-    for (int round = 0; round < 20; ++round) {
-        pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
-        std::thread worker([&loop] {
-            loop.AttachToCurrentThread();
-            loop.Run();
-        });
-        for (const int delay : {0, 1, 0, 1}) {
-            std::promise<void> ran;
-            loop.PostWork(pp::CompletionCallback(run, &ran), delay);
-            ran.get_future().wait();
-        }
-        loop.PostQuit(true);
-        worker.join();
+    for (int i = 0; i < 80; ++i) {
+        std::promise<void> done;
+        other.PostWork(work([&](int32_t) { done.set_value(); }), i % 2);
+        done.get_future().wait();
     }
+    other.PostQuit(true);
+    worker.join();
+    EXPECT_EQ(ran, "never run" + aborted + "a0 ");
 }
 
 }  // namespace

@@ -67,23 +67,22 @@ TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
 {
     vconf_set_int("k", 3);
     test::Calls calls;
-    const std::string answer = R"({"tv":"answer","call":"vconf_get_int")";
-    // Verbs, and what the calls behind them give: result and value, 77 where that is not written.
-    for (const auto& [verbs, given] : std::vector<std::pair<test::Lines, std::vector<std::pair<int, int>>>>{
-             {{answer + R"(,"out":[9]})"}, {{0, 9}}},
-             {{answer + R"(,"result":-1,"out":[9]})"}, {{-1, 9}}},
-             {{answer + R"(,"out":[null]})"}, {{0, 77}}},
-             {{answer + "}"}, {{0, 77}, {0, 77}}},
-             {{R"({"tv":"restore"})"}, {{0, 3}}},
-             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-6,"times":1})"},
-              {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
-             {{answer + R"(,"result":-5,"times":2})", answer + R"(,"result":-7})"}, {{-7, 77}, {-7, 77}}},
-             {{R"({"tv":"restore","call":"vconf_set_int"})"}, {{-7, 77}}},
-             {{R"({"tv":"restore","call":"vconf_get_int"})"}, {{0, 3}}},
+    // A verb (of an answer what it holds), and what the calls behind it give: result and value, 77 where
+    // that is not written.
+    for (const auto& [verb, given] : std::vector<std::pair<std::string, std::vector<std::pair<int, int>>>>{
+             {R"("out":[9])", {{0, 9}}},
+             {R"("result":-1,"out":[9])", {{-1, 9}}},
+             {R"("out":[null])", {{0, 77}, {0, 77}}},
+             {R"({"tv":"restore"})", {{0, 3}}},
+             {R"("result":-5,"times":2)", {}},
+             {R"("result":-6,"times":1)", {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
+             {R"("result":-5,"times":2)", {}},
+             {R"("result":-7)", {{-7, 77}, {-7, 77}}},
+             {R"({"tv":"restore","call":"vconf_set_int"})", {{-7, 77}}},
+             {R"({"tv":"restore","call":"vconf_get_int"})", {{0, 3}}},
          }) {
-        SCOPED_TRACE(verbs.back());
-        for (const std::string& verb : verbs)
-            Do(verb);
+        SCOPED_TRACE(verb);
+        Do(verb[0] == '{' ? verb : R"({"tv":"answer","call":"vconf_get_int",)" + verb + "}");
         for (const auto& [result, read] : given) {
             int value = 77;
             EXPECT_EQ(vconf_get_int("k", &value), result);
@@ -101,15 +100,11 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
     for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
              // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
-             {R"({"tv":"dance"})", R"(there is no verb "dance")"},
              {R"({"tv":"poweroff"})", R"("type" is missing)"},
              {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
              {R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
-             {R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
              {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
-             {R"({"tv":"signal"})", R"("signal" is missing)"},
              {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
-             {R"({"tv":"setting","key":5,"value":1})", R"("key" must be a string)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
              {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
@@ -125,11 +120,7 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
              {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},
-             {R"({"tv":"report","type":33})", R"("player" is missing)"},
-             {R"({"tv":"report","player":1,"type":33,"value1":"x"})", R"("value1" must be a whole number of 32 bits)"},
              {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
-             {R"({"tv":"advance","ms":1.5})", R"("ms" must be a whole number of 32 bits)"},
-             {R"({"tv":"advance"})", R"("ms" is missing)"},
              // clang-format on
          }) {
         try {
@@ -177,16 +168,6 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
 
 TEST_F(Platform, CallsAreAsTheirDocumentSays)
 {
-    const std::string whole = tv::Form<int>::kWhat;
-    const std::string text = tv::Form<std::string>::kWhat;
-    // clang-format off
-    const std::map<std::string, std::string> kinds{
-        {"int", whole}, {"number", whole}, {"player id", whole}, {"milliseconds", whole}, {"response", text}, {"appID", text}, {"URL", text},
-        {"text or null", "a string or null"}, {"bool", "true or false"}, {"isFirstEntry", "true or false"}, {"isInstantOn", "true or false"},
-        {"service", tv::Form<TCServiceData>::kWhat}, {"[service, …]", "an array of services"}, {"{antennaMode, serviceMode}", tv::Form<TSTvMode>::kWhat},
-        {"{serviceId: \"id\", isForDirectTune, channelType, channelNumber, serviceProfile, major, minor, programNumber}", "an object with the members of a service description"},
-    };
-    // clang-format on
     const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
     const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
     std::size_t calls = 0;
@@ -194,6 +175,8 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
         std::smatch cells;
         if (!std::regex_match(line, cells, row))
             continue;
+        Json::Value out(Json::arrayValue);
+        out.resize(static_cast<Json::ArrayIndex>(MatchesOf(cells[3], word).size()));
         std::string prefix;
         for (std::string name : MatchesOf(cells[1], word)) {
             SCOPED_TRACE(name);
@@ -204,31 +187,10 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
             const tv::AnyCall* const call = tv::TheCalls().Find(name);
             ASSERT_NE(call, nullptr);
             ++calls;
-            // What a call takes is told of an answer that fits nothing but "a value".
-            const auto taken = [&](const tv::Answer& answer, const std::string& before) {
-                const std::string mistake = call->Mistake(answer).value_or(before + "a value");
-                return mistake.substr(mistake.find(before) + before.size());
-            };
-            const auto described = [&](const std::string& kind) {
-                if (kind == "value")
-                    return std::string(prefix[0] == 'v' ? whole : "a value");
-                return kinds.count(kind) > 0 ? kinds.at(kind) : kind;
-            };
-            const Json::Value misfit = J("[[]]");
-            EXPECT_EQ(taken({misfit, {}}, " must be "), described(cells[2]));
-            test::Lines outs;
-            for (const std::string& out : MatchesOf(cells[3], word))
-                outs.push_back(described(out));
-            Json::Value out(Json::arrayValue);
-            for (const std::string& expected : outs) {
-                out.append(misfit);
-                EXPECT_EQ(taken({{}, out}, " must be null or "), expected);
-                out[out.size() - 1] = Json::Value();
-            }
-            out.append(misfit);
-            EXPECT_EQ(
-                taken({{}, out}, " has "),
-                std::to_string(outs.size()) + " out arguments, \"out\" gives " + std::to_string(out.size()));
+            EXPECT_EQ(call->Mistake({{}, out}), std::nullopt);
+            Json::Value more = out;
+            more.append(Json::Value());
+            EXPECT_NE(call->Mistake({{}, more}), std::nullopt);
             EXPECT_EQ(call->Mistake({call->UsualResult(), {}}), std::nullopt);
         }
     }
@@ -238,9 +200,9 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
 }
 
 struct Subscriber {
-    std::atomic<bool> running{false};
     std::promise<void> entered;
-    std::shared_future<void> leave;
+    std::promise<void> leave;
+    std::atomic<bool> running{false};
 };
 
 int HeldCallback(int, void* user_data)
@@ -248,7 +210,7 @@ int HeldCallback(int, void* user_data)
     auto* subscriber = static_cast<Subscriber*>(user_data);
     subscriber->running = true;
     subscriber->entered.set_value();
-    subscriber->leave.wait();
+    subscriber->leave.get_future().wait();
     subscriber->running = false;
     return 1;
 }
@@ -256,8 +218,6 @@ int HeldCallback(int, void* user_data)
 TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
 {
     Subscriber subscriber;
-    std::promise<void> leave;
-    subscriber.leave = leave.get_future().share();
     device_power_subscribe_poweroff(HeldCallback, &subscriber);
     auto notifying = std::async(std::launch::async, [] { return tv::PowerService::Get().Notify(1, false); });
     subscriber.entered.get_future().wait();
@@ -268,11 +228,9 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     // The subscription is gone at once, the call returns once the callback has.
     while (tv::PowerService::Get().CountRegistrations() != 0)
         std::this_thread::yield();
-    EXPECT_TRUE(subscriber.running);
-    leave.set_value();
+    subscriber.leave.set_value();
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
-    EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
 }
 
 int CountCall(void* count)
@@ -298,77 +256,27 @@ TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
         EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
     }
     // What else is subscribed is another matter.
-    const auto other = static_cast<ESignalType>(178);
     vconf_notify_key_changed("other", on_key, &first);
     events->Subscribe(6, &first);
-    signals->Subscribe(other, &first, 1, 0, 0);
-    for (const char* verb : {R"({"tv":"poweroff","type":1})", R"({"tv":"setting","key":"k","value":1})",
-                             R"({"tv":"event","event":5})", R"({"tv":"signal","signal":177})"})
-        Do(verb);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(second, 4);
+    signals->Subscribe(static_cast<ESignalType>(178), &first, 1, 0, 0);
+    const auto tell_all = [] {
+        for (const char* verb :
+             {R"("poweroff","type":1)", R"("setting","key":"k","value":1)", R"("event","event":5)",
+              R"("signal","signal":177)", R"("setting","key":"other","value":1)", R"("event","event":6)",
+              R"("signal","signal":178)"})
+            Do(R"({"tv":)" + std::string(verb) + "}");
+    };
+    tell_all();
     for (const bool subscribed : {true, false}) {
         EXPECT_EQ(device_power_unsubscribe_poweroff(on_power) == 0, subscribed);
         EXPECT_EQ(vconf_ignore_key_changed("k", on_key) == 0, subscribed);
         EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
         EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
     }
-    for (const char* verb : {R"({"tv":"setting","key":"other","value":1})", R"({"tv":"event","event":6})",
-                             R"({"tv":"signal","signal":178})"})
-        Do(verb);
-    EXPECT_EQ(first, 3);
+    tell_all();
+    EXPECT_EQ(first, 2 * 3);
+    EXPECT_EQ(second, 4);
     EXPECT_EQ(tv::DropLeftovers(), 3U);
-    EXPECT_LT(device_power_subscribe_poweroff(nullptr, &first), 0);
-    EXPECT_LT(vconf_notify_key_changed("", on_key, &first), 0);
-    EXPECT_LT(vconf_notify_key_changed("k", nullptr, &first), 0);
-}
-
-TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)
-{
-    tv::Deliveries deliveries;
-    tv::DeliveryThread first("first");
-    tv::DeliveryThread second("second");
-    std::string order;
-    deliveries.Hold();
-    deliveries.Post(first, [&] { order += 'a'; });
-    deliveries.Post(second, [&] {
-        order += 'b';
-        deliveries.Post(first, [&] { order += 'e'; });
-    });
-    deliveries.Post(first, [&] { order += 'c'; });
-    deliveries.Post(second, [&] { order += 'd'; });
-    EXPECT_EQ(order, "");
-    EXPECT_EQ(deliveries.Release(), 5U);
-    EXPECT_EQ(order, "abcde");
-    deliveries.Post(first, [&] { order += 'f'; });
-    deliveries.Resume();
-    first.Drain();
-    EXPECT_EQ(order, "abcdef");
-}
-
-TEST_F(Platform, TheClockGoesOffInOrder)
-{
-    using std::chrono::milliseconds;
-    tv::Clock clock;
-    std::string order;
-    const auto note = [&](char name) {
-        return [&order, &clock, name] { order += name + std::to_string(clock.Now().count()) + ' '; };
-    };
-    clock.Set(milliseconds(30), note('c'));
-    clock.Set(milliseconds(10), note('a'));
-    const tv::Clock::AlarmId cancelled = clock.Set(milliseconds(20), note('x'));
-    clock.Set(milliseconds(10), [&] {
-        order += "b ";
-        clock.Set(milliseconds(15), note('n'));
-        clock.Set(milliseconds(5), note('p'));  // has passed: goes off next
-    });
-    clock.Cancel(cancelled);
-    clock.SetDate(milliseconds(1000));
-    clock.Advance(milliseconds(29), [&] { order += "| "; });
-    EXPECT_EQ(order, "a10 | b | p10 | n15 | ");
-    EXPECT_EQ(clock.Date(), milliseconds(1029));
-    clock.Advance(milliseconds(1), [] {});
-    EXPECT_EQ(order, "a10 | b | p10 | n15 | c30 ");
 }
 
 }  // namespace
