@@ -1,4 +1,4 @@
-#include "tvhost/web_server.h"
+#include "tvhost/web/server.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -179,36 +179,64 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker->message_loop()), PP_OK);
 
     std::atomic<int> told{0};
-    const auto reply_of = [&told](const pp::Var& expected) {
-        return tv::EmbeddedInstance::Reply(
-            [&told, expected](const pp::Var& reply) {
-                EXPECT_EQ(reply, expected);
-                ++told;
-            },
-            pp::Var());
+    const auto send = [&](const char* message, const pp::Var& expected) {
+        element.Send(tv::EmbeddedInstance::Kind::Blocking, message,
+                     [&told, expected](const tv::EmbeddedInstance::Outcome& outcome) {
+                         EXPECT_EQ(outcome.reply, expected);
+                         EXPECT_EQ(outcome.failure, nullptr);
+                         ++told;
+                     });
     };
-    auto in_flight =
-        std::async(std::launch::async, [&] { return element.Await("first", reply_of("first")); });
+    send("first", "first");
     handler.entered.get_future().wait();
     std::vector<std::future<pp::Var>> waiting;
-    for (int i = 0; i < 4; ++i)
-        waiting.push_back(
-            std::async(std::launch::async, [&] { return element.Await("later", reply_of(pp::Var())); }));
+    for (int i = 0; i < 4; ++i) {
+        waiting.push_back(std::async(std::launch::async, [&] { return element.Await("later"); }));
+        send("later", pp::Var());
+    }
 
     pp::MessageLoop loop = worker->message_loop();
     EXPECT_EQ(loop.PostQuit(true), PP_OK);
-    const int told_before = told;
-    EXPECT_TRUE(element.Await("refused", reply_of(pp::Var())).is_undefined());
-    EXPECT_GT(told, told_before) << "told before the wait is over";
+    EXPECT_TRUE(element.Await("refused").is_undefined());
+    EXPECT_EQ(told, 0);
+    send("refused", pp::Var());
+    EXPECT_EQ(told, 1) << "told at once";
     handler.gate.set_value();
     worker.reset();
-    EXPECT_EQ(in_flight.get().AsString(), "first");
     for (std::future<pp::Var>& reply : waiting)
         EXPECT_TRUE(reply.get().is_undefined());
     EXPECT_EQ(handler.unregistered, 1);
-    EXPECT_TRUE(element.Await("after", reply_of(pp::Var())).is_undefined());
+    EXPECT_TRUE(element.Await("after").is_undefined());
+    send("after", pp::Var());
     EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
+}
+
+TEST(MessageLoop, GoesOnAfterAHandlerThatThrows)
+{
+    BareModule module;
+    class Throwing : public Echo {
+      public:
+        pp::Var HandleBlockingMessage(pp::InstanceHandle, const pp::Var& message) override
+        {
+            if (message.is_int())
+                throw message.AsInt();
+            return message;
+        }
+    };
+    Throwing handler;
+    tv::EmbeddedInstance element(module, Ignore);
+    pp::Instance instance(element.pp_instance());
+    pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};
+    worker.Start();
+    ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
+    EXPECT_THROW(element.Await(7), int);
+    std::promise<std::exception_ptr> failure;
+    element.Send(tv::EmbeddedInstance::Kind::Blocking, 8,
+                 [&](const tv::EmbeddedInstance::Outcome& outcome) { failure.set_value(outcome.failure); });
+    EXPECT_THROW(std::rethrow_exception(failure.get_future().get()), int);
+    EXPECT_EQ(element.Await("still there"), pp::Var("still there"));
+    instance.UnregisterMessageHandler();
 }
 
 TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
