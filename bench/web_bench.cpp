@@ -10,6 +10,7 @@
 #include <csignal>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,8 +38,13 @@ constexpr int kEvent = 90001;
 /// listener.
 class BareServer {
   public:
-    BareServer()
+    /// By whom a request is answered.
+    enum class By { Itself, AnotherThread };
+
+    explicit BareServer(By by = By::Itself)
     {
+        if (by == By::AnotherThread)
+            other_.emplace("bench");
         Accept();
         thread_ = std::thread([this] { io_.run(); });
     }
@@ -103,9 +109,18 @@ class BareServer {
                                      return;
                                  if (websocket::is_upgrade(self->request))
                                      self->Upgrade();
+                                 else if (self->server.other_)
+                                     self->HandOver();
                                  else
                                      self->Answer();
                              });
+        }
+        void HandOver()
+        {
+            server.other_->Post([self = shared_from_this()]() mutable {
+                asio::io_context& io = self->server.io_;
+                asio::post(io, [self = std::move(self)] { self->Answer(); });
+            });
         }
         void Answer()
         {
@@ -148,6 +163,7 @@ class BareServer {
     tcp::acceptor acceptor_{io_, {asio::ip::address_v4::loopback(), 0}};
     std::vector<std::shared_ptr<Listener>> listeners_;  // the server's thread only
     std::atomic<std::size_t> listening_{0};
+    std::optional<tv::DeliveryThread> other_;
     std::thread thread_;
 };
 
@@ -225,6 +241,18 @@ void EchoOverHttp(benchmark::State& state)
     state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(EchoOverHttp)->Arg(0)->Arg(10000)->UseRealTime();
+
+/// Floor: the same by way of another thread, as a plug-in has one.
+void EchoByAnotherThread(benchmark::State& state)
+{
+    const BareServer server(BareServer::By::AnotherThread);
+    test::WebClient client(server.port());
+    const std::string message = Message(state.range(0));
+    for (auto _ : state)
+        benchmark::DoNotOptimize(client.Post("/", message));
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(EchoByAnotherThread)->Arg(0)->Arg(10000)->UseRealTime();
 
 /// A blocking message to the plug-in and its reply.
 void AwaitOverHttp(benchmark::State& state)

@@ -12,8 +12,8 @@
 #include "tvhost/plugin.h"
 #include "tvhost/script.h"
 #include "tvhost/trace_file.h"
-#include "tvhost/web_files.h"
-#include "tvhost/web_host.h"
+#include "tvhost/web/files.h"
+#include "tvhost/web/host.h"
 
 namespace {
 

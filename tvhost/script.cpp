@@ -144,7 +144,7 @@ int PlayScript(const ScriptOptions& options, LineReader& reader)
 {
     const DelaysEndAtInterrupt delays_end;
     Printer printer;
-    Session session(options.plugin, [&](const OrderedObject& line) { printer.Print(WriteJson(line)); },
+    Session session(options.plugin, [&](const LineOut& line) { printer.Print(line.Whole()); },
                     {options.calls, options.log});
     session.Open();
     bool failed = false;
@@ -257,7 +257,7 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
         printer.Check();
     };
     {
-        Session session(options.plugin, [&](const OrderedObject& line) { lines_out.Add(WriteJson(line)); },
+        Session session(options.plugin, [&](const LineOut& line) { lines_out.Add(line.Whole()); },
                         {calls, log});
         session.Open();
         for (const Block& block : blocks) {

@@ -1,7 +1,9 @@
 #include "tvhost/session.h"
 
 #include <cstdio>
+#include <future>
 #include <string_view>
+#include <utility>
 
 #include "services/web-runtime/json_var.h"
 #include "tv/control.h"
@@ -31,6 +33,21 @@ OrderedObject LogLine(const tv::LogRecord& log)
 
 }  // namespace
 
+std::string LineOut::Whole() const
+{
+    switch (kind) {
+        case Kind::Reply:
+            return R"({"reply":)" + text + '}';
+        case Kind::Message:
+            return R"({"message":)" + text + '}';
+        case Kind::Call:
+        case Kind::Log:
+        case Kind::Did:
+            break;
+    }
+    return text;
+}
+
 Session::Session(const std::filesystem::path& plugin, Output output, Heard heard) : output_(std::move(output))
 {
     Hear(heard);
@@ -54,17 +71,19 @@ void Session::Hear(Heard heard)
     if (!heard.calls)
         calls_.reset();
     else if (!calls_)
-        calls_ = journal.ListenToCalls([this](const tv::CallRecord& call) { Tell(CallLine(call)); });
+        calls_ = journal.ListenToCalls(
+            [this](const tv::CallRecord& call) { Tell(LineOut::Kind::Call, WriteJson(CallLine(call))); });
     if (!heard.log)
         log_.reset();
     else if (!log_)
-        log_ = journal.ListenToLog([this](const tv::LogRecord& log) { Tell(LogLine(log)); });
+        log_ = journal.ListenToLog(
+            [this](const tv::LogRecord& log) { Tell(LineOut::Kind::Log, WriteJson(LogLine(log))); });
 }
 
-void Session::Tell(const OrderedObject& line)
+void Session::Tell(LineOut::Kind kind, std::string text)
 {
     const tv::MutexLock lock(output_mutex_);
-    output_(line);
+    output_({kind, std::move(text)});
 }
 
 void Session::Open()
@@ -72,7 +91,7 @@ void Session::Open()
     if (instance_)
         throw LineError("an instance is open already");
     instance_ = std::make_unique<tv::EmbeddedInstance>(plugin_->module(), [this](const pp::Var& message) {
-        Tell({{"message", tv::ToJson(message)}});
+        Tell(LineOut::Kind::Message, tv::ToJsonText(message));
     });
     tv::TheDeliveries().Release();
 }
@@ -104,26 +123,43 @@ void Session::CarryOut(const Json::Value& line)
     if (line.isObject() && line.isMember("tv"))
         DoVerb(line);
     else if (line.isObject() && line.size() == 1 && line.isMember("await"))
-        Await(line["await"]);
+        SendAndWait(tv::EmbeddedInstance::Kind::Blocking, line["await"]);
     else if (line.isObject() && line.size() == 1 && line.isMember("post"))
-        Post(line["post"]);
+        SendAndWait(tv::EmbeddedInstance::Kind::NonBlocking, line["post"]);
     else
         throw LineError("expected {\"await\": …}, {\"post\": …} or {\"tv\": …}");
 }
 
-void Session::Await(const Json::Value& message)
+void Session::SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& message)
 {
-    OpenInstance().Await(tv::ToVar(message), {[this](const pp::Var& reply) {
-                                                  Tell({{"reply", tv::ToJson(reply)}});
-                                              },
-                                              pp::Var()});
+    // Shared, since the worker thread may not be through with it when this one goes on.
+    const auto handled = std::make_shared<std::promise<std::exception_ptr>>();
+    Send(kind, tv::ToVar(message),
+         [handled](const std::exception_ptr& failure) { handled->set_value(failure); });
+    if (const std::exception_ptr failure = handled->get_future().get())
+        std::rethrow_exception(failure);
+    Deliver();
+}
+
+void Session::Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled handled)
+{
+    OpenInstance().Send(
+        kind, std::move(message),
+        [this, kind, handled = std::move(handled)](const tv::EmbeddedInstance::Outcome& outcome) {
+            if (kind == tv::EmbeddedInstance::Kind::Blocking && !outcome.failure)
+                Tell(LineOut::Kind::Reply, tv::ToJsonText(outcome.reply));
+            handled(outcome.failure);
+        });
+}
+
+void Session::Deliver()
+{
     tv::TheDeliveries().Release();
 }
 
-void Session::Post(const Json::Value& message)
+bool Session::has_deliveries() const
 {
-    OpenInstance().Post(tv::ToVar(message));
-    tv::TheDeliveries().Release();
+    return tv::TheDeliveries().waits();
 }
 
 void Session::DoVerb(const Json::Value& verb)
@@ -140,7 +176,7 @@ void Session::DoVerb(const Json::Value& verb)
     } catch (const tv::VerbError& error) {
         throw LineError(error.what());
     }
-    Tell(did);
+    Tell(LineOut::Kind::Did, WriteJson(did));
     tv::TheDeliveries().Release();
 }
 

@@ -2,10 +2,12 @@
 
 #include <json/value.h>
 
+#include <exception>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "core/journal.h"
 #include "core/mutex.h"
@@ -21,6 +23,17 @@ class LineError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// A line out.
+struct LineOut {
+    enum class Kind { Reply, Message, Call, Log, Did };
+
+    Kind kind;
+    /// Of a reply or a message its value alone, as the page gets it; of the others the whole line.
+    std::string text;
+
+    std::string Whole() const;
+};
+
 /// One plug-in with its page and its TV: carries out lines in, one at a time, and tells of everything that
 /// they cause, in the order in which it happens. What the TV wants to deliver by itself waits until the
 /// line that set it off has had its answer.
@@ -28,14 +41,16 @@ class Session {
   public:
     /// Receives every line out. Called on the thread on which it came up, one call at a time; it must not
     /// call the session.
-    using Output = std::function<void(const OrderedObject&)>;
+    using Output = std::function<void(LineOut)>;
+    /// What became of a message: nothing, or what the plug-in threw.
+    using Handled = std::function<void(std::exception_ptr)>;
     struct Heard {
         bool calls = false;
         bool log = false;
     };
 
-    /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Hear is called on it, the
-    /// destructor included.
+    /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Hear and Send is called
+    /// on it, the destructor included.
     Session(const std::filesystem::path& plugin, Output output, Heard heard);
     /// Closes the page, if it is open, and unloads the plug-in.
     ~Session();
@@ -51,15 +66,21 @@ class Session {
 
     /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
     void CarryOut(const Json::Value& line);
+    /// The page sends a message, and nobody waits: `handled` is called once, after the reply was told, on the
+    /// plug-in's worker thread, or on this one when nobody takes the message. The line has not ended then:
+    /// what it set off is delivered by Deliver. Throws LineError. Any thread, between lines.
+    void Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled handled);
+    /// What the last line set off is delivered; nothing need be done where nothing waits.
+    void Deliver();
+    bool has_deliveries() const;
 
   private:
     /// Destroys the instance, which is open.
     void End();
-    void Await(const Json::Value& message);
-    void Post(const Json::Value& message);
+    void SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& message);
     void DoVerb(const Json::Value& verb);
     tv::EmbeddedInstance& OpenInstance();
-    void Tell(const OrderedObject& line) EXCLUDES(output_mutex_);
+    void Tell(LineOut::Kind kind, std::string text) EXCLUDES(output_mutex_);
 
     const Output output_;
     tv::Mutex output_mutex_{tv::LockLevel::Output};  ///< held while output_ runs

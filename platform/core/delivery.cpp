@@ -118,6 +118,12 @@ std::size_t Deliveries::Release()
     return delivered;
 }
 
+bool Deliveries::waits() const
+{
+    const MutexLock lock(mutex_);
+    return !waiting_.empty();
+}
+
 void Deliveries::Resume()
 {
     const MutexLock lock(mutex_);

@@ -59,6 +59,8 @@ class PLATFORM_API Deliveries {
     /// Runs the waiting deliveries one after the other, each on its own thread, those included that they
     /// set off themselves; returns how many ran. Deliveries still wait afterwards. One thread at a time.
     std::size_t Release() EXCLUDES(mutex_);
+    /// Any thread. Whether there is something to release.
+    bool waits() const EXCLUDES(mutex_);
     /// Any thread. Deliveries go straight to their threads again, the waiting ones first.
     void Resume() EXCLUDES(mutex_);
 
@@ -67,7 +69,7 @@ class PLATFORM_API Deliveries {
         DeliveryThread* thread;
         DeliveryThread::Work work;
     };
-    Mutex mutex_{LockLevel::Deliveries};
+    mutable Mutex mutex_{LockLevel::Deliveries};
     bool held_ GUARDED_BY(mutex_) = false;
     std::deque<Waiting> waiting_ GUARDED_BY(mutex_);
 };

@@ -1,5 +1,3 @@
-#include "tvhost/web_server.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -16,6 +14,7 @@
 #include "tests/support/web.h"
 #include "tests/support/web_client.h"
 #include "tv/tv.h"
+#include "tvhost/web/server.h"
 
 namespace {
 
@@ -452,8 +451,9 @@ TEST(WebAnswer, IsAnErrorWhenItIsDropped)
         EXPECT_EQ(reply.status, status) << path;
         EXPECT_TRUE(J(reply.body)["error"].isString() && reply.keeps_alive) << path;
     }
-    later.join();
     EXPECT_TRUE(client.IsQuiet());
+    server.Stop();  // before, the server's thread may be assigning what is joined
+    later.join();
 }
 
 TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)

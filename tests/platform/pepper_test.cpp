@@ -193,37 +193,68 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker->message_loop()), PP_OK);
 
     std::atomic<int> told{0};
-    const auto expect = [&](const char* message, const pp::Var& expected) {
-        const auto tell = [&told, expected](const pp::Var& reply) {
-            EXPECT_EQ(reply.DebugString(), expected.DebugString());
-            ++told;
-        };
-        EXPECT_EQ(element.Await(message, tv::EmbeddedInstance::Reply(tell, pp::Var())).DebugString(),
-                  expected.DebugString());
+    const auto send = [&](const char* message, const pp::Var& expected) {
+        element.Send(tv::EmbeddedInstance::Kind::Blocking, message,
+                     [&told, expected](const tv::EmbeddedInstance::Outcome& outcome) {
+                         EXPECT_EQ(outcome.reply.DebugString(), expected.DebugString());
+                         EXPECT_EQ(outcome.failure, nullptr);
+                         ++told;
+                     });
     };
-    std::vector<std::future<void>> waiting;
-    waiting.push_back(std::async(std::launch::async, [&] { expect("first", "first"); }));
+    send("first", "first");
     handler.entered.get_future().wait();
-    for (int i = 0; i < 4; ++i)
-        waiting.push_back(std::async(std::launch::async, [&] { expect("later", pp::Var()); }));
+    std::vector<std::future<pp::Var>> waiting;
+    for (int i = 0; i < 4; ++i) {
+        waiting.push_back(std::async(std::launch::async, [&] { return element.Await("later"); }));
+        send("later", pp::Var());
+    }
 
     pp::MessageLoop loop = worker->message_loop();
     EXPECT_EQ(loop.PostQuit(true), PP_OK);
-    const int told_before = told;
-    expect("refused", pp::Var());
-    EXPECT_GT(told, told_before) << "told before the wait is over";
+    EXPECT_TRUE(element.Await("refused").is_undefined());
+    EXPECT_EQ(told, 0);
+    send("refused", pp::Var());
+    EXPECT_EQ(told, 1) << "told at once";
     handler.gate.set_value();
     worker.reset();
-    for (std::future<void>& reply : waiting)
-        reply.get();
+    for (std::future<pp::Var>& reply : waiting)
+        EXPECT_TRUE(reply.get().is_undefined());
     EXPECT_EQ(handler.unregistered, 1);
-    expect("after", pp::Var());
+    EXPECT_TRUE(element.Await("after").is_undefined());
+    send("after", pp::Var());
     EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
     pp::MessageLoop none = pp::MessageLoop::GetCurrent();
     for (const int result :
          {none.PostQuit(true), none.Run(), none.AttachToCurrentThread(), none.PostWork({nullptr, nullptr})})
         EXPECT_EQ(result, PP_ERROR_BADARGUMENT) << "there is no loop";
+}
+
+TEST(MessageLoop, GoesOnAfterAHandlerThatThrows)
+{
+    BareModule module;
+    class Throwing : public Echo {
+      public:
+        pp::Var HandleBlockingMessage(pp::InstanceHandle, const pp::Var& message) override
+        {
+            if (message.is_int())
+                throw message.AsInt();
+            return message;
+        }
+    };
+    Throwing handler;
+    tv::EmbeddedInstance element(module, Ignore);
+    pp::Instance instance(element.pp_instance());
+    pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};
+    worker.Start();
+    ASSERT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
+    EXPECT_THROW(element.Await(7), int);
+    std::promise<std::exception_ptr> failure;
+    element.Send(tv::EmbeddedInstance::Kind::Blocking, 8,
+                 [&](const tv::EmbeddedInstance::Outcome& outcome) { failure.set_value(outcome.failure); });
+    EXPECT_THROW(std::rethrow_exception(failure.get_future().get()), int);
+    EXPECT_EQ(element.Await("still there").AsString(), "still there");
+    instance.UnregisterMessageHandler();
 }
 
 TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)

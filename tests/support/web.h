@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "tvhost/web_host.h"
+#include "tvhost/web/host.h"
 
 namespace test {
 

@@ -1,7 +1,10 @@
 #include "services/web-runtime/json_var.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
+#include "core/json_text.h"
 #include "ppapi/cpp/var_array.h"
 #include "ppapi/cpp/var_dictionary.h"
 #include "services/web-runtime/var_objects.h"
@@ -16,6 +19,48 @@ pp::Var NumberVar(const Json::Value& json)
     if (json.isInt() && !is_negative_zero)
         return json.asInt();
     return number;
+}
+
+/// Whether the text stands between quotation marks as it is.
+bool IsPlain(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return c >= 0x20 && c < 0x7f && c != '"' && c != '\\'; });
+}
+
+void AppendText(const std::string& text, std::string& json)
+{
+    if (IsPlain(text))
+        json.append(1, '"').append(text).append(1, '"');
+    else
+        json += WriteJson(Json::Value(text));
+}
+
+void AppendVar(const pp::Var& var, std::string& json)
+{
+    if (var.is_string()) {
+        AppendText(TextOf(var), json);
+    } else if (var.is_int()) {
+        json += std::to_string(var.AsInt());
+    } else if (var.is_array()) {
+        char between = '[';
+        for (const pp::Var& element : ElementsOf(var)) {
+            json += std::exchange(between, ',');
+            AppendVar(element, json);
+        }
+        json += between == '[' ? "[]" : "]";
+    } else if (var.is_dictionary()) {
+        char between = '{';
+        for (const auto& [key, value] : EntriesOf(var)) {
+            json += std::exchange(between, ',');
+            AppendText(key, json);
+            json += ':';
+            AppendVar(value, json);
+        }
+        json += between == '{' ? "{}" : "}";
+    } else {
+        json += WriteJson(ToJson(var));
+    }
 }
 
 }  // namespace
@@ -73,6 +118,13 @@ Json::Value ToJson(const pp::Var& var)
         return json;
     }
     return Json::Value();
+}
+
+std::string ToJsonText(const pp::Var& var)
+{
+    std::string json;
+    AppendVar(var, json);
+    return json;
 }
 
 }  // namespace tv

@@ -2,6 +2,8 @@
 
 #include <json/value.h>
 
+#include <string>
+
 #include "ppapi/cpp/var.h"
 #include "zelumo-platform/export.h"
 
@@ -12,5 +14,8 @@ namespace tv {
 PLATFORM_API pp::Var ToVar(const Json::Value& json);
 /// An undefined var becomes null. Both follow the nesting by recursion: a var must not contain itself.
 PLATFORM_API Json::Value ToJson(const pp::Var& var);
+
+/// The text of ToJson's value, as WriteJson writes it, without making the value.
+PLATFORM_API std::string ToJsonText(const pp::Var& var);
 
 }  // namespace tv

@@ -18,7 +18,8 @@ namespace tv {
 /// The runtime's side of one instance. Shared by the element, the registry and messages on their way.
 class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
   public:
-    using Reply = EmbeddedInstance::Reply;
+    using Kind = EmbeddedInstance::Kind;
+    using Outcome = EmbeddedInstance::Outcome;
 
     InstanceRecord(PP_Instance id, EmbeddedInstance::MessageSink sink) : id_(id), sink_(std::move(sink)) {}
 
@@ -83,8 +84,26 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
         return handler_;
     }
 
-    /// Undefined when nobody takes the message.
-    pp::Var Send(const pp::Var& message, bool blocking, Reply on_reply) EXCLUDES(mutex_);
+    /// On the handler's loop.
+    Outcome Handle(Kind kind, const pp::Var& message) const EXCLUDES(mutex_)
+    {
+        Outcome outcome;
+        try {
+            if (pp::MessageHandler* const taker = handler()) {
+                if (kind == Kind::Blocking)
+                    outcome.reply = taker->HandleBlockingMessage(pp::InstanceHandle(id_), message);
+                else
+                    taker->HandleMessage(pp::InstanceHandle(id_), message);
+            }
+        } catch (...) {
+            outcome.failure = std::current_exception();
+        }
+        return outcome;
+    }
+
+    void Send(Kind kind, pp::Var message, EmbeddedInstance::Sink sink) EXCLUDES(mutex_);
+    /// Waits for the outcome. Throws what the plug-in threw.
+    pp::Var SendAndWait(Kind kind, const pp::Var& message) EXCLUDES(mutex_);
 
   private:
     void DropHandler() EXCLUDES(mutex_)
@@ -109,58 +128,72 @@ class InstanceRecord : public std::enable_shared_from_this<InstanceRecord> {
 
 namespace {
 
-/// One message of the page, on the stack of the thread that waits for it.
+/// A message of the page on its way, with the right to answer it. Owns itself once it was posted.
 class MessageTask : public Task {
   public:
-    MessageTask(const InstanceRecord& record, const pp::Var& message, bool blocking,
-                EmbeddedInstance::Reply on_reply)
-        : record_(record), message_(message), blocking_(blocking), on_reply_(std::move(on_reply))
+    using Kind = EmbeddedInstance::Kind;
+    using Outcome = EmbeddedInstance::Outcome;
+
+    MessageTask(std::shared_ptr<InstanceRecord> record, Kind kind, pp::Var message,
+                EmbeddedInstance::Sink sink)
+        : record_(std::move(record)),
+          kind_(kind),
+          message_(std::move(message)),
+          answer_(std::move(sink), Outcome())
+    {}
+    void Run() override
+    {
+        const std::unique_ptr<MessageTask> self(this);
+        answer_(record_->Handle(kind_, message_));
+    }
+    void Cancel() override { delete this; }
+
+  private:
+    const std::shared_ptr<InstanceRecord> record_;
+    const Kind kind_;
+    const pp::Var message_;
+    ReplyOnce<Outcome> answer_;
+};
+
+/// The same on the stack of the thread that waits for it.
+class AwaitedTask : public Task {
+  public:
+    using Kind = EmbeddedInstance::Kind;
+    using Outcome = EmbeddedInstance::Outcome;
+
+    AwaitedTask(const InstanceRecord& record, Kind kind, const pp::Var& message)
+        : record_(record), kind_(kind), message_(message)
     {
         sem_init(&done_, 0, 0);
     }
-    ~MessageTask() override { sem_destroy(&done_); }
-    MessageTask(const MessageTask&) = delete;
-    MessageTask& operator=(const MessageTask&) = delete;
+    ~AwaitedTask() override { sem_destroy(&done_); }
+    AwaitedTask(const AwaitedTask&) = delete;
+    AwaitedTask& operator=(const AwaitedTask&) = delete;
 
     void Run() override
     {
-        pp::Var reply;
-        if (pp::MessageHandler* handler = record_.handler()) {
-            if (blocking_)
-                reply = handler->HandleBlockingMessage(pp::InstanceHandle(record_.id()), message_);
-            else
-                handler->HandleMessage(pp::InstanceHandle(record_.id()), message_);
-        }
-        Finish(std::move(reply));
+        outcome_ = record_.Handle(kind_, message_);
+        // The waiting thread owns this object and goes on at once, which a semaphore, unlike a condition
+        // variable, survives.
+        sem_post(&done_);
     }
-    void Cancel() override { Finish(pp::Var()); }
+    void Cancel() override { sem_post(&done_); }
 
-    pp::Var Wait()
+    Outcome Wait()
     {
         Mutex::CheckNoneHeld();
         while (sem_wait(&done_) != 0) {
             // Interrupted by a signal.
         }
-        return std::move(reply_);
+        return std::move(outcome_);
     }
 
   private:
-    void Finish(pp::Var reply)
-    {
-        if (on_reply_)
-            on_reply_(reply);
-        reply_ = std::move(reply);
-        // The waiting thread owns this object and goes on at once, which a semaphore, unlike a condition
-        // variable, stands.
-        sem_post(&done_);
-    }
-
     const InstanceRecord& record_;
+    const Kind kind_;
     const pp::Var& message_;
-    const bool blocking_;
-    EmbeddedInstance::Reply on_reply_;
     sem_t done_{};
-    pp::Var reply_;
+    Outcome outcome_;
 };
 
 struct Registry {
@@ -186,15 +219,27 @@ std::shared_ptr<InstanceRecord> FindRecord(PP_Instance id)
 
 }  // namespace
 
-pp::Var InstanceRecord::Send(const pp::Var& message, bool blocking, Reply on_reply)
+void InstanceRecord::Send(Kind kind, pp::Var message, EmbeddedInstance::Sink sink)
+{
+    // Dropped unposted, it tells that nobody took the message.
+    auto task = std::make_unique<MessageTask>(shared_from_this(), kind, std::move(message), std::move(sink));
+    const std::shared_ptr<TaskQueue> queue = Queue();
+    if (queue && queue->Post(TaskQueue::Kind::Message, *task))
+        static_cast<void>(task.release());  // deletes itself when it is run or cancelled
+}
+
+pp::Var InstanceRecord::SendAndWait(Kind kind, const pp::Var& message)
 {
     const std::shared_ptr<TaskQueue> queue = Queue();
     if (!queue)
         return {};
-    MessageTask task(*this, message, blocking, std::move(on_reply));
+    AwaitedTask task(*this, kind, message);
     if (!queue->Post(TaskQueue::Kind::Message, task))
         return {};
-    return task.Wait();
+    const Outcome outcome = task.Wait();
+    if (outcome.failure)
+        std::rethrow_exception(outcome.failure);
+    return outcome.reply;
 }
 
 EmbeddedInstance::EmbeddedInstance(pp::Module& module, MessageSink sink, const Attributes& attributes)
@@ -234,9 +279,14 @@ PP_Instance EmbeddedInstance::pp_instance() const
     return record_->id();
 }
 
-pp::Var EmbeddedInstance::Await(const pp::Var& message, Reply on_reply)
+void EmbeddedInstance::Send(Kind kind, pp::Var message, Sink sink)
 {
-    return GetSender().Await(message, std::move(on_reply));
+    record_->Send(kind, std::move(message), std::move(sink));
+}
+
+pp::Var EmbeddedInstance::Await(const pp::Var& message)
+{
+    return GetSender().Await(message);
 }
 
 void EmbeddedInstance::Post(const pp::Var& message)
@@ -249,14 +299,19 @@ EmbeddedInstance::Sender EmbeddedInstance::GetSender() const
     return Sender(record_);
 }
 
-pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message, Reply on_reply) const
+void EmbeddedInstance::Sender::Send(Kind kind, pp::Var message, Sink sink) const
 {
-    return record_->Send(message, true, std::move(on_reply));
+    record_->Send(kind, std::move(message), std::move(sink));
+}
+
+pp::Var EmbeddedInstance::Sender::Await(const pp::Var& message) const
+{
+    return record_->SendAndWait(Kind::Blocking, message);
 }
 
 void EmbeddedInstance::Sender::Post(const pp::Var& message) const
 {
-    record_->Send(message, false, {});
+    record_->SendAndWait(Kind::NonBlocking, message);
 }
 
 void SetModule(pp::Module* module)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -25,10 +26,16 @@ class PLATFORM_API EmbeddedInstance {
     /// Receives what the plug-in posts to the page, on the posting thread, one message at a time for each
     /// thread. It must not destroy this object on the worker thread.
     using MessageSink = std::function<void(const pp::Var&)>;
-    /// Receives a reply on the thread on which it comes up, the worker thread as a rule, before whoever
-    /// waits for it goes on. It must not wait for a message of its own. Made with an undefined var for
-    /// when it is dropped, it tells what the waiting thread gets.
-    using Reply = ReplyOnce<pp::Var>;
+    enum class Kind { Blocking, NonBlocking };
+    /// What became of a message: the reply to a blocking one, undefined when nobody took it, or what the
+    /// plug-in threw.
+    struct Outcome {
+        pp::Var reply;
+        std::exception_ptr failure;
+    };
+    /// Receives it once, on the worker thread, or on the sending one when nobody takes the message. It must
+    /// neither throw nor wait for a message of its own.
+    using Sink = ReplyOnce<Outcome>::Sink;
     using Attributes = std::vector<std::pair<std::string, std::string>>;
 
     /// `module` outlives this object. Throws what the plug-in's creation throws.
@@ -40,11 +47,12 @@ class PLATFORM_API EmbeddedInstance {
     EmbeddedInstance& operator=(const EmbeddedInstance&) = delete;
 
     PP_Instance pp_instance() const;
+    /// A message that nobody waits for.
+    void Send(Kind kind, pp::Var message, Sink sink);
     /// A blocking message: waits for the plug-in's answer, so not from the worker thread. Undefined when
-    /// there is no handler, or when the handler's loop ends before the message's turn has come. `on_reply`
-    /// may be empty; it gets the reply sooner than the waiting thread, by the time that a thread needs to
-    /// wake, and is dropped before this returns when nobody takes the message.
-    pp::Var Await(const pp::Var& message, Reply on_reply = {});
+    /// there is no handler, or when the handler's loop ends before the message's turn has come. Throws what
+    /// the plug-in threw.
+    pp::Var Await(const pp::Var& message);
     /// A non-blocking message. Not from the worker thread either: returns once the plug-in has handled it, or
     /// dropped it.
     void Post(const pp::Var& message);
@@ -59,7 +67,8 @@ class PLATFORM_API EmbeddedInstance {
 
 class PLATFORM_API EmbeddedInstance::Sender {
   public:
-    pp::Var Await(const pp::Var& message, Reply on_reply = {}) const;
+    void Send(Kind kind, pp::Var message, Sink sink) const;
+    pp::Var Await(const pp::Var& message) const;
     void Post(const pp::Var& message) const;
 
   private:

@@ -9,13 +9,13 @@ namespace host {
 /// Writes what happens as a script that `script --check` replays. A block, a line in with the lines out
 /// that it caused, is appended in one go once it is whole, so that a recording that was cut off can still be
 /// replayed as far as it goes. One thread at a time.
-class Recorder {
+class Recording {
   public:
     /// A file that was there is written anew. Throws std::system_error.
-    explicit Recorder(const std::filesystem::path& file);
-    ~Recorder();
-    Recorder(const Recorder&) = delete;
-    Recorder& operator=(const Recorder&) = delete;
+    explicit Recording(const std::filesystem::path& file);
+    ~Recording();
+    Recording(const Recording&) = delete;
+    Recording& operator=(const Recording&) = delete;
 
     /// Lines that begin with #.
     void Comment(const std::string& text);

@@ -1,4 +1,4 @@
-#include "tvhost/web_files.h"
+#include "tvhost/web/files.h"
 
 #include <algorithm>
 #include <array>

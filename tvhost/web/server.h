@@ -3,14 +3,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <variant>
 
-#include "core/reply_once.h"
+#include "tvhost/web/channel.h"
+#include "tvhost/web/request.h"
 
 namespace host {
 
@@ -20,45 +20,12 @@ class ServerError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-struct WebRequest {
-    std::string method;
-    std::string path;  ///< as it was sent, without the query
-    std::string body;
-};
-
-struct WebResponse {
-    int status = 200;
-    std::string type = "application/json";
-    std::string body;
-    std::filesystem::path file;  ///< when not empty, its content is the body
-    std::string allow;           ///< with 405: the methods that there are
-    std::string location;        ///< with 301
-};
-
-/// A refusal: `{"error": why}`.
-WebResponse ErrorResponse(int status, const std::string& why);
-
-/// Texts for any number of WebSocket listeners: each gets all of them, in order, one frame each. Every
-/// listener has a bounded queue of its own, so that a slow one holds up nobody; when it overflows, the
-/// listener is closed with the reason. Any thread.
-class Channel {
-  public:
-    virtual ~Channel() = default;
-    /// Never waits. Nothing is sent after Close.
-    virtual void Send(std::string text) = 0;
-    /// Ends the channel: its listeners get what was sent before and are closed with the reason; later ones
-    /// are refused.
-    virtual void Close(std::string reason) = 0;
-};
-
 /// The web server: takes requests apart, refuses what is not meant for it, and passes on the rest. It has
 /// one thread of its own. A request that was not addressed to the server's own name, or that a page from
 /// elsewhere sent, is refused with 403; a body over the limit with 413.
 class WebServer {
   public:
-    /// The right to answer a request, on any thread. Dropped, it answers with status 500. It must not outlive
-    /// the server.
-    using Answer = tv::ReplyOnce<WebResponse>;
+    using Answer = WebAnswer;
     struct Handlers {
         /// A request. On the server's thread: it must not wait.
         std::function<void(WebRequest, Answer)> request;
@@ -90,9 +57,8 @@ class WebServer {
     /// A channel. One that keeps holds texts back while nobody listens; when they exceed the limit, the
     /// oldest go. `on_listeners` is called on the server's thread with the number of listeners when that
     /// changed: before a listener is accepted, and after one has gone. Channels must not outlive the server.
-    enum class Unheard { Keep, Drop };
-    std::shared_ptr<Channel> MakeChannel(Unheard unheard,
-                                         std::function<void(std::size_t)> on_listeners = nullptr);
+    std::shared_ptr<Channel> MakeChannel(Channel::Unheard unheard,
+                                         Channel::OnListeners on_listeners = nullptr);
 
     /// Calls `stop` on the server's thread at Ctrl-C or SIGTERM; a second one ends the process at
     /// once. Before Start.
@@ -101,6 +67,13 @@ class WebServer {
     void Start(Handlers handlers);
     /// Takes no more requests, closes the listeners, and ends the thread; returns when it has ended.
     void Stop();
+
+    /// Runs `work` on the server's thread, in the order of the calls; never waits. Work that the thread has
+    /// not come to when the server stops is dropped. Any thread.
+    void Post(std::function<void()> work);
+    /// Runs `work` on the server's thread once that time has passed, unless another call or the server's end
+    /// comes first. On the server's thread, or before Start.
+    void After(std::chrono::milliseconds time, std::function<void()> work);
 
   private:
     class Core;

@@ -1,4 +1,4 @@
-#include "tvhost/recorder.h"
+#include "tvhost/web/recording.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 
 namespace host {
 
-Recorder::Recorder(const std::filesystem::path& file)
+Recording::Recording(const std::filesystem::path& file)
     : file_(file),
       descriptor_(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666))
 {
@@ -19,17 +19,17 @@ Recorder::Recorder(const std::filesystem::path& file)
         throw std::system_error(errno, std::generic_category(), "recording " + file.string());
 }
 
-Recorder::~Recorder()
+Recording::~Recording()
 {
     ::close(descriptor_);
 }
 
-void Recorder::Comment(const std::string& text)
+void Recording::Comment(const std::string& text)
 {
     Append("# " + text + '\n');
 }
 
-void Recorder::Write(const std::string& line_in, const std::vector<std::string>& lines_out)
+void Recording::Write(const std::string& line_in, const std::vector<std::string>& lines_out)
 {
     Flush();
     std::string block = line_in + '\n';
@@ -38,7 +38,7 @@ void Recorder::Write(const std::string& line_in, const std::vector<std::string>&
     Append(block);
 }
 
-void Recorder::Advance(long long ms, const std::vector<std::string>& lines_out)
+void Recording::Advance(long long ms, const std::vector<std::string>& lines_out)
 {
     if (advanced_ms_ + ms > std::numeric_limits<std::int32_t>::max())
         Flush();
@@ -48,7 +48,7 @@ void Recorder::Advance(long long ms, const std::vector<std::string>& lines_out)
         Flush();
 }
 
-void Recorder::Flush()
+void Recording::Flush()
 {
     if (advanced_out_.empty())
         return;
@@ -60,7 +60,7 @@ void Recorder::Flush()
     Append(block);
 }
 
-void Recorder::Append(const std::string& block)
+void Recording::Append(const std::string& block)
 {
     for (std::size_t written = 0; written < block.size() && !failed_;) {
         const ssize_t count = ::write(descriptor_, block.data() + written, block.size() - written);

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <atomic>
+#include <boost/asio/basic_stream_socket.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include "tvhost/web/server.h"
+
+namespace host {
+
+using TcpSocket =
+    boost::asio::basic_stream_socket<boost::asio::ip::tcp, boost::asio::io_context::executor_type>;
+
+/// What a request's or a listener's header may take.
+constexpr std::uint32_t kMaxHeaderBytes = 16 * 1024;
+
+/// What the server needs to know of its connections, of both kinds. The server's thread only.
+class Connection {
+  public:
+    Connection() = default;
+    virtual ~Connection() = default;
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    /// The server stops. Called again and again until the connection has ended.
+    virtual void End() = 0;
+    /// Ends it, if it took too long.
+    virtual void Watch(std::chrono::steady_clock::time_point) {}
+    /// The server has stopped: what the connection waits for doesn't come any more.
+    virtual void LetGo() {}
+};
+
+/// What connections need to know of their server. They must not outlive it.
+struct ServerState {
+    explicit ServerState(WebServer::Limits the_limits) : limits(the_limits) {}
+
+    const WebServer::Limits limits;
+    std::atomic<bool> stopping{false};
+    // The server's thread only.
+    WebServer::Handlers handlers;
+    std::set<Connection*> connections;
+    boost::asio::io_context io{1};  // takes connections with it, so it goes first
+};
+
+/// An address as it stands in a URL.
+std::string HostName(const boost::asio::ip::address& address);
+
+/// Serves a browser's connection, until one of both ends it. The server's thread.
+void ServeConnection(ServerState& server, TcpSocket socket);
+
+}  // namespace host

@@ -1,0 +1,95 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/calls.h"
+#include "core/mutex.h"
+#include "tvhost/session.h"
+#include "tvhost/web/files.h"
+#include "tvhost/web/lines.h"
+#include "tvhost/web/pages.h"
+#include "tvhost/web/recording.h"
+#include "tvhost/web/routes.h"
+#include "tvhost/web/server.h"
+#include "tvhost/web/turns.h"
+
+namespace host {
+
+struct ServeOptions {
+    std::filesystem::path plugin;
+    std::string address = "127.0.0.1";
+    std::uint16_t port = 8047;      ///< 0: a free one
+    std::filesystem::path web;      ///< the folder of the web files
+    std::filesystem::path app;      ///< the person's own page; empty: the demo page alone
+    std::filesystem::path record;   ///< empty: nothing is recorded
+    std::vector<std::string> note;  ///< comments for the recording: how to replay it
+    Json::Value kept_settings;      ///< settings from an earlier run, by key: the recording begins with them
+    double speed = 1;               ///< how many times as fast playing time runs; 0: it stands still
+    WebServer::Limits limits;
+};
+
+/// Web mode: a web server for one TV. The page in the browser takes turns with the person at the TV and the
+/// TV's clock. The thread of Run is the plug-in's; what needs no turn (files, the TV's state) is answered at
+/// once.
+class WebHost {
+  public:
+    /// Takes the port. Throws ServerError, or std::system_error for a folder or file that can't be had.
+    explicit WebHost(const ServeOptions& options);
+    ~WebHost();
+    WebHost(const WebHost&) = delete;
+    WebHost& operator=(const WebHost&) = delete;
+
+    // Any thread.
+    std::string url() const { return server_.url(); }
+    bool is_loopback() const { return server_.is_loopback(); }
+    /// Stop is called at Ctrl-C or SIGTERM. Before Run.
+    void StopOnInterrupt();
+
+    /// Loads the plug-in, calls `ready`, and serves until Stop; then ends the page's instance and unloads
+    /// the plug-in. Throws PluginError. Once.
+    void Run(const std::function<void()>& ready);
+    /// Any thread. The line that is being carried out is finished; those that wait are refused.
+    void Stop() EXCLUDES(mutex_);
+
+  private:
+    using Clock = std::chrono::steady_clock;
+
+    // The server's thread.
+    void HearJournal(bool heard) EXCLUDES(mutex_);
+    void WaitForTick();
+
+    // The thread of Run.
+    void BeginRecording();
+    void Tick();
+
+    const ServeOptions options_;
+    const WebFiles files_;
+    const std::unique_ptr<Recording> recording_;  // null: nothing is recorded
+    WebServer server_;
+    Turns turns_;
+    Pages pages_;
+    Lines lines_;
+    const std::shared_ptr<Channel> journal_;
+    Routes routes_;
+
+    tv::Mutex mutex_{tv::LockLevel::Turns};
+    Session* hearing_ GUARDED_BY(mutex_) = nullptr;                    ///< while it can be told what to hear
+    std::unique_ptr<tv::Calls::NoDelay> no_delay_ GUARDED_BY(mutex_);  ///< once it is stopping
+
+    // Set before the first tick, then the thread of Run only.
+    Clock::time_point started_;
+    std::chrono::milliseconds ticked_{0};  ///< playing time that the ticks have added up to
+};
+
+/// Web mode as the program runs it, until Ctrl-C. Returns the exit status. Throws PluginError.
+int RunServe(const ServeOptions& options);
+
+}  // namespace host

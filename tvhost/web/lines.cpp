@@ -1,0 +1,159 @@
+#include "tvhost/web/lines.h"
+
+#include <exception>
+#include <utility>
+
+#include "tvhost/json_text.h"
+
+namespace host {
+namespace {
+
+std::string InMessage(tv::EmbeddedInstance::Kind kind, const std::string& value)
+{
+    const bool blocking = kind == tv::EmbeddedInstance::Kind::Blocking;
+    return (blocking ? R"({"await":)" : R"({"post":)") + value + '}';
+}
+
+}  // namespace
+
+void Lines::Begin(const std::string& text, WebAnswer& answer)
+{
+    if (journal_heard_)
+        journal_->Send(text);
+    const tv::MutexLock lock(mutex_);
+    answer_ = std::move(answer);
+}
+
+Lines::Caused Lines::End()
+{
+    const tv::MutexLock lock(mutex_);
+    return {std::exchange(lines_out_, {}), std::move(answer_)};
+}
+
+void Lines::Fail(const char* why)
+{
+    if (journal_heard_)
+        journal_->Send(WriteJson(OrderedObject{{"error", why}}));
+}
+
+void Lines::CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer)
+{
+    Begin(text, answer);
+    try {
+        session_->CarryOut(line);
+    } catch (const std::exception& error) {
+        answer = End().answer;
+        Fail(error.what());
+        throw;
+    } catch (...) {
+        answer = End().answer;
+        throw;
+    }
+    const Caused caused = End();
+    if (recording_ != nullptr)
+        recording_->Write(text, caused.lines_out);
+}
+
+void Lines::CarryOut(const Json::Value& line)
+{
+    WebAnswer nobody;
+    CarryOut(line, WriteJson(line), nobody);
+}
+
+void Lines::Tick(long long ms)
+{
+    {
+        const tv::MutexLock lock(mutex_);
+        ticking_ = true;
+    }
+    Json::Value line;
+    line["tv"] = "advance";
+    line["ms"] = static_cast<Json::Int64>(ms);
+    const auto end = [this] {
+        const tv::MutexLock lock(mutex_);
+        ticking_ = false;
+        return std::exchange(lines_out_, {});
+    };
+    try {
+        session_->CarryOut(line);
+    } catch (...) {
+        end();
+        throw;
+    }
+    const std::vector<std::string> lines_out = end();
+    if (recording_ != nullptr)
+        recording_->Advance(ms, lines_out);
+}
+
+void Lines::Send(Message message, WebAnswer& answer, Turns::Turn turn)
+{
+    message_.clear();
+    if (recording_ != nullptr || journal_heard_)
+        message_ = InMessage(message.kind, message.text);
+    Begin(message_, answer);
+    turn_ = std::move(turn);
+    try {
+        session_->Send(message.kind, std::move(message.value),
+                       [this](const std::exception_ptr& failure) { OnHandled(failure); });
+    } catch (...) {
+        answer = End().answer;
+        const Turns::Turn ended = std::move(turn_);
+        throw;
+    }
+}
+
+void Lines::OnHandled(const std::exception_ptr& failure)
+{
+    if (failure) {
+        Caused caused = End();
+        Answering(caused.answer, [&] { std::rethrow_exception(failure); });
+        Fail("the message was not handled");
+    }
+    if (!session_->has_deliveries())
+        return EndMessage();
+    // They may wait for one another, and for the worker thread.
+    turns_.OnPluginThread(
+        [this](WebAnswer&) {
+            session_->Deliver();
+            EndMessage();
+        },
+        {}, std::move(turn_));
+}
+
+void Lines::EndMessage()
+{
+    const Turns::Turn ended = std::move(turn_);
+    const Caused caused = End();
+    if (recording_ != nullptr)
+        recording_->Write(message_, caused.lines_out);
+}
+
+void Lines::OnLineOut(LineOut line)
+{
+    using Kind = LineOut::Kind;
+    const bool records = recording_ != nullptr && line.kind != Kind::Call && line.kind != Kind::Log;
+    const bool answers = line.kind == Kind::Reply || line.kind == Kind::Did;
+    WebAnswer answer;
+    std::string whole;
+    {
+        const tv::MutexLock lock(mutex_);
+        const bool shows = journal_heard_ && !(ticking_ && line.kind == Kind::Did);
+        if (records || shows)
+            whole = line.Whole();
+        if (shows)
+            journal_->Send(whole);
+        if (records)
+            lines_out_.push_back(std::move(whole));
+        if (answers)
+            answer = std::move(answer_);
+    }
+    if (line.kind == Kind::Message) {
+        pages_.Tell(std::move(line.text));
+    } else if (answer) {
+        WebResponse response;
+        response.body = std::move(line.text);
+        answer(std::move(response));
+    }
+}
+
+}  // namespace host

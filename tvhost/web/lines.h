@@ -1,0 +1,92 @@
+#pragma once
+
+#include <json/value.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/mutex.h"
+#include "ppapi/cpp/var.h"
+#include "services/web-runtime/web_runtime.h"
+#include "tvhost/session.h"
+#include "tvhost/web/channel.h"
+#include "tvhost/web/pages.h"
+#include "tvhost/web/recording.h"
+#include "tvhost/web/turns.h"
+
+namespace host {
+
+/// Carries out the lines of the turns, and passes on what they cause: to the page, to the journal, to the
+/// recording, and to whoever asked.
+class Lines {
+  public:
+    /// `recording` may be null. All of them outlive this object.
+    Lines(Turns& turns, Pages& pages, Recording* recording)
+        : turns_(turns), pages_(pages), recording_(recording)
+    {}
+    Lines(const Lines&) = delete;
+    Lines& operator=(const Lines&) = delete;
+
+    // Before the first turn begins.
+    /// Where the journal is shown.
+    void SetJournal(std::shared_ptr<Channel> journal) { journal_ = std::move(journal); }
+    /// The session lives until the last turn has ended.
+    void SetSession(Session& session) { session_ = &session; }
+
+    // In a turn, on the plug-in's thread.
+    /// `text` is the line as it was sent. `answer` gets what was done, and is left to the caller where this
+    /// throws, as it does what Session::CarryOut throws.
+    void CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer) EXCLUDES(mutex_);
+    /// The same for a line that nobody sent.
+    void CarryOut(const Json::Value& line) EXCLUDES(mutex_);
+    /// Playing time passes by itself.
+    void Tick(long long ms) EXCLUDES(mutex_);
+
+    // In a turn, on the server's thread.
+    struct Message {
+        tv::EmbeddedInstance::Kind kind;
+        pp::Var value;
+        std::string text;  ///< as it was sent
+    };
+    /// Sends a page's message, and ends the turn once it is handled and what it set off is delivered.
+    /// `answer` gets the reply; it is left to the caller where this throws, as Session::Send does.
+    void Send(Message message, WebAnswer& answer, Turns::Turn turn) EXCLUDES(mutex_);
+
+    // Any thread.
+    /// Whether somebody sees the journal.
+    void SetJournalHeard(bool heard) { journal_heard_ = heard; }
+    /// For the session.
+    void OnLineOut(LineOut line) EXCLUDES(mutex_);
+
+  private:
+    struct Caused {
+        std::vector<std::string> lines_out;
+        WebAnswer answer;  ///< if it was not given
+    };
+    void Begin(const std::string& text, WebAnswer& answer) EXCLUDES(mutex_);
+    /// What the line caused.
+    Caused End() EXCLUDES(mutex_);
+    void Fail(const char* why);
+    void OnHandled(const std::exception_ptr& failure);
+    void EndMessage() EXCLUDES(mutex_);
+
+    Turns& turns_;
+    Pages& pages_;
+    Recording* const recording_;
+    std::shared_ptr<Channel> journal_;
+    Session* session_ = nullptr;
+    std::atomic<bool> journal_heard_{false};
+
+    // Whoever has the turn, while a message is on its way.
+    std::string message_;  ///< its line in, if it is recorded
+    Turns::Turn turn_;
+
+    tv::Mutex mutex_{tv::LockLevel::Lines};
+    std::vector<std::string> lines_out_ GUARDED_BY(mutex_);  ///< only while something is recorded
+    WebAnswer answer_ GUARDED_BY(mutex_);  ///< gets the reply or what was done; empty: nobody waits
+    bool ticking_ GUARDED_BY(mutex_) = false;
+};
+
+}  // namespace host

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "core/reply_once.h"
+
+namespace host {
+
+struct WebRequest {
+    std::string method;
+    std::string path;  ///< as it was sent, without the query
+    std::string body;
+};
+
+struct WebResponse {
+    int status = 200;
+    std::string type = "application/json";
+    std::string body;
+    std::filesystem::path file;  ///< when not empty, its content is the body
+    std::string allow;           ///< with 405: the methods that there are
+    std::string location;        ///< with 301
+};
+
+/// A refusal: `{"error": why}`.
+WebResponse ErrorResponse(int status, const std::string& why);
+
+/// The response's start line and header. `length` is the body's, which a 204 doesn't have; `reads`: the
+/// request was a GET or a HEAD.
+std::string ResponseHead(const WebResponse& response, std::uint64_t length, bool reads, bool keep_alive);
+
+/// The right to answer a request, on any thread. Dropped, it answers with status 500. It must not outlive the
+/// server.
+using WebAnswer = tv::ReplyOnce<WebResponse>;
+
+/// A request that can't be granted: the status, and why.
+class Refused : public std::runtime_error {
+  public:
+    Refused(int status, const std::string& why) : std::runtime_error(why), status_(status) {}
+    int status() const { return status_; }
+
+  private:
+    const int status_;
+};
+
+/// Answers with what is being thrown, and says on standard error what nobody is to blame for but the host.
+/// Inside a handler only; `answer` may be empty.
+void AnswerFailure(WebAnswer& answer) noexcept;
+
+/// Runs what answers a request; whatever it throws becomes the answer, which it has left then.
+template <typename Action>
+void Answering(WebAnswer& answer, Action action) noexcept
+{
+    try {
+        action();
+    } catch (...) {
+        AnswerFailure(answer);
+    }
+}
+
+}  // namespace host

@@ -1,0 +1,291 @@
+#include "tvhost/web/routes.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "services/web-runtime/json_var.h"
+#include "tv/tv.h"
+#include "tvhost/json_text.h"
+
+namespace host {
+
+/// A row of the table. In a pattern N stands for a page's number, and FILE for the path of a file that there
+/// is. A HEAD is answered wherever a GET is, WebSockets aside.
+struct Routes::Route {
+    const char* methods;  ///< as the header Allow has them
+    const char* pattern;
+    void (Routes::*answer)(Asked&);
+    std::shared_ptr<Channel> (Routes::*listen)(Asked&) = nullptr;  ///< where a WebSocket may listen
+
+    bool Allows(std::string_view method) const
+    {
+        const std::string_view first =
+            std::string_view(methods).substr(0, std::string_view(methods).find(','));
+        return method == first || (method == "HEAD" && first == "GET" && listen == nullptr);
+    }
+};
+
+// clang-format off
+const Routes::Route Routes::kRoutes[] = {
+    {"POST",      "/page/open",       &Routes::OpenPage},
+    {"POST",      "/page/N/await",    &Routes::Await},
+    {"POST",      "/page/N/post",     &Routes::Post},
+    {"POST",      "/page/N/close",    &Routes::ClosePage},
+    {"GET",       "/page/N/messages", &Routes::MessagesAreASocket, &Routes::Messages},
+    {"POST",      "/tv",              &Routes::DoVerb},
+    {"GET",       "/tv/state",        &Routes::State},
+    {"GET",       "/journal",         &Routes::JournalIsASocket, &Routes::Journal},
+    {"GET, HEAD", "FILE",             &Routes::File},
+};
+// clang-format on
+
+namespace {
+
+constexpr char kClosed[] = "the page was closed";
+
+Json::Value ParseBody(const std::string& body, int max_depth)
+{
+    try {
+        return ParseJson(body, max_depth);
+    } catch (const JsonError& error) {
+        throw Refused(400, error.what());
+    }
+}
+
+/// The JSON text as a line can hold it.
+std::string InLine(const std::string& text, const Json::Value& json)
+{
+    const bool is_line =
+        std::none_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
+    return is_line ? text : WriteJson(json);
+}
+
+/// The next name of the path, which is taken from it.
+std::string_view TakeName(std::string_view& path)
+{
+    const std::size_t begin = path.empty() ? 0 : 1;
+    const std::size_t end = std::min(path.find('/', begin), path.size());
+    const std::string_view name = path.substr(begin, end - begin);
+    path.remove_prefix(end);
+    return name;
+}
+
+bool IsPage(std::string_view name)
+{
+    return !name.empty() && name.size() <= 18 && name.find_first_not_of("0123456789") == std::string::npos;
+}
+
+}  // namespace
+
+Routes::Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines,
+               std::shared_ptr<Channel> journal)
+    : files_(files), turns_(turns), pages_(pages), lines_(lines), journal_(std::move(journal))
+{}
+
+bool Routes::Fits(const Route& route, Asked& asked) const
+{
+    std::string_view path = asked.request.path;
+    if (route.pattern == std::string_view("FILE")) {
+        asked.file = files_.Find(path);
+        return asked.file.has_value();
+    }
+    if (path.substr(0, 1) != "/")
+        return false;
+    for (std::string_view pattern = route.pattern; !pattern.empty();) {
+        const std::string_view expected = TakeName(pattern);
+        const std::string_view name = TakeName(path);
+        if (expected == "N" ? !IsPage(name) : name != expected)
+            return false;
+        if (expected == "N")
+            asked.page = std::stoll(std::string(name));
+    }
+    return path.empty();
+}
+
+void Routes::Find(Asked& asked)
+{
+    std::string allowed;
+    for (const Route& route : kRoutes) {
+        if (!Fits(route, asked))
+            continue;
+        if (route.Allows(asked.request.method))
+            return (this->*route.answer)(asked);
+        allowed += (allowed.empty() ? "" : ", ") + std::string(route.methods);
+        if (asked.file)
+            break;
+    }
+    if (allowed.empty())
+        throw Refused(404, "there is nothing at " + asked.request.path);
+    WebResponse response = ErrorResponse(405, "only " + allowed);
+    response.allow = allowed;
+    asked.answer(std::move(response));
+}
+
+void Routes::Answer(const WebRequest& request, WebAnswer answer)
+{
+    Answering(answer, [&] {
+        Asked asked{request, answer};
+        Find(asked);
+    });
+}
+
+std::variant<std::shared_ptr<Channel>, WebResponse> Routes::Listen(const std::string& path)
+{
+    WebResponse refusal;
+    WebAnswer answer([&refusal](WebResponse response) { refusal = std::move(response); }, {});
+    std::shared_ptr<Channel> channel;
+    Answering(answer, [&] {
+        const WebRequest request{"GET", path, {}};
+        Asked asked{request, answer};
+        for (const Route& route : kRoutes) {
+            if (route.listen != nullptr && Fits(route, asked)) {
+                channel = (this->*route.listen)(asked);
+                return;
+            }
+        }
+        throw Refused(404, "there is no WebSocket at " + path);
+    });
+    if (channel)
+        return channel;
+    return refusal;
+}
+
+void Routes::OpenPage(Asked& asked)
+{
+    turns_.Take(
+        [this](WebAnswer& answer, Turns::Turn turn) {
+            turns_.OnPluginThread(
+                [this](WebAnswer& opened) {
+                    WebResponse response;
+                    response.body =
+                        WriteJson(OrderedObject{{"page", static_cast<Json::Int64>(pages_.Open())}});
+                    opened(std::move(response));
+                },
+                std::move(answer), std::move(turn));
+        },
+        asked.answer);
+}
+
+void Routes::ClosePage(Asked& asked)
+{
+    pages_.MessagesOf(asked.page);
+    turns_.Take(
+        [this, page = asked.page](WebAnswer& answer, Turns::Turn turn) {
+            pages_.MessagesOf(page);
+            turns_.OnPluginThread(
+                [this](WebAnswer& closed) {
+                    pages_.Close(kClosed);
+                    WebResponse response;
+                    response.status = 204;
+                    closed(std::move(response));
+                },
+                std::move(answer), std::move(turn));
+        },
+        asked.answer);
+}
+
+void Routes::Await(Asked& asked)
+{
+    Send(tv::EmbeddedInstance::Kind::Blocking, asked, asked.answer);
+}
+
+void Routes::Post(Asked& asked)
+{
+    // What becomes of a post in its turn is not waited for.
+    WebAnswer nobody;
+    Send(tv::EmbeddedInstance::Kind::NonBlocking, asked, nobody);
+    WebResponse response;
+    response.status = 202;
+    asked.answer(std::move(response));
+}
+
+void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer)
+{
+    pages_.MessagesOf(asked.page);
+    const std::string& body = asked.request.body;
+    const Json::Value json = ParseBody(body, kMaxMessageDepth);
+    Lines::Message message{kind, tv::ToVar(json), InLine(body, json)};
+    turns_.Take(
+        [this, page = asked.page, message = std::move(message)](WebAnswer& replied,
+                                                                Turns::Turn turn) mutable {
+            pages_.MessagesOf(page);
+            lines_.Send(std::move(message), replied, std::move(turn));
+        },
+        answer, body.size());
+}
+
+void Routes::DoVerb(Asked& asked)
+{
+    const std::string& body = asked.request.body;
+    Json::Value line = ParseBody(body, kMaxMessageDepth + 1);
+    if (!line.isObject() || !line["tv"].isString())
+        throw Refused(400, "expected {\"tv\": VERB, …}");
+    const std::string verb = line["tv"].asString();
+    if (verb == "advance")
+        throw Refused(400, "time passes by itself here");
+    if (verb == "open" || verb == "close")
+        throw Refused(400, "pages come and go by /page/open and /page/N/close");
+    // A call that takes its time is cut short at once. What is restored after the lines before this one is
+    // the same as ever, so that a recording comes out the same.
+    std::shared_ptr<tv::Calls::NoDelay> no_delay;
+    if (verb == "restore") {
+        const bool names_call = line.isMember("call");
+        const Json::Value call = names_call ? line["call"] : Json::Value();
+        const tv::AnyCall* const known = call.isString() ? tv::TheCalls().Find(call.asString()) : nullptr;
+        if (known != nullptr || !names_call)
+            no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
+    }
+    std::string text = InLine(body, line);
+    Turns::Work work = [this, line = std::move(line), text = std::move(text), no_delay = std::move(no_delay)](
+                           WebAnswer& done) { lines_.CarryOut(line, text, done); };
+    turns_.Take(
+        [this, work = std::move(work)](WebAnswer& answer, Turns::Turn turn) mutable {
+            turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
+        },
+        asked.answer, body.size());
+}
+
+void Routes::State(Asked& asked)
+{
+    Json::Value state = tv::StateJson();
+    state["page"] = pages_.CurrentJson();
+    WebResponse response;
+    response.body = WriteJson(state);
+    asked.answer(std::move(response));
+}
+
+void Routes::MessagesAreASocket(Asked&)
+{
+    throw Refused(400, "a page's messages are a WebSocket");
+}
+
+std::shared_ptr<Channel> Routes::Messages(Asked& asked)
+{
+    return pages_.MessagesOf(asked.page);
+}
+
+void Routes::JournalIsASocket(Asked&)
+{
+    throw Refused(400, "the journal is a WebSocket");
+}
+
+std::shared_ptr<Channel> Routes::Journal(Asked&)
+{
+    return journal_;
+}
+
+void Routes::File(Asked& asked)
+{
+    WebResponse response;
+    response.type = asked.file->type;
+    if (!asked.file->redirect.empty()) {
+        response.status = 301;
+        response.location = asked.file->redirect;
+    } else {
+        response.file = asked.file->file;
+    }
+    asked.answer(std::move(response));
+}
+
+}  // namespace host

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "tvhost/web/files.h"
+#include "tvhost/web/lines.h"
+#include "tvhost/web/pages.h"
+#include "tvhost/web/server.h"
+#include "tvhost/web/turns.h"
+
+namespace host {
+
+/// What there is at which path. The server's thread.
+class Routes {
+  public:
+    /// All of them outlive this object.
+    Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, std::shared_ptr<Channel> journal);
+
+    /// Answers a request, now or in its turn.
+    void Answer(const WebRequest& request, WebAnswer answer);
+    /// The channel of a WebSocket, or why there is none.
+    std::variant<std::shared_ptr<Channel>, WebResponse> Listen(const std::string& path);
+
+  private:
+    /// A request whose path fits a route.
+    struct Asked {
+        const WebRequest& request;
+        WebAnswer& answer;
+        long long page = 0;                                  ///< N, where the path has one
+        std::optional<WebFiles::Found> file = std::nullopt;  ///< where the path is a file's
+    };
+    struct Route;
+    static const Route kRoutes[];
+
+    bool Fits(const Route& route, Asked& asked) const;
+    void Find(Asked& asked);
+
+    // They leave the answer where they throw.
+    void OpenPage(Asked& asked);
+    void Await(Asked& asked);
+    void Post(Asked& asked);
+    void ClosePage(Asked& asked);
+    void MessagesAreASocket(Asked& asked);
+    std::shared_ptr<Channel> Messages(Asked& asked);
+    void DoVerb(Asked& asked);
+    void State(Asked& asked);
+    void JournalIsASocket(Asked& asked);
+    std::shared_ptr<Channel> Journal(Asked& asked);
+    void File(Asked& asked);
+
+    void Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer);
+
+    const WebFiles& files_;
+    Turns& turns_;
+    Pages& pages_;
+    Lines& lines_;
+    const std::shared_ptr<Channel> journal_;
+};
+
+}  // namespace host

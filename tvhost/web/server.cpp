@@ -1,0 +1,225 @@
+#include "tvhost/web/server.h"
+
+#include <pthread.h>
+
+#include <boost/asio/basic_socket_acceptor.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <csignal>
+#include <optional>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "tvhost/web/connection.h"
+
+namespace host {
+namespace {
+
+namespace asio = boost::asio;
+using boost::system::error_code;
+using tcp = asio::ip::tcp;
+using namespace std::chrono_literals;
+
+/// How often connections are watched for those that took too long. A timer of their own would cost each
+/// request more than the rest of its way through the server.
+constexpr auto kWatch = 5s;
+constexpr auto kLastAnswers = 500ms;
+
+}  // namespace
+
+std::string HostName(const asio::ip::address& address)
+{
+    if (!address.is_v6())
+        return address.to_string();
+    const asio::ip::address_v6 v6 = address.to_v6();
+    return v6.is_v4_mapped() ? asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string()
+                             : '[' + v6.to_string() + ']';
+}
+
+class WebServer::Core {
+  public:
+    Core(const std::string& address, std::uint16_t port, Limits limits) : state_(limits)
+    {
+        error_code error;
+        const std::string where = address + ':' + std::to_string(port);
+        const asio::ip::address parsed =
+            asio::ip::make_address(address == "localhost" ? "127.0.0.1" : address, error);
+        if (error)
+            throw ServerError(address + ": not an address");
+        const tcp::endpoint endpoint(parsed, port);
+        acceptor_.open(endpoint.protocol(), error);
+        if (!error)
+            acceptor_.set_option(asio::socket_base::reuse_address(true), error);
+        if (!error)
+            acceptor_.bind(endpoint, error);
+        if (!error)
+            acceptor_.listen(asio::socket_base::max_listen_connections, error);
+        if (error == asio::error::address_in_use)
+            throw ServerError(where + ": the port is in use; --port 0 takes a free one");
+        if (error)
+            throw ServerError(where + ": " + error.message());
+        local_ = acceptor_.local_endpoint();
+    }
+
+    const tcp::endpoint& local() const { return local_; }
+    ServerState& state() { return state_; }
+
+    void OnInterrupt(std::function<void()> stop)
+    {
+        signals_.emplace(state_.io, SIGINT, SIGTERM);
+        signals_->async_wait([this, stop = std::move(stop)](error_code error, int) {
+            if (error)
+                return;
+            signals_->clear();
+            stop();
+        });
+    }
+    void Start(Handlers handlers)
+    {
+        state_.handlers = std::move(handlers);
+        Accept();
+        WatchConnections();
+        thread_ = std::thread([this] {
+            pthread_setname_np(pthread_self(), "web");
+            state_.io.run();
+        });
+    }
+    void Stop()
+    {
+        if (!thread_.joinable())
+            return;
+        asio::post(state_.io, [this] {
+            state_.stopping = true;
+            acceptor_.close();
+            retry_.cancel();
+            after_.cancel();
+            signals_.reset();
+            last_answers_.expires_after(kLastAnswers);
+            last_answers_.async_wait([this](error_code) { state_.io.stop(); });
+            WatchEnd();
+        });
+        thread_.join();
+        const std::set<Connection*> connections = state_.connections;
+        for (Connection* connection : connections)
+            connection->LetGo();
+    }
+    void Post(std::function<void()> work) { asio::post(state_.io, std::move(work)); }
+    void After(std::chrono::milliseconds time, std::function<void()> work)
+    {
+        if (state_.stopping)
+            return;
+        after_.expires_after(time);
+        after_.async_wait([work = std::move(work)](error_code cancelled) {
+            if (!cancelled)
+                work();
+        });
+    }
+
+  private:
+    void Accept()
+    {
+        acceptor_.async_accept([this](error_code error, TcpSocket socket) {
+            if (state_.stopping)
+                return;
+            if (!error) {
+                ServeConnection(state_, std::move(socket));
+                return Accept();
+            }
+            // Out of descriptors, most likely: some will be free in a while.
+            retry_.expires_after(100ms);
+            retry_.async_wait([this](error_code cancelled) {
+                if (!cancelled)
+                    Accept();
+            });
+        });
+    }
+    void WatchConnections()
+    {
+        watch_.expires_after(kWatch);
+        watch_.async_wait([this](error_code) {
+            const std::set<Connection*> connections = state_.connections;
+            for (Connection* connection : connections)
+                connection->Watch(std::chrono::steady_clock::now());
+            WatchConnections();
+        });
+    }
+    /// Ends the connections that wait for no answer any more, and the wait when none is left.
+    void WatchEnd()
+    {
+        const std::set<Connection*> connections = state_.connections;
+        for (Connection* connection : connections)
+            connection->End();
+        if (state_.connections.empty())
+            return state_.io.stop();
+        retry_.expires_after(5ms);
+        retry_.async_wait([this](error_code) { WatchEnd(); });
+    }
+
+    ServerState state_;
+    asio::basic_socket_acceptor<tcp, asio::io_context::executor_type> acceptor_{state_.io};
+    tcp::endpoint local_;
+    asio::steady_timer watch_{state_.io};
+    asio::steady_timer retry_{state_.io};
+    asio::steady_timer after_{state_.io};
+    asio::steady_timer last_answers_{state_.io};
+    std::optional<asio::signal_set> signals_;
+    std::thread thread_;
+};
+
+WebServer::WebServer(const std::string& address, std::uint16_t port, Limits limits)
+    : core_(std::make_unique<Core>(address, port, limits))
+{}
+
+WebServer::~WebServer()
+{
+    Stop();
+}
+
+std::string WebServer::url() const
+{
+    return "http://" + HostName(core_->local().address()) + ':' + std::to_string(port()) + '/';
+}
+
+std::uint16_t WebServer::port() const
+{
+    return core_->local().port();
+}
+
+bool WebServer::is_loopback() const
+{
+    return core_->local().address().is_loopback();
+}
+
+std::shared_ptr<Channel> WebServer::MakeChannel(Channel::Unheard unheard, Channel::OnListeners on_listeners)
+{
+    return std::make_shared<Channel>(core_->state(), unheard, std::move(on_listeners));
+}
+
+void WebServer::OnInterrupt(std::function<void()> stop)
+{
+    core_->OnInterrupt(std::move(stop));
+}
+
+void WebServer::Start(Handlers handlers)
+{
+    core_->Start(std::move(handlers));
+}
+
+void WebServer::Stop()
+{
+    core_->Stop();
+}
+
+void WebServer::Post(std::function<void()> work)
+{
+    core_->Post(std::move(work));
+}
+
+void WebServer::After(std::chrono::milliseconds time, std::function<void()> work)
+{
+    core_->After(time, std::move(work));
+}
+
+}  // namespace host
