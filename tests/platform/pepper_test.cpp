@@ -298,7 +298,10 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     pp::MessageLoop(pp::InstanceHandle(PP_Instance{1})).PostWork(note("never run"));
     pp::MessageLoop other{pp::InstanceHandle(PP_Instance{1})};
     other.PostWork(note("a"));
-    std::thread worker([other]() mutable { other.AttachToCurrentThread() == PP_OK&& other.Run(); });
+    std::thread worker([other]() mutable {
+        if (other.AttachToCurrentThread() == PP_OK)
+            other.Run();
+    });
     // A loop that is not woken stands still, and so does this test.
     for (int i = 0; i < 80; ++i) {
         std::promise<void> done;
