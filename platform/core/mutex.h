@@ -59,8 +59,9 @@ class CAPABILITY("mutex") Mutex {
     }
     void Unlock() RELEASE()
     {
-        mutex_.unlock();
+        // First: once it is unlocked, another thread may destroy it.
         Leave(level_);
+        mutex_.unlock();
     }
 
   private:
