@@ -286,7 +286,12 @@ void WriteToListeners(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(WriteToListeners)->Arg(1)->Arg(50)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(WriteToListeners)
+    ->Arg(1)
+    ->Arg(50)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 /// Events that the plug-in turns into messages to its page, until every listener has them.
 void PostToListeners(benchmark::State& state)
@@ -302,7 +307,12 @@ void PostToListeners(benchmark::State& state)
     }
     state.SetItemsProcessed(state.iterations() * kBatch);
 }
-BENCHMARK(PostToListeners)->Arg(1)->Arg(50)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(PostToListeners)
+    ->Arg(1)
+    ->Arg(50)
+    ->MeasureProcessCPUTime()
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 /// Floor: the program starts, says its version, and ends.
 void StartOfTheProgram(benchmark::State& state)

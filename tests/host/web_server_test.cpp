@@ -5,6 +5,7 @@
 #include <chrono>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -414,23 +415,78 @@ TEST_F(WebServer, AConnectionMayEndBeforeTheTurnThatAnsweredIt)
 
 TEST_F(WebServer, AFailureInATurnIsAnsweredAndTheHostGoesOn)
 {
-    const Json::Int64 number = State()["page"].asInt64();
-    client_.Post(page_ + "close");
-    {
-        // Fails while the next page's instance is made, on the thread of the turns.
-        const auto failing = tv::TheJournal().ListenToCalls([](const tv::CallRecord& call) {
-            if (call.name == std::string("TVServiceAPI::CreateSignalSubscriber"))
-                throw std::runtime_error("the listener failed");
-        });
-        const WebReply reply = client_.Post("/page/open");
-        EXPECT_EQ(reply.status, 500);
-        EXPECT_EQ(reply.body, R"({"error":"the listener failed"})");
-        EXPECT_TRUE(reply.keeps_alive);
-        EXPECT_TRUE(State()["page"].isNull());
+    const std::string get = R"({"command":"GetIntegerFromVconfWithKey","key":"k"})";
+    // Where it comes up, and what is thrown there: on the plug-in's thread, and on its worker thread.
+    for (const char* call : {"TVServiceAPI::CreateSignalSubscriber", "vconf_get_int"}) {
+        for (const bool is_standard : {true, false}) {
+            const Json::Int64 number = J(client_.Post("/page/open").body)["page"].asInt64();
+            const auto path = [](Json::Int64 page) { return "/page/" + std::to_string(page) + '/'; };
+            const bool opens = call != std::string("vconf_get_int");
+            if (opens)
+                client_.Post(path(number) + "close");
+            {
+                const auto failing = tv::TheJournal().ListenToCalls([=](const tv::CallRecord& made) {
+                    if (made.name != std::string(call))
+                        return;
+                    if (is_standard)
+                        throw std::runtime_error("the listener failed");
+                    throw 7;
+                });
+                const WebReply reply =
+                    opens ? client_.Post("/page/open") : client_.Post(path(number) + "await", get);
+                EXPECT_EQ(reply.status, 500) << call << is_standard << reply.body;
+                if (is_standard) {
+                    EXPECT_EQ(reply.body, R"({"error":"the listener failed"})");
+                }
+                EXPECT_TRUE(reply.keeps_alive);
+                if (opens) {
+                    EXPECT_TRUE(State()["page"].isNull());
+                } else {
+                    // A post has had its answer.
+                    EXPECT_EQ(client_.Post(path(number) + "post", get).status, 202);
+                }
+            }
+            const Json::Int64 page = opens ? number + 1 : number;
+            if (opens) {
+                EXPECT_EQ(J(client_.Post("/page/open").body)["page"], page);
+            }
+            EXPECT_EQ(client_.Post(path(page) + "await", kVersionMessage).body, kVersionReply);
+        }
     }
-    EXPECT_EQ(J(client_.Post("/page/open").body)["page"], number + 1);
-    const std::string page = "/page/" + std::to_string(number + 1) + '/';
-    EXPECT_EQ(client_.Post(page + "await", kVersionMessage).body, kVersionReply);
+}
+
+TEST(WebHost, AnswersWhatWaitsWhenItEnds)
+{
+    struct Waiting {
+        std::unique_ptr<WebClient> client;
+        std::string path;
+    };
+    std::vector<Waiting> all;
+    {
+        const Web web;
+        const std::string page = web.OpenPage();
+        WebClient client(web.port());
+        client.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
+        for (const auto& [path, body] : std::vector<std::pair<std::string, std::string>>{
+                 {page + "await", R"({"command":"GetIntegerFromVconfWithKey","key":"k"})"},
+                 {page + "await", kVersionMessage},
+                 {page + "close", ""},
+                 {"/page/open", ""},
+                 {"/tv", R"({"tv":"poweroff","type":1})"},
+             }) {
+            auto& waiting = all.emplace_back(Waiting{std::make_unique<WebClient>(web.port()), path});
+            // Known to the server, it is read before what comes later.
+            waiting.client->Get("/tv/state");
+            waiting.client->Begin("POST", path, body);
+        }
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(client.Get("/tv/state").status, 200);
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const WebReply reply = all[i].client->Finish();
+        EXPECT_EQ(reply.status, i == 0 ? 200 : 503) << all[i].path << reply.body;
+        EXPECT_FALSE(i == 0 && J(reply.body)["code"] != 9999) << reply.body;
+    }
 }
 
 TEST(WebAnswer, IsAnErrorWhenItIsDropped)

@@ -1,20 +1,32 @@
 #include "tvhost/web/lines.h"
 
+#include <algorithm>
 #include <exception>
 #include <utility>
 
+#include "services/web-runtime/json_var.h"
 #include "tvhost/json_text.h"
 
 namespace host {
 namespace {
 
-std::string InMessage(tv::EmbeddedInstance::Kind kind, const std::string& value)
+/// Deeper than any line is that was taken.
+constexpr int kMaxDepth = kMaxMessageDepth + 1;
+
+std::string LineOf(tv::EmbeddedInstance::Kind kind, const std::string& message)
 {
     const bool blocking = kind == tv::EmbeddedInstance::Kind::Blocking;
-    return (blocking ? R"({"await":)" : R"({"post":)") + value + '}';
+    return (blocking ? R"({"await":)" : R"({"post":)") + TextInLine(message) + '}';
 }
 
 }  // namespace
+
+std::string TextInLine(const std::string& json)
+{
+    const bool is_line =
+        std::none_of(json.begin(), json.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
+    return is_line ? json : WriteJson(ParseJson(json, kMaxDepth));
+}
 
 void Lines::Begin(const std::string& text, WebAnswer& answer)
 {
@@ -89,11 +101,13 @@ void Lines::Send(Message message, WebAnswer& answer, Turns::Turn turn)
 {
     message_.clear();
     if (recording_ != nullptr || journal_heard_)
-        message_ = InMessage(message.kind, message.text);
+        message_ = LineOf(message.kind, message.text);
     Begin(message_, answer);
     turn_ = std::move(turn);
     try {
-        session_->Send(message.kind, std::move(message.value),
+        pp::Var value =
+            message.value ? std::move(*message.value) : tv::ToVar(ParseJson(message.text, kMaxDepth));
+        session_->Send(message.kind, std::move(value),
                        [this](const std::exception_ptr& failure) { OnHandled(failure); });
     } catch (...) {
         answer = End().answer;

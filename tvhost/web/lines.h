@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +18,9 @@
 #include "tvhost/web/turns.h"
 
 namespace host {
+
+/// The JSON text as a line can hold it.
+std::string TextInLine(const std::string& json);
 
 /// Carries out the lines of the turns, and passes on what they cause: to the page, to the journal, to the
 /// recording, and to whoever asked.
@@ -47,8 +51,8 @@ class Lines {
     // In a turn, on the server's thread.
     struct Message {
         tv::EmbeddedInstance::Kind kind;
-        pp::Var value;
-        std::string text;  ///< as it was sent
+        std::optional<pp::Var> value;  ///< read from the text when it is needed
+        std::string text;              ///< JSON, as it was sent
     };
     /// Sends a page's message, and ends the turn once it is handled and what it set off is delivered.
     /// `answer` gets the reply; it is left to the caller where this throws, as Session::Send does.

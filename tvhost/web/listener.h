@@ -12,6 +12,6 @@ namespace host {
 /// Makes the connection a WebSocket that listens to the channel, unless that was closed. The server's thread.
 void Listen(ServerState& server, TcpSocket socket,
             const boost::beast::http::request<boost::beast::http::empty_body>& request,
-            std::shared_ptr<Channel> channel);
+            const std::shared_ptr<Channel>& channel);
 
 }  // namespace host

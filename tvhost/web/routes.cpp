@@ -1,6 +1,7 @@
 #include "tvhost/web/routes.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -51,14 +52,6 @@ Json::Value ParseBody(const std::string& body, int max_depth)
     } catch (const JsonError& error) {
         throw Refused(400, error.what());
     }
-}
-
-/// The JSON text as a line can hold it.
-std::string InLine(const std::string& text, const Json::Value& json)
-{
-    const bool is_line =
-        std::none_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
-    return is_line ? text : WriteJson(json);
 }
 
 /// The next name of the path, which is taken from it.
@@ -122,7 +115,7 @@ void Routes::Find(Asked& asked)
     asked.answer(std::move(response));
 }
 
-void Routes::Answer(const WebRequest& request, WebAnswer answer)
+void Routes::Answer(WebRequest request, WebAnswer answer)
 {
     Answering(answer, [&] {
         Asked asked{request, answer};
@@ -136,7 +129,7 @@ std::variant<std::shared_ptr<Channel>, WebResponse> Routes::Listen(const std::st
     WebAnswer answer([&refusal](WebResponse response) { refusal = std::move(response); }, {});
     std::shared_ptr<Channel> channel;
     Answering(answer, [&] {
-        const WebRequest request{"GET", path, {}};
+        WebRequest request{"GET", path, {}};
         Asked asked{request, answer};
         for (const Route& route : kRoutes) {
             if (route.listen != nullptr && Fits(route, asked)) {
@@ -203,16 +196,19 @@ void Routes::Post(Asked& asked)
 void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer)
 {
     pages_.MessagesOf(asked.page);
-    const std::string& body = asked.request.body;
-    const Json::Value json = ParseBody(body, kMaxMessageDepth);
-    Lines::Message message{kind, tv::ToVar(json), InLine(body, json)};
+    const Json::Value json = ParseBody(asked.request.body, kMaxMessageDepth);
+    Lines::Message message{kind, std::nullopt, std::move(asked.request.body)};
+    // What has to wait stays text, since its values take many times as much.
+    if (turns_.is_free())
+        message.value = tv::ToVar(json);
+    const std::size_t bytes = message.text.size();
     turns_.Take(
         [this, page = asked.page, message = std::move(message)](WebAnswer& replied,
                                                                 Turns::Turn turn) mutable {
             pages_.MessagesOf(page);
             lines_.Send(std::move(message), replied, std::move(turn));
         },
-        answer, body.size());
+        answer, bytes);
 }
 
 void Routes::DoVerb(Asked& asked)
@@ -236,7 +232,7 @@ void Routes::DoVerb(Asked& asked)
         if (known != nullptr || !names_call)
             no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
     }
-    std::string text = InLine(body, line);
+    std::string text = TextInLine(body);
     Turns::Work work = [this, line = std::move(line), text = std::move(text), no_delay = std::move(no_delay)](
                            WebAnswer& done) { lines_.CarryOut(line, text, done); };
     turns_.Take(

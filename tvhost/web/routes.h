@@ -20,14 +20,14 @@ class Routes {
     Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, std::shared_ptr<Channel> journal);
 
     /// Answers a request, now or in its turn.
-    void Answer(const WebRequest& request, WebAnswer answer);
+    void Answer(WebRequest request, WebAnswer answer);
     /// The channel of a WebSocket, or why there is none.
     std::variant<std::shared_ptr<Channel>, WebResponse> Listen(const std::string& path);
 
   private:
     /// A request whose path fits a route.
     struct Asked {
-        const WebRequest& request;
+        WebRequest& request;
         WebAnswer& answer;
         long long page = 0;                                  ///< N, where the path has one
         std::optional<WebFiles::Found> file = std::nullopt;  ///< where the path is a file's

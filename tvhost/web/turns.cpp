@@ -5,7 +5,8 @@
 namespace host {
 namespace {
 
-/// What may wait for its turn, in bytes of the bodies.
+/// What may wait for its turn: so many, and so much in bytes of the bodies.
+constexpr std::size_t kMaxWaiting = 20'000;
 constexpr std::size_t kMaxWaitingBytes = std::size_t{64} * 1024 * 1024;
 constexpr char kEnding[] = "the TV host ends";
 
@@ -33,7 +34,7 @@ void Turns::Take(Begin begin, WebAnswer& answer, std::size_t bytes)
         if (stopping_)
             throw Refused(503, kEnding);
         if (busy_) {
-            if (bytes_ + bytes > kMaxWaitingBytes)
+            if (line_.size() >= kMaxWaiting || bytes_ + bytes > kMaxWaitingBytes)
                 throw Refused(503, "too many messages are waiting");
             bytes_ += bytes;
             line_.push_back({std::move(begin), std::move(answer), bytes});

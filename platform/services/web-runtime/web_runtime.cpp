@@ -250,20 +250,21 @@ EmbeddedInstance::EmbeddedInstance(pp::Module& module, MessageSink sink, const A
         record_ = std::make_shared<InstanceRecord>(registry.next_id++, std::move(sink));
         registry.records.emplace(record_->id(), record_);
     }
-    try {
-        record_->SetInstance(std::unique_ptr<pp::Instance>(module.CreateInstance(record_->id())));
-    } catch (...) {
-        const MutexLock lock(registry.mutex);
-        registry.records.erase(record_->id());
-        throw;
-    }
     std::vector<const char*> names;
     std::vector<const char*> values;
     for (const auto& [name, value] : attributes) {
         names.push_back(name.c_str());
         values.push_back(value.c_str());
     }
-    record_->instance()->Init(static_cast<uint32_t>(names.size()), names.data(), values.data());
+    try {
+        record_->SetInstance(std::unique_ptr<pp::Instance>(module.CreateInstance(record_->id())));
+        record_->instance()->Init(static_cast<uint32_t>(names.size()), names.data(), values.data());
+    } catch (...) {
+        record_->DestroyInstance();
+        const MutexLock lock(registry.mutex);
+        registry.records.erase(record_->id());
+        throw;
+    }
 }
 
 EmbeddedInstance::~EmbeddedInstance()

@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/mutex.h"
+#include "tests/support/host_process.h"
+#include "tests/support/page.h"
+#include "tests/support/web_client.h"
+
+namespace {
+
+using test::J;
+using test::ServeProcess;
+using test::WebClient;
+using test::WebListener;
+using test::WebReply;
+
+/// The page that came last, as far as the clients know.
+class CurrentPage {
+  public:
+    void Set(std::string path) EXCLUDES(mutex_)
+    {
+        const tv::MutexLock lock(mutex_);
+        path_ = std::move(path);
+    }
+    std::string Get() EXCLUDES(mutex_)
+    {
+        const tv::MutexLock lock(mutex_);
+        return path_;
+    }
+
+  private:
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::string path_ GUARDED_BY(mutex_) = "/page/1/";
+};
+
+/// Reads the journal to its end: every line in has its one answer before the next line in.
+void ReadJournal(WebListener& journal)
+{
+    std::string open;  // what the line in is to be answered with, while it is not
+    while (const std::optional<std::string> text = journal.Next()) {
+        const Json::Value line = J(*text);
+        if (line.isMember("await") || line.isMember("post") || line.isMember("tv")) {
+            EXPECT_EQ(open, "") << "a turn began before " << *text;
+            open = line.isMember("await") ? "reply" : line.isMember("tv") ? "did" : "";
+        } else if (line.isMember("reply") || line.isMember("did") || line.isMember("error")) {
+            EXPECT_TRUE(line.isMember(open) || (open == "did" && line.isMember("error"))) << *text;
+            open = "";
+        }
+    }
+    EXPECT_EQ(open, "");
+    EXPECT_EQ(journal.reason(), "the TV host ends");
+}
+
+TEST(Turns, EverythingAtOnceIsAnsweredInOneOrder)
+{
+    const test::TemporaryFolder folder;
+    const std::string recording = (folder / "turns.jsonl").string();
+    ServeProcess server({"--record", recording, "--speed", "600"});
+    const std::uint16_t port = server.port();
+    std::thread journal([listener = WebListener(port, "/journal")]() mutable { ReadJournal(listener); });
+
+    CurrentPage page;
+    constexpr int kRounds = 60;
+    std::array<std::atomic<int>, 7> rounds{};
+    std::vector<std::thread> clients;
+    /// A client that does the same until the host has gone. Each request has an answer of its own.
+    const auto repeat = [&](auto act) {
+        clients.emplace_back([&, act, count = &rounds[clients.size()]] {
+            const auto send = [](WebClient& client, const std::string& path, const std::string& body,
+                                 const std::set<int>& statuses) {
+                WebReply reply = client.Post(path, body);
+                EXPECT_TRUE(statuses.count(reply.status) != 0 || reply.status == 503)
+                    << path << ' ' << body << ": " << reply.status << ' ' << reply.body;
+                EXPECT_TRUE(client.IsQuiet() || !reply.keeps_alive);
+                return reply;
+            };
+            try {
+                for (WebClient client(port);; ++*count)
+                    act(client, send);
+            } catch (const std::runtime_error&) {
+                // The host has gone.
+            }
+        });
+    };
+    for (int i = 0; i < 2; ++i) {
+        repeat([&page](WebClient& client, auto send) {
+            const WebReply opened = send(client, "/page/open", "", {200});
+            if (opened.status == 200)
+                page.Set("/page/" + J(opened.body)["page"].asString() + '/');
+        });
+    }
+    repeat([&page](WebClient& client, auto send) {
+        send(client, page.Get() + "close", "", {204, 404, 410});
+    });
+    for (const char* message :
+         {R"({"command":"GetVersion"})", R"({"command":"SetServiceByServiceid","Serviceid":"1002"})"}) {
+        repeat([&page, message](WebClient& client, auto send) {
+            const WebReply reply = send(client, page.Get() + "await", message, {200, 404, 410});
+            if (reply.status == 200) {
+                EXPECT_TRUE(J(reply.body)["code"].isInt()) << reply.body;
+            }
+            send(client, page.Get() + "await", R"({"command":"GetIntegerFromVconfWithKey","key":"k"})",
+                 {200, 404, 410});
+            send(client, page.Get() + "await", R"({"command":"RegisterEvent","event":90019})",
+                 {200, 404, 410});
+            send(client, page.Get() + "post", message, {202, 404, 410});
+        });
+    }
+    repeat([](WebClient& client, auto send) {
+        for (const char* verb : {
+                 R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":3})",
+                 R"({"tv":"event","event":90019})",
+                 R"({"tv":"setting","key":"k","value":1})",
+                 R"({"tv":"restore","call":"vconf_get_int"})",
+                 R"({"tv":"answer","call":"device_power_subscribe_poweroff","delay":3})",
+                 R"({"tv":"restore"})",
+             })
+            send(client, "/tv", verb, {200});
+        send(client, "/tv", R"({"tv":"dance"})", {400});
+    });
+    repeat([](WebClient& client, auto) {
+        const WebReply state = client.Get("/tv/state");
+        EXPECT_TRUE(J(state.body)["answers"].isArray()) << state.body;
+    });
+    ASSERT_EQ(clients.size(), rounds.size());
+    for (const std::atomic<int>& count : rounds) {
+        while (count < kRounds)
+            std::this_thread::yield();
+    }
+    EXPECT_EQ(server.End(SIGINT), 0);
+    for (std::thread& client : clients)
+        client.join();
+    journal.join();
+
+    const test::HostResult replayed = test::RunHost("script --check " + recording);
+    EXPECT_EQ(replayed.status, 0);
+    EXPECT_EQ(replayed.out.substr(0, 2000), "");
+    EXPECT_EQ(replayed.err, "");
+}
+
+}  // namespace
