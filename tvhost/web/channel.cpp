@@ -28,7 +28,7 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
   public:
     using Text = std::shared_ptr<const std::string>;
 
-    Listener(ServerState& server, TcpSocket socket, const std::shared_ptr<Channel>& channel)
+    Listener(ServerState& server, TcpSocket socket, std::shared_ptr<Channel> channel)
         : server_(server), socket_(std::move(socket)), channel_(std::move(channel)), grace_(server.io)
     {
         server_.connections.insert(this);

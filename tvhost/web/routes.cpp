@@ -14,9 +14,9 @@ namespace host {
 /// A row of the table. In a pattern N stands for a page's number, and FILE for the path of a file that there
 /// is. A HEAD is answered wherever a GET is, WebSockets aside.
 struct Routes::Route {
-    const char* methods;  ///< as the header Allow has them
-    const char* pattern;
-    void (Routes::*answer)(Asked&);
+    const char* methods = nullptr;  ///< as the header Allow has them
+    const char* pattern = nullptr;
+    void (Routes::*answer)(Asked&) = nullptr;
     std::shared_ptr<Channel> (Routes::*listen)(Asked&) = nullptr;  ///< where a WebSocket may listen
 
     bool Allows(std::string_view method) const
