@@ -45,7 +45,6 @@ tv::TvConfig PlainTv()
 tv::TvConfig TvOf(std::int64_t channels)
 {
     tv::TvConfig config = tv::ParseTv(R"({"channels":[]})", tv::SampleTv());
-    tv::LineUp line_up = *config.line_up;
     for (std::int64_t i = 0; i < channels; ++i) {
         tv::ChannelConfig channel;
         channel.id = (1ULL << 60) + static_cast<unsigned long long>(i);
@@ -53,9 +52,8 @@ tv::TvConfig TvOf(std::int64_t channels)
         tv::ServiceRecord::Set(channel.service, ESERVICE_FIELD_MAJOR,
                                static_cast<unsigned long long>(i % 1000));
         tv::ServiceRecord::Set(channel.service, ESERVICE_FIELD_MINOR, 0ULL);
-        line_up.channels.push_back(channel);
+        config.line_up.channels.push_back(channel);
     }
-    config.line_up = std::make_shared<const tv::LineUp>(std::move(line_up));
     return config;
 }
 

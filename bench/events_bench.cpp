@@ -178,7 +178,7 @@ void HandOverAndBack(benchmark::State& state)
     worker.Start();
     sem_t done;
     sem_init(&done, 0, 0);
-    const auto answer = [](void* datum, int32_t) { sem_post(static_cast<sem_t*>(datum)); };
+    const auto answer = [](void* user_data, int32_t) { sem_post(static_cast<sem_t*>(user_data)); };
     pp::MessageLoop loop = worker.message_loop();
     for (auto _ : state) {
         loop.PostWork(pp::CompletionCallback(answer, &done));

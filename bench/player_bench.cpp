@@ -101,12 +101,12 @@ BENCHMARK(Passage<Traced>)->Name("TracePointOff");
 BENCHMARK(Passage<Plain>)->Name("NoTracePoint");
 
 struct BenchCalls : tv::CallTable {
-    tv::Call<int> call{*this, "bench"};
+    tv::Call<int(int)> call{*this, "bench"};
 };
 
 [[gnu::noinline]] int Called(int value)
 {
-    return tv::TheTable<BenchCalls>().call(std::tie(value), [&value] {
+    return tv::TheTable<BenchCalls>().call(value, [&value] {
         benchmark::DoNotOptimize(value);
         return value;
     });

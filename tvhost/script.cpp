@@ -9,9 +9,11 @@
 #include <cstdio>
 #include <memory>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "core/calls.h"
+#include "core/mutex.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/line_reader.h"
@@ -90,23 +92,45 @@ std::string ErrorText(int number, const char* what)
 /// more is written; the failure shows at the next Check.
 class Printer {
   public:
-    void Print(const std::string& line)
+    void Print(const std::string& line) EXCLUDES(mutex_)
     {
+        const tv::MutexLock lock(mutex_);
         if (error_ != 0)
             return;
         const std::string whole = line + '\n';
         if (std::fwrite(whole.data(), 1, whole.size(), stdout) != whole.size() || std::fflush(stdout) != 0)
             error_ = errno;
     }
-    void Check() const
+    void Check() const EXCLUDES(mutex_)
     {
+        const tv::MutexLock lock(mutex_);
         if (error_ != 0)
             throw OutputError(std::string("can't write to standard output: ") +
                               std::generic_category().message(error_));
     }
 
   private:
-    int error_ = 0;
+    mutable tv::Mutex mutex_{tv::LockLevel::Leaf};
+    int error_ GUARDED_BY(mutex_) = 0;
+};
+
+/// Lines out that wait to be compared. They may come up on any thread.
+class LinesOut {
+  public:
+    void Add(std::string line) EXCLUDES(mutex_)
+    {
+        const tv::MutexLock lock(mutex_);
+        lines_.push_back(std::move(line));
+    }
+    std::vector<std::string> Take() EXCLUDES(mutex_)
+    {
+        const tv::MutexLock lock(mutex_);
+        return std::exchange(lines_, {});
+    }
+
+  private:
+    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    std::vector<std::string> lines_ GUARDED_BY(mutex_);
 };
 
 /// From an interrupt on nobody waits out scripted delays any more.
@@ -212,8 +236,9 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
     const DelaysEndAtInterrupt delays_end;
     Printer printer;
     bool differs = false;
-    std::vector<std::string> got;
+    LinesOut lines_out;
     const auto compare = [&](const Block& block) {
+        std::vector<std::string> got = lines_out.Take();
         if (block.cut_off && got.size() > block.expected.size())
             got.resize(block.expected.size());
         for (std::size_t i = 0; i < std::max(block.expected.size(), got.size()); ++i) {
@@ -229,11 +254,10 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
                           (is_expected ? WriteJson(block.expected[i].line) : "nothing"));
             printer.Print(ErrorText(number, "got ") + (is_got ? got[i] : "nothing"));
         }
-        got.clear();
         printer.Check();
     };
     {
-        Session session(options.plugin, [&](const LineOut& line) { got.push_back(line.Whole()); },
+        Session session(options.plugin, [&](const LineOut& line) { lines_out.Add(line.Whole()); },
                         {calls, log});
         session.Open();
         for (const Block& block : blocks) {
@@ -243,7 +267,7 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
                 try {
                     session.CarryOut(ParseLine(*block.line));
                 } catch (const LineError& error) {
-                    got.push_back(WriteJson(OrderedObject{{"error", ErrorText(block.number, error.what())}}));
+                    lines_out.Add(WriteJson(OrderedObject{{"error", ErrorText(block.number, error.what())}}));
                 }
             }
             if (&block != &blocks.back())

@@ -3,9 +3,22 @@
 #include <algorithm>
 
 namespace tv {
+namespace {
 
-AnyCall::AnyCall(CallTable& table, const char* name, Slot result, std::vector<Slot> outs)
-    : name_(name), result_(result), outs_(std::move(outs))
+/// Whether each argument that is asked for is the one that was given.
+bool Fits(const Json::Value& asked, const Json::Value& given)
+{
+    for (Json::ArrayIndex i = 0; i < asked.size(); ++i) {
+        if (!asked[i].isNull() && asked[i] != given[i])
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+AnyCall::AnyCall(CallTable& table, const char* name, std::size_t args, Slot result, std::vector<Slot> outs)
+    : name_(name), args_(args), result_(result), outs_(std::move(outs))
 {
     table.calls_.push_back(this);
 }
@@ -21,6 +34,9 @@ std::optional<std::string> AnyCall::Mistake(const Answer& answer) const
         if (!answer.out[i].isNull() && !outs_[i].fits(answer.out[i]))
             return "\"out\"[" + std::to_string(i) + "] of " + name_ + " must be null or " + outs_[i].what;
     }
+    if (answer.args.size() > args_)
+        return std::string(name_) + " has " + std::to_string(args_) + " arguments, \"args\" gives " +
+               std::to_string(answer.args.size());
     return std::nullopt;
 }
 
@@ -54,25 +70,35 @@ void Calls::SetAnswer(const AnyCall& call, Answer answer)
     const MutexLock lock(mutex_);
     Scripted& scripted = scripted_[&call];
     if (answer.times == 0)
-        Clear(scripted);
+        Erase(scripted, [&](const Answer& other) { return other.args == answer.args; });
     scripted.answers.push_back(std::move(answer));
     AddWatcher();
 }
 
+template <typename Covers>
+void Calls::Erase(Scripted& scripted, Covers covers)
+{
+    for (auto answer = scripted.answers.begin(); answer != scripted.answers.end();) {
+        if (covers(*answer)) {
+            answer = scripted.answers.erase(answer);
+            RemoveWatcher();
+        } else {
+            ++answer;
+        }
+    }
+}
+
 void Calls::Clear(Scripted& scripted)
 {
-    for (std::size_t i = scripted.answers.size(); i > 0; --i)
-        RemoveWatcher();
-    scripted.answers.clear();
+    Erase(scripted, [](const Answer&) { return true; });
+    ++scripted.epoch;
 }
 
 void Calls::Restore(const AnyCall& call)
 {
     {
         const MutexLock lock(mutex_);
-        Scripted& scripted = scripted_[&call];
-        Clear(scripted);
-        ++scripted.epoch;
+        Clear(scripted_[&call]);
     }
     restored_.NotifyAll();
 }
@@ -81,10 +107,8 @@ void Calls::RestoreAll()
 {
     {
         const MutexLock lock(mutex_);
-        for (auto& [call, scripted] : scripted_) {
+        for (auto& [call, scripted] : scripted_)
             Clear(scripted);
-            ++scripted.epoch;
-        }
     }
     restored_.NotifyAll();
 }
@@ -101,15 +125,26 @@ void Calls::Hurry(const AnyCall* call, bool begins)
     restored_.NotifyAll();
 }
 
-std::optional<Answer> Calls::Take(const AnyCall& call)
+std::optional<Answer> Calls::Take(const AnyCall& call, const std::function<Json::Value()>& args)
 {
     const MutexLock lock(mutex_);
     Scripted& scripted = scripted_[&call];
-    if (scripted.answers.empty())
+    std::deque<Answer>& answers = scripted.answers;
+    const auto for_some = [](const Answer& answer) { return !answer.args.isNull(); };
+    auto holds = answers.end();
+    if (std::any_of(answers.begin(), answers.end(), for_some)) {
+        const Json::Value given = args();
+        holds = std::find_if(answers.begin(), answers.end(), [&](const Answer& answer) {
+            return for_some(answer) && Fits(answer.args, given);
+        });
+    }
+    if (holds == answers.end())
+        holds = std::find_if_not(answers.begin(), answers.end(), for_some);
+    if (holds == answers.end())
         return std::nullopt;
-    Answer answer = scripted.answers.front();
-    if (scripted.answers.front().times > 0 && --scripted.answers.front().times == 0) {
-        scripted.answers.pop_front();
+    Answer answer = *holds;
+    if (holds->times > 0 && --holds->times == 0) {
+        answers.erase(holds);
         RemoveWatcher();
     }
     const auto end = std::chrono::steady_clock::now() + answer.delay;
@@ -132,6 +167,8 @@ Json::Value Calls::AnswersJson() const
                 one["result"] = *answer.result;
             if (!answer.out.isNull())
                 one["out"] = answer.out;
+            if (!answer.args.isNull())
+                one["args"] = answer.args;
             if (answer.delay.count() > 0)
                 one["delay"] = static_cast<Json::Int64>(answer.delay.count());
             if (answer.times > 0)

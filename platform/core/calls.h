@@ -6,10 +6,10 @@
 #include <chrono>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -24,11 +24,11 @@
 /// CallTable of its room:
 ///
 ///     struct BmsCalls : CallTable {
-///         Call<int, Out<int>> get_play_time{*this, "BmsGetPlayTime", 0};
+///         Call<int(BmsPlayerId), Out<std::int32_t>> get_play_time{*this, "BmsGetPlayTime"};
 ///
 /// and made by that member:
 ///
-///     return TheTable<BmsCalls>().get_play_time(std::tie(id), Out(position), [&](Out<int>& out) { … });
+///     return TheTable<BmsCalls>().get_play_time(id, Out(position), [&](Out<std::int32_t>& out) { … });
 namespace tv {
 
 /// An answer that stands in for a platform call.
@@ -37,6 +37,7 @@ struct Answer {
     Json::Value out;                    ///< array, or null: nothing is written
     std::chrono::milliseconds delay{0};
     int times = 0;  ///< calls that it still holds for; 0: until it is replaced or withdrawn
+    Json::Value args{};  ///< array, or null: holds for any; an element that is not null must be the call's
 };
 
 class AnyCall;
@@ -95,11 +96,12 @@ class PLATFORM_API AnyCall {
                     },
                     Form<T>::kWhat};
     }
-    AnyCall(CallTable& table, const char* name, Slot result, std::vector<Slot> outs);
+    AnyCall(CallTable& table, const char* name, std::size_t args, Slot result, std::vector<Slot> outs);
     virtual ~AnyCall() = default;
 
   private:
     const char* const name_;
+    const std::size_t args_;
     const Slot result_;
     const std::vector<Slot> outs_;
 };
@@ -116,8 +118,9 @@ class PLATFORM_API Calls {
     /// The call of that name, or null.
     const AnyCall* Find(const std::string& name) const EXCLUDES(mutex_);
 
-    /// An answer without `times` replaces those that stood for the call; one with `times` queues up.
-    /// The answer must fit the call (see Mistake).
+    /// An answer without `times` replaces those that stood for the call and the same `args`; one with `times`
+    /// queues up. Those with `args` are asked first, in the order of setting. The answer must fit the call
+    /// (see Mistake).
     void SetAnswer(const AnyCall& call, Answer answer) EXCLUDES(mutex_);
     /// The call works as usual again; a delay that is being waited out ends at once.
     void Restore(const AnyCall& call) EXCLUDES(mutex_);
@@ -132,8 +135,10 @@ class PLATFORM_API Calls {
     static bool Watched() { return watchers_.load(std::memory_order_acquire) != 0; }
 
     // For Call and the journal.
-    /// Takes the answer that holds for the next call, having waited out its delay.
-    std::optional<Answer> Take(const AnyCall& call) EXCLUDES(mutex_);
+    /// Takes the answer that holds for a call with these arguments, having waited out its delay. `args`
+    /// writes them, and takes no locks.
+    std::optional<Answer> Take(const AnyCall& call, const std::function<Json::Value()>& args)
+        EXCLUDES(mutex_);
     static void AddWatcher() { watchers_.fetch_add(1, std::memory_order_release); }
     static void RemoveWatcher() { watchers_.fetch_sub(1, std::memory_order_release); }
 
@@ -143,6 +148,8 @@ class PLATFORM_API Calls {
         unsigned epoch = 0;    ///< counts restores, so that a delay knows it was withdrawn
         unsigned hurried = 0;  ///< how many NoDelay there are for it
     };
+    template <typename Covers>
+    static void Erase(Scripted& scripted, Covers covers);
     static void Clear(Scripted& scripted);
     /// Null: every call.
     void Hurry(const AnyCall* call, bool begins) EXCLUDES(mutex_);
@@ -225,28 +232,32 @@ class OutInterface {
     bool written_ = false;
 };
 
-/// A call with its types: what it returns, and its out arguments (Out, OutInterface, or the like).
-template <typename Result, typename... Outs>
-class Call : public AnyCall {
+/// A call with its types: what it returns and is given, as a function type, and its out arguments (Out,
+/// OutInterface, or the like).
+template <typename Signature, typename... Outs>
+class Call;
+
+template <typename Result, typename... Args, typename... Outs>
+class Call<Result(Args...), Outs...> : public AnyCall {
   public:
     using Usual = std::conditional_t<std::is_void_v<Result>, Json::Value, Result>;
 
     /// `usual`: the result of a scripted call that is given none.
     Call(CallTable& table, const char* name, Usual usual = {})
-        : AnyCall(table, name, SlotFor<Result>(), {SlotFor<typename Outs::Written>()...}),
+        : AnyCall(table, name, sizeof...(Args), SlotFor<Result>(), {SlotFor<typename Outs::Written>()...}),
           usual_(std::move(usual))
     {}
 
     Json::Value UsualResult() const override { return ToJson(usual_); }
 
-    /// Makes the call. `args` are what the journal shows (const references or values); `body(outs…)` does the
-    /// work and writes the out arguments, unless a scripted answer takes its place.
-    template <typename... Args, typename Body>
-    Result operator()(const std::tuple<Args...>& args, Outs... outs, Body&& body) const
+    /// Makes the call. `args` are what the journal shows; `body(outs…)` does the work and writes the out
+    /// arguments, unless a scripted answer takes its place.
+    template <typename Body>
+    Result operator()(const Args&... args, Outs... outs, Body&& body) const
     {
         if (!Calls::Watched())
             return body(outs...);
-        const std::optional<Answer> answer = TheCalls().Take(*this);
+        const std::optional<Answer> answer = TheCalls().Take(*this, [&] { return Written(args...); });
         if (answer) {
             Json::ArrayIndex index = 0;
             (outs.Take(answer->out.get(index++, Json::Value::nullSingleton())), ...);
@@ -254,26 +265,30 @@ class Call : public AnyCall {
         if constexpr (std::is_void_v<Result>) {
             if (!answer)
                 body(outs...);
-            Record(args, Json::Value(), outs...);
+            Record(args..., Json::Value(), outs...);
         } else {
             Result result = usual_;
             if (!answer)
                 result = body(outs...);
             else if (answer->result)
                 FromJson(*answer->result, result);
-            Record(args, ToJson(result), outs...);
+            Record(args..., ToJson(result), outs...);
             return result;
         }
     }
 
   private:
-    template <typename... Args>
-    void Record(const std::tuple<Args...>& args, Json::Value result, const Outs&... outs) const
+    static Json::Value Written(const Args&... args)
+    {
+        Json::Value list(Json::arrayValue);
+        (list.append(ToJson(args)), ...);
+        return list;
+    }
+    void Record(const Args&... args, Json::Value result, const Outs&... outs) const
     {
         if (!TheJournal().calls_heard())
             return;
-        CallRecord record{name(), Json::Value(Json::arrayValue), std::move(result), Json::Value()};
-        std::apply([&](const auto&... arg) { (record.args.append(ToJson(arg)), ...); }, args);
+        CallRecord record{name(), Written(args...), std::move(result), Json::Value()};
         if constexpr (sizeof...(Outs) > 0)
             (record.out.append(outs.Json()), ...);
         TheJournal().Write(record);
@@ -284,9 +299,9 @@ class Call : public AnyCall {
 
 /// A call that gives an interface: the usual one, or null when `body` gives false.
 template <typename I, typename Body>
-I* CallForInterface(const Call<Availability>& call, I* usual, Body&& body)
+I* CallForInterface(const Call<Availability()>& call, I* usual, Body&& body)
 {
-    return call(std::tuple<>(), [&] { return Availability{body()}; }).available ? usual : nullptr;
+    return call([&] { return Availability{body()}; }).available ? usual : nullptr;
 }
 
 }  // namespace tv

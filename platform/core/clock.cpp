@@ -1,6 +1,7 @@
 #include "core/clock.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tv {
 
@@ -56,10 +57,10 @@ void Clock::Advance(Time by, const std::function<void()>& after_alarm)
     while (!alarms_.empty() && alarms_.begin()->first.first <= target) {
         const auto first = alarms_.begin();
         now_ = std::max(now_, first->first.first);
-        const Alarm alarm = std::move(first->second);
+        Alarm alarm = std::move(first->second);
         alarms_.erase(first);
         lock.Unlock();
-        alarm();
+        std::exchange(alarm, nullptr)();  // what it holds is let go of without the lock, too
         after_alarm();
         lock.Lock();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <utility>
@@ -9,6 +10,9 @@
 #include "zelumo-platform/export.h"
 
 namespace tv {
+
+/// The last date that there is: the end of the year 9999, in milliseconds since 1970-01-01T00:00:00Z.
+constexpr std::int64_t kLastDate = 253402300799999;
 
 /// Playing time: it stands still until somebody moves it. The TV's date runs along with it. All operations
 /// may be called on any thread; only one thread moves the clock.

@@ -48,6 +48,7 @@ void DeliveryThread::Run(const Work& work)
         work();
         return;
     }
+    Mutex::CheckNoneHeld();
     Mutex done_mutex(LockLevel::Leaf);
     CondVar done_changed;
     bool done = false;
@@ -77,10 +78,10 @@ void DeliveryThread::Loop()
             changed_.Wait(mutex_);
         if (queue_.empty())
             return;
-        const Work work = std::move(queue_.front());
+        Work work = std::move(queue_.front());
         queue_.pop_front();
         lock.Unlock();
-        work();
+        std::exchange(work, nullptr)();  // what it holds is let go of without the lock, too
         lock.Lock();
     }
 }
@@ -107,10 +108,10 @@ std::size_t Deliveries::Release()
     std::size_t delivered = 0;
     MutexLock lock(mutex_);
     while (!waiting_.empty()) {
-        const Waiting next = std::move(waiting_.front());
+        Waiting next = std::move(waiting_.front());
         waiting_.pop_front();
         lock.Unlock();
-        next.thread->Run(next.work);
+        next.thread->Run(std::exchange(next.work, nullptr));
         ++delivered;
         lock.Lock();
     }

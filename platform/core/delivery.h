@@ -29,9 +29,9 @@ class PLATFORM_API DeliveryThread {
     void Post(Work work) EXCLUDES(mutex_);
     /// Any thread: runs `work` on the delivery thread, after what was posted before, and returns when it
     /// is done. On the delivery thread itself it runs at once.
-    void Run(const Work& work);
+    void Run(const Work& work) EXCLUDES(mutex_);
     /// Returns when everything that was posted before has been run. Not on the delivery thread.
-    void Drain();
+    void Drain() EXCLUDES(mutex_);
     /// Whether the caller is on it.
     bool IsCurrent() const EXCLUDES(mutex_);
 

@@ -52,6 +52,14 @@ std::int64_t JsonNode::Whole(std::int64_t least, std::int64_t most) const
     return number;
 }
 
+int JsonNode::AtLeast(int least) const
+{
+    const int number = As<int>();
+    if (number < least)
+        Fail("must be " + std::to_string(least) + " or more");
+    return number;
+}
+
 JsonObject::JsonObject(JsonNode node) : node_(std::move(node))
 {
     if (!node_.json().isObject())

@@ -59,6 +59,8 @@ class PLATFORM_API JsonNode {
         return value;
     }
     std::int64_t Whole(std::int64_t least, std::int64_t most) const;
+    /// A whole number of 32 bits, `least` or more.
+    int AtLeast(int least) const;
 
   private:
     JsonNode(const Json::Value& value, JsonPlaces places, std::string place)

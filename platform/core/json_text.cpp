@@ -120,13 +120,15 @@ class Pool {
   public:
     explicit Pool(Tool* (*make)()) : make_(make) {}
 
+    /// What `use` gives; a tool that fails by an exception is not used again.
     template <typename Use>
-    void With(Use use)
+    auto With(Use use)
     {
         std::unique_ptr<Tool> tool = Take();
-        use(*tool);
+        auto result = use(*tool);
         const MutexLock lock(mutex_);
         free_.push_back(std::move(tool));
+        return result;
     }
 
   private:
@@ -229,11 +231,10 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         static auto& readers = *new Pool<Json::CharReader>([] {
             return MakeReader({{"strictRoot", false}, {"rejectDupKeys", false}});
         });
-        readers.With([&](Json::CharReader& reader) { read = Read(reader, text, value, &errors); });
+        read = readers.With([&](Json::CharReader& reader) { return Read(reader, text, value, &errors); });
     } catch (const Json::Exception& exception) {
         errors = exception.what();
     }
-    // cppcheck-suppress knownConditionTrueFalse ; the lambda sets it
     if (!read)
         throw JsonError("not JSON: " + FirstComplaint(errors));
     return value;
@@ -257,24 +258,23 @@ Json::Value ParseJsonFile(std::string_view text, int max_depth)
 
 std::optional<Json::Value> ParseJsonObject(std::string_view text)
 {
-    static auto& readers = *new Pool<Json::CharReader>([] { return MakeReader({{"rejectDupKeys", false}}); });
-    Json::Value value;
-    bool read = false;
     try {
-        readers.With([&](Json::CharReader& reader) { read = Read(reader, text, value, nullptr); });
+        static auto& readers = *new Pool<Json::CharReader>([] {
+            return MakeReader({{"rejectDupKeys", false}});
+        });
+        Json::Value value;
+        const bool read =
+            readers.With([&](Json::CharReader& reader) { return Read(reader, text, value, nullptr); });
+        return read && value.isObject() ? std::optional(std::move(value)) : std::nullopt;
     } catch (const Json::Exception&) {
         return std::nullopt;
     }
-    // cppcheck-suppress knownConditionTrueFalse ; the lambda sets it
-    return read && value.isObject() ? std::optional(std::move(value)) : std::nullopt;
 }
 
 std::string WriteJsonBytes(const Json::Value& value)
 {
     static auto& writers = *new Pool<Writer>([] { return new Writer; });
-    std::string text;
-    writers.With([&](Writer& writer) { text = writer.Write(value); });
-    return text;
+    return writers.With([&](Writer& writer) { return writer.Write(value); });
 }
 
 std::string WriteJson(const Json::Value& value)

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 namespace tv {
 namespace {
@@ -17,16 +18,34 @@ struct Held {
 };
 thread_local Held held;
 
+const char* NameOf(LockLevel level)
+{
+    constexpr const char* kNames[] = {"Turns",      "Session", "Service", "Registrations", "Clock",
+                                      "Deliveries", "Queue",   "Calls",   "Journal",       "Tracer",
+                                      "Output",     "Lines",   "Page",    "Channel",       "Leaf"};
+    static_assert(std::size(kNames) == static_cast<std::size_t>(LockLevel::Leaf) + 1);
+    return kNames[static_cast<std::size_t>(level)];
+}
+
 }  // namespace
 
 void Mutex::Enter(LockLevel level)
 {
     if (held.count > 0 && held.levels[held.count - 1] >= level) {
-        std::fprintf(stderr, "a lock of level %d is taken while one of level %d is held\n",
-                     static_cast<int>(level), static_cast<int>(held.levels[held.count - 1]));
+        std::fprintf(stderr, "a lock of the level %s is taken under one of the level %s\n", NameOf(level),
+                     NameOf(held.levels[held.count - 1]));
         std::abort();
     }
     held.levels[held.count++] = level;
+}
+
+void Mutex::CheckNoneHeld()
+{
+    if (held.count > 0) {
+        std::fprintf(stderr, "another thread is waited for under a lock of the level %s\n",
+                     NameOf(held.levels[held.count - 1]));
+        std::abort();
+    }
 }
 
 void Mutex::Leave(LockLevel level)

@@ -59,10 +59,17 @@ class CAPABILITY("mutex") Mutex {
     }
     void Unlock() RELEASE()
     {
-        // First: once it is unlocked, another thread may destroy it.
-        Leave(level_);
+        Leave(level_);  // before: who waits for the lock may own this object, and destroy it
         mutex_.unlock();
     }
+
+    /// For whoever waits for another thread, which may want any lock: a debug build ends the process where
+    /// this thread holds one.
+#ifdef NDEBUG
+    static void CheckNoneHeld() {}
+#else
+    PLATFORM_API static void CheckNoneHeld();
+#endif
 
   private:
     friend class CondVar;

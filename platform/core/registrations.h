@@ -147,6 +147,7 @@ class Registrations {
             running_removed = covers(*running_entry_);
         if (running_removed && !thread_.IsCurrent()) {
             const std::uint64_t run = run_;
+            // cppcheck-suppress knownConditionTrueFalse ; while it waits others change it
             while (run_ == run)
                 ended_.Wait(mutex_);
         }

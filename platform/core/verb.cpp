@@ -1,5 +1,7 @@
 #include "core/verb.h"
 
+#include "core/form.h"
+
 namespace tv {
 
 bool ReadNullUser(JsonObject& fields)

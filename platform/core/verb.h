@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/json_node.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

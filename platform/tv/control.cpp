@@ -4,6 +4,11 @@
 #include <string>
 #include <utility>
 
+#include "core/calls.h"
+#include "core/clock.h"
+#include "core/delivery.h"
+#include "core/form.h"
+#include "core/json_node.h"
 #include "tv/tv.h"
 
 namespace tv {
@@ -11,10 +16,9 @@ namespace {
 
 VerbResults SetClock(JsonObject& fields)
 {
-    constexpr std::int64_t kLast = 253402300799999;  // the end of the year 9999
     const JsonNode date = fields.Get("date");
     std::int64_t time = 0;
-    if (!FromJson(date.json(), time) || time < 0 || time > kLast)
+    if (!FromJson(date.json(), time) || time < 0 || time > kLastDate)
         date.Fail("must be a whole number of milliseconds since 1970, up to the year 9999");
     fields.End();
     TheClock().SetDate(Clock::Time(time));
@@ -23,10 +27,7 @@ VerbResults SetClock(JsonObject& fields)
 
 VerbResults Advance(JsonObject& fields)
 {
-    const JsonNode ms = fields.Get("ms");
-    const auto by = Clock::Time(ms.As<int>());
-    if (by < Clock::Time(0))
-        ms.Fail("must be 0 or more");
+    const auto by = Clock::Time(fields.Get("ms").AtLeast(0));
     fields.End();
     // What an alarm sets off is delivered before the next one, so that the order is that of playing time.
     TheClock().Advance(by, [] { TheDeliveries().Release(); });
@@ -53,16 +54,15 @@ VerbResults SetAnswer(JsonObject& fields)
         if (!answer.out.isArray())
             out->Fail("must be an array");
     }
-    if (const auto times = fields.Find("times")) {
-        answer.times = times->As<int>();
-        if (answer.times < 1)
-            times->Fail("must be 1 or more");
+    if (const auto args = fields.Find("args")) {
+        answer.args = args->json();
+        if (!answer.args.isArray())
+            args->Fail("must be an array");
     }
-    if (const auto delay = fields.Find("delay")) {
-        answer.delay = std::chrono::milliseconds(delay->As<int>());
-        if (answer.delay < std::chrono::milliseconds(0))
-            delay->Fail("must be 0 or more");
-    }
+    if (const auto times = fields.Find("times"))
+        answer.times = times->AtLeast(1);
+    if (const auto delay = fields.Find("delay"))
+        answer.delay = std::chrono::milliseconds(delay->AtLeast(0));
     fields.End();
     if (const std::optional<std::string> mistake = call.Mistake(answer))
         fields.node().Fail(*mistake);

@@ -1,6 +1,9 @@
 #include "tv/tv.h"
 
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
 
 #include "tv/tv_file.h"
 
@@ -10,12 +13,17 @@ namespace {
 std::atomic<std::size_t> dropped_leftovers{0};
 
 /// The TV is switched on when the library is loaded: before anybody can make a call.
-[[maybe_unused]] const bool switched_on = [] {
+[[maybe_unused]] const bool kSwitchedOn = [] {
     for (const Service* const service : Services()) {
         if (const CallTable* const calls = service->calls())
             TheCalls().Add(*calls);
     }
-    LoadTv(SampleTv());
+    try {
+        LoadTv(SampleTv());
+    } catch (const std::exception& mistake) {
+        std::fprintf(stderr, "the sample TV: %s\n", mistake.what());
+        std::abort();
+    }
     return true;
 }();
 
@@ -41,11 +49,7 @@ const std::vector<Service*>& Services()
 void LoadTv(const TvConfig& config)
 {
     TheClock().SetDate(config.date);
-    TvService::Get().Load(config.line_up);
-    ContentService::Get().Load(config.line_up, config.content);
-    SettingsStore::Get().Load(config.settings);
-    PlayerService::Get().Load(config.streams);
-    ExtensionSystem::Get().Load(config.extension);
+    TvConfig::ForEachSection(config, [](const auto& section, auto& service) { service.Load(section); });
 }
 
 Json::Value StateJson()

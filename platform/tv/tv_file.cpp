@@ -6,13 +6,14 @@
 #include <string>
 #include <system_error>
 
+#include "core/clock.h"
 #include "core/json_node.h"
+#include "core/json_text.h"
 #include "tv/sample_tv_text.h"
 
 namespace tv {
 namespace {
 
-constexpr std::int64_t kLastDateMs = 253402300799999;  // the end of the year 9999
 constexpr int kMaxDepth = 64;
 
 }  // namespace
@@ -23,17 +24,11 @@ TvConfig ParseTv(std::string_view text, const TvConfig& base)
         const Json::Value json = ParseJsonFile(text, kMaxDepth);
         JsonObject file(JsonNode(json, JsonPlaces::Path));
         TvConfig config = base;
-        LineUp line_up = *base.line_up;
         if (const auto date = file.Find("date"))
-            config.date = std::chrono::milliseconds(date->Whole(0, kLastDateMs));
-        line_up.Read(file);
-        config.content.Read(file);
-        config.settings.Read(file);
-        config.streams.Read(file);
-        config.extension.Read(file);
+            config.date = std::chrono::milliseconds(date->Whole(0, kLastDate));
+        TvConfig::ForEachSection(config, [&](auto& section, const auto&) { section.Read(file); });
         file.End();
-        line_up.Check(file.node());
-        config.line_up = std::make_shared<const LineUp>(std::move(line_up));
+        config.line_up.Check(file.node());
         return config;
     } catch (const JsonError& error) {
         throw TvFileError(error.what());

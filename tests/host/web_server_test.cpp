@@ -3,15 +3,12 @@
 
 #include <algorithm>
 #include <chrono>
-#include <filesystem>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
@@ -78,6 +75,7 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
         std::string answer;  // whole, or its beginning where it ends in "…"
     };
     for (const Case& c : {
+             // clang-format off
              Case{"POST", page + "await", kVersionMessage, 200, kVersionReply},
              Case{"POST", page + "await", " {\n\"command\" :\t\"GetVersion\"} ", 200, kVersionReply},
              Case{"POST", page + "await", "7", 200, R"({"code":26,…)"},
@@ -100,16 +98,13 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
              Case{"POST", "/page/-1/await", kVersionMessage, 404, R"({"error":"there is nothing …)"},
              Case{"POST", page + "dance", "", 404, R"({"error":"there is nothing …)"},
              Case{"POST", page, "", 404, R"({"error":"there is nothing …)"},
-             Case{"POST", "/tv", R"({"tv":"poweroff","type":1})", 200,
-                  R"({"did":"poweroff","delivered":1,"results":[0]})"},
-             Case{"POST", "/tv", R"({"tv":"advance","ms":1})", 400,
-                  R"({"error":"time passes by itself here"})"},
+             Case{"POST", "/tv", R"({"tv":"poweroff","type":1})", 200, R"({"did":"poweroff","delivered":1,"results":[0]})"},
+             Case{"POST", "/tv", R"({"tv":"advance","ms":1})", 400, R"({"error":"time passes by itself here"})"},
              Case{"POST", "/tv", R"({"tv":"close"})", 400, R"({"error":"pages come and go …)"},
              Case{"POST", "/tv", R"({"tv":"open"})", 400, R"({"error":"pages come and go …)"},
              Case{"POST", "/tv", R"({"tv":"dance"})", 400, R"({"error":"there is no verb \"dance\""})"},
              Case{"POST", "/tv", R"({"tv":"event"})", 400, R"({"error":"verb \"event\": …)"},
-             Case{"POST", "/tv", R"({"tv":"restore","call":"dance"})", 400,
-                  R"({"error":"verb \"restore\": …)"},
+             Case{"POST", "/tv", R"({"tv":"restore","call":"dance"})", 400, R"({"error":"verb \"restore\": …)"},
              Case{"POST", "/tv", R"({"tv":7})", 400, R"({"error":"expected {\"tv\": VERB, …}"})"},
              Case{"POST", "/tv", R"(["tv"])", 400, R"({"error":"expected {\"tv\": VERB, …}"})"},
              Case{"POST", "/tv", "x", 400, R"({"error":"not JSON: …)"},
@@ -121,6 +116,7 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
              Case{"DELETE", "/zelumo-embed.js", "", 405, R"({"error":"only GET, HEAD"})"},
              Case{"POST", page + "close", "", 204, ""},
              Case{"POST", page + "await", kVersionMessage, 410, R"({"error":"page …)"},
+             // clang-format on
          }) {
         const WebReply reply = client_.Send(c.method, c.path, c.body);
         const std::string shown = std::string(c.method) + ' ' + c.path + ' ' + c.body.substr(0, 60);
@@ -293,32 +289,21 @@ TEST_F(WebServer, TheJournalShowsLinesAsTheyHappen)
         for (std::string line; line != R"({"did":"close"})";) {
             line = journal.Read();
             const Json::Value json = J(line);
-            if (json.isMember("log"))
-                line = "log";
-            else if (json.isMember("call"))
-                line = "call " + json["call"].asString();
-            lines.push_back(line);
+            if (!json.isMember("log"))
+                lines.push_back(json.isMember("call") ? json["call"].asString() : line);
         }
-        const auto logs = std::remove(lines.begin(), lines.end(), "log");
-        EXPECT_NE(logs, lines.end());
-        lines.erase(logs, lines.end());
-        const Lines expected{
-            R"({"await":{ "command": "AddVconfCallbackWithKey", "key": "k" }})",
-            "call vconf_notify_key_changed",
-            R"({"reply":{"code":0,"data":null}})",
-            R"({"tv":"setting","key":"k","value":1})",
-            R"({"message":{"code":0,"command":"k","data":"k","errorMessage":"","errorName":""}})",
-            R"({"did":"setting","delivered":1})",
-            R"({"tv":"setting"})",
-            R"({"error":"verb \"setting\": \"key\" is missing"})",
-            R"({"post":{"command":"GetVersion"}})",
-            R"({"message":)" + RefusedMessage("GetVersion") + "}",
-            R"({"tv":"close"})",
-            "call FIIPCConnection::GetInstance",  // what the instance does at its end
-        };
-        ASSERT_GT(lines.size(), expected.size());
-        EXPECT_EQ(Lines(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(expected.size())),
-                  expected);
+        lines.resize(12);  // more follows of what the instance does at its end
+        EXPECT_EQ(
+            lines,
+            (Lines{R"({"await":{ "command": "AddVconfCallbackWithKey", "key": "k" }})",
+                   "vconf_notify_key_changed", R"({"reply":{"code":0,"data":null}})",
+                   R"({"tv":"setting","key":"k","value":1})",
+                   R"({"message":{"code":0,"command":"k","data":"k","errorMessage":"","errorName":""}})",
+                   R"({"did":"setting","delivered":1})", R"({"tv":"setting"})",
+                   R"({"error":"verb \"setting\": \"key\" is missing"})",
+                   R"({"post":{"command":"GetVersion"}})",
+                   R"({"message":)" + RefusedMessage("GetVersion") + "}", R"({"tv":"close"})",
+                   "FIIPCConnection::GetInstance"}));
     }
     WaitFor([&] { return !core.calls_heard() && !core.log_heard(); });
 }
@@ -372,17 +357,6 @@ TEST(WebHost, RestoringOrStoppingCutsADelayedCallShort)
         if (waiting.joinable())
             waiting.join();
     }
-}
-
-TEST_F(WebServer, TheStateListsTheAnswersThatAreSet)
-{
-    const std::string lasting = R"({"call":"vconf_get_str","result":null})";
-    const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
-    for (const std::string& answer : {lasting, twice})
-        client_.Post("/tv", R"({"tv":"answer",)" + answer.substr(1));
-    EXPECT_EQ(Text(State()["answers"]), '[' + lasting + ',' + twice + ']');
-    client_.Post("/tv", R"({"tv":"restore"})");
-    EXPECT_EQ(Text(State()["answers"]), "[]");
 }
 
 TEST_F(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
@@ -534,8 +508,7 @@ TEST(WebAnswer, IsAnErrorWhenItIsDropped)
         EXPECT_TRUE(J(reply.body)["error"].isString() && reply.keeps_alive) << path;
     }
     EXPECT_TRUE(client.IsQuiet());
-    // The answer may have come before the server's thread knew of the thread that gave it.
-    server.Stop();
+    server.Stop();  // before, the server's thread may be assigning what is joined
     later.join();
 }
 
@@ -546,23 +519,20 @@ TEST(WebFiles, NothingOutsideOfTheFoldersIsFound)
     const test::TemporaryFolder folder;
     namespace fs = std::filesystem;
     const fs::path app = folder / "app";
-    fs::create_directories(app / "sub folder");
-    fs::create_directories(app / "empty");
-    fs::create_directories(app / "demo");
-    fs::create_directories(folder / "app-beside");
-    folder.Write("beside.txt", "secret");
-    folder.Write("app-beside/x.txt", "secret");
-    for (const auto& [name, text] : std::vector<std::pair<std::string, std::string>>{
-             {"app/index.html", "own page"},
-             {"app/zelumo-embed.js", "not this one"},
-             {"app/demo/index.html", "not this one"},
-             {"app/demo/own.txt", "own"},
-             {"app/sub folder/index.html", "sub"},
-             {"app/sub folder/ü+%.css", "style"},
-             {"app/.env", "secret"},
-             {"app/video.MP4", "video"},
-             {"app/noextension", "?"},
-         })
+    for (const char* name : {"app/sub folder", "app/empty", "app/demo", "app-beside"})
+        fs::create_directories(folder / name);
+    for (const auto& [name, text] :
+         std::map<std::string, std::string>{{"app/index.html", "own page"},
+                                            {"app/zelumo-embed.js", "not this one"},
+                                            {"app/demo/index.html", "not this one"},
+                                            {"app/demo/own.txt", "own"},
+                                            {"app/noextension", "?"},
+                                            {"app/sub folder/index.html", "sub"},
+                                            {"app/sub folder/ü+%.css", "style"},
+                                            {"app/.env", "secret"},
+                                            {"app/video.MP4", "video"},
+                                            {"app-beside/x.txt", "secret"},
+                                            {"beside.txt", "secret"}})
         folder.Write(name, text);
     fs::create_symlink(secret, app / "escape.txt");
     fs::create_directory_symlink(outside / "", app / "escape");

@@ -2,19 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <functional>
+#include <algorithm>
 #include <map>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
 
 #include "extension_system_halvorn_wrt.h"
 #include "services/web-runtime/json_var.h"
 #include "services/web-runtime/var_objects.h"
-#include "services/web-runtime/web_runtime.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"
@@ -75,17 +68,14 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
             Case{R"("result":0,"out":[true])",          true,  -1,          "true"},
             Case{R"("result":0,"out":[false])",         false, -1,          "false"},
             Case{R"("result":0,"out":[12])",            false, 12,          "12"},
-            Case{R"("result":0,"out":[-2147483648])",   false, -2147483647 - 1, "-2147483648"},
             Case{R"("result":0,"out":[7.5])",           false, 7,           "7.5"},
             Case{R"("result":0,"out":[3000000000])",    false, 2147483647,  "3000000000.0"},
             Case{R"("result":0,"out":["12"])",          false, -1,          R"("12")"},
             Case{R"("result":0,"out":[[true]])",        false, -1,          "[true]"},
-            Case{R"("result":0,"out":[{"a":[1,null]}])",false, -1,          R"({"a":[1,null]})"},
             Case{R"("result":0,"out":[null])",          false, -1,          "null"},
             Case{R"("result":0)",                       false, -1,          "null"},
             Case{R"("result":-2,"out":[12])",           false, -1,          "null"},
             Case{R"("result":1,"out":[true])",          false, -1,          "null"},
-            Case{R"("result":1,"out":[12])",            false, -1,          "null"},
         }) {
         // clang-format on
         Answer("GenericSyncCall", c.answer);
@@ -100,18 +90,6 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
     pp::ExtensionSystemHalvorn extension(kInstance);
     Answer("GenericSyncCall", R"("result":-2,"out":[null])");
     EXPECT_TRUE(extension.GenericSyncCall("any", 1).is_undefined());
-}
-
-TEST_F(ExtensionSystem, GivesTheEmbedderAndTheExtensionInfo)
-{
-    for (const auto& [value, embedder] : std::vector<std::pair<std::string, const char*>>{
-             {R"("\u00c9 ")", "\u00c9 "}, {R"("")", ""}, {"5", ""}, {"null", ""}, {R"(["OrvexWRT"])", ""}}) {
-        Answer("GetEmbedderName", R"("result":)" + value);
-        Answer("GetCurrentExtensionInfo", R"("result":)" + value);
-        pp::ExtensionSystemHalvorn extension(kInstance);
-        EXPECT_EQ(extension.GetEmbedderName(), embedder) << value;
-        EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(value)) << value;
-    }
 }
 
 TEST_F(ExtensionSystem, CallsTheRuntimeByName)
@@ -150,129 +128,74 @@ TEST_F(ExtensionSystem, AsksForAPrivilegeOnceAnObject)
     test::Calls calls;
     pp::ExtensionSystemHalvornOrvex first(kInstance);
     Runtime().Load({true, "OrvexWRT", {}, {{"granted", true}}, 1});
-    EXPECT_TRUE(first.CheckPrivilege("granted"));
-    EXPECT_FALSE(first.CheckPrivilege("denied"));
-    Answer("GenericSyncCall", R"("result":-2)");
-    EXPECT_FALSE(first.CheckPrivilege("failed"));
-    tv::TheCalls().RestoreAll();
+    const std::vector<pp::Var> privileges{"granted", "denied", "Granted", std::string("granted\0", 8), ""};
+    const auto granted = [&](pp::ExtensionSystemHalvornOrvex& extension) {
+        std::string answers;
+        for (const pp::Var& privilege : privileges)
+            answers += extension.CheckPrivilege(privilege) ? 'y' : 'n';
+        return answers;
+    };
+    EXPECT_EQ(granted(first), "ynnnn");
+    // Asked once each, byte by byte.
     EXPECT_EQ(calls.Take(),
               (Lines{ask + R"("granted"] -> 0 out [true])", ask + R"("denied"] -> 0 out [false])",
-                     ask + R"("failed"] -> -2 out [null])"}));
-
-    // The runtime changes its mind; the object doesn't, another one asks.
-    Runtime().Load(
-        {true, "OrvexWRT", {}, {{"granted", false}, {"denied", true}, {"failed", true}, {"7", true}}, 1});
-    EXPECT_TRUE(first.CheckPrivilege("granted"));
-    EXPECT_FALSE(first.CheckPrivilege("denied"));
-    EXPECT_FALSE(first.CheckPrivilege("failed"));
+                     ask + R"("Granted"] -> 0 out [false])", ask + R"("granted\u0000"] -> 0 out [false])",
+                     ask + R"(""] -> 0 out [false])"}));
+    // The runtime changes its mind; the object doesn't, another one asks. What failed is kept as well.
+    Runtime().Load({true, "OrvexWRT", {}, {{"denied", true}, {"7", true}}, 1});
+    EXPECT_EQ(granted(first), "ynnnn");
     EXPECT_EQ(calls.Take(), Lines{});
     pp::ExtensionSystemHalvornOrvex second(kInstance);
-    EXPECT_FALSE(second.CheckPrivilege("granted"));
-    EXPECT_TRUE(second.CheckPrivilege("denied"));
-    EXPECT_EQ(calls.Take().size(), 2U);
-
+    Answer("GenericSyncCall", R"("result":-2,"times":1)");
+    for (int round = 0; round < 2; ++round)
+        EXPECT_EQ(granted(second), "nynnn");
+    EXPECT_EQ(calls.Take().size(), 5U);
     // What is no string is neither asked nor kept.
-    for (const pp::Var& privilege : {pp::Var(7), pp::Var(), pp::Var(true), tv::ToVar(J("[]"))}) {
+    for (const pp::Var& privilege : {pp::Var(7), pp::Var(), pp::Var(true), tv::ToVar(J("[]"))})
         EXPECT_FALSE(second.CheckPrivilege(privilege)) << privilege.DebugString();
-    }
     EXPECT_EQ(calls.Take(), Lines{});
     EXPECT_TRUE(second.CheckPrivilege("7"));
-
-    // Names are told apart byte by byte.
-    EXPECT_FALSE(second.CheckPrivilege("Denied"));
-    EXPECT_FALSE(second.CheckPrivilege(std::string("denied\0", 7)));
-    EXPECT_FALSE(second.CheckPrivilege(""));
-    EXPECT_EQ(calls.Take().size(), 4U);
 }
-
-/// Holds every var that crosses the runtime's table, twice: then a reference that the plug-in released too
-/// often can be told from one that it kept.
-class References {
-  public:
-    References()
-    {
-        Runtime().Observe([this](const PP_Var& var) {
-            tv::AddReference(var);
-            tv::AddReference(var);
-            vars_.push_back(var);
-        });
-    }
-    ~References()
-    {
-        Runtime().Observe(nullptr);
-        for (const PP_Var& var : vars_) {
-            tv::ReleaseReference(var);
-            tv::ReleaseReference(var);
-        }
-    }
-    References(const References&) = delete;
-    References& operator=(const References&) = delete;
-
-    /// For each counted var that crossed, in order: how many references others hold.
-    std::vector<int> Others() const
-    {
-        std::vector<int> counts;
-        for (const PP_Var& var : vars_) {
-            if (const int count = tv::CountReferences(var); count != 0)
-                counts.push_back(count - 2);
-        }
-        return counts;
-    }
-
-  private:
-    std::vector<PP_Var> vars_;
-};
 
 TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
 {
-    using Extension = pp::ExtensionSystemHalvornOrvex;
-    using Counts = std::vector<int>;
-    // The operation name and a text or array as data cross first, and then the result. The test itself
-    // holds the data, and the result while it has it.
-    struct Case {
-        std::string name;
-        std::function<pp::Var(Extension&, const pp::Var&)> operation;
-        Counts arguments;
-    };
-    const auto done = [](const auto&) { return pp::Var(); };
-    using E = Extension;
-    using V = const pp::Var;
-    const Case operations[] = {
-        {"GetEmbedderName", [&](E& e, V&) { return done(e.GetEmbedderName()); }, {}},
-        {"GetCurrentExtensionInfo", [](E& e, V&) { return e.GetCurrentExtensionInfo(); }, {}},
-        {"GenericSyncCall", [](E& e, V& data) { return e.GenericSyncCall("operation", data); }, {0, 1}},
-        {"CheckPrivilege", [&](E& e, V& data) { return done(e.CheckPrivilege(data)); }, {0, 1}},
-        {"SetWords", [&](E& e, V& data) { return done(e.SetIMERecommendedWords(data)); }, {0, 1}},
-        {"SetWordsType", [&](E& e, V&) { return done(e.SetIMERecommendedWordsType(true)); }, {0}},
-        {"GetWindowId", [&](E& e, V&) { return done(e.GetWindowId()); }, {0}},
-    };
-    const std::pair<const char*, bool> results[] = {
-        // and whether they are counted
-        {R"("text")", true}, {"[1]", true}, {"{}", true}, {"true", false}, {"5", false}, {"null", false}};
-    for (const Case& c : operations) {
-        for (const auto& [result, counted] : results) {
-            for (const int status : {0, -2}) {
-                SCOPED_TRACE(c.name + ' ' + result + ' ' + std::to_string(status));
-                Answer("GetEmbedderName", R"("result":)" + std::string(result));
-                Answer("GetCurrentExtensionInfo", R"("result":)" + std::string(result));
-                Answer("GenericSyncCall",
-                       R"("result":)" + std::to_string(status) + R"(,"out":[)" + result + "]");
-                const References references;
-                Extension extension(kInstance);
+    // Held twice, a var that was released too often can be told from one that was kept.
+    std::vector<PP_Var> crossed;
+    Runtime().Observe([&](const PP_Var& var) {
+        tv::AddReference(var);
+        tv::AddReference(var);
+        crossed.push_back(var);
+    });
+    for (const std::string result : {R"("text")", "[1]", "{}", "true", "null"}) {
+        for (const std::string status : {"0", "-2"}) {
+            SCOPED_TRACE(result + ' ' + status);
+            Answer("GetEmbedderName", R"("result":)" + result);
+            Answer("GetCurrentExtensionInfo", R"("result":)" + result);
+            Answer("GenericSyncCall", R"("result":)" + status + R"(,"out":[)" + result + "]");
+            {
                 const pp::Var data("data");
-                Counts expected = c.arguments;
-                const bool hands_on = c.name == "GetCurrentExtensionInfo" || c.name == "GenericSyncCall";
-                const bool fails = !c.arguments.empty() && status != 0;
-                if (counted && !fails)
-                    expected.push_back(hands_on ? 1 : 0);
-                {
-                    const pp::Var handed_on = c.operation(extension, data);
-                    EXPECT_EQ(references.Others(), expected) << "while the result is held";
+                pp::ExtensionSystemHalvornOrvex extension(kInstance);
+                EXPECT_EQ(extension.GetEmbedderName(), J(result).isString() ? "text" : "");
+                EXPECT_EQ(tv::ToJson(extension.GetCurrentExtensionInfo()), J(result));
+                EXPECT_EQ(tv::ToJson(extension.GenericSyncCall("operation", data)),
+                          status == "0" ? J(result) : Json::Value());
+                extension.CheckPrivilege(data);
+                extension.SetIMERecommendedWords(data);
+                extension.SetIMERecommendedWordsType(true);
+                extension.GetWindowId();
+            }
+            for (const PP_Var& var : crossed) {
+                const auto is_same = [&](const PP_Var& other) {
+                    return other.type == var.type && other.value.as_id == var.value.as_id;
+                };
+                if (const int count = tv::CountReferences(var); count != 0) {
+                    EXPECT_EQ(count, 2 * std::count_if(crossed.begin(), crossed.end(), is_same));
                 }
-                if (hands_on && counted && !fails)
-                    expected.back() = 0;
-                EXPECT_EQ(references.Others(), expected) << "afterwards";
-                EXPECT_EQ(tv::CountReferences(data.pp_var()), 1 + (c.arguments.size() == 2 ? 2 : 0));
+            }
+            EXPECT_GE(crossed.size(), 11U);
+            for (const PP_Var& var : std::exchange(crossed, {})) {
+                tv::ReleaseReference(var);
+                tv::ReleaseReference(var);
             }
         }
     }
@@ -343,31 +266,6 @@ TEST_F(ExtensionSystem, IsValidIsFoundOutOnceAProcess)
             EXPECT_EQ(calls.Take().size(), 1U);
         });
     }
-}
-
-TEST_F(ExtensionSystem, FirstUsersOnManyThreadsLookUpOnce)
-{
-    InFreshProcess("eight threads", [] {
-        constexpr int kThreads = 8;
-        test::Calls calls;
-        std::atomic<int> ready{0};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i) {
-            threads.emplace_back([&] {
-                pp::ExtensionSystemHalvornWRT extension(kInstance);
-                ready.fetch_add(1);
-                while (ready.load() < kThreads)
-                    std::this_thread::yield();
-                EXPECT_TRUE(extension.IsValid());
-                EXPECT_EQ(extension.GetWindowId(), 1);
-            });
-        }
-        for (std::thread& thread : threads)
-            thread.join();
-        EXPECT_EQ(Runtime().CountLookUps(), 1);
-        // One to find out whether it is valid, and one for each window id.
-        EXPECT_EQ(calls.Take().size(), 1U + kThreads);
-    });
 }
 
 }  // namespace

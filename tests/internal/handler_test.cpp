@@ -1,53 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <future>
-#include <memory>
 #include <set>
-#include <string>
-#include <thread>
 
 #include "ZeLumoPluginHandler.h"
-#include "tests/support/page.h"
-#include "tv/control.h"
-#include "tv/tv.h"
 
 namespace {
 
-using test::J;
-using test::Lines;
-
-class Handler : public testing::Test {
-  protected:
-    pp::Instance instance_{PP_Instance{1}};
-    std::unique_ptr<CZeLumoPluginHandler> handler_ = std::make_unique<CZeLumoPluginHandler>(&instance_);
-};
-
-TEST_F(Handler, DropsWhatArrivesOnceItIsDestroyed)
+TEST(Handler, LeadsFromEventNumbersToNamesAndBack)
 {
-    // Between the flag and the end of a subscription callbacks may still come.
-    std::string key = "destroyed/key";
-    ASSERT_TRUE(handler_->RegisterEvent(PLOOMIA_EVENT_MSO_INFO_SET));
-    ASSERT_TRUE(handler_->AddVconfCallbackWithKey(key));
-    tv::CarryOut(J(R"({"tv":"answer","call":"FIIPCConnection::GetInstance","delay":3600000,"times":1})"));
-    test::Log log;
-    auto destroying = std::async(std::launch::async, [this] { handler_.reset(); });
-    while (!tv::TheCalls().AnswersJson().empty())
-        std::this_thread::yield();
-    log.Take();
-    EXPECT_EQ(tv::EventProxyService::Get().Notify(PLOOMIA_EVENT_MSO_INFO_SET, false), std::vector<int>{-1});
-    EXPECT_EQ(tv::SettingsStore::Get().SetAndTell(key, 1, false), 1U);
-    EXPECT_EQ(log.Take(),
-              (Lines{"0/6 zelumo-pepper t_VordaOnEvent:  CZeLumoPluginHandler::t_onEvent is called",
-                     "0/6 zelumo-pepper t_VordaOnEvent:  pluginVorda is destroyed",
-                     "0/6 zelumo-pepper t_VconfChangedCallBack: "
-                     "[CZeLumoPluginHandler::t_VconfChangedCallBack] pluginVorda is destroyed"}));
-    tv::TheCalls().RestoreAll();
-    destroying.get();
-}
-
-TEST_F(Handler, LeadsFromEventNumbersToNamesAndBack)
-{
+    pp::Instance instance(PP_Instance{1});
+    CZeLumoPluginHandler handler(&instance);
     // The names are held against the description of the page's interface; only those of the content
     // service lead back.
     const std::set<int> content{90000, 90001, 90002, 90003, 90004, 90007, 90008, 90009,
@@ -58,58 +20,12 @@ TEST_F(Handler, LeadsFromEventNumbersToNamesAndBack)
         ePloomiaEvent event = static_cast<ePloomiaEvent>(number);
         std::string name = "untouched";
         const bool named = content.count(number) + signals.count(number) > 0;
-        EXPECT_EQ(handler_->m_ePloomiaEventToStrEvent(event, name), named);
+        EXPECT_EQ(handler.m_ePloomiaEventToStrEvent(event, name), named);
         EXPECT_EQ(name != "untouched", named);
         ePloomiaEvent back = static_cast<ePloomiaEvent>(5);
-        EXPECT_EQ(handler_->m_StrEventToePloomiaEvent(name, back), content.count(number) > 0);
+        EXPECT_EQ(handler.m_StrEventToePloomiaEvent(name, back), content.count(number) > 0);
         EXPECT_EQ(back, content.count(number) > 0 ? number : 5);
     }
-    for (std::string name : {"", "plomia_event_get_si_info", "PLOMIA_EVENT_GET_SI_INFO ", "PLOMIA_EVENT"}) {
-        ePloomiaEvent back = static_cast<ePloomiaEvent>(5);
-        EXPECT_FALSE(handler_->m_StrEventToePloomiaEvent(name, back)) << name;
-    }
-}
-
-TEST_F(Handler, ConvertsEveryUnitOfAnExtraMember)
-{
-    const auto decoded = [](const std::u16string& units) {
-        std::string text;
-        for (const char16_t unit : units) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(unit));
-            text += escape;
-        }
-        return J('"' + text + '"').asString();
-    };
-    const auto read = [this](const std::u16string& units) {
-        std::string bytes;
-        for (const char16_t unit : u"{\"k\":\"" + units + u"\"}") {
-            bytes += static_cast<char>(unit >> 8);
-            bytes += static_cast<char>(unit & 0xFF);
-        }
-        TCServiceData data;
-        tv::ServiceRecord::Set(data, ESERVICE_FIELD_EXTRA, bytes);
-        return J(handler_->t_GetChannelInfo(&data))["k"].asString();
-    };
-    for (unsigned block = 0; block < 0x10000; block += 0x40) {
-        std::u16string units;
-        for (unsigned unit = block; unit < block + 0x40; ++unit) {
-            if (unit >= 0x20 && unit != '"' && unit != '\\')
-                units += static_cast<char16_t>(unit);
-        }
-        const bool surrogates = block >= 0xD800 && block < 0xE000;
-        EXPECT_EQ(read(units + u' '), (surrogates ? "" : decoded(units)) + ' ') << block;
-    }
-    // A high surrogate takes the unit behind it along, into one character or into nothing.
-    for (const char16_t high : std::u16string(u"\xD800\xD801\xDBFF")) {
-        for (const char16_t next : std::u16string(u"\x20\xD7FF\xD800\xDBFF\xDC00\xDC01\xDFFF\xE000")) {
-            const std::u16string units{high, next};
-            const bool pair = next >= 0xDC00 && next < 0xE000;
-            EXPECT_EQ(read(units), pair ? decoded(units) : "") << std::hex << high << ' ' << next;
-        }
-    }
-    EXPECT_EQ(handler_->t_GetChannelInfo(nullptr), "");
-    EXPECT_EQ(handler_->UIntToString(4294967295U), "4294967295");
 }
 
 }  // namespace

@@ -2,8 +2,6 @@
 
 #include <map>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "tests/support/page.h"
 #include "tv/control.h"
@@ -69,7 +67,7 @@ class Content : public testing::Test {
     static std::vector<std::string> Ids()
     {
         std::vector<std::string> ids;
-        for (const tv::ChannelConfig& channel : tv::SampleTv().line_up->channels)
+        for (const tv::ChannelConfig& channel : tv::SampleTv().line_up.channels)
             ids.push_back(std::to_string(channel.id));
         return ids;
     }
@@ -149,18 +147,6 @@ TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
     const Json::Value featured = Ask("GetFeaturedVirtualChannelInfo", "{}")["channels"];
     ASSERT_EQ(featured.size(), Ids().size());
     EXPECT_EQ(Text(featured[0]), R"({"TCServiceId":"1001","major":1,"minor":0,"name":"Fernwick One"})");
-    EXPECT_EQ(Text(Ask("GetVCConfig", "{}")),
-              R"({"channels":)" + std::to_string(Ids().size()) + R"(,"country":"XS","version":"1.0"})");
-    EXPECT_EQ(
-        Text(Ask("GetServiceIdFromOnTVProviderAndService", R"({"provider":"zelumo","service":"first"})")),
-        R"({"TCServiceId":"1001"})");
-    EXPECT_EQ(Get("ZELumoProgramInfoIsAvailable"), R"({"available":true})");
-    EXPECT_EQ(Get("GetViewingAgreement"), true);
-    EXPECT_EQ(
-        page_.Await(
-            R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"18446744073709551614"})")
-            ["data"]["program number"],
-        130);
 }
 
 TEST_F(Content, WhatDoesNotExistIsNotAnswered)
@@ -193,8 +179,9 @@ TEST_F(Content, WhatDoesNotExistIsNotAnswered)
         EXPECT_TRUE(Ask(command, "{\"programId\":5}").isNull());
     }
     for (const char* input :
-         {"{}", R"({"provider":"zelumo"})", R"({"provider":"zelumo","service":"other"})",
-          R"({"provider":"other","service":"first"})", R"({"provider":1,"service":"first"})"})
+         {"{}", R"({"provider":"","service":""})", R"({"provider":"zelumo"})",
+          R"({"provider":"zelumo","service":"other"})", R"({"provider":"other","service":"first"})",
+          R"({"provider":1,"service":"first"})"})
         EXPECT_TRUE(Ask("GetServiceIdFromOnTVProviderAndService", input).isNull()) << input;
     EXPECT_EQ(
         page_.Await(R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"77"})")["code"],
@@ -259,7 +246,7 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
 TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
 {
     tv::LoadTv(tv::ParseTv(
-        R"({"channels":[{"id":"7","guide":[{"title":"A","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
+        R"({"channels":[{"id":"7","provider":"P","guide":[{"title":"Ä","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
         tv::SampleTv()));
     for (const char* verb :
          {R"({"tv":"clock"})", R"({"tv":"clock","date":-1})", R"({"tv":"clock","date":"0"})",
@@ -268,13 +255,20 @@ TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
     page_.Do(R"({"tv":"clock","date":1767295799999})");  // one millisecond before the half hour
     const Json::Value list =
         Ask("GetProgramList", R"({"TCServiceId":"7","from":1767293999000,"to":1767297000000})")["programs"];
+    EXPECT_EQ(Text(Ask("GetServiceIdFromOnTVProviderAndService",
+                       R"({"provider":"P","service":""})")["TCServiceId"]),
+              R"("7")");
     std::string titles;
     for (const Json::Value& program : list)
         titles += program["title"].asString();
-    EXPECT_EQ(titles, "BABA");
+    EXPECT_EQ(titles, "BÄBÄ");
     EXPECT_EQ(list[1]["startTime"].asInt64(), 1767294000000);
     EXPECT_EQ(list[2]["startTime"].asInt64(), 1767295200000);
     EXPECT_EQ(list[3]["startTime"].asInt64(), 1767296700000);
+    EXPECT_EQ(
+        Send("GetProgram", R"({"programId":"7-1767294000"})")["data"],
+        R"({"program":{"TCServiceId":"7","endTime":1767295200000,"genre":"","programId":"7-1767294000",)"
+        R"("startTime":1767294000000,"synopsis":"","title":"Ä"}})");
     EXPECT_TRUE(Ask("GetProgram", R"({"programId":"7-1767294001"})").isNull()) << "after its start";
     EXPECT_EQ(Ask("GetOnDemandIdentifier", R"({"programId":"7-1767295200"})")["identifier"], "b");
     EXPECT_EQ(Ask("SetOnDemandProgram", R"({"programId":"7-1767294000"})")["identifier"], "od-7-1767294000");
@@ -303,25 +297,43 @@ TEST_F(Content, FirstUseEndsWithALaunchAndComesBack)
     EXPECT_EQ(state(), first);
     EXPECT_EQ(Ask("UnsetOnDemandProgram", named)["removed"], false);
 
+    // Another TV has no marks.
+    Ask("SetOnDemandProgram", named);
     tv::LoadTv(tv::ParseTv(
         R"({"firstUse":{"firstBoot":false,"firstEntry":true,"instantOn":true,"viewingAgreement":false}})",
         tv::SampleTv()));
     EXPECT_EQ(state(), R"(false{"isFirstEntry":true,"isInstantOn":true})");
     EXPECT_EQ(Get("GetViewingAgreement"), false);
+    EXPECT_EQ(Ask("UnsetOnDemandProgram", named)["removed"], false);
 }
 
 TEST_F(Content, FlagsAndTextsAreReadBackOnSuccessOnly)
 {
-    page_.Answer(R"("FIZELumoAPI::CheckFirstBootInZELumo","out":[null,true])");
-    EXPECT_EQ(Text(Get("CheckFirstBootInZELumo")), R"({"isFirstEntry":false,"isInstantOn":true})");
+    for (const auto& [out, flags] : std::map<std::string, std::string>{
+             {"[true]", R"({"isFirstEntry":true,"isInstantOn":false})"},
+             {"[null,true]", R"({"isFirstEntry":false,"isInstantOn":true})"}}) {
+        page_.Answer(R"("FIZELumoAPI::CheckFirstBootInZELumo","out":)" + out);
+        EXPECT_EQ(Text(Get("CheckFirstBootInZELumo")), flags);
+    }
     page_.Answer(R"("FIZELumoAPI::GetAppIDAndURL","out":["id"])");
     EXPECT_EQ(Text(Get("GetAppIDAndURL")), R"({"URL":"","appID":"id"})");
-    page_.Answer(R"("FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId","out":[null])");
-    EXPECT_EQ(
-        Text(page_.Await(
-            R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"1001"})")["data"]),
-        R"({"EChannelType":-1,"IsForDirectTune":false,"TCServiceId":"0","channel number":0,"major":0,"minor":0,)"
-        R"("program number":0,"service profile":-1})");
+    const std::string given = R"({"serviceId":"9","isForDirectTune":true,"channelType":-2,"channelNumber":3,)"
+                              R"("serviceProfile":4,"major":5,"minor":6,"programNumber":7})";
+    for (const auto& [out, told] : std::map<std::string, std::string>{
+             {"null",
+              R"({"EChannelType":-1,"IsForDirectTune":false,"TCServiceId":"0","channel number":0,"major":0,)"
+              R"("minor":0,"program number":0,"service profile":-1})"},
+             {given,
+              R"({"EChannelType":-2,"IsForDirectTune":true,"TCServiceId":"9","channel number":3,"major":5,)"
+              R"("minor":6,"program number":7,"service profile":4})"}}) {
+        const std::string name = "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId";
+        page_.Answer('"' + name + R"(","out":[)" + out + ']');
+        test::Calls calls;
+        EXPECT_EQ(Text(page_.Await(
+                      R"({"command":"ExtractServiceInformationsFromServiceId","serviceId":"1"})")["data"]),
+                  told);
+        EXPECT_EQ(calls.Take().back(), name + R"( ["1"] -> true out [)" + Text(J(out)) + ']');
+    }
     for (const std::string call :
          {"FIZELumoAPI::CheckFirstBootInZELumo", "FIZELumoAPI::GetAppIDAndURL",
           "FIZELumoAPI::LaunchedZELumoWebApp", "FIVirtualChannelsAPI::RestartZelumoInfo"}) {

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
 
 #include "core/calls.h"
 #include "tests/support/host_process.h"
@@ -43,6 +42,14 @@ TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
 {
     test::Page page;
     test::Calls calls;
+    // What a call gives when it works is what a scripted answer without a result gives.
+    const auto expect_usual = [](const std::string& call) {
+        const Json::Value usual = tv::TheCalls().Find(call.substr(0, call.find(' ')))->UsualResult();
+        const std::string gives = call.substr(call.find(" -> ") + 4);
+        if (!usual.isString()) {
+            EXPECT_EQ(gives.substr(0, gives.find(' ')), Text(usual)) << call;
+        }
+    };
     EXPECT_EQ(Description()["commands"].size(), 49U);
     for (const Json::Value& command : Description()["commands"]) {
         SCOPED_TRACE(Text(command["example"]));
@@ -65,14 +72,16 @@ TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
             EXPECT_NO_THROW(J(reply["data"].asString())) << Text(reply);
         }
         page.TakeMessages();
-        // What a call gives when it works is what a scripted answer without a result gives.
-        for (const std::string& call : calls.Take()) {
-            const tv::AnyCall* const made = tv::TheCalls().Find(call.substr(0, call.find(' ')));
-            const std::string gives = call.substr(call.find(" -> ") + 4);
-            if (reply["data"] != false && !made->UsualResult().isString()) {
-                EXPECT_EQ(gives.substr(0, gives.find(' ')), Text(made->UsualResult())) << call;
-            }
-        }
+        const std::vector<std::string> made = calls.Take();
+        if (reply["data"] != false)
+            std::for_each(made.begin(), made.end(), expect_usual);
+    }
+    // Nothing but the player 101 and, for the second time, the signal is gone already.
+    page.Close();
+    const std::vector<std::string> made = calls.Take();
+    for (const std::string& call : made) {
+        if (call != made.at(made.size() - 3) && call != "BmsUnSetCallback [101] -> -1")
+            expect_usual(call);
     }
 }
 
@@ -107,10 +116,10 @@ TEST(PageApi, FailuresAreAnsweredAsDescribed)
          {R"("FCAPI::GetVirtualChannelsAPI","result":null)", R"("FCAPI::GetZELumoAPI","result":null)",
           R"("FCEMSProxy::GetInstanceForPlugin","result":null)",
           R"("TVServiceAPI::CreateServiceNavigation","result":0)",
-          R"("TVServiceAPI::CreateSourceControl","result":0)", R"("vconf_set_str","result":-1)",
-          R"("vconf_set_int","result":-1)", R"("vconf_set_bool","result":-1)",
-          R"("vconf_get_str","result":null)", R"("vconf_get_int","result":-1)",
-          R"("vconf_get_bool","result":-1)", R"("vconf_notify_key_changed","result":-1)",
+          R"("TVServiceAPI::CreateSourceControl","result":0)", R"("vconf_set_str","result":1)",
+          R"("vconf_set_int","result":5)", R"("vconf_set_bool","result":1)",
+          R"("vconf_get_str","result":null)", R"("vconf_get_int","result":1)",
+          R"("vconf_get_bool","result":1)", R"("vconf_notify_key_changed","result":-1)",
           R"("BmsCreatePlayer","result":-1)"})
         page.Answer(answer);
     for (const Json::Value& command : Description()["commands"]) {
@@ -118,7 +127,20 @@ TEST(PageApi, FailuresAreAnsweredAsDescribed)
         // Unregistering reaches no failure: what was never registered is no error.
         if (failure.isNull() || command["name"] == "UnRegisterEvent")
             continue;
-        EXPECT_EQ(page.AwaitValue(command["example"]), failure) << Text(command["name"]);
+        const std::string name = command["name"].asString();
+        SCOPED_TRACE(name);
+        test::Calls calls;
+        test::Log log;
+        EXPECT_EQ(page.AwaitValue(command["example"]), failure);
+        if (name.find("Vconf") == std::string::npos)
+            continue;
+        const std::string call = calls.TakeNames().back();
+        const std::string text =
+            call == "vconf_notify_key_changed"
+                ? "failed to " + call + "() with key:" + command["example"]["key"].asString()
+                : call + " is failed";
+        EXPECT_EQ(log.Take().back(),
+                  "0/6 zelumo-pepper " + name + ": [CZeLumoPluginHandler::" + name + "] " + text);
     }
 }
 
@@ -177,6 +199,55 @@ TEST(PageApi, EventsAreToldAsDescribed)
         EXPECT_EQ(message["param1"].asString().empty(), type["param1"].asString().empty());
         EXPECT_EQ(message["param2"].asString().empty(), type["param2"].asString().empty());
     }
+}
+
+/// Refused requests: nothing is asked of the platform, and the log ends with the same line for most.
+TEST(PageApi, MalformedRequestsReachNoService)
+{
+    struct Case {
+        const char* request;
+        int code;
+        const char* message;
+        const char* log;  ///< in its last line
+    };
+    constexpr char kNoCommand[] = "Parameter command is invalid";
+    constexpr char kNoInput[] = "Parameter input is invalid";
+    constexpr char kUnknown[] = "Command no recognized";
+    constexpr char kLogged[] =
+        "HandleBlockingMessageImpl: [Vorda HandleBlockingMessage] Parameter command is invalid";
+    constexpr char kUnhandled[] = "HandleBlockingMessageImpl: Can not handler the command!! ";
+    // clang-format off
+    const Case cases[] = {
+        {R"(["command"])", 26, "Incoming message is not dictionary", ""},
+        {R"({"Command":"GetVersion"})",                                             26, kNoCommand, ""},
+        {R"({"command":"GetVersion\u0000"})",                                       9,  kUnknown,   kUnhandled},
+        {R"({"command":"GetProgram","Input":"x"})",                                 26, kNoInput,   kLogged},
+        {R"({"command":"RegisterEvent","event":90001.5})",                          26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":2147483648})",                     26, kNoCommand, kLogged},
+        {R"({"command":"UnRegisterEvent","event":-0.0})",                           26, kNoCommand, kLogged},
+        {R"({"command":"SetIntegerToVconfWithKey","input":true,"key":"k"})",        26, kNoInput,   kLogged},
+        {R"({"command":"SetBooleanToVconfWithKey","input":1,"key":null})",          26, kNoInput,   kLogged},
+        {R"({"command":"ExtractServiceInformationsFromServiceId","Serviceid":"1"})", 26, kNoInput,  kLogged},
+        {R"({"command":"SetServiceByServiceid","serviceId":"1"})", 26, "Parameter Serviceid is invalid", "-BMS doesn't care about:[SetServiceByServiceid]"},
+    };
+    // clang-format on
+    test::Page page;
+    test::Calls calls;
+    test::Log log;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.request);
+        const Json::Value reply = page.Await(c.request);
+        EXPECT_EQ(reply["code"], c.code);
+        EXPECT_EQ(reply["errorName"], c.code == 9 ? "NotSupportedError" : "InvalidValuesError");
+        EXPECT_EQ(reply["errorMessage"], c.message);
+        EXPECT_EQ(calls.Take(), test::Lines());
+        const test::Lines lines = log.Take();
+        const std::string last = lines.empty() ? "" : lines.back();
+        EXPECT_TRUE(*c.log == '\0' || last.find(c.log) != std::string::npos) << last;
+    }
+    EXPECT_EQ(page.Await(R"({"command":"GetVersion","input":[[]]})")["data"], "1.00");
+    for (const std::string whole : {"1", "1.0", "1e3", "-2147483648"})
+        EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":)" + whole + "}")["code"], 0) << whole;
 }
 
 }  // namespace

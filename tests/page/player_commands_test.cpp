@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/support/page.h"
 
 namespace {
@@ -34,20 +31,15 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"Pause"})",  {R"("BmsPause","result":0)"},   {"BmsPause [-1] -> 0"},   kTrue},
         {R"({"command":"Pause"})",  {R"("BmsPause","result":-7)"},  {"BmsPause [-1] -> -7"},  kFalse},
         {R"({"command":"Resume"})", {R"("BmsResume","result":0)"},  {"BmsResume [-1] -> 0"},  kTrue},
-        {R"({"command":"Resume"})", {R"("BmsResume","result":-7)"}, {"BmsResume [-1] -> -7"}, kFalse},
         {R"({"command":"Stop"})",   {R"("BmsStop","result":0)"},    {"BmsStop [-1] -> 0"},    kTrue},
         {R"({"command":"Stop"})",   {R"("BmsStop","result":-7)"},   {"BmsStop [-1] -> -7"},   kFalse},
 
         {R"({"command":"Seek","sec":90})",          {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,90000] -> 0"},       kTrue},
-        {R"({"command":"Seek","sec":-4})",          {R"("BmsSeek","result":2)"}, {"BmsSeek [-1,-4000] -> 2"},       kFalse},
         {R"({"command":"Seek","sec":3.9})",         {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,3000] -> 0"},        kTrue},
         {R"({"command":"Seek","sec":null})",        {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,0] -> 0"},           kTrue},
         {R"({"command":"Seek","sec":2147484})",     {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,2147483647] -> 0"},  kTrue},
         {R"({"command":"Seek","sec":-2147483648})", {R"("BmsSeek","result":0)"}, {"BmsSeek [-1,-2147483648] -> 0"}, kTrue},
 
-        {R"({"command":"JumpForward","sec":10})",
-         {R"("BmsGetPlayTime","out":[20000])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [20000]", "BmsSeek [-1,30000] -> 0"}, kTrue},
         {R"({"command":"JumpForward","sec":-5})",
          {R"("BmsGetPlayTime","out":[20000])", R"("BmsSeek","result":3)"},
          {"BmsGetPlayTime [-1] -> 0 out [20000]", "BmsSeek [-1,15000] -> 3"}, kFalse},
@@ -58,13 +50,8 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpForward","sec":1})",
          {R"("BmsGetPlayTime","result":-1,"out":[-1])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> -1 out [-1]", "BmsSeek [-1,999] -> 0"}, kTrue},
-        {R"({"command":"JumpForward","sec":1})",
-         {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
+        {R"({"command":"JumpForward","sec":1})", {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
 
-        {R"({"command":"JumpBackward","sec":10})",
-         {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,-6000] -> 0"}, kTrue},
         // The product stops at the end of the range before it is added.
         {R"({"command":"JumpBackward","sec":2147484})",
          {R"("BmsGetPlayTime","out":[5000])", R"("BmsSeek","result":0)"},
@@ -72,14 +59,10 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpForward","sec":-2147484})",
          {R"("BmsGetPlayTime","out":[5000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147478648] -> 0"}, kTrue},
-        {R"({"command":"JumpForward","sec":5})",
-         {R"("BmsGetPlayTime","out":[-2147483648])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [-2147483648]", "BmsSeek [-1,-2147478648] -> 0"}, kTrue},
         {R"({"command":"JumpBackward","sec":-2147483648})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
-        {R"({"command":"JumpBackward","sec":1})",
-         {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
+        {R"({"command":"JumpBackward","sec":1})", {R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> -1 out [null]"}, kFalse},
 
         {R"({"command":"PasueLive"})", {}, {}, kFalse},
         {R"({"command":"PauseLive"})", {}, {}, kNotSupported},
@@ -118,25 +101,24 @@ TEST(PlayerCommands, InitUsesRightsOnlyWhenBothTextsAreThere)
 {
     test::Page page;
     int id = 0;
-    // Null: the key is absent.
-    for (const char* type : {R"("type")", R"("")", "7", static_cast<const char*>(nullptr)}) {
-        for (const char* data : {R"("<a/>")", R"("")", "null", static_cast<const char*>(nullptr)}) {
-            std::string request = R"({"command":"Init","url":"film","timeOffset":12)";
-            if (type != nullptr)
-                request += std::string(R"(,"drmType":)") + type;
-            if (data != nullptr)
-                request += std::string(R"(,"drmData":)") + data;
-            request += "}";
+    for (const std::string type : {R"(,"drmType":"type")", R"(,"drmType":"")", R"(,"drmType":7)", ""}) {
+        for (const std::string data :
+             {R"(,"drmData":"<a/>")", R"(,"drmData":"")", R"(,"drmData":null)", ""}) {
+            const std::string request =
+                R"({"command":"Init","url":"film","timeOffset":12)" + type + data + "}";
             SCOPED_TRACE(request);
-            std::string drm = kNoDrm;
-            if (type != nullptr && *type == '"' && data != nullptr && *data == '"')
-                drm = std::string(R"({"drmData":)") + data + R"(,"drmOp":"SetProperties","drmType":)" + type +
-                      "}";
+            const Json::Value members = test::J(request);
+            Json::Value drm = test::J(kNoDrm);
+            if (members["drmType"].isString() && members["drmData"].isString()) {
+                drm["drmType"] = members["drmType"];
+                drm["drmData"] = members["drmData"];
+                drm["drmOp"] = "SetProperties";
+            }
             test::Calls calls;
             EXPECT_EQ(Text(page.Await(request)), kTrue);
             ++id;
-            EXPECT_EQ(calls.Take(),
-                      (Lines{Created("12,0", drm, id), "BmsSetCallback [" + std::to_string(id) + "] -> 0"}));
+            EXPECT_EQ(calls.Take(), (Lines{Created("12,0", Text(drm), id),
+                                           "BmsSetCallback [" + std::to_string(id) + "] -> 0"}));
         }
     }
 }

@@ -1,25 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "tests/support/page.h"
 
 namespace {
 
 using test::Lines;
 using test::Text;
-
-std::string Message(int type, const std::string& param1, const std::string& param2)
-{
-    return R"({"event":"ZELUMO_EVENT","param1":")" + param1 + R"(","param2":")" + param2 + R"(","type":)" +
-           std::to_string(type) + "}";
-}
-
-void Subscribe(test::Page& page)
-{
-    ASSERT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
-}
 
 std::string Report(int player, int type, int value1, int value2)
 {
@@ -63,7 +49,7 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
     };
     // clang-format on
     test::Page page;
-    Subscribe(page);
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
     for (const Case& c : cases) {
         SCOPED_TRACE(Report(101, c.type, c.value1, c.value2));
         test::Log log;
@@ -80,7 +66,9 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
         if (c.param1 == nullptr) {
             EXPECT_EQ(messages, Lines());
         } else {
-            EXPECT_EQ(messages, Lines{Message(c.type, c.param1, c.param2)});
+            EXPECT_EQ(messages,
+                      Lines{R"({"event":"ZELUMO_EVENT","param1":")" + std::string(c.param1) +
+                            R"(","param2":")" + c.param2 + R"(","type":)" + std::to_string(c.type) + "}"});
             const std::string handler = std::string("0/6 ZLP_BASE ") + c.handler + ": ";
             lines.push_back(handler + c.first);
             lines.push_back(handler + c.second);
@@ -88,38 +76,6 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
                             std::to_string(c.type) + ", param1: " + c.param1 + ", param2: " + c.param2);
         }
         EXPECT_EQ(log.Take(), lines);
-    }
-}
-
-TEST(PlayerEvents, AreHeardOnceThePageHasSubscribedToSomething)
-{
-    struct Step {
-        const char* request;  ///< null: none
-        const char* report;   ///< behind the verb
-        int delivered;
-        Lines messages;
-    };
-    const Lines stopped{Message(36, "", "")};
-    const Step steps[] = {
-        {nullptr, R"("player":101,"type":36})", 0, {}},
-        {R"({"command":"Init","url":"film","timeOffset":0})", R"("player":1,"type":36})", 1, {}},
-        {R"({"command":"RegisterEvent","event":90001})", R"("player":1,"type":36})", 1, stopped},
-        {nullptr, R"("player":101,"type":36,"user":null})", 1, {}},
-        {nullptr, R"("player":2,"type":36})", 0, {}},
-        // More subscriptions, more registrations: still one message a report.
-        {R"({"command":"RegisterEvent","event":90002})", R"("player":101,"type":36})", 1, stopped},
-        {R"({"command":"UnRegisterEvent","event":90001})", R"("player":101,"type":36})", 1, stopped},
-    };
-    test::Page page;
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.report);
-        if (step.request != nullptr)
-            page.Await(step.request);
-        page.TakeMessages();
-        EXPECT_EQ(page.Do(std::string(R"({"tv":"report",)") + step.report)["delivered"].asInt(),
-                  step.delivered);
-        const Lines messages = page.TakeTexts();
-        EXPECT_EQ(messages, step.messages);
     }
 }
 

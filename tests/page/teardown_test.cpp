@@ -1,17 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <functional>
 #include <future>
-#include <memory>
-#include <string>
 #include <thread>
-#include <utility>
-#include <vector>
 
+#include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var_dictionary.h"
 #include "tests/support/page.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
@@ -27,6 +24,8 @@ void Subscribe(test::Page& page)
         EXPECT_EQ(page.Await(request)["code"], 0) << request;
     EXPECT_EQ(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")["code"], 0);
     page.TakeMessages(1);  // the player is there
+    // Power-off, two events, the signal, the watch, and two players.
+    EXPECT_EQ(tv::CountRegistrations(), 7U);
 }
 
 /// What every service of the TV can tell a subscribed page.
@@ -123,7 +122,20 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         page->Await(R"({"command":"Play"})");
         std::vector<std::function<void()>> services = Services();
         services.push_back(services.back());  // two threads of one service
-        services.emplace_back([] { tv::TheClock().Advance(tv::Clock::Time(700), [] {}); });
+        // And what the host does meanwhile.
+        tv::Clock& clock = tv::TheClock();
+        services.emplace_back([&] { clock.Advance(tv::Clock::Time(700), [] {}); });
+        services.emplace_back([&] { clock.Cancel(clock.Set(clock.Now() + tv::Clock::Time(9000), [] {})); });
+        services.emplace_back([&] { clock.SetDate(clock.Date()); });
+        services.emplace_back([] { tv::StateJson(); });
+        services.emplace_back([] { tv::LoadTv(tv::SampleTv()); });
+        services.emplace_back([] { pp::Module::Get(); });
+        services.emplace_back([] { std::pair<test::Calls, test::Log>(); });
+        services.emplace_back([] {
+            const tv::AnyCall& call = *tv::TheCalls().Find("vconf_get_int");
+            tv::TheCalls().SetAnswer(call, {});
+            tv::TheCalls().Restore(call);
+        });
         std::atomic<bool> stop{false};
         std::vector<std::thread> threads;
         for (const std::function<void()>& service : services) {
@@ -132,8 +144,11 @@ TEST(Teardown, WhileEveryServiceTellsThings)
                     service();
             });
         }
-        while (told < 20)
-            std::this_thread::yield();
+        while (told < 20) {
+            for (const char* command : {"RegisterEvent", "UnRegisterEvent", "Init"})
+                page->Await(std::string(R"({"event":90003,"url":"film","timeOffset":0,"command":")") +
+                            command + "\"}");
+        }
         Finish(page, end);
         if (end == End::Close) {
             // The services go on telling; the page that is gone hears nothing of it.
@@ -172,18 +187,25 @@ TEST(Teardown, OfAnInstanceWhoseSetUpFailed)
         const char* answer;
         bool works;
         const char* log;
+        std::size_t purges;  ///< that find no signal subscriber
     };
-    for (const Case& c : {Case{R"("pp::Instance::RegisterMessageHandler","result":-2)", false,
-                               "[PluginLogging]  RegisterMessageHandler Fail"},
-                          Case{R"("device_power_subscribe_poweroff","result":-1)", true,
-                               "[main] Failed subscribing suspend event"}}) {
+    for (const Case& c :
+         {Case{R"("pp::Instance::RegisterMessageHandler","result":-2)", false,
+               "2/6 zelumo-pepper CZeLumoPluginInstance: [PluginLogging]  RegisterMessageHandler Fail", 0},
+          Case{R"("device_power_subscribe_poweroff","result":-1)", true,
+               "2/6 zelumo-pepper CZeLumoPluginInstance: [main] Failed subscribing suspend event", 0},
+          Case{R"("TVServiceAPI::CreateSignalSubscriber","result":0)", true,
+               "0/6 zelumo-pepper Initialize: [CZeLumoPluginHandler::Initialize] no signal subscriber", 2}}) {
+        SCOPED_TRACE(c.answer);
         test::Page page;
         page.Close();
         page.Answer(c.answer);
         test::Log log;
         page.Open();
-        EXPECT_EQ(log.Take().back(), std::string("2/6 zelumo-pepper CZeLumoPluginInstance: ") + c.log);
-        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works) << c.answer;
+        EXPECT_EQ(log.TakeHolding({"Fail", "no signal subscriber"}), Lines{c.log});
+        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").isNull(), !c.works);
+        page.Close();
+        EXPECT_EQ(log.TakeHolding({"PurgeAllSubscribedSignal] no signal subscriber"}).size(), c.purges);
     }
 }
 
@@ -220,20 +242,22 @@ TEST(Teardown, AndSetUpRunInTheirOrder)
         while (!tv::TheCalls().AnswersJson().empty())
             std::this_thread::yield();
         tv::SettingsStore::Get().SetAndTell("teardown/watched", 1, false);
+        EXPECT_EQ(tv::EventProxyService::Get().Notify(90001, false), std::vector<int>{-1});
         tv::TheCalls().RestoreAll();
     });
     page.Close();
     telling.wait();
-    const std::string dropped =
-        "0/6 zelumo-pepper t_VconfChangedCallBack: [CZeLumoPluginHandler::t_VconfChangedCallBack] "
-        "pluginVorda is destroyed";
+    const std::string event = "0/6 zelumo-pepper t_VordaOnEvent:  ";
+    const std::string watched = "0/6 zelumo-pepper t_VconfChangedCallBack: ";
     const std::string events =
         "0/6 zelumo-pepper PurgeAllSubscribedSignal: [CZeLumoPluginHandler::PurgeAllSubscribedSignal]";
     const std::string keys = "0/6 zelumo-pepper PurgeAllVconfCB: [CZeLumoPluginHandler::PurgeAllVconfCB]";
     EXPECT_EQ(
         log.Take(),
         (Lines{
-            events, dropped, keys, "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
+            events, watched + "[CZeLumoPluginHandler::t_VconfChangedCallBack] pluginVorda is destroyed",
+            event + "CZeLumoPluginHandler::t_onEvent is called", event + "pluginVorda is destroyed", keys,
+            "2/6 zelumo-pepper ~CZeLumoPluginInstance: ~CZeLumoPluginInstance",
             "0/3 zelumo-pepper ~CZeLumoPluginHandler: [CZeLumoPluginHandler::~CZeLumoPluginHandler] called",
             events, keys, "0/6 ZLP_BASE Destory: BMSAdaptor::Destory is called -id:[101]",
             "0/6 ZLP_BASE UnSetCallback: [BmsEventHandler::UnSetCallback] is called - playerId:[101]"}));

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <cmath>
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <future>
 #include <limits>
 #include <string>
@@ -32,27 +34,29 @@ TEST(Var, ReadsAsOtherTypesGiveNeutralValues)
         bool as_bool;
         int32_t as_int;
         double as_double;
-        const char* as_string;
+        std::string as_string;
+        std::string shown;
     };
+    const std::string zero("a\0b", 3);
     for (const Case& c : {
-             Case{pp::Var(), PP_VARTYPE_UNDEFINED, false, 0, 0.0, ""},
-             Case{pp::Var(pp::Var::Null()), PP_VARTYPE_NULL, false, 0, 0.0, ""},
-             Case{true, PP_VARTYPE_BOOL, true, 0, 0.0, ""},
-             Case{7, PP_VARTYPE_INT32, false, 7, 7.0, ""},
-             Case{-2.9, PP_VARTYPE_DOUBLE, false, -2, -2.9, ""},
-             Case{1e12, PP_VARTYPE_DOUBLE, false, 2147483647, 1e12, ""},
-             Case{-1e12, PP_VARTYPE_DOUBLE, false, -2147483647 - 1, -1e12, ""},
-             Case{"7", PP_VARTYPE_STRING, false, 0, 0.0, "7"},
-             Case{std::string("a\0b", 3), PP_VARTYPE_STRING, false, 0, 0.0, nullptr},
-             Case{pp::VarArray(), PP_VARTYPE_ARRAY, false, 0, 0.0, ""},
-             Case{pp::VarDictionary(), PP_VARTYPE_DICTIONARY, false, 0, 0.0, ""},
+             Case{pp::Var(), PP_VARTYPE_UNDEFINED, false, 0, 0.0, "", "Var(UNDEFINED)"},
+             Case{pp::Var(pp::Var::Null()), PP_VARTYPE_NULL, false, 0, 0.0, "", "Var(NULL)"},
+             Case{true, PP_VARTYPE_BOOL, true, 0, 0.0, "", "Var(true)"},
+             Case{7, PP_VARTYPE_INT32, false, 7, 7.0, "", "Var(7)"},
+             Case{-2.9, PP_VARTYPE_DOUBLE, false, -2, -2.9, "", "Var(-2.900000)"},
+             Case{1e12, PP_VARTYPE_DOUBLE, false, 2147483647, 1e12, "", "Var(1000000000000.000000)"},
+             Case{"7", PP_VARTYPE_STRING, false, 0, 0.0, "7", "Var<\"7\">"},
+             Case{zero, PP_VARTYPE_STRING, false, 0, 0.0, zero, "Var<\"" + zero + "\">"},
+             Case{pp::VarArray(), PP_VARTYPE_ARRAY, false, 0, 0.0, "", "Var(ARRAY)"},
+             Case{pp::VarDictionary(), PP_VARTYPE_DICTIONARY, false, 0, 0.0, "", "Var(DICTIONARY)"},
          }) {
-        SCOPED_TRACE(c.var.DebugString());
+        EXPECT_EQ(c.var.DebugString(), c.shown);
+        SCOPED_TRACE(c.shown);
         EXPECT_EQ(c.var.pp_var().type, c.type);
         EXPECT_EQ(c.var.AsBool(), c.as_bool);
         EXPECT_EQ(c.var.AsInt(), c.as_int);
         EXPECT_EQ(c.var.AsDouble(), c.as_double);
-        EXPECT_EQ(c.var.AsString(), c.as_string == nullptr ? std::string("a\0b", 3) : c.as_string);
+        EXPECT_EQ(c.var.AsString(), c.as_string);
     }
     EXPECT_EQ(pp::Var(kNan).AsInt(), 0);
 }
@@ -63,19 +67,13 @@ TEST(Var, CopiesShareContentsAndCountReferences)
     pp::Var copy = dictionary;
     pp::VarDictionary(copy).Set("key", "value");
     EXPECT_EQ(dictionary.Get("key").AsString(), "value");
-    EXPECT_TRUE(dictionary.HasKey("key"));
-    EXPECT_FALSE(dictionary.HasKey("Key"));
+    EXPECT_TRUE(dictionary.HasKey("key") && !dictionary.HasKey("Key"));
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 2);
-
     pp::Var moved = std::move(copy);
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 2);
-    const PP_Var detached = moved.Detach();
+    static_cast<void>(pp::Var(pp::PASS_REF, moved.Detach()));
     EXPECT_TRUE(moved.is_undefined());
-    {
-        const pp::Var owner(pp::PASS_REF, detached);
-    }
     EXPECT_EQ(tv::CountReferences(dictionary.pp_var()), 1);
-
     copy = dictionary;
     // cppcheck-suppress redundantPointerOp ; hides from the compiler that it is assigned to itself
     copy = *&copy;
@@ -87,31 +85,45 @@ TEST(Var, CopiesShareContentsAndCountReferences)
 TEST(Var, ViewsOnOtherTypesDoNothing)
 {
     pp::VarDictionary dictionary(pp::Var(5));
-    EXPECT_FALSE(dictionary.Set("key", 1));
-    EXPECT_FALSE(dictionary.HasKey("key"));
+    EXPECT_FALSE(dictionary.Set("key", 1) || dictionary.HasKey("key"));
     EXPECT_TRUE(dictionary.Get("key").is_undefined());
     EXPECT_FALSE(pp::VarDictionary().Set(5, 1));
     pp::VarArray array(pp::Var("text"));
-    EXPECT_FALSE(array.Set(0, 1));
-    EXPECT_EQ(array.GetLength(), 0U);
+    EXPECT_FALSE(array.Set(0, 1) || array.SetLength(1) || array.GetLength() != 0);
 
     pp::VarArray grown;
     EXPECT_TRUE(grown.Set(2, 1));
     EXPECT_EQ(grown.GetLength(), 3U);
-    EXPECT_TRUE(grown.Get(0).is_undefined());
-    EXPECT_TRUE(grown.Get(3).is_undefined());
+    for (const uint32_t hole : {0U, 3U})
+        EXPECT_TRUE(grown.Get(hole).is_undefined());
+    EXPECT_TRUE(grown.SetLength(1));
+    EXPECT_EQ(grown.GetLength(), 1U);
 
     pp::VarDictionary keys;
-    for (const char* key : {"b", "a", "B"})
-        keys.Set(key, true);
-    EXPECT_EQ(keys.GetKeys().Get(0).AsString(), "B");
-    EXPECT_EQ(keys.GetKeys().Get(2).AsString(), "b");
+    for (const char* key : {"b", "a", "B", "a"})
+        EXPECT_TRUE(keys.Set(key, true));
+    keys.Delete("A");
+    std::string sorted;
+    for (uint32_t i = 0; i < keys.GetKeys().GetLength(); ++i)
+        sorted += keys.GetKeys().Get(i).AsString();
+    EXPECT_EQ(sorted, "Bab");
 }
 
-/// A plug-in module whose instances are bare.
+/// A plug-in module whose instances only show the attributes of their element.
 class BareModule : public pp::Module {
   public:
-    pp::Instance* CreateInstance(PP_Instance instance) override { return new pp::Instance(instance); }
+    struct Instance : pp::Instance {
+        Instance(PP_Instance id, std::string& shown) : pp::Instance(id), attributes(shown) {}
+        bool Init(uint32_t count, const char* names[], const char* values[]) override
+        {
+            for (uint32_t i = 0; i < count; ++i)
+                attributes += std::string(names[i]) + '=' + values[i] + ' ';
+            return true;
+        }
+        std::string& attributes;
+    };
+    pp::Instance* CreateInstance(PP_Instance id) override { return new Instance(id, attributes); }
+    std::string attributes;
 };
 
 /// Answers blocking messages with their own value once `gate` opens.
@@ -143,28 +155,30 @@ TEST(MessageLoop, RegistrationReportsPeppersErrors)
 {
     BareModule module;
     Echo handler;
-    auto element = std::make_unique<tv::EmbeddedInstance>(module, Ignore);
+    auto element = std::make_unique<tv::EmbeddedInstance>(
+        module, Ignore, tv::EmbeddedInstance::Attributes{{"type", "application/x-zelumo"}, {"id", "tv"}});
+    EXPECT_EQ(module.attributes, "type=application/x-zelumo id=tv ");
     pp::Instance instance(element->pp_instance());
     pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};
 
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_WRONG_THREAD);
+    pp::MessageLoop loop = worker.message_loop();
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_ERROR_WRONG_THREAD);
     EXPECT_TRUE(worker.Start());
     EXPECT_FALSE(worker.Start());
-    EXPECT_EQ(instance.RegisterMessageHandler(nullptr, worker.message_loop()), PP_ERROR_BADARGUMENT);
+    loop = worker.message_loop();
+    EXPECT_EQ(instance.RegisterMessageHandler(nullptr, loop), PP_ERROR_BADARGUMENT);
     EXPECT_EQ(instance.RegisterMessageHandler(&handler, pp::MessageLoop::GetCurrent()), PP_ERROR_BADARGUMENT);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_FAILED);
-
+    for (const int result : {PP_OK, PP_ERROR_FAILED})
+        EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), result);
     instance.UnregisterMessageHandler();
     element->Post(1);  // behind the unregistering, so both have been worked off
     EXPECT_EQ(handler.posted, 0);
     EXPECT_EQ(handler.unregistered, 1);
     EXPECT_NE(handler.unregistered_on, std::this_thread::get_id());
     EXPECT_TRUE(element->Await(1).is_undefined());
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_OK);
-
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_OK);
     element.reset();
-    EXPECT_EQ(instance.RegisterMessageHandler(&handler, worker.message_loop()), PP_ERROR_BADARGUMENT);
+    EXPECT_EQ(instance.RegisterMessageHandler(&handler, loop), PP_ERROR_BADARGUMENT);
     instance.PostMessage(1);
 }
 
@@ -182,7 +196,7 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     const auto send = [&](const char* message, const pp::Var& expected) {
         element.Send(tv::EmbeddedInstance::Kind::Blocking, message,
                      [&told, expected](const tv::EmbeddedInstance::Outcome& outcome) {
-                         EXPECT_EQ(outcome.reply, expected);
+                         EXPECT_EQ(outcome.reply.DebugString(), expected.DebugString());
                          EXPECT_EQ(outcome.failure, nullptr);
                          ++told;
                      });
@@ -210,6 +224,10 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
     send("after", pp::Var());
     EXPECT_EQ(told, 7) << "each is told once";
     EXPECT_EQ(loop.PostQuit(true), PP_ERROR_FAILED);
+    pp::MessageLoop none = pp::MessageLoop::GetCurrent();
+    for (const int result :
+         {none.PostQuit(true), none.Run(), none.AttachToCurrentThread(), none.PostWork({nullptr, nullptr})})
+        EXPECT_EQ(result, PP_ERROR_BADARGUMENT) << "there is no loop";
 }
 
 TEST(MessageLoop, GoesOnAfterAHandlerThatThrows)
@@ -235,42 +253,35 @@ TEST(MessageLoop, GoesOnAfterAHandlerThatThrows)
     element.Send(tv::EmbeddedInstance::Kind::Blocking, 8,
                  [&](const tv::EmbeddedInstance::Outcome& outcome) { failure.set_value(outcome.failure); });
     EXPECT_THROW(std::rethrow_exception(failure.get_future().get()), int);
-    EXPECT_EQ(element.Await("still there"), pp::Var("still there"));
+    EXPECT_EQ(element.Await("still there").AsString(), "still there");
     instance.UnregisterMessageHandler();
 }
 
 TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
 {
-    struct Step {
-        std::string& ran;
-        std::string name;
-    };
-    const auto run = [](void* datum, int32_t result) {
-        const auto* step = static_cast<Step*>(datum);
-        step->ran += step->name + std::to_string(result) + ' ';
+    using Work = std::function<void(int32_t)>;
+    std::deque<Work> works;
+    const auto work = [&works](Work does) {
+        const auto run = [](void* user_data, int32_t result) { (*static_cast<Work*>(user_data))(result); };
+        return pp::CompletionCallback(run, &works.emplace_back(std::move(does)));
     };
     std::string ran;
-    Step a{ran, "a"};
-    Step b{ran, "b"};
-    Step late{ran, "late"};
-    Step last{ran, "last"};
-    Step never{ran, "never"};
-
+    const auto note = [&](const std::string& name) {
+        return work([&ran, name](int32_t result) { ran += name + std::to_string(result) + ' '; });
+    };
     pp::MessageLoop loop{pp::InstanceHandle(PP_Instance{1})};
     EXPECT_EQ(loop.Run(), PP_ERROR_WRONG_THREAD);
-    EXPECT_EQ(pp::MessageLoop::GetCurrent().Run(), PP_ERROR_BADARGUMENT) << "this thread has none";
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &never), std::int64_t{3600} * 1000), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &late), 1), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_OK);
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &b)), PP_OK);
+    EXPECT_EQ(loop.PostWork(note("never"), std::int64_t{3600} * 1000), PP_OK);
+    loop.PostWork(note("late"), 1);
+    loop.PostWork(note("a"));
+    loop.PostWork(note("b"));
     // The quit is posted behind the late work, by the work itself; what was posted before it still runs.
-    std::pair ending{&loop, pp::CompletionCallback(run, &last)};
-    const auto quit = [](void* datum, int32_t) {
-        const auto* end = static_cast<decltype(ending)*>(datum);
-        end->first->PostWork(end->second);
-        end->first->PostQuit(true);
-    };
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(quit, &ending), 20), PP_OK);
+    loop.PostWork(work([&](int32_t) {
+                      loop.PostWork(note("last"));
+                      loop.PostQuit(true);
+                      loop.PostWork(note("behind"));
+                  }),
+                  20);
     std::thread([&] {
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_OK);
         EXPECT_EQ(loop.AttachToCurrentThread(), PP_ERROR_INPROGRESS);
@@ -279,8 +290,27 @@ TEST(MessageLoop, WorkRunsInOrderAndIsAbortedAtTheEnd)
     // When the late work is due, beside the other, is up to the machine.
     const std::size_t at = ran.find("late0 ");
     ASSERT_NE(at, std::string::npos) << ran;
-    EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 never" + std::to_string(PP_ERROR_ABORTED) + ' ');
-    EXPECT_EQ(loop.PostWork(pp::CompletionCallback(run, &a)), PP_ERROR_FAILED);
+    const std::string aborted = std::to_string(PP_ERROR_ABORTED) + ' ';
+    EXPECT_EQ(ran.erase(at, 6), "a0 b0 last0 behind" + aborted + "never" + aborted);
+    for (const int delay : {0, 1})
+        EXPECT_EQ(loop.PostWork(note("a"), delay), PP_ERROR_FAILED);
+    ran.clear();
+    pp::MessageLoop(pp::InstanceHandle(PP_Instance{1})).PostWork(note("never run"));
+    pp::MessageLoop other{pp::InstanceHandle(PP_Instance{1})};
+    other.PostWork(note("a"));
+    std::thread worker([other]() mutable {
+        if (other.AttachToCurrentThread() == PP_OK)
+            other.Run();
+    });
+    // A loop that is not woken stands still, and so does this test.
+    for (int i = 0; i < 80; ++i) {
+        std::promise<void> done;
+        other.PostWork(work([&](int32_t) { done.set_value(); }), i % 2);
+        done.get_future().wait();
+    }
+    other.PostQuit(true);
+    worker.join();
+    EXPECT_EQ(ran, "never run" + aborted + "a0 ");
 }
 
 }  // namespace

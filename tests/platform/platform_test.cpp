@@ -2,20 +2,30 @@
 
 #include <atomic>
 #include <future>
-#include <string>
+#include <map>
+#include <regex>
 #include <thread>
-#include <utility>
-#include <vector>
 
+#include "content-service/FCEMSProxy.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
+#include "tests/support/host_process.h"
 #include "tests/support/page.h"
+#include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
 using test::J;
+using test::Text;
+
+test::Lines MatchesOf(const std::string& text, const std::regex& pattern)
+{
+    const std::sregex_token_iterator found(text.begin(), text.end(), pattern);
+    return {found, std::sregex_token_iterator()};
+}
 
 /// Everything works as usual again at the end of a test.
 class Platform : public testing::Test {
@@ -28,47 +38,59 @@ class Platform : public testing::Test {
     static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
 };
 
-TEST_F(Platform, AnswersQueueReplaceAndRunOut)
+TEST_F(Platform, AnswersMayHoldForSomeArguments)
 {
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6,"times":1})");
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -5);
-    EXPECT_EQ(vconf_set_int("k", 1), -6);
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
-
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"times":2})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-7})");
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
-    EXPECT_EQ(vconf_set_int("k", 1), -7);
+    const auto write = [](const char* key, int value) { return vconf_set_int(key, value); };
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-1})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-2,"args":["a"]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"args":[null,5]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-4,"args":["b",7],"times":1})");
+    EXPECT_EQ(write("a", 5), -2) << "of two that hold, the one that was set first";
+    EXPECT_EQ(write("b", 5), -3);
+    EXPECT_EQ(write("b", 7), -4);
+    EXPECT_EQ(write("b", 7), -1) << "whatever the arguments, once no other holds";
+    // The same arguments: replaced. Others: kept.
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"args":["a"]})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6})");
+    EXPECT_EQ(write("a", 1), -5);
+    EXPECT_EQ(write("a", 5), -3);
+    EXPECT_EQ(write("c", 1), -6);
+    EXPECT_EQ(test::Text(tv::TheCalls().AnswersJson()),
+              R"([{"args":[null,5],"call":"vconf_set_int","result":-3},)"
+              R"({"args":["a"],"call":"vconf_set_int","result":-5},{"call":"vconf_set_int","result":-6}])");
     Do(R"({"tv":"restore","call":"vconf_set_int"})");
-    EXPECT_EQ(vconf_set_int("k", 1), 0);
+    EXPECT_EQ(write("a", 5), 0);
+    EXPECT_FALSE(tv::Calls::Watched());
 }
 
-TEST_F(Platform, AnswersWriteOutArgumentsOrLeaveThem)
+TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
 {
     vconf_set_int("k", 3);
     test::Calls calls;
-    struct Case {
-        const char* answer;
-        int result;
-        int value;
-        const char* out;
-    };
-    for (const Case& c : {
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[9]})", 0, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","result":-1,"out":[9]})", -1, 9, "9"},
-             Case{R"({"tv":"answer","call":"vconf_get_int","out":[null]})", 0, 77, "null"},
-             Case{R"({"tv":"answer","call":"vconf_get_int"})", 0, 77, "null"},
-             Case{R"({"tv":"restore"})", 0, 3, "3"},
+    // A verb (of an answer what it holds), and what the calls behind it give: result and value, 77 where
+    // that is not written.
+    for (const auto& [verb, given] : std::vector<std::pair<std::string, std::vector<std::pair<int, int>>>>{
+             {R"("out":[9])", {{0, 9}}},
+             {R"("result":-1,"out":[9])", {{-1, 9}}},
+             {R"("out":[null])", {{0, 77}, {0, 77}}},
+             {R"({"tv":"restore"})", {{0, 3}}},
+             {R"("result":-5,"times":2)", {}},
+             {R"("result":-6,"times":1)", {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
+             {R"("result":-5,"times":2)", {}},
+             {R"("result":-7)", {{-7, 77}, {-7, 77}}},
+             {R"({"tv":"restore","call":"vconf_set_int"})", {{-7, 77}}},
+             {R"({"tv":"restore","call":"vconf_get_int"})", {{0, 3}}},
          }) {
-        SCOPED_TRACE(c.answer);
-        Do(c.answer);
-        int value = 77;
-        EXPECT_EQ(vconf_get_int("k", &value), c.result);
-        EXPECT_EQ(value, c.value);
-        EXPECT_EQ(calls.Take(), std::vector<std::string>{"vconf_get_int [\"k\"] -> " +
-                                                         std::to_string(c.result) + " out [" + c.out + "]"});
+        SCOPED_TRACE(verb);
+        Do(verb[0] == '{' ? verb : R"({"tv":"answer","call":"vconf_get_int",)" + verb + "}");
+        for (const auto& [result, read] : given) {
+            int value = 77;
+            EXPECT_EQ(vconf_get_int("k", &value), result);
+            EXPECT_EQ(value, read);
+            EXPECT_EQ(calls.Take(),
+                      test::Lines{"vconf_get_int [\"k\"] -> " + std::to_string(result) + " out [" +
+                                  (read == 77 ? "null" : std::to_string(read)) + "]"});
+        }
     }
 }
 
@@ -76,38 +98,30 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
 {
     // A verb, and what is said behind its name.
     for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
+             // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
-             {R"({"tv":"dance"})", R"(there is no verb "dance")"},
              {R"({"tv":"poweroff"})", R"("type" is missing)"},
              {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
              {R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
-             {R"({"tv":"poweroff","type":1,"extra":0})", R"("extra" is not known)"},
              {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
-             {R"({"tv":"signal"})", R"("signal" is missing)"},
-             {R"({"tv":"setting","key":"k"})",
-              R"("value" must be a string, a whole number of 32 bits, or true or false)"},
+             {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
-             {R"({"tv":"answer","call":"BmsPlay","result":"0"})",
-              R"("result" of BmsPlay must be a whole number of 32 bits)"},
-             {R"({"tv":"answer","call":"BmsPlay","out":[1]})",
-              R"(BmsPlay has 0 out arguments, "out" gives 1)"},
-             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})",
-              R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
+             {R"({"tv":"answer","call":"BmsPlay","out":[1]})", R"(BmsPlay has 0 out arguments, "out" gives 1)"},
+             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})", R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
              {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
-             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})",
-              R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})", R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
+             {R"({"tv":"answer","call":"BmsPlay","args":1})", R"("args" must be an array)"},
+             {R"({"tv":"answer","call":"BmsPlay","args":[1,2]})",
+              R"(BmsPlay has 1 arguments, "args" gives 2)"},
              {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
              {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
              {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},
-             {R"({"tv":"report","type":33})", R"("player" is missing)"},
-             {R"({"tv":"report","player":1,"type":33,"value1":"x"})",
-              R"("value1" must be a whole number of 32 bits)"},
              {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
-             {R"({"tv":"advance","ms":1.5})", R"("ms" must be a whole number of 32 bits)"},
-             {R"({"tv":"advance"})", R"("ms" is missing)"},
+             // clang-format on
          }) {
         try {
             Do(verb);
@@ -121,18 +135,82 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
     EXPECT_FALSE(tv::Calls::Watched());
 }
 
+TEST_F(Platform, TheStateShowsTheWholeTv)
+{
+    test::Page page;
+    tv::LoadTv(tv::ParseTv(
+        R"({"date":5,"channels":[{"id":"7","name":"A","major":2}],"settings":{"s":"v","b":true}})",
+        tv::SampleTv()));
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    page.Await(R"({"command":"AddVconfCallbackWithKey","key":"s"})");
+    page.Await(R"({"command":"Init","url":"film","timeOffset":0})");
+    page.TakeMessages();
+    const std::string bare = R"({"call":"ht_register_library"})";  // the first call there is
+    const std::string lasting = R"({"call":"vconf_get_str","result":null})";
+    const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
+    for (const std::string& answer : {twice, lasting, bare})
+        Do(R"({"tv":"answer",)" + answer.substr(1));
+    Json::Value state = tv::StateJson();
+    EXPECT_EQ(state["playingTime"], static_cast<Json::Int64>(tv::TheClock().Now().count()));
+    state.removeMember("playingTime");
+    EXPECT_EQ(
+        Text(state),
+        R"({"answers":[)" + bare + ',' + lasting + ',' + twice +
+            R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"players":[{"duration":600000,)"
+            R"("id":1,"live":false,"position":0,"rect":null,"state":"created","url":"film"}],)"
+            R"("settings":{"b":true,"s":"v"},"subscriptions":{"events":[90001],"players":[101,1],)"
+            R"("poweroff":1,"signals":[177]},"time":5,"watches":["s"]})");
+    Do(R"({"tv":"restore"})");
+    EXPECT_EQ(tv::StateJson()["answers"], J("[]"));
+    page.Close();
+    tv::LoadTv(tv::SampleTv());
+}
+
+TEST_F(Platform, CallsAreAsTheirDocumentSays)
+{
+    const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
+    const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
+    std::size_t calls = 0;
+    for (const std::string& line : test::LinesOf(test::ReadFile(ZELUMO_WEB "/../docs/calls.md"))) {
+        std::smatch cells;
+        if (!std::regex_match(line, cells, row))
+            continue;
+        Json::Value out(Json::arrayValue);
+        out.resize(static_cast<Json::ArrayIndex>(MatchesOf(cells[3], word).size()));
+        std::string prefix;
+        for (std::string name : MatchesOf(cells[1], word)) {
+            SCOPED_TRACE(name);
+            name = name.substr(1, name.size() - 2);
+            if (name.rfind("…", 0) == 0)
+                name = prefix + name.substr(3);
+            prefix = name.substr(0, name.find("::"));
+            const tv::AnyCall* const call = tv::TheCalls().Find(name);
+            ASSERT_NE(call, nullptr);
+            ++calls;
+            EXPECT_EQ(call->Mistake({{}, out}), std::nullopt);
+            Json::Value more = out;
+            more.append(Json::Value());
+            EXPECT_NE(call->Mistake({{}, more}), std::nullopt);
+            EXPECT_EQ(call->Mistake({call->UsualResult(), {}}), std::nullopt);
+        }
+    }
+    for (const tv::Service* const service : tv::Services())
+        calls -= service->calls() != nullptr ? service->calls()->calls().size() : 0;
+    EXPECT_EQ(calls, 0U);
+}
+
 struct Subscriber {
-    std::atomic<bool> running{false};
     std::promise<void> entered;
-    std::shared_future<void> leave;
+    std::promise<void> leave;
+    std::atomic<bool> running{false};
 };
 
-int HeldCallback(int, void* datum)
+int HeldCallback(int, void* user_data)
 {
-    auto* subscriber = static_cast<Subscriber*>(datum);
+    auto* subscriber = static_cast<Subscriber*>(user_data);
     subscriber->running = true;
     subscriber->entered.set_value();
-    subscriber->leave.wait();
+    subscriber->leave.get_future().wait();
     subscriber->running = false;
     return 1;
 }
@@ -140,8 +218,6 @@ int HeldCallback(int, void* datum)
 TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
 {
     Subscriber subscriber;
-    std::promise<void> leave;
-    subscriber.leave = leave.get_future().share();
     device_power_subscribe_poweroff(HeldCallback, &subscriber);
     auto notifying = std::async(std::launch::async, [] { return tv::PowerService::Get().Notify(1, false); });
     subscriber.entered.get_future().wait();
@@ -152,59 +228,55 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     // The subscription is gone at once, the call returns once the callback has.
     while (tv::PowerService::Get().CountRegistrations() != 0)
         std::this_thread::yield();
-    EXPECT_TRUE(subscriber.running);
-    leave.set_value();
+    subscriber.leave.set_value();
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
-    EXPECT_LT(device_power_unsubscribe_poweroff(HeldCallback), 0);
 }
 
-TEST_F(Platform, HeldDeliveriesKeepTheOrderInWhichTheyCameUp)
+int CountCall(void* count)
 {
-    tv::Deliveries deliveries;
-    tv::DeliveryThread first("first");
-    tv::DeliveryThread second("second");
-    std::string order;
-    deliveries.Hold();
-    deliveries.Post(first, [&] { order += 'a'; });
-    deliveries.Post(second, [&] {
-        order += 'b';
-        deliveries.Post(first, [&] { order += 'e'; });
-    });
-    deliveries.Post(first, [&] { order += 'c'; });
-    deliveries.Post(second, [&] { order += 'd'; });
-    EXPECT_EQ(order, "");
-    EXPECT_EQ(deliveries.Release(), 5U);
-    EXPECT_EQ(order, "abcde");
-    deliveries.Post(first, [&] { order += 'f'; });
-    deliveries.Resume();
-    first.Drain();
-    EXPECT_EQ(order, "abcdef");
+    return ++*static_cast<int*>(count);
 }
 
-TEST_F(Platform, TheClockGoesOffInOrder)
+TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
 {
-    using std::chrono::milliseconds;
-    tv::Clock clock;
-    std::string order;
-    const auto note = [&](char name) {
-        return [&order, &clock, name] { order += name + std::to_string(clock.Now().count()) + ' '; };
+    const device_power_poweroff_cb on_power = [](int, void* count) { return CountCall(count); };
+    const vconf_callback_fn on_key = [](keynode_t*, void* count) { CountCall(count); };
+    FCEMSProxy* const events = FCEMSProxy::GetInstanceForPlugin(
+        FIIPCConnection::GetInstance(), [](int, FSEventData, void* count) { return CountCall(count); });
+    ISignalSubscriber* signals = nullptr;
+    TVServiceAPI::CreateSignalSubscriber(
+        [](ESignalType, TSSignalData, void* count) { return CountCall(count); }, &signals);
+    int first = 0;
+    int second = 0;
+    for (int* const count : {&first, &second}) {
+        EXPECT_EQ(device_power_subscribe_poweroff(on_power, count), 0);
+        EXPECT_EQ(vconf_notify_key_changed("k", on_key, count), 0);
+        EXPECT_EQ(events->Subscribe(5, count), 0);
+        EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
+    }
+    // What else is subscribed is another matter.
+    vconf_notify_key_changed("other", on_key, &first);
+    events->Subscribe(6, &first);
+    signals->Subscribe(static_cast<ESignalType>(178), &first, 1, 0, 0);
+    const auto tell_all = [] {
+        for (const char* verb :
+             {R"("poweroff","type":1)", R"("setting","key":"k","value":1)", R"("event","event":5)",
+              R"("signal","signal":177)", R"("setting","key":"other","value":1)", R"("event","event":6)",
+              R"("signal","signal":178)"})
+            Do(R"({"tv":)" + std::string(verb) + "}");
     };
-    clock.Set(milliseconds(30), note('c'));
-    clock.Set(milliseconds(10), note('a'));
-    const tv::Clock::AlarmId cancelled = clock.Set(milliseconds(20), note('x'));
-    clock.Set(milliseconds(10), [&] {
-        order += "b ";
-        clock.Set(milliseconds(15), note('n'));
-        clock.Set(milliseconds(5), note('p'));  // has passed: goes off next
-    });
-    clock.Cancel(cancelled);
-    clock.SetDate(milliseconds(1000));
-    clock.Advance(milliseconds(29), [&] { order += "| "; });
-    EXPECT_EQ(order, "a10 | b | p10 | n15 | ");
-    EXPECT_EQ(clock.Date(), milliseconds(1029));
-    clock.Advance(milliseconds(1), [] {});
-    EXPECT_EQ(order, "a10 | b | p10 | n15 | c30 ");
+    tell_all();
+    for (const bool subscribed : {true, false}) {
+        EXPECT_EQ(device_power_unsubscribe_poweroff(on_power) == 0, subscribed);
+        EXPECT_EQ(vconf_ignore_key_changed("k", on_key) == 0, subscribed);
+        EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
+        EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
+    }
+    tell_all();
+    EXPECT_EQ(first, 2 * 3);
+    EXPECT_EQ(second, 4);
+    EXPECT_EQ(tv::DropLeftovers(), 3U);
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include "tests/support/host_process.h"
 
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -63,31 +60,26 @@ HostResult RunHost(const std::string& arguments, const std::string& input)
 
 ServeProcess::ServeProcess(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> words{HostPath().string(), "serve"};
+    // The shell tells its number, which the program takes over.
+    std::string command = "echo $$; exec " + HostPath().string() + " serve";
     if (std::find(arguments.begin(), arguments.end(), "--port") == arguments.end())
-        words.insert(words.end(), {"--port", "0"});
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> pointers;
-    for (std::string& word : words)
-        pointers.push_back(word.data());
-    pointers.push_back(nullptr);
-
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0)
+        command += " --port 0";
+    for (const std::string& argument : arguments)
+        command += " '" + argument + '\'';
+    output_ = popen(command.c_str(), "re");
+    if (output_ == nullptr)
         throw std::runtime_error("can't make a pipe");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    const int error = posix_spawn(&process_, words[0].c_str(), &actions, nullptr, pointers.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
-    for (char c = 0; error == 0 && read(ends[0], &c, 1) == 1 && c != '\n';)
-        line_ += c;
-    close(ends[0]);
+    const auto read_line = [this] {
+        std::string line;
+        for (int c = std::fgetc(output_); c != EOF && c != '\n'; c = std::fgetc(output_))
+            line += static_cast<char>(c);
+        return line;
+    };
+    process_ = std::stoi(read_line());
+    line_ = read_line();
     const std::size_t colon = line_.rfind(':');
     if (line_.compare(0, 11, "zelumo-tv: ") != 0 || colon == std::string::npos) {
-        if (error == 0)
-            End(SIGKILL);
+        End(SIGKILL);
         throw std::runtime_error("the server did not start: " + line_);
     }
     port_ = static_cast<std::uint16_t>(std::stoi(line_.substr(colon + 1)));
@@ -102,8 +94,7 @@ ServeProcess::~ServeProcess()
 int ServeProcess::End(int signal)
 {
     kill(process_, signal);
-    int status = 0;
-    waitpid(process_, &status, 0);
+    const int status = pclose(output_);
     process_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -51,6 +52,7 @@ class ServeProcess {
     int End(int signal);
 
   private:
+    std::FILE* output_ = nullptr;
     int process_ = -1;
     std::string line_;
     std::uint16_t port_ = 0;

@@ -14,16 +14,20 @@
 namespace test {
 namespace {
 
-/// Benchmarks use this library as well, so a broken promise ends the process instead of failing a test.
-void Require(bool holds, const std::string& what)
+void Abort(const std::string& what)
 {
-    if (holds)
-        return;
     std::fprintf(stderr, "test support: %s\n", what.c_str());
     std::abort();
 }
 
+MisuseHandler misused = Abort;
+
 }  // namespace
+
+void OnMisuse(MisuseHandler handler)
+{
+    misused = handler;
+}
 
 std::filesystem::path PluginPath()
 {
@@ -58,7 +62,8 @@ Page::~Page()
     std::string left;
     for (const Json::Value& message : messages_)
         left += "\n  " + Text(message);
-    Require(left.empty(), "messages that the test did not expect:" + left);
+    if (!left.empty())
+        misused("messages that the test did not expect:" + left);
 }
 
 void Page::Open()
@@ -73,7 +78,8 @@ void Page::Close()
     instance_.reset();
     const std::size_t left = tv::DropLeftovers();
     Settle();
-    Require(left == 0, std::to_string(left) + " subscriptions outlive the instance");
+    if (left != 0)
+        misused(std::to_string(left) + " subscriptions outlive the instance");
 }
 
 void Page::Settle()

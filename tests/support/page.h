@@ -27,9 +27,14 @@ Json::Value J(const std::string& text);
 /// Compact text of a JSON value, for messages and comparisons.
 std::string Text(const Json::Value& value);
 
+/// What becomes of a page that was used wrongly. The process is aborted, unless a handler is set: the test
+/// programs fail the test, the other users of this library have none.
+using MisuseHandler = void (*)(const std::string& what);
+void OnMisuse(MisuseHandler handler);
+
 /// A page with the real plug-in, and a TV that stands still. Deliveries that the TV makes by itself wait
 /// until the command that set them off was answered (Stepped), or come as they come up (Free). At the end
-/// every message must have been taken and nothing may be left subscribed: else the test fails.
+/// every message must have been taken and nothing may be left subscribed: anything else is a misuse.
 class Page {
   public:
     enum class Deliveries { Stepped, Free };

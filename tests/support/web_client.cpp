@@ -176,11 +176,9 @@ int WebListener::status() const
 
 std::string WebListener::Read()
 {
-    core_->buffer.clear();
-    error_code error;
-    core_->socket.read(core_->buffer, error);
-    Require(error, "reading a text");
-    return beast::buffers_to_string(core_->buffer.data());
+    if (std::optional<std::string> text = Next())
+        return *text;
+    throw std::runtime_error("no text any more: " + reason());
 }
 
 std::optional<std::string> WebListener::Next()

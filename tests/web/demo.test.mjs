@@ -15,15 +15,12 @@ async function open(context, host = tv) {
 }
 
 function demoTest(name, body, options) {
-  browserTest(
-    name,
-    async (context) => {
-      const page = await open(context);
-      await body(page, context);
-      assert.deepEqual(page.faults, []);
-    },
-    options,
-  );
+  const run = async (context) => {
+    const page = await open(context);
+    await body(page, context);
+    assert.deepEqual(page.faults, []);
+  };
+  browserTest(name, run, options);
 }
 
 const press = async (page, ...keys) => {
@@ -31,119 +28,83 @@ const press = async (page, ...keys) => {
   for (const key of keys) await page.keyboard.press(key);
 };
 const shows = (page, selector, text) => page.locator(selector).filter({ hasText: text }).first().waitFor();
-const tunedTo = (test, what) => until(async () => test((await tv.state()).channel), `tuned: ${what}`);
+const send = (page, verb) => page.click(`[data-verb="${verb}"] .primary`);
+const channel = async (is, host = tv) => until(async () => ((now) => is(now) && now)((await host.state()).channel), `a channel that ${is}`);
+const player = async (is) => until(async () => ((now) => now && is(now) && now)((await tv.state()).players.at(-1)), `a player that ${is}`);
 
 demoTest("keys tune, and the banner follows", async (page) => {
   const first = (await tv.state()).channel;
   await shows(page, ".banner", first.name);
   assert.match(await page.locator(".banner .times").innerText(), /\d\d:\d\d/);
-
-  await press(page, "ArrowUp");
-  await tunedTo((c) => c.serviceId !== first.serviceId, "up");
-  await shows(page, ".banner", (await tv.state()).channel.name);
-  await press(page, "ArrowDown");
-  await tunedTo((c) => c.serviceId === first.serviceId, "down");
-
-  await press(page, "3", "Enter");
-  const third = await tunedTo((c) => c.major === 3 && c, "digits");
-  await shows(page, ".banner", third.name);
+  for (const [keys, is] of [
+    [["ArrowUp"], (c) => c.serviceId !== first.serviceId],
+    [["ArrowDown"], (c) => c.serviceId === first.serviceId],
+    [["3", "Enter"], (c) => c.major === 3],
+    [["c", "ArrowDown", "Enter"], (c) => c.major !== 3],
+  ]) {
+    await press(page, ...keys);
+    await shows(page, ".banner", (await channel(is)).name);
+  }
   await press(page, "9", "9", "9", "Enter");
   await shows(page, ".tv-notice", "no channel 999");
-
-  await press(page, "c", "ArrowDown", "Enter");
-  await tunedTo((c) => c.serviceId !== third.serviceId, "the list");
-
   // A service id that a double can't hold.
   const long = await page.evaluate(() => document.querySelector("channel-app").channels.find(({ id }) => BigInt(id) > 2n ** 53n));
   await press(page, "c");
-  await page.locator(`.channel-list [data-id="${long.id}"]`).click();
-  await tunedTo((c) => c.serviceId === long.id, long.id);
-  await shows(page, ".banner", long.name);
+  await page.click(`.channel-list [data-id="${long.id}"]`);
+  await shows(page, ".banner", (await channel((c) => c.serviceId === long.id)).name);
 });
 
 demoTest("the guide shows programmes and tunes to them", async (page) => {
   await press(page, "1", "Enter");
-  await tunedTo((c) => c.major === 1, "1");
+  await channel((c) => c.major === 1);
   await press(page, "g");
-  const title = () => page.locator(".guide-detail h2").innerText();
-  const time = () => page.locator(".guide-detail .times").innerText();
-  const channel = () => page.locator(".guide-detail .channel").innerText();
-  const present = [await title(), await time(), await channel()];
+  const detail = () => Promise.all(["h2", ".times", ".channel"].map((part) => page.locator(`.guide-detail ${part}`).innerText()));
+  const present = await detail();
   await press(page, "ArrowRight");
-  assert.notDeepEqual([await title(), await time()], present.slice(0, 2));
+  assert.notDeepEqual((await detail()).slice(0, 2), present.slice(0, 2));
   await press(page, "Enter");
   await shows(page, ".tv-notice", "marked");
   await press(page, "ArrowLeft", "ArrowDown");
-  assert.notEqual(await channel(), present[2]);
+  assert.notEqual((await detail())[2], present[2]);
   assert.equal(await page.locator(".guide-grid .guide-row").count(), 7);
   await press(page, "Enter");
-  await tunedTo((c) => c.major !== 1, "from the guide");
+  await channel((c) => c.major !== 1);
   await page.locator(".view.live").waitFor();
 });
 
 demoTest("the player plays, and its picture stands where the TV has put it", async (page) => {
-  const player = async () => (await tv.state()).players.at(-1);
-  const is = (state) => until(async () => (await player())?.state === state, `the player is ${state}`);
-  await press(page, "p", "Enter");
-  await is("playing");
-  const { rect, url } = await player();
-  assert.match(url, /film/);
-  const box = async () =>
+  // Where the picture is, in the TV's pixels.
+  const box = () =>
     page.evaluate(() => {
-      const screen = document.querySelector(".screen").getBoundingClientRect();
-      const plane = document.querySelector(".video-plane").getBoundingClientRect();
-      const k = 1920 / screen.width;
-      const round = (n) => Math.round(n * k);
+      const [screen, plane] = [".screen", ".video-plane"].map((name) => document.querySelector(name).getBoundingClientRect());
+      const round = (n) => Math.round((n * 1920) / screen.width);
       return { x: round(plane.x - screen.x), y: round(plane.y - screen.y), width: round(plane.width), height: round(plane.height) };
     });
-  await page.locator(".video-plane").waitFor();
-  assert.deepEqual(await box(), rect);
-  await page.click('[data-act="full"]');
-  const full = { x: 0, y: 0, width: 1920, height: 1080 };
-  await until(async () => JSON.stringify(await box()) === JSON.stringify(full), "the whole screen");
-  assert.deepEqual((await player()).rect, full);
-  await press(page, "Escape");
-
-  await shows(page, ".heard", "137");
-  await page.click('[data-act="pause"]');
-  await is("paused");
-  await shows(page, ".osd .status", "paused");
-  await page.click('[data-act="resume"]');
-  await is("playing");
-  await press(page, "ArrowRight");
-  await until(async () => (await player()).position >= 30_000, "30 s on");
-  await page.locator(".osd input").evaluate((bar) => {
-    bar.value = 300;
-    bar.dispatchEvent(new Event("change"));
-  });
-  await until(async () => (await player()).position >= 300_000, "the place sought");
-  await shows(page, ".osd .time", "10:00");
-
-  await press(page, "ArrowDown", "ArrowDown", "Enter");
-  await until(async () => (await player()).live, "a live stream");
-  await page.click('[data-act="live"]');
-  await is("playing");
-  await press(page, "ArrowDown", "Enter");
-  await shows(page, ".heard", "134");
+  const stands = async ({ rect }) => JSON.stringify(await box()) === JSON.stringify({ x: rect.x, y: rect.y, width: rect.width, height: rect.height });
+  const act = (name) => () => page.click(`[data-act="${name}"]`);
+  const seek = (bar) => Object.assign(bar, { value: 300 }).dispatchEvent(new Event("change"));
+  for (const [does, is, selector, text] of [
+    [() => press(page, "p", "Enter"), (p) => p.state === "playing" && /film/.test(p.url) && p.rect.width < 1920, ".osd", ""],
+    [act("full"), (p) => p.rect.width === 1920 && p.rect.height === 1080, ".video-plane", ""],
+    [() => press(page, "Escape"), (p) => p.state === "playing", ".heard", "137"],
+    [act("pause"), (p) => p.state === "paused", ".osd .status", "paused"],
+    [act("resume"), (p) => p.state === "playing", ".osd .status", "playing"],
+    [() => press(page, "ArrowRight"), (p) => p.position >= 30_000, ".osd .time", "10:00"],
+    [() => page.locator(".osd input").evaluate(seek), (p) => p.position >= 300_000, ".osd .time", "10:00"],
+    [() => press(page, "ArrowDown", "ArrowDown", "Enter"), (p) => p.live, ".osd", ""],
+    [act("live"), (p) => p.state === "playing", ".osd", ""],
+    [() => press(page, "ArrowDown", "Enter"), (p) => p.state === "failed", ".heard", "134"],
+  ]) {
+    await does();
+    const now = await player(is);
+    await shows(page, selector, text);
+    if (now.state === "playing") await until(() => stands(now), "the picture in its place");
+  }
   await press(page, "l");
   await page.locator(".video-plane").waitFor({ state: "hidden" });
 });
 
-demoTest("settings are read, written and watched", async (page) => {
-  const row = (label) => page.locator(".setting", { hasText: label });
-  await press(page, "s", "ArrowDown");
-  const before = Number(await row("Volume").locator(".value").innerText());
-  await press(page, "ArrowRight", "ArrowRight");
-  await until(async () => (await tv.state()).settings["db/menu/volume"] === before + 2, "the volume");
-
-  await page.click("#tab-settings");
-  await page.fill('[data-verb="setting"] [name="value"]', '"fr"');
-  await page.click('[data-verb="setting"] .primary');
-  await row("Language").locator(".value", { hasText: "fr" }).waitFor();
-  await shows(page, '[data-verb="setting"] .result', '"delivered":1');
-});
-
-demoTest("the remote's forms show the line that they send", async (page, context) => {
+demoTest("the remote's forms show the line that they send, and the page sees what comes of it", async (page, context) => {
   await context.grantPermissions(["clipboard-read", "clipboard-write"]);
   const form = page.locator('[data-verb="event"]');
   await form.locator('[name="event"]').fill("90020");
@@ -151,62 +112,61 @@ demoTest("the remote's forms show the line that they send", async (page, context
   assert.equal(line, '{"tv":"event","event":90020}');
   await form.getByText("Copy").click();
   assert.equal(await page.evaluate(() => navigator.clipboard.readText()), line);
-  await form.locator(".primary").click();
+  await send(page, "event");
   await shows(page, '[data-verb="event"] .result', '"delivered":1');
-
   await form.locator('[name="event"]').fill("soon");
   assert.equal(await form.locator(".primary").isDisabled(), true);
   await form.locator(".line").fill('{"tv":"event"}');
-  await form.locator(".primary").click();
+  await send(page, "event");
   await shows(page, '[data-verb="event"] .result.bad', "error");
 
-  await page.locator('[data-verb="signal"] .primary').click();
+  await send(page, "signal");
   await shows(page, ".tv-notice", "The sound is on again");
   await page.click('[data-key="power"]');
   await page.locator(".tv-off").waitFor();
   await press(page, "ArrowUp");
   await page.locator(".tv-off").waitFor({ state: "hidden" });
 
-  await press(page, "p", "Enter");
+  const value = (label) => page.locator(".setting", { hasText: label }).locator(".value");
+  await press(page, "s", "ArrowDown");
+  const before = Number(await value("Volume").innerText());
+  await press(page, "ArrowRight", "ArrowRight");
+  await until(async () => (await tv.state()).settings["db/menu/volume"] === before + 2, "the volume");
+  await page.click("#tab-settings");
+  await page.fill('[data-verb="setting"] [name="value"]', '"fr"');
+  await send(page, "setting");
+  await value("Language").filter({ hasText: "fr" }).waitFor();
+
+  await press(page, "l", "p", "Enter");
   await page.click("#tab-player");
-  const report = page.locator('[data-verb="report"]');
-  await report.locator('[name="type"]').fill("97");
-  await report.locator(".primary").click();
+  await page.fill('[data-verb="report"] [name="type"]', "97");
+  await send(page, "report");
   await shows(page, ".osd .status", "at the end");
 });
 
-demoTest("faults are set and taken away", async (page) => {
+demoTest("faults are set and taken away, and every command can be sent from its form", async (page) => {
   await press(page, "p");
   await page.click("#tab-faults");
-  const answer = page.locator('[data-verb="answer"]');
-  await answer.locator('[name="call"]').selectOption("BmsPlay");
-  assert.equal(await answer.locator(".line").inputValue(), '{"tv":"answer","call":"BmsPlay","result":-1}');
-  await answer.locator(".primary").click();
+  await page.locator('[data-verb="answer"] [name="call"]').selectOption("BmsPlay");
+  await send(page, "answer");
   await shows(page, ".answer", "BmsPlay");
   await press(page, "Enter");
   await shows(page, ".tv-notice", "Play: the player refused");
   await page.locator(".answer button").click();
   await shows(page, "#panel-faults", "every call works as usual");
   await press(page, "Enter");
-  await until(async () => (await tv.state()).players.at(-1).state === "playing", "Play works again");
-});
+  await player((p) => p.state === "playing");
 
-demoTest("every command can be sent from its form", async (page) => {
   const api = await (await fetch(`${tv.url}/page-api.json`)).json();
-  for (const event of [90019, 90020]) await page.evaluate((e) => document.querySelector("embed").postMessageAndAwaitResponse({ command: "UnRegisterEvent", event: e }), event);
   await page.click("#tab-commands");
   const panel = page.locator("#panel-commands");
   for (const { name, example } of api.commands) {
     await panel.getByLabel("Command").selectOption(name);
     assert.deepEqual(JSON.parse(await panel.locator(".line").inputValue()), { await: example }, name);
-    await panel.locator(".primary").click();
-    const result = panel.locator(".result");
-    await result.filter({ hasText: '"code"' }).waitFor();
-    // The app watches its settings keys already.
-    const expected = name === "AddVconfCallbackWithKey" ? 9999 : 0;
-    assert.equal(JSON.parse(await result.innerText()).code, expected, `${name}: ${await result.innerText()}`);
   }
   await panel.getByLabel("Command").selectOption("GetVersion");
+  await panel.locator(".primary").click();
+  await shows(page, "#panel-commands .result", '"1.00"');
   await panel.getByLabel("Way").selectOption("post");
   await panel.locator(".primary").click();
   await shows(page, ".lines .message", "NotSupportedError");
@@ -214,93 +174,81 @@ demoTest("every command can be sent from its form", async (page) => {
 
 demoTest("the journal is filtered, searched, paused, cleared and saved", async (page) => {
   const lines = page.locator(".lines li:visible");
-  const of = (kind) => page.locator(`.lines li.${kind}:visible`);
+  const click = (name) => page.getByRole("button", { name }).click();
+  const count = (kind) => page.locator(`.lines li.${kind}:visible`).count();
   await shows(page, ".lines .reply", '"code":0');
-  await of("call").first().waitFor();
-  await page.getByRole("button", { name: "Calls" }).click();
-  assert.equal(await of("call").count(), 0);
-  assert.notEqual(await of("reply").count(), 0);
+  await until(() => count("call"), "calls");
+  await click("Calls");
+  assert.deepEqual([await count("call"), (await count("reply")) > 0], [0, true]);
+  const search = page.getByLabel("Search the journal");
+  await search.fill("90020");
+  const found = (texts) => texts.length > 0 && texts.every((text) => text.includes("90020"));
+  await until(async () => found(await lines.allInnerTexts()), "only what was sought");
+  await search.fill("");
 
-  await page.getByLabel("Search the journal").fill("90020");
-  await until(async () => (await lines.allInnerTexts()).every((text) => text.includes("90020")) && (await lines.count()) > 0, "only what was sought");
-  await page.getByLabel("Search the journal").fill("");
-
-  await page.getByRole("button", { name: "Pause" }).click();
+  await click("Pause");
   const before = await lines.count();
   await tv.do({ tv: "signal", signal: 177 });
   await shows(page, ".count", "waiting");
   assert.equal(await lines.count(), before);
-  await page.getByRole("button", { name: "Go on" }).click();
+  await click("Go on");
   await shows(page, ".lines .message", "Unmute");
-
-  await page.getByRole("button", { name: "Clear" }).click();
+  await click("Clear");
   assert.equal(await lines.count(), 0);
   await press(page, "ArrowUp");
   await shows(page, ".lines .message", "ChEnter");
-  const [download] = await Promise.all([page.waitForEvent("download"), page.getByRole("button", { name: "Save" }).click()]);
+  const [download] = await Promise.all([page.waitForEvent("download"), click("Save")]);
   const script = readFileSync(await download.path(), "utf8").trim().split("\n").map((line) => JSON.parse(line));
-  const asked = script.findIndex((line) => line.await?.command === "SetNextService");
-  const replied = script.findIndex((line) => line.reply);
-  const heard = script.findIndex((line) => line.message);
-  assert.ok(asked >= 0 && asked < replied && replied < heard, JSON.stringify(script));
-  assert.equal(script.some((line) => "call" in line), false);
+  const kinds = script.map((line) => Object.keys(line)[0]);
+  assert.equal(script.find((line) => line.await).await.command, "SetNextService");
+  assert.deepEqual([...new Set(kinds)].slice(0, 3), ["await", "reply", "message"], kinds.join());
+  assert.ok(!kinds.includes("call"));
 });
 
-demoTest("everything can be reached by keyboard", async (page) => {
+demoTest("everything can be reached by keyboard, and the remote alone leaves the page its TV", async (page, context) => {
   await page.focus("channel-app");
   const reached = new Set();
-  for (let i = 0; i < 60 && reached.size < 3; ++i) {
+  for (let i = 0; i < 60; ++i) {
     await page.keyboard.press("Tab");
-    const where = await page.evaluate(() => document.activeElement.closest(".keypad, .panel, .lines")?.className.split(" ")[0]);
-    if (where) reached.add(where);
+    reached.add(await page.evaluate(() => document.activeElement.closest(".keypad, .panel, .lines")?.className.split(" ")[0]));
   }
-  assert.deepEqual([...reached].sort(), ["keypad", "lines", "panel"]);
+  assert.ok(["keypad", "panel", "lines"].every((part) => reached.has(part)), [...reached].join());
   await page.focus("#tab-tv");
   await page.keyboard.press("ArrowRight");
-  assert.equal(await page.locator("#panel-player").isVisible(), true);
+  await page.locator("#panel-player").waitFor();
   assert.equal(await page.evaluate(() => document.activeElement.id), "tab-player");
-});
 
-demoTest("the remote alone leaves the page its TV", async (page, context) => {
   const { page: number } = await tv.state();
   const remote = await context.newPage();
   await remote.goto(`${tv.url}/demo/remote.html`);
   await shows(remote, "#connection.good", `Page ${number}`);
-  await remote.locator('[data-verb="signal"] .primary').click();
+  await send(remote, "signal");
   await shows(page, ".tv-notice", "The sound is on again");
   await shows(remote, ".lines .message", "Unmute");
   assert.equal(await remote.getByRole("tab", { name: "Commands" }).count(), 0);
   assert.equal((await tv.state()).page, number);
 });
 
-for (const [width, height] of [[1280, 720], [1920, 1080]]) {
-  for (const colorScheme of ["light", "dark"]) {
-    demoTest(
-      `nothing is cut off at ${width} by ${height}, ${colorScheme}`,
-      async (page) => {
-        for (const tab of ["tv", "player", "settings", "faults", "commands", "state"]) {
-          await page.click(`#tab-${tab}`);
-          const wide = await page.evaluate(() => {
-            const out = [];
-            for (const element of document.querySelectorAll("main > *, header > *, .toolbar > *, .keypad button, .panel:not([hidden]) *")) {
-              const box = element.getBoundingClientRect();
-              if (box.width && (box.right > innerWidth + 1 || box.left < -1)) out.push(element.outerHTML.slice(0, 80));
-            }
-            const panel = document.querySelector(".panel:not([hidden])");
-            if (panel.scrollWidth > panel.clientWidth) out.push("panel");
-            if (document.documentElement.scrollHeight > innerHeight) out.push("page");
-            return out;
-          });
-          assert.deepEqual(wide, [], tab);
-        }
-        const journal = await page.locator(".lines").boundingBox();
-        assert.ok(journal.height > 120, `${journal.height} px of journal`);
-        const screen = await page.locator("channel-app").boundingBox();
-        assert.ok(Math.abs(screen.width / screen.height - 16 / 9) < 0.01);
-      },
-      { viewport: { width, height }, colorScheme },
-    );
-  }
+for (const [width, height, colorScheme] of [[1280, 720, "light"], [1920, 1080, "dark"]]) {
+  const body = async (page) => {
+    for (const tab of ["tv", "player", "settings", "faults", "commands", "state"]) {
+      await page.click(`#tab-${tab}`);
+      const cut = await page.evaluate(() => {
+        const sides = (element) => element.getBoundingClientRect();
+        const all = [...document.querySelectorAll("main > *, header > *, .toolbar > *, .keypad button, .panel:not([hidden]) *")];
+        const wide = all.filter((element) => sides(element).width && (sides(element).right > innerWidth + 1 || sides(element).left < -1));
+        const panel = document.querySelector(".panel:not([hidden])");
+        if (panel.scrollWidth > panel.clientWidth) wide.push(panel);
+        if (document.documentElement.scrollHeight > innerHeight) wide.push(document.documentElement);
+        return wide.map((element) => element.outerHTML.slice(0, 80));
+      });
+      assert.deepEqual(cut, [], tab);
+    }
+    const [journal, screen] = await Promise.all([".lines", "channel-app"].map((part) => page.locator(part).boundingBox()));
+    assert.ok(journal.height > 120, `${journal.height} px of journal`);
+    assert.ok(Math.abs(screen.width / screen.height - 16 / 9) < 0.01);
+  };
+  demoTest(`nothing is cut off at ${width} by ${height}, ${colorScheme}`, body, { viewport: { width, height }, colorScheme });
 }
 
 browserTest("the demo goes on when its host comes back", async (context) => {
@@ -311,10 +259,8 @@ browserTest("the demo goes on when its host comes back", async (context) => {
   own = await Tv.start("--port", own.port);
   await shows(page, "#connection.good", "Page");
   await press(page, "5", "Enter");
-  await until(async () => (await own.state()).channel.major === 5, "tuned");
-  await shows(page, ".banner", (await own.state()).channel.name);
+  await shows(page, ".banner", (await channel((c) => c.major === 5, own)).name);
   await shows(page, ".lines .message", "ChEnter");
-
   const second = await open(context, own);
   await shows(page, "#connection.bad", "Another page");
   await press(second, "ArrowUp");

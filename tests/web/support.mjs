@@ -13,13 +13,8 @@ export const PAGES = join(here, "pages");
 
 const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
 const FLAGS = [
-  "--no-sandbox",
-  "--disable-gpu",
-  "--disable-quic",
-  "--no-first-run",
-  "--disable-background-networking",
-  "--disable-component-update",
-  "--disable-sync",
+  "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
+  "--disable-component-update", "--disable-sync",
 ];
 const WAIT_MS = 10_000;
 

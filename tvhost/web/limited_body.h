@@ -13,6 +13,7 @@ namespace host {
 
 /// A body as far as the limit goes; what is over it is read and thrown away.
 struct LimitedBody {
+    // NOLINTNEXTLINE(readability-identifier-naming): a name that Beast asks for
     struct value_type {
         std::string text;
         std::size_t limit = 0;
@@ -22,6 +23,7 @@ struct LimitedBody {
     static constexpr std::size_t kReserved = std::size_t{16} * 1024;
 
     /// As the parser wants it.
+    // NOLINTNEXTLINE(readability-identifier-naming): a name that Beast asks for
     class reader {
       public:
         template <bool is_request, typename Fields>

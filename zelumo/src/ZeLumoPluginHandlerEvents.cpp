@@ -87,13 +87,15 @@ FCEMSProxy* CZeLumoPluginHandler::GetEventProxy()
 bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
 {
     LOG_DEBUG("[CZeLumoPluginHandler::%s] event  %d", __func__, event);
+    bool registered = false;
     {
         const zelumo::MutexLock lock(m_mutexLists);
-        if (std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event) !=
-            m_listSubscribedEvent.end()) {
-            LOG_ERROR("[CZeLumoPluginHandler::%s] already registered signal: %d", __func__, event);
-            return false;
-        }
+        registered = std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event) !=
+                     m_listSubscribedEvent.end();
+    }
+    if (registered) {
+        LOG_ERROR("[CZeLumoPluginHandler::%s] already registered signal: %d", __func__, event);
+        return false;
     }
     FCEMSProxy* const proxy = GetEventProxy();
     if (proxy == nullptr) {

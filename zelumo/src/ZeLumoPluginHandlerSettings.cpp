@@ -58,13 +58,14 @@ bool CZeLumoPluginHandler::GetBooleanFromVconfWithKey(std::string& key, int& val
 
 bool CZeLumoPluginHandler::AddVconfCallbackWithKey(std::string& key)
 {
+    bool registered = false;
     {
         const zelumo::MutexLock lock(m_mutexLists);
-        if (std::find(m_listVconfKey.begin(), m_listVconfKey.end(), key) != m_listVconfKey.end()) {
-            LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__,
-                      key.c_str());
-            return false;
-        }
+        registered = std::find(m_listVconfKey.begin(), m_listVconfKey.end(), key) != m_listVconfKey.end();
+    }
+    if (registered) {
+        LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__, key.c_str());
+        return false;
     }
     if (vconf_notify_key_changed(key.c_str(), t_VconfChangedCallBack, this) < 0) {
         LOG_ERROR("[CZeLumoPluginHandler::%s] failed to vconf_notify_key_changed() with key:%s", __func__,

@@ -5,6 +5,7 @@
 #include "ppapi/cpp/instance.h"
 #include "ppapi/cpp/message_handler.h"
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 /// Base of a plug-in's message handler: passes the page's messages on and builds the dictionaries that
 /// answer them. The building operations may be called on any thread.

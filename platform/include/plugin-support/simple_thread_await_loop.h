@@ -4,6 +4,7 @@
 
 #include "ppapi/cpp/instance_handle.h"
 #include "ppapi/cpp/message_loop.h"
+#include "zelumo-platform/export.h"
 
 namespace pp {
 

@@ -1,3 +1,6 @@
+#include "core/calls.h"
+#include "core/clock.h"
+#include "core/form.h"
 #include "services/content/content_service.h"
 #include "services/content/service_description.h"
 
@@ -8,10 +11,10 @@ namespace tv {
 namespace {
 
 struct ContentCalls : CallTable {
-    using Text = Call<bool, Out<std::string>>;
+    using Text = Call<bool(std::string), Out<std::string>>;
 
-    Call<Availability> get_virtual_channels_api{*this, "FCAPI::GetVirtualChannelsAPI", {true}};
-    Call<Availability> get_zelumo_api{*this, "FCAPI::GetZELumoAPI", {true}};
+    Call<Availability()> get_virtual_channels_api{*this, "FCAPI::GetVirtualChannelsAPI", {true}};
+    Call<Availability()> get_zelumo_api{*this, "FCAPI::GetZELumoAPI", {true}};
     Text get_program_list{*this, "FIVirtualChannelsAPI::GetProgramList", true};
     Text get_program{*this, "FIVirtualChannelsAPI::GetProgram", true};
     Text get_present_program{*this, "FIVirtualChannelsAPI::GetPresentProgram", true};
@@ -25,18 +28,19 @@ struct ContentCalls : CallTable {
     Text get_featured_virtual_channel_info{*this, "FIVirtualChannelsAPI::GetFeaturedVirtualChannelInfo",
                                            true};
     Text get_service_id{*this, "FIVirtualChannelsAPI::GetServiceIdFromOnTVProviderAndService", true};
-    Call<bool> get_viewing_agreement{*this, "FIVirtualChannelsAPI::GetViewingAgreement", true};
-    Text program_info_is_available{*this, "FIVirtualChannelsAPI::ProgramInfoIsAvailable", true};
-    Call<bool> restart_zelumo_info{*this, "FIVirtualChannelsAPI::RestartZelumoInfo", true};
-    Call<bool, Out<ExtractedServiceInfomations>> extract_service_informations{
+    Call<bool()> get_viewing_agreement{*this, "FIVirtualChannelsAPI::GetViewingAgreement", true};
+    Call<bool(), Out<std::string>> program_info_is_available{
+        *this, "FIVirtualChannelsAPI::ProgramInfoIsAvailable", true};
+    Call<bool()> restart_zelumo_info{*this, "FIVirtualChannelsAPI::RestartZelumoInfo", true};
+    Call<bool(DecimalId), Out<ExtractedServiceInfomations>> extract_service_informations{
         *this, "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId", true};
-    Call<bool> launched_zelumo_web_app{*this, "FIZELumoAPI::LaunchedZELumoWebApp", true};
-    Call<bool, Out<std::string>, Out<std::string>> get_app_id_and_url{*this, "FIZELumoAPI::GetAppIDAndURL",
-                                                                      true};
-    Call<bool> check_is_first_booting{*this, "FIZELumoAPI::CheckIsFirstBootingInZELumo", true};
-    Call<bool> is_first_entry{*this, "FIZELumoAPI::IsFirstEntryToZelumo", true};
-    Call<bool, Out<bool>, Out<bool>> check_first_boot{*this, "FIZELumoAPI::CheckFirstBootInZELumo", true};
-    Call<bool> is_instant_on{*this, "FIZELumoAPI::IsInstantOn", true};
+    Call<bool()> launched_zelumo_web_app{*this, "FIZELumoAPI::LaunchedZELumoWebApp", true};
+    Call<bool(), Out<std::string>, Out<std::string>> get_app_id_and_url{*this, "FIZELumoAPI::GetAppIDAndURL",
+                                                                        true};
+    Call<bool()> check_is_first_booting{*this, "FIZELumoAPI::CheckIsFirstBootingInZELumo", true};
+    Call<bool()> is_first_entry{*this, "FIZELumoAPI::IsFirstEntryToZelumo", true};
+    Call<bool(), Out<bool>, Out<bool>> check_first_boot{*this, "FIZELumoAPI::CheckFirstBootInZELumo", true};
+    Call<bool()> is_instant_on{*this, "FIZELumoAPI::IsInstantOn", true};
 };
 
 const ContentCalls& LibraryCalls()
@@ -107,18 +111,16 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
     }
     bool GetViewingAgreement() override
     {
-        return LibraryCalls().get_viewing_agreement(std::tuple<>(),
-                                                    [&] { return service_.first_use().viewing_agreement; });
+        return LibraryCalls().get_viewing_agreement([&] { return service_.first_use().viewing_agreement; });
     }
     bool ProgramInfoIsAvailable(std::string& response) override
     {
-        return LibraryCalls().program_info_is_available(std::tuple<>(), Out(&response), [&](auto& out) {
-            return Give(service_.ProgramInfoIsAvailable(), out);
-        });
+        return LibraryCalls().program_info_is_available(
+            Out(&response), [&](auto& out) { return Give(service_.ProgramInfoIsAvailable(), out); });
     }
     bool RestartZelumoInfo() override
     {
-        return LibraryCalls().restart_zelumo_info(std::tuple<>(), [&] {
+        return LibraryCalls().restart_zelumo_info([&] {
             service_.Restart();
             return true;
         });
@@ -126,9 +128,9 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
     bool ExtractServiceInformationsFromServiceId(unsigned long long serviceId,
                                                  ExtractedServiceInfomations& info) override
     {
-        return LibraryCalls().extract_service_informations(
-            std::tuple(DecimalId{serviceId}), Out(&info),
-            [&](auto& out) { return Give(service_.DescribeService(serviceId), out); });
+        return LibraryCalls().extract_service_informations(DecimalId{serviceId}, Out(&info), [&](auto& out) {
+            return Give(service_.DescribeService(serviceId), out);
+        });
     }
 
   private:
@@ -142,7 +144,7 @@ class ContentService::VirtualChannels : public FIVirtualChannelsAPI {
     template <auto question>
     bool Ask(const ContentCalls::Text& call, const std::string& request, std::string& response)
     {
-        return call(std::tie(request), Out(&response),
+        return call(request, Out(&response),
                     [&](auto& out) { return Give((service_.*question)(request), out); });
     }
 
@@ -155,35 +157,32 @@ class ContentService::ZelumoApi : public FIZELumoAPI {
 
     bool LaunchedZELumoWebApp() override
     {
-        return LibraryCalls().launched_zelumo_web_app(std::tuple<>(), [&] {
+        return LibraryCalls().launched_zelumo_web_app([&] {
             service_.SetLaunched();
             return true;
         });
     }
     bool GetAppIDAndURL(std::string& appID, std::string& url) override
     {
-        return LibraryCalls().get_app_id_and_url(
-            std::tuple<>(), Out(&appID), Out(&url), [&](auto& out_id, auto& out_url) {
-                const ContentConfig::Application application = service_.application();
-                out_id.Set(application.id);
-                out_url.Set(application.url);
-                return true;
-            });
+        return LibraryCalls().get_app_id_and_url(Out(&appID), Out(&url), [&](auto& out_id, auto& out_url) {
+            const ContentConfig::Application application = service_.application();
+            out_id.Set(application.id);
+            out_url.Set(application.url);
+            return true;
+        });
     }
     bool CheckIsFirstBootingInZELumo() override
     {
-        return LibraryCalls().check_is_first_booting(std::tuple<>(),
-                                                     [&] { return service_.first_use().first_boot; });
+        return LibraryCalls().check_is_first_booting([&] { return service_.first_use().first_boot; });
     }
     bool IsFirstEntryToZelumo() override
     {
-        return LibraryCalls().is_first_entry(std::tuple<>(),
-                                             [&] { return service_.first_use().first_entry; });
+        return LibraryCalls().is_first_entry([&] { return service_.first_use().first_entry; });
     }
     bool CheckFirstBootInZELumo(bool& isFirstEntry, bool& isInstantOn) override
     {
         return LibraryCalls().check_first_boot(
-            std::tuple<>(), Out(&isFirstEntry), Out(&isInstantOn), [&](auto& out_entry, auto& out_instant) {
+            Out(&isFirstEntry), Out(&isInstantOn), [&](auto& out_entry, auto& out_instant) {
                 const ContentConfig::FirstUse first_use = service_.first_use();
                 out_entry.Set(first_use.first_entry);
                 out_instant.Set(first_use.instant_on);
@@ -192,7 +191,7 @@ class ContentService::ZelumoApi : public FIZELumoAPI {
     }
     bool IsInstantOn() override
     {
-        return LibraryCalls().is_instant_on(std::tuple<>(), [&] { return service_.first_use().instant_on; });
+        return LibraryCalls().is_instant_on([&] { return service_.first_use().instant_on; });
     }
 
   private:
@@ -208,8 +207,7 @@ ContentService& ContentService::Get()
 ContentService::ContentService(const Clock& clock)
     : clock_(clock),
       virtual_channels_(std::make_unique<VirtualChannels>(*this)),
-      zelumo_(std::make_unique<ZelumoApi>(*this)),
-      line_up_(std::make_shared<const LineUp>())
+      zelumo_(std::make_unique<ZelumoApi>(*this))
 {}
 
 ContentService::~ContentService() = default;

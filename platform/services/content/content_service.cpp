@@ -2,8 +2,12 @@
 
 #include <algorithm>
 
+#include "core/form.h"
+#include "core/json_text.h"
 #include "services/content/guide.h"
 #include "services/content/pictures.h"
+#include "services/tv/line_up.h"
+#include "services/tv/tv_service.h"
 
 namespace tv {
 namespace {
@@ -13,7 +17,6 @@ using std::chrono::seconds;
 
 constexpr milliseconds kUsualSpan = std::chrono::hours(6);
 constexpr milliseconds kLongestSpan = std::chrono::hours(7 * 24);
-constexpr milliseconds kLastTime{253402300799999};  // the end of the year 9999
 
 Json::Value TimeJson(milliseconds time)
 {
@@ -23,7 +26,7 @@ Json::Value TimeJson(milliseconds time)
 std::optional<milliseconds> ReadTime(const Json::Value& json)
 {
     std::int64_t time = 0;
-    if (!FromJson(json, time) || time < 0 || time > kLastTime.count())
+    if (!FromJson(json, time) || time < 0 || time > kLastDate)
         return std::nullopt;
     return milliseconds(time);
 }
@@ -87,7 +90,7 @@ std::optional<ChannelProgram> FindProgram(const LineUp& line_up, const Guide& gu
         return std::nullopt;
     const std::optional<std::uint64_t> service_id = ParseDecimal(id.substr(0, dash));
     const std::optional<std::uint64_t> start = ParseDecimal(id.substr(dash + 1));
-    if (!service_id || !start || *start > static_cast<std::uint64_t>(kLastTime.count() / 1000))
+    if (!service_id || !start || *start > static_cast<std::uint64_t>(kLastDate / 1000))
         return std::nullopt;
     const ChannelConfig* const channel = FindChannel(line_up, *service_id);
     if (channel == nullptr)
@@ -129,18 +132,11 @@ void ContentConfig::Read(JsonObject& file)
     });
 }
 
-void ContentService::Load(std::shared_ptr<const LineUp> line_up, const ContentConfig& config)
+void ContentService::Load(const ContentConfig& config)
 {
     const MutexLock lock(mutex_);
-    line_up_ = std::move(line_up);
     config_ = config;
     on_demand_.clear();
-}
-
-std::shared_ptr<const LineUp> ContentService::line_up() const
-{
-    const MutexLock lock(mutex_);
-    return line_up_;
 }
 
 bool ContentService::available() const
@@ -178,7 +174,7 @@ void ContentService::Restart()
 
 ContentService::Answer ContentService::GetProgramList(const std::string& request) const
 {
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const std::optional<Json::Value> members = ParseJsonObject(request);
     const ChannelConfig* const channel = RequestedChannel(*whole, members);
     if (channel == nullptr)
@@ -209,7 +205,7 @@ ContentService::Answer ContentService::GetProgramList(const std::string& request
 template <typename Fill>
 ContentService::Answer ContentService::OfProgram(const std::string& request, Fill fill) const
 {
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const auto found = RequestedProgram(*whole, Guide(*whole, clock_.DateAsSet()), request);
     if (!found)
         return std::nullopt;
@@ -227,7 +223,7 @@ ContentService::Answer ContentService::GetProgram(const std::string& request) co
 
 ContentService::Answer ContentService::GetPresentProgram(const std::string& request) const
 {
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const ChannelConfig* const channel = RequestedChannel(*whole, ParseJsonObject(request));
     if (channel == nullptr)
         return std::nullopt;
@@ -244,7 +240,7 @@ ContentService::Answer ContentService::GetPresentProgram(const std::string& requ
 
 ContentService::Answer ContentService::GetChannelLogo(const std::string& request) const
 {
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const ChannelConfig* const channel = RequestedChannel(*whole, ParseJsonObject(request));
     if (channel == nullptr)
         return std::nullopt;
@@ -287,7 +283,7 @@ ContentService::Answer ContentService::UnsetOnDemandProgram(const std::string& r
     const std::optional<std::string> id = RequestedProgramId(request);
     if (!id)
         return std::nullopt;
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const bool exists = FindProgram(*whole, Guide(*whole, clock_.DateAsSet()), *id).has_value();
     const MutexLock lock(mutex_);
     // A mark may be older than the guide that its programme stood in.
@@ -312,11 +308,12 @@ ContentService::Answer ContentService::GetVCConfig(const std::string& request) c
 {
     if (!ParseJsonObject(request))
         return std::nullopt;
+    const std::size_t channels = TvService::Get().line_up()->channels.size();
     const MutexLock lock(mutex_);
     Json::Value answer;
     answer["version"] = config_.version;
     answer["country"] = config_.country;
-    answer["channels"] = static_cast<Json::UInt64>(line_up_->channels.size());
+    answer["channels"] = static_cast<Json::UInt64>(channels);
     return WriteJson(answer);
 }
 
@@ -325,7 +322,7 @@ ContentService::Answer ContentService::GetFeaturedVirtualChannelInfo(const std::
     if (!ParseJsonObject(request))
         return std::nullopt;
     Json::Value list(Json::arrayValue);
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     for (const ChannelConfig& channel : whole->channels) {
         int major = 0;
         int minor = 0;
@@ -351,7 +348,7 @@ ContentService::Answer ContentService::GetServiceIdFromOnTVProviderAndService(
     std::string service;
     if (!members || !FromJson((*members)["provider"], provider) || !FromJson((*members)["service"], service))
         return std::nullopt;
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     for (const ChannelConfig& channel : whole->channels) {
         const bool named = !channel.provider.empty() || !channel.provider_service.empty();
         if (!named || channel.provider != provider || channel.provider_service != service)
@@ -373,7 +370,7 @@ ContentService::Answer ContentService::ProgramInfoIsAvailable() const
 std::optional<ExtractedServiceInfomations> ContentService::DescribeService(
     unsigned long long service_id) const
 {
-    const auto whole = line_up();
+    const auto whole = TvService::Get().line_up();
     const ChannelConfig* const channel = FindChannel(*whole, service_id);
     if (channel == nullptr)
         return std::nullopt;

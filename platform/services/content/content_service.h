@@ -8,9 +8,12 @@
 #include <string>
 
 #include "content-service/FCAPI.h"
+#include "core/calls.h"
 #include "core/clock.h"
+#include "core/json_node.h"
+#include "core/mutex.h"
 #include "core/service.h"
-#include "services/tv/line_up.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 
@@ -47,9 +50,8 @@ class PLATFORM_API ContentService : public Service {
     explicit ContentService(const Clock& clock);
     ~ContentService() override;
 
-    /// Takes over the line-up and the first-use state; all on-demand marks are gone. `line_up` is not null.
-    /// Before the first one there are no channels.
-    void Load(std::shared_ptr<const LineUp> line_up, const ContentConfig& config) EXCLUDES(mutex_);
+    /// Takes over the first-use state; all on-demand marks are gone.
+    void Load(const ContentConfig& config) EXCLUDES(mutex_);
 
     bool available() const EXCLUDES(mutex_);
     // The interfaces, valid as long as this object, whether or not the service is available.
@@ -65,7 +67,7 @@ class PLATFORM_API ContentService : public Service {
     Answer SetOnDemandProgram(const std::string& request) EXCLUDES(mutex_);
     Answer UnsetOnDemandProgram(const std::string& request) EXCLUDES(mutex_);
     Answer GetOnDemandIdentifier(const std::string& request) const;
-    Answer GetVCConfig(const std::string& request) const;
+    Answer GetVCConfig(const std::string& request) const EXCLUDES(mutex_);
     Answer GetFeaturedVirtualChannelInfo(const std::string& request) const;
     Answer GetServiceIdFromOnTVProviderAndService(const std::string& request) const;
     Answer ProgramInfoIsAvailable() const;
@@ -85,7 +87,6 @@ class PLATFORM_API ContentService : public Service {
     class VirtualChannels;
     class ZelumoApi;
 
-    std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
     /// The answer that `fill(programme, answer)` makes for the programme that the request names.
     template <typename Fill>
     Answer OfProgram(const std::string& request, Fill fill) const;
@@ -94,7 +95,6 @@ class PLATFORM_API ContentService : public Service {
     const std::unique_ptr<VirtualChannels> virtual_channels_;
     const std::unique_ptr<ZelumoApi> zelumo_;
     mutable Mutex mutex_{LockLevel::Service};
-    std::shared_ptr<const LineUp> line_up_ GUARDED_BY(mutex_);
     ContentConfig config_ GUARDED_BY(mutex_);             ///< first use as it stands now
     std::set<std::string> on_demand_ GUARDED_BY(mutex_);  ///< ids of the marked programmes
 };

@@ -1,5 +1,7 @@
 #include "services/content/event_proxy.h"
 
+#include "core/form.h"
+#include "core/json_node.h"
 #include "services/content/content_service.h"
 
 FIIPCConnection::~FIIPCConnection() = default;
@@ -9,10 +11,10 @@ namespace tv {
 namespace {
 
 struct EventProxyCalls : CallTable {
-    Call<Availability> get_connection{*this, "FIIPCConnection::GetInstance", {true}};
-    Call<Availability> get_proxy{*this, "FCEMSProxy::GetInstanceForPlugin", {true}};
-    Call<int> subscribe{*this, "FCEMSProxy::Subscribe"};
-    Call<int> unsubscribe{*this, "FCEMSProxy::Unsubscribe"};
+    Call<Availability()> get_connection{*this, "FIIPCConnection::GetInstance", {true}};
+    Call<Availability()> get_proxy{*this, "FCEMSProxy::GetInstanceForPlugin", {true}};
+    Call<int(int)> subscribe{*this, "FCEMSProxy::Subscribe"};
+    Call<int(int)> unsubscribe{*this, "FCEMSProxy::Unsubscribe"};
 };
 
 VerbResults RaiseEvent(JsonObject& fields)
@@ -32,13 +34,13 @@ class EventProxyService::Proxy : public FCEMSProxy {
     int Subscribe(int event, void* userData) override
     {
         return TheTable<EventProxyCalls>().subscribe(
-            std::tie(event), [&] { return service_.Subscribe(callback_, event, userData); });
+            event, [&] { return service_.Subscribe(callback_, event, userData); });
     }
     bool IsSubscribed(int event) const override { return service_.IsSubscribed(callback_, event); }
     int Unsubscribe(int event) override
     {
         return TheTable<EventProxyCalls>().unsubscribe(
-            std::tie(event), [&] { return service_.Unsubscribe(callback_, event); });
+            event, [&] { return service_.Unsubscribe(callback_, event); });
     }
 
   private:

@@ -5,9 +5,13 @@
 #include <vector>
 
 #include "content-service/FCEMSProxy.h"
+#include "core/calls.h"
 #include "core/delivery.h"
+#include "core/mutex.h"
 #include "core/registrations.h"
 #include "core/service.h"
+#include "core/verb.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

@@ -2,6 +2,7 @@
 
 #include "content-service/FCAPI.h"
 #include "core/form.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

@@ -1,5 +1,7 @@
 #include "player-service/bms.h"
 
+#include "core/calls.h"
+#include "core/form.h"
 #include "services/player/player_service.h"
 
 namespace tv {
@@ -27,17 +29,18 @@ struct Form<DrmArgument> {
 namespace {
 
 struct BmsCalls : CallTable {
-    Call<int, Out<BmsPlayerId>> create_player{*this, "BmsCreatePlayer"};
-    Call<int> play{*this, "BmsPlay"};
-    Call<int> pause{*this, "BmsPause"};
-    Call<int> resume{*this, "BmsResume"};
-    Call<int> stop{*this, "BmsStop"};
-    Call<int> resume_live{*this, "BmsResumeLive"};
-    Call<int> seek{*this, "BmsSeek"};
-    Call<int, Out<std::int32_t>> get_play_time{*this, "BmsGetPlayTime"};
-    Call<int> set_video_position{*this, "BmsSetVideoPosition"};
-    Call<int> set_callback{*this, "BmsSetCallback"};
-    Call<int> unset_callback{*this, "BmsUnSetCallback"};
+    Call<int(const char*, const char*, int, int, DrmArgument), Out<BmsPlayerId>> create_player{
+        *this, "BmsCreatePlayer"};
+    Call<int(BmsPlayerId)> play{*this, "BmsPlay"};
+    Call<int(BmsPlayerId)> pause{*this, "BmsPause"};
+    Call<int(BmsPlayerId)> resume{*this, "BmsResume"};
+    Call<int(BmsPlayerId)> stop{*this, "BmsStop"};
+    Call<int(BmsPlayerId)> resume_live{*this, "BmsResumeLive"};
+    Call<int(BmsPlayerId, std::int32_t)> seek{*this, "BmsSeek"};
+    Call<int(BmsPlayerId), Out<std::int32_t>> get_play_time{*this, "BmsGetPlayTime"};
+    Call<int(BmsPlayerId, int, int, int, int)> set_video_position{*this, "BmsSetVideoPosition"};
+    Call<int(BmsPlayerId)> set_callback{*this, "BmsSetCallback"};
+    Call<int(BmsPlayerId)> unset_callback{*this, "BmsUnSetCallback"};
 };
 
 }  // namespace
@@ -77,59 +80,58 @@ int Give(const std::optional<T>& value, tv::Out<T>& out)
 int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType, _BmsDrmInfo drm,
                     BmsPlayerId* id)
 {
-    const std::tuple args(url, mimeType, timeOffset, playerType, tv::DrmArgument{drm});
-    return Calls().create_player(args, tv::Out(id),
+    return Calls().create_player(url, mimeType, timeOffset, playerType, tv::DrmArgument{drm}, tv::Out(id),
                                  [&](auto& out) { return Give(Service().Create(url, timeOffset), out); });
 }
 
 int BmsPlay(BmsPlayerId id)
 {
-    return Calls().play(std::tie(id), [&] { return Service().Play(id); });
+    return Calls().play(id, [&] { return Service().Play(id); });
 }
 
 int BmsPause(BmsPlayerId id)
 {
-    return Calls().pause(std::tie(id), [&] { return Service().Pause(id); });
+    return Calls().pause(id, [&] { return Service().Pause(id); });
 }
 
 int BmsResume(BmsPlayerId id)
 {
-    return Calls().resume(std::tie(id), [&] { return Service().Resume(id); });
+    return Calls().resume(id, [&] { return Service().Resume(id); });
 }
 
 int BmsStop(BmsPlayerId id)
 {
-    return Calls().stop(std::tie(id), [&] { return Service().Stop(id); });
+    return Calls().stop(id, [&] { return Service().Stop(id); });
 }
 
 int BmsResumeLive(BmsPlayerId id)
 {
-    return Calls().resume_live(std::tie(id), [&] { return Service().ResumeLive(id); });
+    return Calls().resume_live(id, [&] { return Service().ResumeLive(id); });
 }
 
 int BmsSeek(BmsPlayerId id, std::int32_t position)
 {
-    return Calls().seek(std::tie(id, position), [&] { return Service().Seek(id, position); });
+    return Calls().seek(id, position, [&] { return Service().Seek(id, position); });
 }
 
 int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position)
 {
-    return Calls().get_play_time(std::tie(id), tv::Out(position),
+    return Calls().get_play_time(id, tv::Out(position),
                                  [&](auto& out) { return Give(Service().PlayTime(id), out); });
 }
 
 int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height)
 {
-    return Calls().set_video_position(std::tie(id, x, y, width, height),
+    return Calls().set_video_position(id, x, y, width, height,
                                       [&] { return Service().SetVideoPosition(id, x, y, width, height); });
 }
 
 int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData)
 {
-    return Calls().set_callback(std::tie(id), [&] { return Service().SetCallback(id, callback, userData); });
+    return Calls().set_callback(id, [&] { return Service().SetCallback(id, callback, userData); });
 }
 
 int BmsUnSetCallback(BmsPlayerId id, void* userData)
 {
-    return Calls().unset_callback(std::tie(id), [&] { return Service().UnsetCallback(id, userData); });
+    return Calls().unset_callback(id, [&] { return Service().UnsetCallback(id, userData); });
 }

@@ -7,6 +7,7 @@
 
 #include "player-service/bms.h"
 #include "services/player/streams.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

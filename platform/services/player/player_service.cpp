@@ -4,6 +4,9 @@
 #include <limits>
 #include <utility>
 
+#include "core/form.h"
+#include "core/json_node.h"
+
 namespace tv {
 namespace {
 

@@ -8,12 +8,16 @@
 #include <string>
 #include <vector>
 
+#include "core/calls.h"
 #include "core/clock.h"
 #include "core/delivery.h"
+#include "core/mutex.h"
 #include "core/registrations.h"
 #include "core/service.h"
+#include "core/verb.h"
 #include "player-service/bms.h"
 #include "services/player/player.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 
@@ -35,12 +39,12 @@ class PLATFORM_API PlayerService : public Service {
     /// The new player's id, or nothing without an address. An offset outside the stream begins at its
     /// nearer end.
     std::optional<BmsPlayerId> Create(const char* url, int offset_seconds) EXCLUDES(mutex_);
-    int Play(BmsPlayerId id);
-    int Pause(BmsPlayerId id);
-    int Resume(BmsPlayerId id);
-    int Stop(BmsPlayerId id);
-    int Seek(BmsPlayerId id, std::int32_t position);
-    int ResumeLive(BmsPlayerId id);
+    int Play(BmsPlayerId id) EXCLUDES(mutex_);
+    int Pause(BmsPlayerId id) EXCLUDES(mutex_);
+    int Resume(BmsPlayerId id) EXCLUDES(mutex_);
+    int Stop(BmsPlayerId id) EXCLUDES(mutex_);
+    int Seek(BmsPlayerId id, std::int32_t position) EXCLUDES(mutex_);
+    int ResumeLive(BmsPlayerId id) EXCLUDES(mutex_);
     /// Nothing without such a player, or when it has nothing to play.
     std::optional<std::int32_t> PlayTime(BmsPlayerId id) const EXCLUDES(mutex_);
     /// Kept as it is, for the state; in any state.
@@ -60,7 +64,7 @@ class PLATFORM_API PlayerService : public Service {
 
     const CallTable* calls() const override;
     std::vector<Verb> verbs() const override;
-    void AddState(Json::Value& state) const override;
+    void AddState(Json::Value& state) const override EXCLUDES(mutex_);
     std::size_t CountRegistrations() const override { return registrations_.Count(); }
     /// Its players end as well, and ids start anew.
     std::size_t DropRegistrations() override EXCLUDES(mutex_);

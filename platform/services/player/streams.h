@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "core/json_node.h"
+#include "zelumo-platform/export.h"
 
 /// What there is to play, as a TV file describes it. Plain data.
 namespace tv {

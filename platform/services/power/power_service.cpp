@@ -1,5 +1,7 @@
 #include "services/power/power_service.h"
 
+#include "core/json_node.h"
+
 namespace tv {
 namespace {
 

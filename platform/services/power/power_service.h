@@ -3,10 +3,13 @@
 #include <variant>
 #include <vector>
 
+#include "core/calls.h"
 #include "core/delivery.h"
 #include "core/registrations.h"
 #include "core/service.h"
+#include "core/verb.h"
 #include "power/device_power.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

@@ -8,8 +8,8 @@ namespace tv {
 namespace {
 
 struct HtCalls : CallTable {
-    Call<void> register_library{*this, "ht_register_library"};
-    Call<void> deregister_library{*this, "ht_deregister_library"};
+    Call<void()> register_library{*this, "ht_register_library"};
+    Call<void()> deregister_library{*this, "ht_deregister_library"};
 };
 
 }  // namespace
@@ -23,12 +23,10 @@ const CallTable* ScopeTracer::calls() const
 
 void ht_register_library(ht_enabled_flag* enabled)
 {
-    tv::TheTable<tv::HtCalls>().register_library(std::tuple<>(),
-                                                 [&] { tv::TraceLibraries::Get().Register(enabled); });
+    tv::TheTable<tv::HtCalls>().register_library([&] { tv::TraceLibraries::Get().Register(enabled); });
 }
 
 void ht_deregister_library(ht_enabled_flag* enabled)
 {
-    tv::TheTable<tv::HtCalls>().deregister_library(std::tuple<>(),
-                                                   [&] { tv::TraceLibraries::Get().Deregister(enabled); });
+    tv::TheTable<tv::HtCalls>().deregister_library([&] { tv::TraceLibraries::Get().Deregister(enabled); });
 }

@@ -9,10 +9,12 @@
 #include <variant>
 #include <vector>
 
+#include "core/calls.h"
 #include "core/mutex.h"
 #include "core/service.h"
 #include "scope-tracing/ht.h"
 #include "services/scope-tracing/trace_libraries.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

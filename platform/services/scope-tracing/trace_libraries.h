@@ -5,6 +5,7 @@
 
 #include "core/mutex.h"
 #include "scope-tracing/ht_library.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

@@ -23,7 +23,7 @@ VerbResults WriteSetting(JsonObject& fields)
     const std::string name = key.As<std::string>();
     if (name.empty())
         key.Fail("must not be empty");
-    fields.Find("value");
+    fields.Find("value");  // one that is missing is told as one of the wrong type
     const SettingValue value = fields.node()["value"].As<SettingValue>();
     const bool null_user = ReadNullUser(fields);
     fields.End();

@@ -10,10 +10,16 @@
 #include <variant>
 #include <vector>
 
+#include "core/calls.h"
 #include "core/delivery.h"
+#include "core/form.h"
+#include "core/json_node.h"
+#include "core/mutex.h"
 #include "core/registrations.h"
 #include "core/service.h"
+#include "core/verb.h"
 #include "settings/vconf.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 
@@ -55,10 +61,11 @@ class PLATFORM_API SettingsStore : public Service {
     void Load(const SettingsConfig& config) EXCLUDES(mutex_);
 
     /// False for an empty key and when the database refuses. Watchers are told some time later.
-    bool Set(const std::string& key, const SettingValue& value);
+    bool Set(const std::string& key, const SettingValue& value) EXCLUDES(mutex_);
     /// The same, but returns when the watchers have been told: their number, or nothing on failure. With
     /// `null_user` they get null user data.
-    std::optional<std::size_t> SetAndTell(const std::string& key, const SettingValue& value, bool null_user);
+    std::optional<std::size_t> SetAndTell(const std::string& key, const SettingValue& value, bool null_user)
+        EXCLUDES(mutex_);
     /// Nothing when the key does not exist or holds another type.
     template <typename T>
     std::optional<T> Get(const std::string& key) const EXCLUDES(mutex_)
@@ -79,7 +86,7 @@ class PLATFORM_API SettingsStore : public Service {
 
     const CallTable* calls() const override;
     std::vector<Verb> verbs() const override;
-    void AddState(Json::Value& state) const override;
+    void AddState(Json::Value& state) const override EXCLUDES(mutex_);
     std::size_t CountRegistrations() const override { return registrations_.Count(); }
     std::size_t DropRegistrations() override { return registrations_.RemoveAll(); }
 

@@ -4,20 +4,21 @@
 #include <optional>
 #include <string>
 
+#include "core/calls.h"
 #include "services/settings/settings_store.h"
 
 namespace tv {
 namespace {
 
 struct VconfCalls : CallTable {
-    Call<int> set_str{*this, "vconf_set_str"};
-    Call<int> set_int{*this, "vconf_set_int"};
-    Call<int> set_bool{*this, "vconf_set_bool"};
-    Call<std::optional<std::string>> get_str{*this, "vconf_get_str", ""};
-    Call<int, Out<int>> get_int{*this, "vconf_get_int"};
-    Call<int, Out<int>> get_bool{*this, "vconf_get_bool"};
-    Call<int> notify_key_changed{*this, "vconf_notify_key_changed"};
-    Call<int> ignore_key_changed{*this, "vconf_ignore_key_changed"};
+    Call<int(const char*, const char*)> set_str{*this, "vconf_set_str"};
+    Call<int(const char*, int)> set_int{*this, "vconf_set_int"};
+    Call<int(const char*, int)> set_bool{*this, "vconf_set_bool"};
+    Call<std::optional<std::string>(const char*)> get_str{*this, "vconf_get_str", ""};
+    Call<int(const char*), Out<int>> get_int{*this, "vconf_get_int"};
+    Call<int(const char*), Out<int>> get_bool{*this, "vconf_get_bool"};
+    Call<int(const char*)> notify_key_changed{*this, "vconf_notify_key_changed"};
+    Call<int(const char*)> ignore_key_changed{*this, "vconf_ignore_key_changed"};
 };
 
 }  // namespace
@@ -56,30 +57,28 @@ int Result(bool success)
 
 int vconf_set_str(const char* key, const char* value)
 {
-    return Calls().set_str(std::tie(key, value),
-                           [&] { return Result(Store().Set(TextOf(key), TextOf(value))); });
+    return Calls().set_str(key, value, [&] { return Result(Store().Set(TextOf(key), TextOf(value))); });
 }
 
 int vconf_set_int(const char* key, int value)
 {
-    return Calls().set_int(std::tie(key, value), [&] { return Result(Store().Set(TextOf(key), value)); });
+    return Calls().set_int(key, value, [&] { return Result(Store().Set(TextOf(key), value)); });
 }
 
 int vconf_set_bool(const char* key, int value)
 {
-    return Calls().set_bool(std::tie(key, value),
-                            [&] { return Result(Store().Set(TextOf(key), value != 0)); });
+    return Calls().set_bool(key, value, [&] { return Result(Store().Set(TextOf(key), value != 0)); });
 }
 
 char* vconf_get_str(const char* key)
 {
-    const auto text = Calls().get_str(std::tie(key), [&] { return Store().Get<std::string>(TextOf(key)); });
+    const auto text = Calls().get_str(key, [&] { return Store().Get<std::string>(TextOf(key)); });
     return text ? strdup(text->c_str()) : nullptr;
 }
 
 int vconf_get_int(const char* key, int* value)
 {
-    return Calls().get_int(std::tie(key), tv::Out(value), [&](tv::Out<int>& out) {
+    return Calls().get_int(key, tv::Out(value), [&](tv::Out<int>& out) {
         const std::optional<int> number = Store().Get<int>(TextOf(key));
         if (number)
             out.Set(*number);
@@ -89,7 +88,7 @@ int vconf_get_int(const char* key, int* value)
 
 int vconf_get_bool(const char* key, int* value)
 {
-    return Calls().get_bool(std::tie(key), tv::Out(value), [&](tv::Out<int>& out) {
+    return Calls().get_bool(key, tv::Out(value), [&](tv::Out<int>& out) {
         const std::optional<bool> flag = Store().Get<bool>(TextOf(key));
         if (flag)
             out.Set(*flag ? 1 : 0);
@@ -100,11 +99,10 @@ int vconf_get_bool(const char* key, int* value)
 int vconf_notify_key_changed(const char* key, vconf_callback_fn callback, void* user_data)
 {
     return Calls().notify_key_changed(
-        std::tie(key), [&] { return Result(Store().Watch(TextOf(key), callback, user_data)); });
+        key, [&] { return Result(Store().Watch(TextOf(key), callback, user_data)); });
 }
 
 int vconf_ignore_key_changed(const char* key, vconf_callback_fn callback)
 {
-    return Calls().ignore_key_changed(std::tie(key),
-                                      [&] { return Result(Store().Ignore(TextOf(key), callback)); });
+    return Calls().ignore_key_changed(key, [&] { return Result(Store().Ignore(TextOf(key), callback)); });
 }

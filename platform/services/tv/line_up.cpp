@@ -4,6 +4,9 @@
 #include <map>
 #include <utility>
 
+#include "core/form.h"
+#include "core/json_text.h"
+
 namespace tv {
 namespace {
 

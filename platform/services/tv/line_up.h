@@ -7,6 +7,7 @@
 
 #include "core/json_node.h"
 #include "services/tv/service_record.h"
+#include "zelumo-platform/export.h"
 
 /// The TV's channels and what is on them, as a TV file describes them. All texts are UTF-8. Plain data: not
 /// changed any more once it is shared.

@@ -212,7 +212,7 @@ Json::Value ServiceRecord::Write(const TCServiceData& service)
         Json::Value& member = json[std::to_string(field)];
         if (const std::string* text = std::get_if<std::string>(&value))
             member = TextJson(*text);
-        else if (field == ESERVICE_FIELD_SERVICE_ID)
+        else if (KindOf(field) == FieldKind::Id)
             member = ToJson(DecimalId{std::get<unsigned long long>(value)});
         else
             member = static_cast<Json::Int64>(std::get<unsigned long long>(value));

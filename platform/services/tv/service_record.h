@@ -8,6 +8,7 @@
 
 #include "core/form.h"
 #include "tv-service/TVServiceAPI.h"
+#include "zelumo-platform/export.h"
 
 /// The TV service's own view of its records, and the forms in which they stand in the journal, in answers and
 /// in TV files. Any thread.

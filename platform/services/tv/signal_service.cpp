@@ -1,5 +1,8 @@
 #include "services/tv/signal_service.h"
 
+#include "core/calls.h"
+#include "core/form.h"
+#include "core/json_node.h"
 #include "services/tv/tv_calls.h"
 
 ISignalSubscriber::~ISignalSubscriber() = default;
@@ -24,14 +27,12 @@ class SignalService::Subscriber : public ISignalSubscriber {
     int Subscribe(ESignalType signal, void* userData, int first, int second, int third) override
     {
         return TheTable<TvCalls>().subscribe_signal(
-            std::tuple(static_cast<int>(signal), first, second, third),
-            [&] { return service_.Subscribe(callback_, signal, userData); });
+            signal, first, second, third, [&] { return service_.Subscribe(callback_, signal, userData); });
     }
     int Unsubscribe(ESignalType signal, int first, int second, int third) override
     {
         return TheTable<TvCalls>().unsubscribe_signal(
-            std::tuple(static_cast<int>(signal), first, second, third),
-            [&] { return service_.Unsubscribe(callback_, signal); });
+            signal, first, second, third, [&] { return service_.Unsubscribe(callback_, signal); });
     }
 
   private:

@@ -5,9 +5,12 @@
 #include <vector>
 
 #include "core/delivery.h"
+#include "core/mutex.h"
 #include "core/registrations.h"
 #include "core/service.h"
+#include "core/verb.h"
 #include "tv-service/TVServiceAPI.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

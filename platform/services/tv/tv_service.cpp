@@ -1,5 +1,6 @@
 #include "services/tv/tv_service.h"
 
+#include "core/form.h"
 #include "services/tv/tv_calls.h"
 
 IServiceNavigation::~IServiceNavigation() = default;
@@ -52,20 +53,19 @@ class TvService::Navigation : public IServiceNavigation {
     int TuneService(const unsigned long long& serviceId, int first, int second,
                     const std::string& appId) override
     {
-        return LibraryCalls().navigation_tune_service(
-            std::tuple<DecimalId, int, int, const std::string&>({serviceId}, first, second, appId),
-            [&] { return service_.Tune(serviceId) ? 1 : 0; });
+        return LibraryCalls().navigation_tune_service(DecimalId{serviceId}, first, second, appId,
+                                                      [&] { return service_.Tune(serviceId) ? 1 : 0; });
     }
     int GetTvMode(TSTvMode& mode) override
     {
-        return LibraryCalls().get_tv_mode(std::tuple<>(), Out(&mode), [&](Out<TSTvMode>& out) {
+        return LibraryCalls().get_tv_mode(Out(&mode), [&](Out<TSTvMode>& out) {
             out.Set(service_.line_up()->tv_mode);
             return 1;
         });
     }
     int GetCurrentService(TSTvMode mode, TCCriteriaHelper& criteria, TCServiceData& service) override
     {
-        return LibraryCalls().get_current_service(std::tie(mode, criteria), Out(&service),
+        return LibraryCalls().get_current_service(mode, criteria, Out(&service),
                                                   [&](Out<TCServiceData>& out) {
                                                       TCServiceData current;
                                                       if (!service_.ReadCurrent(criteria, current))
@@ -76,17 +76,16 @@ class TvService::Navigation : public IServiceNavigation {
     }
     int SetNextService(TCCriteriaHelper& criteria) override
     {
-        return LibraryCalls().set_next_service(std::tie(criteria), [&] { return service_.Step(+1) ? 1 : 0; });
+        return LibraryCalls().set_next_service(criteria, [&] { return service_.Step(+1) ? 1 : 0; });
     }
     int SetPreviousService(TCCriteriaHelper& criteria) override
     {
-        return LibraryCalls().set_previous_service(std::tie(criteria),
-                                                   [&] { return service_.Step(-1) ? 1 : 0; });
+        return LibraryCalls().set_previous_service(criteria, [&] { return service_.Step(-1) ? 1 : 0; });
     }
     int GetServiceList(TCCriteriaHelper& criteria, std::list<TCServiceData*>& services, TSTvMode mode,
                        int first, int second) override
     {
-        return LibraryCalls().get_service_list(std::tie(criteria, mode, first, second), OutServices(services),
+        return LibraryCalls().get_service_list(criteria, mode, first, second, OutServices(services),
                                                [&](OutServices& out) {
                                                    // The streaming service's channels are the whole line-up:
                                                    // every mode lists it.
@@ -105,9 +104,8 @@ class TvService::SourceControl : public ISourceControl {
 
     int TuneService(int first, unsigned long long serviceId, const std::string& appId) override
     {
-        return LibraryCalls().source_tune_service(
-            std::tuple<int, DecimalId, const std::string&>(first, {serviceId}, appId),
-            [&] { return service_.Tune(serviceId) ? 1 : 0; });
+        return LibraryCalls().source_tune_service(first, DecimalId{serviceId}, appId,
+                                                  [&] { return service_.Tune(serviceId) ? 1 : 0; });
     }
     int GetSourceFlag(int& flag) override
     {
@@ -119,9 +117,9 @@ class TvService::SourceControl : public ISourceControl {
     }
 
   private:
-    static int Read(const Call<int, Out<int>>& call, int& target, int value)
+    static int Read(const TvCalls::Read& call, int& target, int value)
     {
-        return call(std::tuple<>(), Out(&target), [&](Out<int>& out) {
+        return call(Out(&target), [&](Out<int>& out) {
             out.Set(value);
             return 1;
         });
@@ -165,11 +163,12 @@ void TvService::AddState(Json::Value& state) const
     state["channel"] = CurrentJson();
 }
 
-void TvService::Load(std::shared_ptr<const LineUp> line_up)
+void TvService::Load(const LineUp& line_up)
 {
-    const std::size_t first = line_up->current ? line_up->PlaceOf(*line_up->current).value_or(0) : 0;
+    auto shared = std::make_shared<const LineUp>(line_up);
+    const std::size_t first = line_up.current ? line_up.PlaceOf(*line_up.current).value_or(0) : 0;
     const MutexLock lock(mutex_);
-    line_up_ = std::move(line_up);
+    line_up_ = std::move(shared);
     current_ = first;
 }
 

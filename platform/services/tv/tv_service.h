@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <memory>
 
+#include "core/calls.h"
+#include "core/mutex.h"
 #include "core/service.h"
 #include "services/content/event_proxy.h"
 #include "services/tv/line_up.h"
 #include "tv-service/TVServiceAPI.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 
@@ -20,9 +23,9 @@ class PLATFORM_API TvService : public Service {
     explicit TvService(EventProxyService& events);
     ~TvService() override;
 
-    /// Takes over the line-up and shows the channel that it names, or its first, without any event. `line_up`
-    /// is not null. Before the first one there are no channels.
-    void Load(std::shared_ptr<const LineUp> line_up) EXCLUDES(mutex_);
+    /// Takes over the line-up and shows the channel that it names, or its first, without any event. Before
+    /// the first one there are no channels.
+    void Load(const LineUp& line_up) EXCLUDES(mutex_);
     /// What was loaded last; not null.
     std::shared_ptr<const LineUp> line_up() const EXCLUDES(mutex_);
 
@@ -39,10 +42,10 @@ class PLATFORM_API TvService : public Service {
     /// The fields that `criteria` ask for and the channel shown has. False when there is no channel.
     bool ReadCurrent(const TCCriteriaHelper& criteria, TCServiceData& service) const EXCLUDES(mutex_);
     /// The same for every channel, in the order of the line-up.
-    ServiceList ReadAll(const TCCriteriaHelper& criteria) const;
+    ServiceList ReadAll(const TCCriteriaHelper& criteria) const EXCLUDES(mutex_);
 
     const CallTable* calls() const override;
-    void AddState(Json::Value& state) const override;
+    void AddState(Json::Value& state) const override EXCLUDES(mutex_);
 
     /// The channel shown, {"serviceId", "name", "major", "minor"}, or null.
     Json::Value CurrentJson() const EXCLUDES(mutex_);

@@ -1,3 +1,5 @@
+#include "core/calls.h"
+#include "core/form.h"
 #include "services/tv/signal_service.h"
 #include "services/tv/tv_calls.h"
 #include "services/tv/tv_service.h"
@@ -11,16 +13,15 @@ const tv::TvCalls& Calls()
 }
 
 template <typename Interface>
-int Create(const tv::Call<int, tv::OutInterface<Interface>>& call, EProfile profile, int second,
-           Interface** target, Interface* usual)
+int Create(const tv::TvCalls::Create<Interface>& call, EProfile profile, int second, Interface** target,
+           Interface* usual)
 {
-    return call(std::tuple(static_cast<int>(profile), second), tv::OutInterface(target, usual),
-                [&](tv::OutInterface<Interface>& out) {
-                    if (profile != EPROFILE_TV)
-                        return 0;
-                    out.Set();
-                    return 1;
-                });
+    return call(profile, second, tv::OutInterface(target, usual), [&](tv::OutInterface<Interface>& out) {
+        if (profile != EPROFILE_TV)
+            return 0;
+        out.Set();
+        return 1;
+    });
 }
 
 }  // namespace
@@ -40,8 +41,7 @@ int TVServiceAPI::CreateSourceControl(EProfile profile, int second, ISourceContr
 int TVServiceAPI::CreateSignalSubscriber(TVSignalCallback callback, ISignalSubscriber** subscriber)
 {
     return Calls().create_signal_subscriber(
-        std::tuple<>(), tv::OutInterface(subscriber, tv::SignalService::Get().SubscriberFor(callback)),
-        [&](auto& out) {
+        tv::OutInterface(subscriber, tv::SignalService::Get().SubscriberFor(callback)), [&](auto& out) {
             out.Set();
             return 1;
         });
@@ -50,7 +50,7 @@ int TVServiceAPI::CreateSignalSubscriber(TVSignalCallback callback, ISignalSubsc
 bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, TCCriteriaHelper& criteria,
                                                    ESortMode sort)
 {
-    return Calls().get_navigation_criteria(std::tuple(static_cast<int>(mode), static_cast<int>(sort)), [&] {
+    return Calls().get_navigation_criteria(mode, tv::SortOrValue{sort}, [&] {
         if (mode != ENAVIGATION_MODE_ALL)
             return false;
         tv::ServiceRecord::SetMode(criteria, mode, sort);
@@ -61,7 +61,7 @@ bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, TCCrite
 bool TCNavigationModeHelper::GetNavigationCriteria(ENavigationMode mode, unsigned long long value,
                                                    TCCriteriaHelper& criteria)
 {
-    return Calls().get_navigation_criteria(std::tuple(static_cast<int>(mode), tv::DecimalId{value}), [&] {
+    return Calls().get_navigation_criteria(mode, tv::SortOrValue{tv::DecimalId{value}}, [&] {
         if (mode != ENAVIGATION_MODE_ZELUMO)
             return false;
         tv::ServiceRecord::SetMode(criteria, mode, value);

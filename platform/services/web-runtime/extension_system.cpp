@@ -3,6 +3,7 @@
 #include <tuple>
 #include <utility>
 
+#include "core/form.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/c/ppb_extension_system_halvorn.h"
 #include "services/web-runtime/json_var.h"
@@ -29,13 +30,13 @@ Json::Value Receive(const PP_Var& var)
 PP_Var GetEmbedderName(PP_Instance)
 {
     return HandOut(TheTable<RuntimeCalls>().get_embedder_name(
-        std::tuple<>(), [] { return Json::Value(ExtensionSystem::Get().config().embedder); }));
+        [] { return Json::Value(ExtensionSystem::Get().config().embedder); }));
 }
 
 PP_Var GetCurrentExtensionInfo(PP_Instance)
 {
     return HandOut(TheTable<RuntimeCalls>().get_current_extension_info(
-        std::tuple<>(), [] { return ExtensionSystem::Get().config().extension_info; }));
+        [] { return ExtensionSystem::Get().config().extension_info; }));
 }
 
 int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_data, PP_Var* result)
@@ -44,7 +45,7 @@ int32_t GenericSyncCall(PP_Instance, PP_Var operation_name, PP_Var operation_dat
     const Json::Value data = Receive(operation_data);
     Json::Value value;
     const int status = TheTable<RuntimeCalls>().generic_sync_call(
-        std::tie(name, data), Out(&value), [&](Out<Json::Value>& out) -> int {
+        name, data, Out(&value), [&](Out<Json::Value>& out) -> int {
             Json::Value performed;
             if (!name.isString() || !ExtensionSystem::Get().Perform(name.asString(), data, performed))
                 return PP_ERROR_FAILED;
@@ -116,7 +117,7 @@ int ExtensionSystem::CountLookUps() const
 void ExtensionSystem::Observe(VarObserver observer)
 {
     const MutexLock lock(mutex_);
-    observer_ = std::move(observer);
+    std::swap(observer_, observer);  // the earlier one goes without the lock
 }
 
 void ExtensionSystem::Observed(const PP_Var& var) const

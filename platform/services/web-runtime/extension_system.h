@@ -6,6 +6,8 @@
 #include <map>
 #include <string>
 
+#include "core/calls.h"
+#include "core/json_node.h"
 #include "core/mutex.h"
 #include "core/service.h"
 #include "ppapi/c/pp_var.h"

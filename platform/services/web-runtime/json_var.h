@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

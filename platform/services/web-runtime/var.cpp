@@ -149,30 +149,6 @@ Var& Var::operator=(Var&& other) noexcept
     return *this;
 }
 
-bool Var::operator==(const Var& other) const
-{
-    if (var_.type != other.var_.type)
-        return false;
-    switch (var_.type) {
-        case PP_VARTYPE_UNDEFINED:
-        case PP_VARTYPE_NULL:
-            return true;
-        case PP_VARTYPE_BOOL:
-            return AsBool() == other.AsBool();
-        case PP_VARTYPE_INT32:
-            return var_.value.as_int == other.var_.value.as_int;
-        case PP_VARTYPE_DOUBLE:
-            return var_.value.as_double == other.var_.value.as_double;
-        case PP_VARTYPE_STRING:
-            return tv::TextOf(*this) == tv::TextOf(other);
-        case PP_VARTYPE_OBJECT:
-        case PP_VARTYPE_ARRAY:
-        case PP_VARTYPE_DICTIONARY:
-            return var_.value.as_id == other.var_.value.as_id;
-    }
-    return false;
-}
-
 bool Var::AsBool() const
 {
     return is_bool() && var_.value.as_bool != PP_FALSE;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace tv {
 

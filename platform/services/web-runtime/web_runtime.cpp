@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "core/calls.h"
 #include "core/mutex.h"
 #include "ppapi/c/pp_errors.h"
 #include "ppapi/cpp/instance.h"
@@ -173,13 +174,14 @@ class AwaitedTask : public Task {
     {
         outcome_ = record_.Handle(kind_, message_);
         // The waiting thread owns this object and goes on at once, which a semaphore, unlike a condition
-        // variable, stands.
+        // variable, survives.
         sem_post(&done_);
     }
     void Cancel() override { sem_post(&done_); }
 
     Outcome Wait()
     {
+        Mutex::CheckNoneHeld();
         while (sem_wait(&done_) != 0) {
             // Interrupted by a signal.
         }
@@ -203,7 +205,7 @@ struct Registry {
 
 Registry& TheRegistry()
 {
-    static Registry registry;
+    static Registry& registry = *new Registry;  // a worker may outlive what is destroyed at exit
     return registry;
 }
 
@@ -368,7 +370,7 @@ void Instance::PostMessage(const Var& message)
 
 int32_t Instance::RegisterMessageHandler(MessageHandler* handler, const MessageLoop& loop)
 {
-    return tv::TheTable<tv::RuntimeCalls>().register_message_handler(std::tuple<>(), [&]() -> int {
+    return tv::TheTable<tv::RuntimeCalls>().register_message_handler([&]() -> int {
         const auto record = tv::FindRecord(pp_instance_);
         return record ? record->Register(handler, loop.queue_) : PP_ERROR_BADARGUMENT;
     });

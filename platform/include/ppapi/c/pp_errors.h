@@ -3,7 +3,6 @@
 /// Results of Pepper operations: PP_OK or more is success, less is an error.
 enum {
     PP_OK = 0,
-    PP_OK_COMPLETIONPENDING = -1,
     PP_ERROR_FAILED = -2,
     PP_ERROR_ABORTED = -3,
     PP_ERROR_BADARGUMENT = -4,

@@ -4,6 +4,7 @@
 #include "ppapi/c/pp_stdint.h"
 #include "ppapi/cpp/instance_handle.h"
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace pp {
 

@@ -2,6 +2,7 @@
 
 #include "ppapi/cpp/instance_handle.h"
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace pp {
 

@@ -35,8 +35,6 @@ class PLATFORM_API Var {
 
     Var& operator=(const Var& other) noexcept;
     Var& operator=(Var&& other) noexcept;
-    /// Equal type and value; arrays and dictionaries are equal when they are the same object.
-    bool operator==(const Var& other) const;
 
     bool is_undefined() const { return var_.type == PP_VARTYPE_UNDEFINED; }
     bool is_null() const { return var_.type == PP_VARTYPE_NULL; }

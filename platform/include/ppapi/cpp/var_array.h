@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ppapi/cpp/var.h"
+#include "zelumo-platform/export.h"
 
 namespace pp {
 

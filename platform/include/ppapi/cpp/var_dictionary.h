@@ -2,6 +2,7 @@
 
 #include "ppapi/cpp/var.h"
 #include "ppapi/cpp/var_array.h"
+#include "zelumo-platform/export.h"
 
 namespace pp {
 

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "core/delivery.h"
+#include "core/mutex.h"
+#include "core/reply_once.h"
+
+namespace {
+
+using Reply = tv::ReplyOnce<std::string>;
+
+TEST(Core, ARequestIsAnsweredOnceAlsoWhenItIsDropped)
+{
+    std::vector<std::string> answers;
+    const auto request = [&] {
+        return Reply([&](const std::string& answer) { answers.push_back(answer); }, "dropped");
+    };
+    const auto taken = [&] { return std::exchange(answers, {}); };
+    {
+        Reply reply = request();
+        EXPECT_TRUE(reply);
+        reply("first");
+        EXPECT_FALSE(reply);
+        reply("second");
+    }
+    EXPECT_EQ(taken(), std::vector<std::string>{"first"});
+    {
+        Reply reply = request();
+        const Reply moved = std::exchange(reply, Reply());
+        reply("from where it was");
+        EXPECT_TRUE(taken().empty());
+    }
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+    Reply reply = request();
+    reply = request();
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+    reply = Reply();
+    EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+}
+
+#ifndef NDEBUG
+void Take(tv::LockLevel first, tv::LockLevel second)
+{
+    tv::Mutex one(first);
+    tv::Mutex other(second);
+    const tv::MutexLock holds(one);
+    const tv::MutexLock takes(other);
+}
+
+TEST(CoreDeathTest, LocksAreTakenInTheirOrder)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    using tv::LockLevel;
+    Take(LockLevel::Service, LockLevel::Clock);
+    Take(LockLevel::Journal, LockLevel::Leaf);
+    EXPECT_DEATH(Take(LockLevel::Clock, LockLevel::Service),
+                 "a lock of the level Service is taken under one of the level Clock");
+    EXPECT_DEATH(
+        {
+            tv::Mutex mutex(LockLevel::Service);
+            const tv::MutexLock holds(mutex);
+            tv::DeliveryThread("waited for").Drain();
+        },
+        "another thread is waited for under a lock of the level Service");
+    EXPECT_DEATH(Take(LockLevel::Leaf, LockLevel::Leaf), "taken under one of the level Leaf");
+}
+#endif
+
+}  // namespace
