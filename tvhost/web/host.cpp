@@ -54,12 +54,11 @@ void WebHost::StopOnInterrupt()
 
 void WebHost::Stop()
 {
-    {
-        const tv::MutexLock lock(mutex_);
-        if (!no_delay_)
-            no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::TheCalls(), nullptr);
-    }
+    // First, so that no turn begins when the one that is held up ends.
     turns_.Stop();
+    const tv::MutexLock lock(mutex_);
+    if (!no_delay_)
+        no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::TheCalls(), nullptr);
 }
 
 void WebHost::Run(const std::function<void()>& ready)
