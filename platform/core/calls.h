@@ -36,7 +36,7 @@ struct Answer {
     std::optional<Json::Value> result;  ///< absent: the call's usual result
     Json::Value out;                    ///< array, or null: nothing is written
     std::chrono::milliseconds delay{0};
-    int times = 0;  ///< calls that it still holds for; 0: until it is replaced or withdrawn
+    int times = 0;       ///< calls that it still holds for; 0: until it is replaced or withdrawn
     Json::Value args{};  ///< array, or null: holds for any; an element that is not null must be the call's
 };
 
