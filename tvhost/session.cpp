@@ -1,7 +1,6 @@
 #include "tvhost/session.h"
 
 #include <cstdio>
-#include <future>
 #include <string_view>
 #include <utility>
 
@@ -132,11 +131,31 @@ void Session::CarryOut(const Json::Value& line)
 
 void Session::SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& message)
 {
+    struct Handling {
+        tv::Mutex mutex{tv::LockLevel::Leaf};
+        tv::CondVar changed;
+        bool ended GUARDED_BY(mutex) = false;
+        std::exception_ptr failure GUARDED_BY(mutex);
+    };
     // Shared, since the worker thread may not be through with it when this one goes on.
-    const auto handled = std::make_shared<std::promise<std::exception_ptr>>();
-    Send(kind, tv::ToVar(message),
-         [handled](const std::exception_ptr& failure) { handled->set_value(failure); });
-    if (const std::exception_ptr failure = handled->get_future().get())
+    const auto handling = std::make_shared<Handling>();
+    tv::Mutex::CheckNoneHeld();
+    Send(kind, tv::ToVar(message), [handling](const std::exception_ptr& failure) {
+        {
+            const tv::MutexLock lock(handling->mutex);
+            handling->ended = true;
+            handling->failure = failure;
+        }
+        handling->changed.NotifyOne();
+    });
+    std::exception_ptr failure;
+    {
+        const tv::MutexLock lock(handling->mutex);
+        while (!handling->ended)
+            handling->changed.Wait(handling->mutex);
+        failure = handling->failure;
+    }
+    if (failure)
         std::rethrow_exception(failure);
     Deliver();
 }
