@@ -13,8 +13,7 @@ inline host::Session& TheSession()
     static const std::unique_ptr<host::Session> session = [] {
         host::WriteJson(Json::Value());  // what it keeps outlives the session
         auto made = std::make_unique<host::Session>(
-            ZELUMO_PLUGIN,
-            [](const host::OrderedObject& line) { host::ParseJson(host::WriteJson(line), 200); },
+            ZELUMO_PLUGIN, [](const host::LineOut& line) { host::ParseJson(line.Whole(), 200); },
             host::Session::Heard{true, true});
         made->Open();
         return made;

@@ -130,7 +130,10 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         services.emplace_back([] { tv::StateJson(); });
         services.emplace_back([] { tv::LoadTv(tv::SampleTv()); });
         services.emplace_back([] { pp::Module::Get(); });
-        services.emplace_back([] { std::pair<test::Calls, test::Log>(); });
+        services.emplace_back([] {
+            const test::Calls calls;
+            const test::Log log;
+        });
         services.emplace_back([] {
             const tv::AnyCall& call = *tv::TheCalls().Find("vconf_get_int");
             tv::TheCalls().SetAnswer(call, {});

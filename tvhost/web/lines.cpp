@@ -148,8 +148,8 @@ void Lines::OnLineOut(LineOut line)
     const bool records = recording_ != nullptr && line.kind != Kind::Call && line.kind != Kind::Log;
     const bool answers = line.kind == Kind::Reply || line.kind == Kind::Did;
     WebAnswer answer;
-    std::string whole;
     {
+        std::string whole;
         const tv::MutexLock lock(mutex_);
         const bool shows = journal_heard_ && !(ticking_ && line.kind == Kind::Did);
         if (records || shows)

@@ -64,7 +64,7 @@ class Turns {
     struct Waiting {
         Begin begin;
         WebAnswer answer;
-        std::size_t bytes;
+        std::size_t bytes = 0;
     };
     struct Task {
         Work work;
