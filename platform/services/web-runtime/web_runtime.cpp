@@ -345,9 +345,7 @@ bool Instance::Init(uint32_t, const char*[], const char*[])
 }
 
 void Instance::DidChangeView(const View&) {}
-
 void Instance::DidChangeView(const Rect&, const Rect&) {}
-
 void Instance::DidChangeFocus(bool) {}
 
 bool Instance::HandleInputEvent(const InputEvent&)
