@@ -257,6 +257,14 @@ class Call<Result(Args...), Outs...> : public AnyCall {
     {
         if (!Calls::Watched())
             return body(outs...);
+        return MakeWatched(args..., outs..., body);
+    }
+
+  private:
+    /// Apart, so that an unwatched call is small enough to become part of its shim.
+    template <typename Body>
+    [[gnu::noinline, gnu::cold]] Result MakeWatched(const Args&... args, Outs&... outs, Body& body) const
+    {
         const std::optional<Answer> answer = TheCalls().Take(*this, [&] { return Written(args...); });
         if (answer) {
             Json::ArrayIndex index = 0;
@@ -276,8 +284,6 @@ class Call<Result(Args...), Outs...> : public AnyCall {
             return result;
         }
     }
-
-  private:
     static Json::Value Written(const Args&... args)
     {
         Json::Value list(Json::arrayValue);
