@@ -49,9 +49,9 @@ class Dispatcher {
         Ask(R"({"command":"RegisterEvent","event":90019})");
         Ask();
         {
-            const auto calls = tv::TheJournal().ListenToCalls([this](const tv::CallRecord& call) {
-                calls_.push_back(tv::TheCalls().Find(call.name));
-                answers_.push_back({call.result, call.out, std::chrono::milliseconds(0), 0});
+            const auto calls = tv::TheJournal().ListenToCalls([this](const tv::SharedCall& call) {
+                calls_.push_back(tv::TheCalls().Find(call->name));
+                answers_.push_back({call->result, call->out, std::chrono::milliseconds(0), 0});
             });
             const auto log = tv::TheJournal().ListenToLog(
                 [this](const tv::LogRecord& line) { log_.emplace_back(line.text); });

@@ -1,7 +1,6 @@
 #include "tvhost/session.h"
 
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "services/web-runtime/json_var.h"
@@ -11,23 +10,12 @@
 namespace host {
 namespace {
 
-OrderedObject CallLine(const tv::CallRecord& call)
+std::string CallLine(const tv::CallRecord& call)
 {
     OrderedObject line{{"call", call.name}, {"args", call.args}, {"result", call.result}};
     if (!call.out.isNull())
         line.emplace_back("out", call.out);
-    return line;
-}
-
-Json::Value Text(std::string_view text)
-{
-    return Json::Value(text.data(), text.data() + text.size());
-}
-
-OrderedObject LogLine(const tv::LogRecord& log)
-{
-    return {
-        {"log", Text(log.text)}, {"buffer", log.buffer}, {"priority", log.priority}, {"tag", Text(log.tag)}};
+    return WriteJson(line);
 }
 
 }  // namespace
@@ -40,7 +28,10 @@ std::string LineOut::Whole() const
         case Kind::Message:
             return R"({"message":)" + text + '}';
         case Kind::Call:
+            return CallLine(*call);
         case Kind::Log:
+            return WriteJson(
+                OrderedObject{{"log", text}, {"buffer", buffer}, {"priority", priority}, {"tag", tag}});
         case Kind::Did:
             break;
     }
@@ -49,7 +40,15 @@ std::string LineOut::Whole() const
 
 Session::Session(const std::filesystem::path& plugin, Output output, Heard heard) : output_(std::move(output))
 {
-    Hear(heard);
+    tv::Journal& journal = tv::TheJournal();
+    if (heard.calls)
+        calls_ = journal.ListenToCalls([this](const tv::SharedCall& call) {
+            Tell({LineOut::Kind::Call, {}, 0, 0, {}, call});
+        });
+    if (heard.log)
+        log_ = journal.ListenToLog([this](const tv::LogRecord& log) {
+            Tell({LineOut::Kind::Log, std::string(log.text), log.buffer, log.priority, std::string(log.tag)});
+        });
     tv::TheDeliveries().Hold();
     plugin_ = std::make_unique<Plugin>(plugin);
 }
@@ -63,26 +62,10 @@ Session::~Session()
     tv::TheDeliveries().Resume();
 }
 
-void Session::Hear(Heard heard)
-{
-    tv::Journal& journal = tv::TheJournal();
-    const tv::MutexLock lock(heard_mutex_);
-    if (!heard.calls)
-        calls_.reset();
-    else if (!calls_)
-        calls_ = journal.ListenToCalls(
-            [this](const tv::CallRecord& call) { Tell(LineOut::Kind::Call, WriteJson(CallLine(call))); });
-    if (!heard.log)
-        log_.reset();
-    else if (!log_)
-        log_ = journal.ListenToLog(
-            [this](const tv::LogRecord& log) { Tell(LineOut::Kind::Log, WriteJson(LogLine(log))); });
-}
-
-void Session::Tell(LineOut::Kind kind, std::string text)
+void Session::Tell(LineOut line)
 {
     const tv::MutexLock lock(output_mutex_);
-    output_({kind, std::move(text)});
+    output_(std::move(line));
 }
 
 void Session::Open()
@@ -90,7 +73,7 @@ void Session::Open()
     if (instance_)
         throw LineError("an instance is open already");
     instance_ = std::make_unique<tv::EmbeddedInstance>(plugin_->module(), [this](const pp::Var& message) {
-        Tell(LineOut::Kind::Message, tv::ToJsonText(message));
+        Tell({LineOut::Kind::Message, tv::ToJsonText(message)});
     });
     tv::TheDeliveries().Release();
 }
@@ -166,7 +149,7 @@ void Session::Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled han
         kind, std::move(message),
         [this, kind, handled = std::move(handled)](const tv::EmbeddedInstance::Outcome& outcome) {
             if (kind == tv::EmbeddedInstance::Kind::Blocking && !outcome.failure)
-                Tell(LineOut::Kind::Reply, tv::ToJsonText(outcome.reply));
+                Tell({LineOut::Kind::Reply, tv::ToJsonText(outcome.reply)});
             handled(outcome.failure);
         });
 }
@@ -195,7 +178,7 @@ void Session::DoVerb(const Json::Value& verb)
     } catch (const tv::VerbError& error) {
         throw LineError(error.what());
     }
-    Tell(LineOut::Kind::Did, WriteJson(did));
+    Tell({LineOut::Kind::Did, WriteJson(did)});
     tv::TheDeliveries().Release();
 }
 

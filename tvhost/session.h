@@ -28,9 +28,16 @@ struct LineOut {
     enum class Kind { Reply, Message, Call, Log, Did };
 
     Kind kind;
-    /// Of a reply or a message its value alone, as the page gets it; of the others the whole line.
+    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of what
+    /// was done the whole line.
     std::string text;
+    // Of a log line.
+    int buffer = 0;
+    int priority = 0;
+    std::string tag = {};
+    tv::SharedCall call = nullptr;  ///< of a call
 
+    /// Lines are written out here, so that one that nobody reads costs little.
     std::string Whole() const;
 };
 
@@ -44,12 +51,13 @@ class Session {
     using Output = std::function<void(LineOut)>;
     /// What became of a message: nothing, or what the plug-in threw.
     using Handled = std::function<void(std::exception_ptr)>;
+    /// Which of calls and log lines are told.
     struct Heard {
         bool calls = false;
         bool log = false;
     };
 
-    /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Hear and Send is called
+    /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Send is called
     /// on it, the destructor included.
     Session(const std::filesystem::path& plugin, Output output, Heard heard);
     /// Closes the page, if it is open, and unloads the plug-in.
@@ -60,8 +68,6 @@ class Session {
     /// The page's instance is created or destroyed. Throws LineError when it is open or closed already.
     void Open();
     void Close();
-    /// Which of calls and log lines are told from now on. Any thread.
-    void Hear(Heard heard) EXCLUDES(heard_mutex_);
     bool is_open() const { return instance_ != nullptr; }
 
     /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
@@ -80,13 +86,12 @@ class Session {
     void SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& message);
     void DoVerb(const Json::Value& verb);
     tv::EmbeddedInstance& OpenInstance();
-    void Tell(LineOut::Kind kind, std::string text) EXCLUDES(output_mutex_);
+    void Tell(LineOut line) EXCLUDES(output_mutex_);
 
     const Output output_;
     tv::Mutex output_mutex_{tv::LockLevel::Output};  ///< held while output_ runs
-    tv::Mutex heard_mutex_{tv::LockLevel::Session};
-    std::unique_ptr<tv::Journal::Listening> calls_ GUARDED_BY(heard_mutex_);
-    std::unique_ptr<tv::Journal::Listening> log_ GUARDED_BY(heard_mutex_);
+    std::unique_ptr<tv::Journal::Listening> calls_;
+    std::unique_ptr<tv::Journal::Listening> log_;
     std::unique_ptr<Plugin> plugin_;
     std::unique_ptr<tv::EmbeddedInstance> instance_;
 };

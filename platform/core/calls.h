@@ -297,7 +297,7 @@ class Call<Result(Args...), Outs...> : public AnyCall {
         CallRecord record{name(), Written(args...), std::move(result), Json::Value()};
         if constexpr (sizeof...(Outs) > 0)
             (record.out.append(outs.Json()), ...);
-        TheJournal().Write(record);
+        TheJournal().Write(std::move(record));
     }
 
     const Usual usual_;

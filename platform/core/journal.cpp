@@ -54,12 +54,13 @@ void Journal::Forget(const Listening* listening)
     }
 }
 
-void Journal::Write(const CallRecord& record)
+void Journal::Write(CallRecord record)
 {
+    const SharedCall shared = std::make_shared<const CallRecord>(std::move(record));
     const MutexLock lock(mutex_);
     for (const Listening* listening : listeners_) {
         if (listening->on_call_)
-            listening->on_call_(record);
+            listening->on_call_(shared);
     }
 }
 

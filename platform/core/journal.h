@@ -21,6 +21,9 @@ struct CallRecord {
     Json::Value out;     ///< array, an element null where the call left it unwritten; null: no out arguments
 };
 
+/// Listeners may keep it: nobody changes it.
+using SharedCall = std::shared_ptr<const CallRecord>;
+
 /// One line of the platform log. The texts are valid while the listener runs.
 struct LogRecord {
     std::string_view text;  ///< the finished line, prefix included
@@ -34,7 +37,7 @@ struct LogRecord {
 /// begin or end a listening. Any thread.
 class PLATFORM_API Journal {
   public:
-    using CallListener = std::function<void(const CallRecord&)>;
+    using CallListener = std::function<void(const SharedCall&)>;
     using LogListener = std::function<void(const LogRecord&)>;
 
     /// Listening lasts until the result is destroyed; after that no call of the listener is running. The
@@ -46,7 +49,7 @@ class PLATFORM_API Journal {
     bool calls_heard() const { return call_count_.load(std::memory_order_acquire) != 0; }
     bool log_heard() const { return log_count_.load(std::memory_order_acquire) != 0; }
 
-    void Write(const CallRecord& record) EXCLUDES(mutex_);
+    void Write(CallRecord record) EXCLUDES(mutex_);
     void Write(const LogRecord& record) EXCLUDES(mutex_);
 
   private:

@@ -20,9 +20,9 @@ thread_local Held held;
 
 const char* NameOf(LockLevel level)
 {
-    constexpr const char* kNames[] = {"Turns",      "Session", "Service", "Registrations", "Clock",
-                                      "Deliveries", "Queue",   "Calls",   "Journal",       "Tracer",
-                                      "Output",     "Lines",   "Page",    "Channel",       "Leaf"};
+    constexpr const char* kNames[] = {"Turns", "Service", "Registrations", "Clock",   "Deliveries",
+                                      "Queue", "Calls",   "Journal",       "Tracer",  "Output",
+                                      "Lines", "Kept",    "Page",          "Channel", "Leaf"};
     static_assert(std::size(kNames) == static_cast<std::size_t>(LockLevel::Leaf) + 1);
     return kNames[static_cast<std::size_t>(level)];
 }

@@ -28,7 +28,6 @@ namespace tv {
 /// threads can wait for each other.
 enum class LockLevel {
     Turns,          ///< the host's line of turns
-    Session,        ///< what a host listens to
     Service,        ///< what a service or the web runtime knows
     Registrations,  ///< who is called back for what
     Clock,
@@ -39,6 +38,7 @@ enum class LockLevel {
     Tracer,      ///< held while its sink runs
     Output,      ///< held while a session's lines out are taken
     Lines,       ///< what a host makes of the lines out
+    Kept,        ///< what is kept of the lines out
     Page,        ///< which page a host serves
     Channel,     ///< what waits for a channel's listeners
     Leaf,        ///< nothing is taken under it

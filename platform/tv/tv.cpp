@@ -41,7 +41,8 @@ const std::vector<Service*>& Services()
         &TvService::Get(),          //
         &SignalService::Get(),      //
         &SettingsStore::Get(),      //
-        &PlayerService::Get(),
+        &PlayerService::Get(),      //
+        &RemoteControl::Get(),
     };
     return services;
 }

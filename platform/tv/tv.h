@@ -13,6 +13,7 @@
 #include "services/content/event_proxy.h"
 #include "services/player/player_service.h"
 #include "services/power/power_service.h"
+#include "services/remote-control/remote_control.h"
 #include "services/scope-tracing/scope_tracer.h"
 #include "services/settings/settings_store.h"
 #include "services/tv/signal_service.h"

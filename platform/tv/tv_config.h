@@ -5,6 +5,7 @@
 #include "services/content/content_service.h"
 #include "services/player/player_service.h"
 #include "services/player/streams.h"
+#include "services/remote-control/remote_control.h"
 #include "services/settings/settings_store.h"
 #include "services/tv/line_up.h"
 #include "services/tv/tv_service.h"
@@ -21,6 +22,7 @@ struct TvConfig {
     SettingsConfig settings;
     StreamsConfig streams;
     ExtensionConfig extension;
+    RemoteControlConfig remote_control;
 
     /// Calls `ask(section, service)` for each section and the service that it is for, in the order of
     /// reading.
@@ -32,6 +34,7 @@ struct TvConfig {
         ask(config.settings, SettingsStore::Get());
         ask(config.streams, PlayerService::Get());
         ask(config.extension, ExtensionSystem::Get());
+        ask(config.remote_control, RemoteControl::Get());
     }
 };
 

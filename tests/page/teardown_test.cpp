@@ -96,8 +96,8 @@ TEST(Teardown, WithACommandInFlightAnswersEveryMessage)
         // The teardown is past its purge when it unsubscribes from power-off; then the command may go on.
         std::promise<void> purged;
         bool told = false;
-        auto listening = tv::TheJournal().ListenToCalls([&](const tv::CallRecord& call) {
-            if (std::string(call.name) == "device_power_unsubscribe_poweroff" && !told) {
+        auto listening = tv::TheJournal().ListenToCalls([&](const tv::SharedCall& call) {
+            if (std::string(call->name) == "device_power_unsubscribe_poweroff" && !told) {
                 told = true;
                 purged.set_value();
             }

@@ -180,7 +180,7 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
     EXPECT_EQ(tracing->TakeLines(), Lines());
     // The platform call is made inside the command's scope: what is open when tracing ends is dropped, and
     // not taken for one of the next tracing either.
-    const auto listening = tv::TheJournal().ListenToCalls([&](const tv::CallRecord&) {
+    const auto listening = tv::TheJournal().ListenToCalls([&](const tv::SharedCall&) {
         tracing.reset();
         tracing = std::make_unique<Tracing>();
     });

@@ -178,9 +178,9 @@ void Collected::Add(const std::string& line)
 
 Calls::Calls()
 {
-    listening_ = tv::TheJournal().ListenToCalls([this](const tv::CallRecord& call) {
-        const std::string out = call.out.isNull() ? "" : " out " + Text(call.out);
-        Add(std::string(call.name) + ' ' + Text(call.args) + " -> " + Text(call.result) + out);
+    listening_ = tv::TheJournal().ListenToCalls([this](const tv::SharedCall& call) {
+        const std::string out = call->out.isNull() ? "" : " out " + Text(call->out);
+        Add(std::string(call->name) + ' ' + Text(call->args) + " -> " + Text(call->result) + out);
     });
 }
 

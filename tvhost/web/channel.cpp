@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/websocket.hpp>
 #include <utility>
@@ -26,7 +27,7 @@ constexpr char kTooSlow[] = "too slow: what was to be sent has piled up";
 /// A WebSocket that gets a channel's texts. Keeps itself alive by its pending operations.
 class Listener : public Connection, public std::enable_shared_from_this<Listener> {
   public:
-    using Text = std::shared_ptr<const std::string>;
+    using Text = Channel::Text;
 
     Listener(ServerState& server, TcpSocket socket, std::shared_ptr<Channel> channel)
         : server_(server), socket_(std::move(socket)), channel_(std::move(channel)), grace_(server.io)
@@ -48,13 +49,22 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
             self->Write();
         });
     }
+    /// Texts that were there before take no part in its limits.
+    void Begin(std::vector<Text> first)
+    {
+        for (Text& text : first) {
+            max_bytes_ += text->size();
+            ++max_texts_;
+            Push(std::move(text));
+        }
+    }
     void Push(Text text)
     {
         if (closing_)
             return;
         queued_bytes_ += text->size();
         queue_.push_back(std::move(text));
-        if (queued_bytes_ > server_.limits.queue_bytes || queue_.size() > server_.limits.queue_texts)
+        if (queued_bytes_ > max_bytes_ || queue_.size() > max_texts_)
             Drop(kTooSlow);
         else
             Write();
@@ -88,7 +98,10 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
         socket_.async_read(buffer_, [self = shared_from_this()](error_code error, std::size_t) {
             if (error)
                 return self->Leave();
-            self->buffer_.clear();  // listeners have nothing to say
+            std::string text = beast::buffers_to_string(self->buffer_.data());
+            self->buffer_.clear();
+            if (self->channel_)
+                self->channel_->Hear(std::move(text));
             self->Read();
         });
     }
@@ -132,6 +145,8 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
     beast::flat_buffer buffer_;
     std::deque<Text> queue_;
     std::size_t queued_bytes_ = 0;
+    std::size_t max_bytes_ = server_.limits.queue_bytes;
+    std::size_t max_texts_ = server_.limits.queue_texts;
     std::optional<websocket::close_reason> closing_;
     bool accepted_ = false;
     bool writing_ = false;
@@ -139,32 +154,31 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
 };
 
 void Listen(ServerState& server, TcpSocket socket,
-            const beast::http::request<beast::http::empty_body>& request,
-            const std::shared_ptr<Channel>& channel)
+            const beast::http::request<beast::http::empty_body>& request, Subscription subscription)
 {
-    const auto listener = std::make_shared<Listener>(server, std::move(socket), channel);
+    const auto listener = std::make_shared<Listener>(server, std::move(socket), subscription.channel);
     // Before it is accepted, so that it misses nothing that happens once the browser knows.
-    if (channel->Join(*listener))
+    if (subscription.channel->Join(*listener, std::move(subscription.first), subscription.from))
         listener->Start(request);
 }
 
-Channel::Channel(ServerState& server, Unheard unheard, OnListeners on_listeners)
-    : server_(server), keeps_(unheard == Unheard::Keep), on_listeners_(std::move(on_listeners))
+Channel::Channel(ServerState& server, Unheard unheard, Events events)
+    : server_(server), keeps_(unheard == Unheard::Keep), events_(std::move(events))
 {}
 
-void Channel::Send(std::string text)
+void Channel::Send(Text text, unsigned long long number)
 {
     const tv::MutexLock lock(mutex_);
     if (closing_)
         return;
-    if (inbox_bytes_ + text.size() > 4 * server_.limits.queue_bytes ||
+    if (inbox_bytes_ + text->size() > 4 * server_.limits.queue_bytes ||
         inbox_.size() >= 4 * server_.limits.queue_texts) {
         inbox_.clear();
         inbox_bytes_ = 0;
         overflown_ = true;
     } else {
-        inbox_bytes_ += text.size();
-        inbox_.push_back(std::make_shared<const std::string>(std::move(text)));
+        inbox_bytes_ += text->size();
+        inbox_.push_back({std::move(text), number});
     }
     Schedule();
 }
@@ -185,13 +199,14 @@ void Channel::Schedule()
     scheduled_ = true;
 }
 
-bool Channel::Join(Listener& listener)
+bool Channel::Join(Listener& listener, std::vector<Text> first, unsigned long long from)
 {
     if (closed_)
         return false;
-    listeners_.push_back(&listener);
-    if (on_listeners_)
-        on_listeners_(listeners_.size());
+    listeners_.push_back({&listener, from});
+    if (events_.listeners)
+        events_.listeners(listeners_.size());
+    listener.Begin(std::move(first));
     for (Text& text : std::exchange(kept_, {}))
         listener.Push(std::move(text));
     kept_bytes_ = 0;
@@ -200,9 +215,16 @@ bool Channel::Join(Listener& listener)
 
 void Channel::Leave(const Listener& listener)
 {
-    listeners_.erase(std::remove(listeners_.begin(), listeners_.end(), &listener), listeners_.end());
-    if (on_listeners_)
-        on_listeners_(listeners_.size());
+    const auto is_it = [&](const Joined& joined) { return joined.listener == &listener; };
+    listeners_.erase(std::remove_if(listeners_.begin(), listeners_.end(), is_it), listeners_.end());
+    if (events_.listeners)
+        events_.listeners(listeners_.size());
+}
+
+void Channel::Hear(std::string text) const
+{
+    if (events_.text && !closed_)
+        events_.text(std::move(text));
 }
 
 void Channel::Keep(Text text)
@@ -217,7 +239,7 @@ void Channel::Keep(Text text)
 
 void Channel::Deliver()
 {
-    std::vector<Text> texts;
+    std::vector<Numbered> texts;
     std::optional<std::string> closing;
     bool overflown = false;
     {
@@ -229,22 +251,24 @@ void Channel::Deliver()
         scheduled_ = false;
     }
     // A listener may leave while it is told.
-    const std::vector<Listener*> listeners = listeners_;
+    const std::vector<Joined> listeners = listeners_;
     if (overflown) {
-        for (Listener* listener : listeners)
-            listener->Drop(kTooSlow);
+        for (const Joined& joined : listeners)
+            joined.listener->Drop(kTooSlow);
     }
-    for (const Text& text : texts) {
-        for (Listener* listener : listeners)
-            listener->Push(text);
+    for (const Numbered& sent : texts) {
+        for (const Joined& joined : listeners) {
+            if (sent.number >= joined.from)
+                joined.listener->Push(sent.text);
+        }
         if (listeners.empty() && keeps_)
-            Keep(text);
+            Keep(sent.text);
     }
     if (closing && !closed_) {
         closed_ = true;
         kept_.clear();
-        for (Listener* listener : listeners)
-            listener->Finish(websocket::close_code::normal, *closing);
+        for (const Joined& joined : listeners)
+            joined.listener->Finish(websocket::close_code::normal, *closing);
     }
 }
 

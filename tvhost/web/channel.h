@@ -22,24 +22,41 @@ class Channel : public std::enable_shared_from_this<Channel> {
   public:
     /// What becomes of texts while nobody listens.
     enum class Unheard { Keep, Drop };
-    using OnListeners = std::function<void(std::size_t)>;
+    using Text = std::shared_ptr<const std::string>;
+    /// What happens at its far end, on the server's thread.
+    struct Events {
+        /// The number of listeners changed: before a listener is accepted, and after one has gone.
+        std::function<void(std::size_t)> listeners;
+        /// A listener has something to say.
+        std::function<void(std::string)> text;
+    };
 
-    Channel(ServerState& server, Unheard unheard, OnListeners on_listeners);
+    Channel(ServerState& server, Unheard unheard, Events events);
 
     // Any thread.
-    /// Never waits. Nothing is sent after Close.
-    void Send(std::string text) EXCLUDES(mutex_);
+    /// Never waits. Nothing is sent after Close. `number`: of those that are counted, see Subscription.
+    void Send(Text text, unsigned long long number = 0) EXCLUDES(mutex_);
     /// Ends the channel: its listeners get what was sent before and are closed with the reason; later ones
     /// are refused.
     void Close(std::string reason) EXCLUDES(mutex_);
 
     // The server's thread.
-    /// False when the channel was closed.
-    bool Join(Listener& listener);
+    /// The listener gets the texts `first`, and then those that are sent from number `from` on. False when
+    /// the channel was closed.
+    bool Join(Listener& listener, std::vector<Text> first, unsigned long long from);
+    /// A listener says something.
+    void Hear(std::string text) const;
     void Leave(const Listener& listener);
 
   private:
-    using Text = std::shared_ptr<const std::string>;
+    struct Numbered {
+        Text text;
+        unsigned long long number;
+    };
+    struct Joined {
+        Listener* listener;
+        unsigned long long from;
+    };
 
     void Schedule() REQUIRES(mutex_);
     void Deliver() EXCLUDES(mutex_);
@@ -47,18 +64,25 @@ class Channel : public std::enable_shared_from_this<Channel> {
 
     ServerState& server_;
     const bool keeps_;
-    const OnListeners on_listeners_;
+    const Events events_;
     tv::Mutex mutex_{tv::LockLevel::Channel};
-    std::vector<Text> inbox_ GUARDED_BY(mutex_);
+    std::vector<Numbered> inbox_ GUARDED_BY(mutex_);
     std::size_t inbox_bytes_ GUARDED_BY(mutex_) = 0;
     bool overflown_ GUARDED_BY(mutex_) = false;
     bool scheduled_ GUARDED_BY(mutex_) = false;
     std::optional<std::string> closing_ GUARDED_BY(mutex_);
     // The server's thread only.
-    std::vector<Listener*> listeners_;
+    std::vector<Joined> listeners_;
     std::deque<Text> kept_;
     std::size_t kept_bytes_ = 0;
     bool closed_ = false;
+};
+
+/// How a WebSocket comes to listen to a channel.
+struct Subscription {
+    std::shared_ptr<Channel> channel;
+    std::vector<Channel::Text> first;  ///< what it gets before what is sent
+    unsigned long long from = 0;       ///< it has those that are sent with a lower number
 };
 
 }  // namespace host

@@ -210,17 +210,24 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         const std::string_view target = View(parser_->get().target());
         return std::string(target.substr(0, target.find_first_of("?#")));
     }
+    std::string Query() const
+    {
+        const std::string_view target = View(parser_->get().target());
+        const std::string_view before_fragment = target.substr(0, target.find('#'));
+        const std::size_t mark = before_fragment.find('?');
+        return std::string(mark == std::string_view::npos ? "" : before_fragment.substr(mark + 1));
+    }
 
     void Upgrade()
     {
         if (std::optional<WebResponse> refusal = Foreign())
             return Refuse(std::move(*refusal));
-        auto found = server_.handlers.listen(Path());
+        auto found = server_.handlers.listen({{}, Path(), Query(), {}});
         if (WebResponse* refusal = std::get_if<WebResponse>(&found))
             return Refuse(std::move(*refusal));
         out_->Close();
         const http::request<http::empty_body> request(std::move(parser_->get().base()));
-        Listen(server_, std::move(socket_), request, std::get<std::shared_ptr<Channel>>(std::move(found)));
+        Listen(server_, std::move(socket_), request, std::get<Subscription>(std::move(found)));
     }
     void Handle()
     {
@@ -237,7 +244,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void Pass(const Asked& asked)
     {
         auto& message = parser_->get();
-        WebRequest request{std::string(View(message.method_string())), Path(),
+        WebRequest request{std::string(View(message.method_string())), Path(), Query(),
                            std::move(message.body().text)};
         static const WebResponse unanswered = ErrorResponse(500, "the request was given up");
         server_.handlers.request(

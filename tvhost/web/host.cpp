@@ -6,6 +6,7 @@
 #include <system_error>
 #include <utility>
 
+#include "tv/tv.h"
 #include "tvhost/json_text.h"
 
 namespace host {
@@ -31,19 +32,25 @@ WebHost::WebHost(const ServeOptions& options)
       recording_(options.record.empty() ? nullptr : std::make_unique<Recording>(options.record)),
       server_(options.address, options.port, options.limits),
       turns_([this](std::function<void()> work) { server_.Post(std::move(work)); }),
-      pages_([this] { return server_.MakeChannel(Channel::Unheard::Keep); },
-             [this](const char* verb) {
-                 Json::Value line;
-                 line["tv"] = verb;
-                 lines_.CarryOut(line);
-             }),
-      lines_(turns_, pages_, recording_.get()),
-      journal_(server_.MakeChannel(Channel::Unheard::Drop,
-                                   [this](std::size_t listeners) { HearJournal(listeners != 0); })),
+      journal_(server_.MakeChannel(
+          Channel::Unheard::Drop,
+          {[this](std::size_t listeners) { journal_.SetHeard(listeners != 0); }, nullptr})),
+      pages_(
+          [this] {
+              return Pages::Channels{
+                  server_.MakeChannel(Channel::Unheard::Keep),
+                  server_.MakeChannel(Channel::Unheard::Keep, {nullptr, [this](std::string text) {
+                                                                   routes_.HearByRuntime(std::move(text));
+                                                               }})};
+          },
+          [this](const char* verb) {
+              Json::Value line;
+              line["tv"] = verb;
+              lines_.CarryOut(line);
+          }),
+      lines_(turns_, pages_, journal_, recording_.get()),
       routes_(files_, turns_, pages_, lines_, journal_)
-{
-    lines_.SetJournal(journal_);
-}
+{}
 
 WebHost::~WebHost() = default;
 
@@ -63,19 +70,20 @@ void WebHost::Stop()
 
 void WebHost::Run(const std::function<void()>& ready)
 {
-    Session session(options_.plugin, [this](LineOut line) { lines_.OnLineOut(std::move(line)); }, {});
+    Session session(options_.plugin, [this](LineOut line) { lines_.OnLineOut(std::move(line)); },
+                    {true, true});
     lines_.SetSession(session);
-    {
-        const tv::MutexLock lock(mutex_);
-        hearing_ = &session;
-    }
+    tv::RemoteControl::Get().SetOnKey([this](const tv::RemoteKey& key) {
+        pages_.TellByRuntime(
+            WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
+    });
     BeginRecording();
     started_ = Clock::now();
     if (options_.speed > 0)
         WaitForTick();
     server_.Start(
         {[this](const WebRequest& request, WebAnswer answer) { routes_.Answer(request, std::move(answer)); },
-         [this](const std::string& path) { return routes_.Listen(path); }});
+         [this](WebRequest request) { return routes_.Listen(std::move(request)); }});
     ready();
     turns_.Serve();
 
@@ -83,21 +91,10 @@ void WebHost::Run(const std::function<void()>& ready)
     Answering(nobody, [this] { pages_.Close(kEnding); });
     if (recording_)
         recording_->Flush();
-    {
-        const tv::MutexLock lock(mutex_);
-        hearing_ = nullptr;
-    }
+    tv::RemoteControl::Get().SetOnKey(nullptr);
     server_.Stop();
     const tv::MutexLock lock(mutex_);
     no_delay_.reset();
-}
-
-void WebHost::HearJournal(bool heard)
-{
-    lines_.SetJournalHeard(heard);
-    const tv::MutexLock lock(mutex_);
-    if (hearing_ != nullptr)
-        hearing_->Hear({heard, heard});
 }
 
 void WebHost::WaitForTick()

@@ -63,7 +63,6 @@ class WebHost {
     using Clock = std::chrono::steady_clock;
 
     // The server's thread.
-    void HearJournal(bool heard) EXCLUDES(mutex_);
     void WaitForTick();
 
     // The thread of Run.
@@ -75,13 +74,12 @@ class WebHost {
     const std::unique_ptr<Recording> recording_;  // null: nothing is recorded
     WebServer server_;
     Turns turns_;
+    WebJournal journal_;
     Pages pages_;
     Lines lines_;
-    const std::shared_ptr<Channel> journal_;
     Routes routes_;
 
     tv::Mutex mutex_{tv::LockLevel::Turns};
-    Session* hearing_ GUARDED_BY(mutex_) = nullptr;                    ///< while it can be told what to hear
     std::unique_ptr<tv::Calls::NoDelay> no_delay_ GUARDED_BY(mutex_);  ///< once it is stopping
 
     // Set before the first tick, then the thread of Run only.

@@ -30,9 +30,8 @@ std::string TextInLine(const std::string& json)
 
 void Lines::Begin(const std::string& text, WebAnswer& answer)
 {
-    if (journal_heard_)
-        journal_->Send(text);
     const tv::MutexLock lock(mutex_);
+    journal_.Add(text);
     answer_ = std::move(answer);
 }
 
@@ -44,8 +43,7 @@ Lines::Caused Lines::End()
 
 void Lines::Fail(const char* why)
 {
-    if (journal_heard_)
-        journal_->Send(WriteJson(OrderedObject{{"error", why}}));
+    journal_.Add(WriteJson(OrderedObject{{"error", why}}));
 }
 
 void Lines::CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer)
@@ -99,9 +97,7 @@ void Lines::Tick(long long ms)
 
 void Lines::Send(Message message, WebAnswer& answer, Turns::Turn turn)
 {
-    message_.clear();
-    if (recording_ != nullptr || journal_heard_)
-        message_ = LineOf(message.kind, message.text);
+    message_ = LineOf(message.kind, message.text);
     Begin(message_, answer);
     turn_ = std::move(turn);
     try {
@@ -151,13 +147,14 @@ void Lines::OnLineOut(LineOut line)
     {
         std::string whole;
         const tv::MutexLock lock(mutex_);
-        const bool shows = journal_heard_ && !(ticking_ && line.kind == Kind::Did);
-        if (records || shows)
+        if (records) {
             whole = line.Whole();
-        if (shows)
-            journal_->Send(whole);
-        if (records)
-            lines_out_.push_back(std::move(whole));
+            lines_out_.push_back(whole);
+        }
+        if (line.kind == Kind::Call || line.kind == Kind::Log)
+            return journal_.Add(std::move(line), {});
+        if (!(ticking_ && line.kind == Kind::Did))
+            journal_.Add(line, std::move(whole));
         if (answers)
             answer = std::move(answer_);
     }

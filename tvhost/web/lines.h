@@ -2,7 +2,6 @@
 
 #include <json/value.h>
 
-#include <atomic>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,7 +11,7 @@
 #include "ppapi/cpp/var.h"
 #include "services/web-runtime/web_runtime.h"
 #include "tvhost/session.h"
-#include "tvhost/web/channel.h"
+#include "tvhost/web/journal.h"
 #include "tvhost/web/pages.h"
 #include "tvhost/web/recording.h"
 #include "tvhost/web/turns.h"
@@ -27,15 +26,13 @@ std::string TextInLine(const std::string& json);
 class Lines {
   public:
     /// `recording` may be null. All of them outlive this object.
-    Lines(Turns& turns, Pages& pages, Recording* recording)
-        : turns_(turns), pages_(pages), recording_(recording)
+    Lines(Turns& turns, Pages& pages, WebJournal& journal, Recording* recording)
+        : turns_(turns), pages_(pages), journal_(journal), recording_(recording)
     {}
     Lines(const Lines&) = delete;
     Lines& operator=(const Lines&) = delete;
 
     // Before the first turn begins.
-    /// Where the journal is shown.
-    void SetJournal(std::shared_ptr<Channel> journal) { journal_ = std::move(journal); }
     /// The session lives until the last turn has ended.
     void SetSession(Session& session) { session_ = &session; }
 
@@ -59,8 +56,6 @@ class Lines {
     void Send(Message message, WebAnswer& answer, Turns::Turn turn) EXCLUDES(mutex_);
 
     // Any thread.
-    /// Whether somebody sees the journal.
-    void SetJournalHeard(bool heard) { journal_heard_ = heard; }
     /// For the session.
     void OnLineOut(LineOut line) EXCLUDES(mutex_);
 
@@ -78,13 +73,12 @@ class Lines {
 
     Turns& turns_;
     Pages& pages_;
+    WebJournal& journal_;
     Recording* const recording_;
-    std::shared_ptr<Channel> journal_;
     Session* session_ = nullptr;
-    std::atomic<bool> journal_heard_{false};
 
     // Whoever has the turn, while a message is on its way.
-    std::string message_;  ///< its line in, if it is recorded
+    std::string message_;  ///< its line in
     Turns::Turn turn_;
 
     tv::Mutex mutex_{tv::LockLevel::Lines};

@@ -9,9 +9,9 @@
 
 namespace host {
 
-/// Makes the connection a WebSocket that listens to the channel, unless that was closed. The server's thread.
+/// Makes the connection a WebSocket that listens to a channel, unless that was closed. The server's thread.
 void Listen(ServerState& server, TcpSocket socket,
             const boost::beast::http::request<boost::beast::http::empty_body>& request,
-            const std::shared_ptr<Channel>& channel);
+            Subscription subscription);
 
 }  // namespace host

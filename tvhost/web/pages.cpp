@@ -19,8 +19,8 @@ long long MillisecondsSinceEpoch()
 
 }  // namespace
 
-Pages::Pages(MakeMessages make_messages, CarryOut carry_out)
-    : make_messages_(std::move(make_messages)),
+Pages::Pages(MakeChannels make_channels, CarryOut carry_out)
+    : make_channels_(std::move(make_channels)),
       carry_out_(std::move(carry_out)),
       // A page of an earlier run is never taken for one of this run.
       first_(MillisecondsSinceEpoch()),
@@ -36,15 +36,15 @@ long long Pages::Open()
     try {
         Close(kReplaced);
         {
-            // The channel first: the plug-in may have something to say at once.
+            // The channels first: the plug-in may have something to say at once.
             const tv::MutexLock lock(mutex_);
-            messages_ = make_messages_();
+            channels_ = make_channels_();
         }
         carry_out_("open");
     } catch (...) {
         const tv::MutexLock lock(mutex_);
         opening_ = false;
-        messages_.reset();
+        channels_ = {};
         throw;
     }
     const tv::MutexLock lock(mutex_);
@@ -61,35 +61,43 @@ void Pages::Close(const std::string& reason)
             return;
         open_ = false;
     }
-    const auto close_messages = [&] {
+    const auto close_channels = [&] {
         const tv::MutexLock lock(mutex_);
-        messages_->Close(reason);
-        messages_.reset();
+        channels_.messages->Close(reason);
+        channels_.runtime->Close(reason);
+        channels_ = {};
     };
     try {
         carry_out_("close");
     } catch (...) {
-        close_messages();
+        close_channels();
         throw;
     }
-    close_messages();
+    close_channels();
 }
 
-std::shared_ptr<Channel> Pages::MessagesOf(long long page) const
+Pages::Channels Pages::ChannelsOf(long long page) const
 {
     const tv::MutexLock lock(mutex_);
     if (page < first_ || page > last_)
         throw Refused(404, "there never was a page " + std::to_string(page));
     if (page != last_ || !open_)
         throw Refused(410, "page " + std::to_string(page) + " was closed or replaced");
-    return messages_;
+    return channels_;
 }
 
 void Pages::Tell(std::string message) const
 {
     const tv::MutexLock lock(mutex_);
-    if (messages_)
-        messages_->Send(std::move(message));
+    if (channels_.messages)
+        channels_.messages->Send(std::make_shared<const std::string>(std::move(message)));
+}
+
+void Pages::TellByRuntime(std::string text) const
+{
+    const tv::MutexLock lock(mutex_);
+    if (channels_.runtime)
+        channels_.runtime->Send(std::make_shared<const std::string>(std::move(text)));
 }
 
 Json::Value Pages::CurrentJson() const

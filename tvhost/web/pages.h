@@ -15,12 +15,16 @@ namespace host {
 /// comes.
 class Pages {
   public:
-    using MakeMessages = std::function<std::shared_ptr<Channel>()>;
+    /// The WebSockets of a page.
+    struct Channels {
+        std::shared_ptr<Channel> messages;
+        std::shared_ptr<Channel> runtime;  ///< what the TV's runtime does to the page beside messages
+    };
+    using MakeChannels = std::function<Channels()>;
     /// Carries out {"tv": "open"} or {"tv": "close"}.
     using CarryOut = std::function<void(const char* verb)>;
 
-    /// `make_messages` makes the channel of a page's messages.
-    Pages(MakeMessages make_messages, CarryOut carry_out);
+    Pages(MakeChannels make_channels, CarryOut carry_out);
 
     // In a turn, on the plug-in's thread. They throw what the verb throws.
     /// A page takes the place of the one that is open; its number.
@@ -29,22 +33,24 @@ class Pages {
     void Close(const std::string& reason) EXCLUDES(mutex_);
 
     // Any thread.
-    /// The messages of the page that is open. Throws Refused for any other page.
-    std::shared_ptr<Channel> MessagesOf(long long page) const EXCLUDES(mutex_);
+    /// Those of the page that is open. Throws Refused for any other page.
+    Channels ChannelsOf(long long page) const EXCLUDES(mutex_);
     /// A message to the page that is open or begins to.
     void Tell(std::string message) const EXCLUDES(mutex_);
+    /// The same by its runtime.
+    void TellByRuntime(std::string text) const EXCLUDES(mutex_);
     /// The page that has the TV, or null.
     Json::Value CurrentJson() const EXCLUDES(mutex_);
 
   private:
-    const MakeMessages make_messages_;
+    const MakeChannels make_channels_;
     const CarryOut carry_out_;
     const long long first_;
     mutable tv::Mutex mutex_{tv::LockLevel::Page};
     long long last_ GUARDED_BY(mutex_);
     bool open_ GUARDED_BY(mutex_) = false;
-    bool opening_ GUARDED_BY(mutex_) = false;               ///< from before the page that it replaces closes
-    std::shared_ptr<Channel> messages_ GUARDED_BY(mutex_);  ///< of the page that is open or begins to
+    bool opening_ GUARDED_BY(mutex_) = false;  ///< from before the page that it replaces closes
+    Channels channels_ GUARDED_BY(mutex_);     ///< of the page that is open or begins to
 };
 
 }  // namespace host

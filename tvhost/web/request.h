@@ -11,7 +11,8 @@ namespace host {
 
 struct WebRequest {
     std::string method;
-    std::string path;  ///< as it was sent, without the query
+    std::string path;   ///< as it was sent, without the query
+    std::string query;  ///< what follows the question mark
     std::string body;
 };
 

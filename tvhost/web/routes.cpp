@@ -17,7 +17,7 @@ struct Routes::Route {
     const char* methods = nullptr;  ///< as the header Allow has them
     const char* pattern = nullptr;
     void (Routes::*answer)(Asked&) = nullptr;
-    std::shared_ptr<Channel> (Routes::*listen)(Asked&) = nullptr;  ///< where a WebSocket may listen
+    Subscription (Routes::*listen)(Asked&) = nullptr;  ///< where a WebSocket may listen
 
     bool Allows(std::string_view method) const
     {
@@ -34,9 +34,10 @@ const Routes::Route Routes::kRoutes[] = {
     {"POST",      "/page/N/post",     &Routes::Post},
     {"POST",      "/page/N/close",    &Routes::ClosePage},
     {"GET",       "/page/N/messages", &Routes::MessagesAreASocket, &Routes::Messages},
+    {"GET",       "/page/N/runtime",  &Routes::RuntimeIsASocket,   &Routes::Runtime},
     {"POST",      "/tv",              &Routes::DoVerb},
     {"GET",       "/tv/state",        &Routes::State},
-    {"GET",       "/journal",         &Routes::JournalIsASocket, &Routes::Journal},
+    {"GET",       "/journal",         &Routes::Journal,            &Routes::HearJournal},
     {"GET, HEAD", "FILE",             &Routes::File},
 };
 // clang-format on
@@ -64,16 +65,33 @@ std::string_view TakeName(std::string_view& path)
     return name;
 }
 
-bool IsPage(std::string_view name)
+bool IsNumber(std::string_view name)
 {
     return !name.empty() && name.size() <= 18 && name.find_first_not_of("0123456789") == std::string::npos;
 }
 
+/// The N of `since=N`; nothing where the query doesn't have it.
+std::optional<unsigned long long> Since(std::string_view query)
+{
+    constexpr std::string_view kName = "since=";
+    for (std::size_t begin = 0; begin < query.size();) {
+        const std::size_t end = std::min(query.find('&', begin), query.size());
+        const std::string_view part = query.substr(begin, end - begin);
+        begin = end + 1;
+        if (part.substr(0, kName.size()) != kName)
+            continue;
+        const std::string_view number = part.substr(kName.size());
+        if (!IsNumber(number))
+            throw Refused(400, "since must be the number of a line");
+        return std::stoull(std::string(number));
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
-Routes::Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines,
-               std::shared_ptr<Channel> journal)
-    : files_(files), turns_(turns), pages_(pages), lines_(lines), journal_(std::move(journal))
+Routes::Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal)
+    : files_(files), turns_(turns), pages_(pages), lines_(lines), journal_(journal)
 {}
 
 bool Routes::Fits(const Route& route, Asked& asked) const
@@ -88,7 +106,7 @@ bool Routes::Fits(const Route& route, Asked& asked) const
     for (std::string_view pattern = route.pattern; !pattern.empty();) {
         const std::string_view expected = TakeName(pattern);
         const std::string_view name = TakeName(path);
-        if (expected == "N" ? !IsPage(name) : name != expected)
+        if (expected == "N" ? !IsNumber(name) : name != expected)
             return false;
         if (expected == "N")
             asked.page = std::stoll(std::string(name));
@@ -123,24 +141,23 @@ void Routes::Answer(WebRequest request, WebAnswer answer)
     });
 }
 
-std::variant<std::shared_ptr<Channel>, WebResponse> Routes::Listen(const std::string& path)
+std::variant<Subscription, WebResponse> Routes::Listen(WebRequest request)
 {
     WebResponse refusal;
     WebAnswer answer([&refusal](WebResponse response) { refusal = std::move(response); }, {});
-    std::shared_ptr<Channel> channel;
+    Subscription subscription;
     Answering(answer, [&] {
-        WebRequest request{"GET", path, {}};
         Asked asked{request, answer};
         for (const Route& route : kRoutes) {
             if (route.listen != nullptr && Fits(route, asked)) {
-                channel = (this->*route.listen)(asked);
+                subscription = (this->*route.listen)(asked);
                 return;
             }
         }
-        throw Refused(404, "there is no WebSocket at " + path);
+        throw Refused(404, "there is no WebSocket at " + request.path);
     });
-    if (channel)
-        return channel;
+    if (subscription.channel)
+        return subscription;
     return refusal;
 }
 
@@ -162,10 +179,10 @@ void Routes::OpenPage(Asked& asked)
 
 void Routes::ClosePage(Asked& asked)
 {
-    pages_.MessagesOf(asked.page);
+    pages_.ChannelsOf(asked.page);
     turns_.Take(
         [this, page = asked.page](WebAnswer& answer, Turns::Turn turn) {
-            pages_.MessagesOf(page);
+            pages_.ChannelsOf(page);
             turns_.OnPluginThread(
                 [this](WebAnswer& closed) {
                     pages_.Close(kClosed);
@@ -195,7 +212,7 @@ void Routes::Post(Asked& asked)
 
 void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer)
 {
-    pages_.MessagesOf(asked.page);
+    pages_.ChannelsOf(asked.page);
     const Json::Value json = ParseBody(asked.request.body, kMaxMessageDepth);
     Lines::Message message{kind, std::nullopt, std::move(asked.request.body)};
     // What has to wait stays text, since its values take many times as much.
@@ -205,7 +222,7 @@ void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answ
     turns_.Take(
         [this, page = asked.page, message = std::move(message)](WebAnswer& replied,
                                                                 Turns::Turn turn) mutable {
-            pages_.MessagesOf(page);
+            pages_.ChannelsOf(page);
             lines_.Send(std::move(message), replied, std::move(turn));
         },
         answer, bytes);
@@ -232,6 +249,12 @@ void Routes::DoVerb(Asked& asked)
         if (known != nullptr || !names_call)
             no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
     }
+    TakeVerb(std::move(line), body, asked.answer, std::move(no_delay));
+}
+
+void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
+                      std::shared_ptr<tv::Calls::NoDelay> no_delay)
+{
     std::string text = TextInLine(body);
     Turns::Work work = [this, line = std::move(line), text = std::move(text), no_delay = std::move(no_delay)](
                            WebAnswer& done) { lines_.CarryOut(line, text, done); };
@@ -239,7 +262,7 @@ void Routes::DoVerb(Asked& asked)
         [this, work = std::move(work)](WebAnswer& answer, Turns::Turn turn) mutable {
             turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
         },
-        asked.answer, body.size());
+        taken, body.size());
 }
 
 void Routes::State(Asked& asked)
@@ -256,19 +279,48 @@ void Routes::MessagesAreASocket(Asked&)
     throw Refused(400, "a page's messages are a WebSocket");
 }
 
-std::shared_ptr<Channel> Routes::Messages(Asked& asked)
+Subscription Routes::Messages(Asked& asked)
 {
-    return pages_.MessagesOf(asked.page);
+    return {pages_.ChannelsOf(asked.page).messages, {}};
 }
 
-void Routes::JournalIsASocket(Asked&)
+void Routes::RuntimeIsASocket(Asked&)
 {
-    throw Refused(400, "the journal is a WebSocket");
+    throw Refused(400, "a page's runtime is a WebSocket");
 }
 
-std::shared_ptr<Channel> Routes::Journal(Asked&)
+Subscription Routes::Runtime(Asked& asked)
 {
-    return journal_;
+    return {pages_.ChannelsOf(asked.page).runtime, {}};
+}
+
+void Routes::HearByRuntime(std::string text)
+{
+    static const WebResponse unanswered = ErrorResponse(500, "the line was given up");
+    WebAnswer answer(
+        [this](const WebResponse& response) {
+            if (response.status != 200)
+                pages_.TellByRuntime(response.body);
+        },
+        unanswered);
+    Answering(answer, [&] {
+        Json::Value line = ParseBody(text, kMaxMessageDepth + 1);
+        if (!line.isObject() || line["tv"] != "media")
+            throw Refused(400, "expected {\"tv\": \"media\", …}");
+        TakeVerb(std::move(line), text, answer);
+    });
+}
+
+void Routes::Journal(Asked& asked)
+{
+    WebResponse response;
+    response.body = journal_.Since(Since(asked.request.query).value_or(1));
+    asked.answer(std::move(response));
+}
+
+Subscription Routes::HearJournal(Asked& asked)
+{
+    return journal_.Subscribe(Since(asked.request.query).value_or(0));
 }
 
 void Routes::File(Asked& asked)

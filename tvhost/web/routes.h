@@ -1,10 +1,13 @@
 #pragma once
 
+#include <json/value.h>
+
 #include <memory>
 #include <optional>
 #include <string>
 #include <variant>
 
+#include "core/calls.h"
 #include "tvhost/web/files.h"
 #include "tvhost/web/lines.h"
 #include "tvhost/web/pages.h"
@@ -17,12 +20,15 @@ namespace host {
 class Routes {
   public:
     /// All of them outlive this object.
-    Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, std::shared_ptr<Channel> journal);
+    Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal);
 
     /// Answers a request, now or in its turn.
     void Answer(WebRequest request, WebAnswer answer);
-    /// The channel of a WebSocket, or why there is none.
-    std::variant<std::shared_ptr<Channel>, WebResponse> Listen(const std::string& path);
+    /// What a WebSocket listens to, or why there is nothing.
+    std::variant<Subscription, WebResponse> Listen(WebRequest request);
+    /// The page that is open tells its runtime something: a line in, as JSON. What is wrong with it comes
+    /// back.
+    void HearByRuntime(std::string text);
 
   private:
     /// A request whose path fits a route.
@@ -44,20 +50,25 @@ class Routes {
     void Post(Asked& asked);
     void ClosePage(Asked& asked);
     void MessagesAreASocket(Asked& asked);
-    std::shared_ptr<Channel> Messages(Asked& asked);
+    Subscription Messages(Asked& asked);
+    void RuntimeIsASocket(Asked& asked);
+    Subscription Runtime(Asked& asked);
     void DoVerb(Asked& asked);
     void State(Asked& asked);
-    void JournalIsASocket(Asked& asked);
-    std::shared_ptr<Channel> Journal(Asked& asked);
+    void Journal(Asked& asked);
+    Subscription HearJournal(Asked& asked);
     void File(Asked& asked);
 
+    /// A turn for a verb, given as JSON and as it was sent. `no_delay` lasts until the turn is over.
+    void TakeVerb(Json::Value line, const std::string& body, WebAnswer& answer,
+                  std::shared_ptr<tv::Calls::NoDelay> no_delay = nullptr);
     void Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer);
 
     const WebFiles& files_;
     Turns& turns_;
     Pages& pages_;
     Lines& lines_;
-    const std::shared_ptr<Channel> journal_;
+    WebJournal& journal_;
 };
 
 }  // namespace host

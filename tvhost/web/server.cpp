@@ -192,9 +192,9 @@ bool WebServer::is_loopback() const
     return core_->local().address().is_loopback();
 }
 
-std::shared_ptr<Channel> WebServer::MakeChannel(Channel::Unheard unheard, Channel::OnListeners on_listeners)
+std::shared_ptr<Channel> WebServer::MakeChannel(Channel::Unheard unheard, Channel::Events events)
 {
-    return std::make_shared<Channel>(core_->state(), unheard, std::move(on_listeners));
+    return std::make_shared<Channel>(core_->state(), unheard, std::move(events));
 }
 
 void WebServer::OnInterrupt(std::function<void()> stop)

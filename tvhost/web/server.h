@@ -29,8 +29,8 @@ class WebServer {
     struct Handlers {
         /// A request. On the server's thread: it must not wait.
         std::function<void(WebRequest, Answer)> request;
-        /// A WebSocket that wants to listen at that path: its channel, or a refusal. On the server's thread.
-        std::function<std::variant<std::shared_ptr<Channel>, WebResponse>(const std::string& path)> listen;
+        /// A WebSocket, without method and body: what it listens to, or a refusal. On the server's thread.
+        std::function<std::variant<Subscription, WebResponse>(WebRequest)> listen;
     };
     struct Limits {
         std::size_t body_bytes = std::size_t{1024} * 1024;
@@ -55,10 +55,9 @@ class WebServer {
     bool is_loopback() const;
 
     /// A channel. One that keeps holds texts back while nobody listens; when they exceed the limit, the
-    /// oldest go. `on_listeners` is called on the server's thread with the number of listeners when that
-    /// changed: before a listener is accepted, and after one has gone. Channels must not outlive the server.
+    /// oldest go. Channels must not outlive the server.
     std::shared_ptr<Channel> MakeChannel(Channel::Unheard unheard,
-                                         Channel::OnListeners on_listeners = nullptr);
+                                         Channel::Events events = {nullptr, nullptr});
 
     /// Calls `stop` on the server's thread at Ctrl-C or SIGTERM; a second one ends the process at
     /// once. Before Start.
