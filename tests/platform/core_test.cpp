@@ -6,6 +6,7 @@
 
 #include "core/delivery.h"
 #include "core/mutex.h"
+#include "core/nearest.h"
 #include "core/reply_once.h"
 
 namespace {
@@ -68,5 +69,46 @@ TEST(CoreDeathTest, LocksAreTakenInTheirOrder)
     EXPECT_DEATH(Take(LockLevel::Leaf, LockLevel::Leaf), "taken under one of the level Leaf");
 }
 #endif
+
+TEST(Core, AWrongNameFindsTheOneThatWasMeant)
+{
+    const std::vector<std::string> known{"at",      "key",     "event",   "answer",
+                                         "advance", "restore", "BmsPlay", "FIGuide::GetProgramList"};
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"EVENT", "event"},
+        {"evnet", "event"},
+        {"even", "event"},
+        {"events", "event"},
+        {"xnswrr", "answer"},
+        {"anwsre", "answer"},
+        {"awnsrx", ""},
+        {"xdxancex", ""},
+        {"ta", ""},
+        {"AT", "at"},
+        {"kye", "key"},
+        {"", ""},
+        {"bmsplya", "BmsPlay"},
+        {"GetProgramlist", "FIGuide::GetProgramList"},
+        {"FIGuid:GetProgrmList", "FIGuide::GetProgramList"},
+        {"FGuid:GetProgrmLis", ""},
+        {std::string(1'000'000, 'e'), ""},
+    };
+    for (const auto& [name, meant] : cases)
+        EXPECT_EQ(tv::Nearest(name, known).value_or(""), meant) << name.substr(0, 40);
+    EXPECT_EQ(tv::Nearest("pley", {"plea", "play", "pley1"}), "plea");
+    EXPECT_EQ(tv::DidYouMean("evnet", known), "; did you mean \"event\"?");
+    EXPECT_EQ(tv::DidYouMean("tune", known), "");
+}
+
+TEST(Core, WhatIsQuotedIsCutAtWholeCharacters)
+{
+    std::string text;
+    for (int i = 0; i < 200; ++i)
+        text += i % 2 == 0 ? "ä" : "😀";
+    EXPECT_EQ(tv::Quoted(text), '"' + text + '"');
+    EXPECT_EQ(tv::Shortened(text + "x"), text + "…");
+    EXPECT_EQ(tv::Shortened(text + "ä"), text + "…");
+    EXPECT_EQ(tv::Shortened(std::string(1000, '\x80')), std::string(800, '\x80') + "…");
+}
 
 }  // namespace
