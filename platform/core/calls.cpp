@@ -65,6 +65,15 @@ const AnyCall* Calls::Find(const std::string& name) const
     return found == calls_.end() ? nullptr : *found;
 }
 
+std::vector<std::string> Calls::Names() const
+{
+    const MutexLock lock(mutex_);
+    std::vector<std::string> names;
+    for (const AnyCall* const call : calls_)
+        names.emplace_back(call->name());
+    return names;
+}
+
 void Calls::SetAnswer(const AnyCall& call, Answer answer)
 {
     const MutexLock lock(mutex_);

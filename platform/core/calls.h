@@ -117,6 +117,8 @@ class PLATFORM_API Calls {
     void Add(const CallTable& table) EXCLUDES(mutex_);
     /// The call of that name, or null.
     const AnyCall* Find(const std::string& name) const EXCLUDES(mutex_);
+    /// Those of all calls, in the order of the tables.
+    std::vector<std::string> Names() const EXCLUDES(mutex_);
 
     /// An answer without `times` replaces those that stood for the call and the same `args`; one with `times`
     /// queues up. Those with `args` are asked first, in the order of setting. The answer must fit the call

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "core/nearest.h"
+
 namespace tv {
 
 void JsonNode::Fail(const std::string& why) const
@@ -17,13 +19,13 @@ JsonNode JsonNode::operator[](const std::string& key) const
 {
     const Json::Value& member = (*value_)[key];
     if (places_ == JsonPlaces::Name)
-        return {member, places_, '"' + key + '"'};
+        return {member, places_, Quoted(key)};
     const bool plain = !key.empty() && std::all_of(key.begin(), key.end(), [](unsigned char c) {
         return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
     });
     if (!plain)
-        return {member, places_, place_ + '[' + Json::valueToQuotedString(key.c_str()) + ']'};
-    return {member, places_, place_.empty() ? key : place_ + '.' + key};
+        return {member, places_, place_ + '[' + Json::valueToQuotedString(Shortened(key).c_str()) + ']'};
+    return {member, places_, (place_.empty() ? "" : place_ + '.') + Shortened(key)};
 }
 
 JsonNode JsonNode::Element(std::size_t index) const
@@ -92,7 +94,7 @@ void JsonObject::End() const
 {
     for (const std::string& key : node_.json().getMemberNames()) {
         if (std::find(known_.begin(), known_.end(), key) == known_.end())
-            node_[key].Fail("is not known");
+            node_[key].Fail("is not known" + DidYouMean(key, known_));
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <json/value.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,12 +15,17 @@ namespace tv {
 /// What a verb gives back, in the order in which it is to be written.
 using VerbResults = std::vector<std::pair<std::string, Json::Value>>;
 
+/// What a verb that was read does, now or later, and once. Fails by JsonMistake for what can only be known
+/// then, nothing done. Returns when the callbacks that it sets off have returned. One thread at a time, and
+/// not inside a callback.
+using VerbAction = std::function<VerbResults()>;
+
 /// Something that somebody at the TV, or one of its services, does when it is told to: `{"tv": NAME, …}`.
 struct Verb {
     const char* name;
-    /// Asks for all fields, calls End, and only then does it; fails by JsonMistake, nothing done. Returns
-    /// when the callbacks that it sets off have returned. One thread at a time, and not inside a callback.
-    VerbResults (*carry_out)(JsonObject& fields);
+    /// Asks for all fields, calls End, and gives what is to be done; fails by JsonMistake. The action holds
+    /// nothing of the fields. Any thread.
+    VerbAction (*read)(JsonObject& fields);
 };
 
 /// True for `"user": null`, which passes null user data to callbacks; any other value is a mistake.

@@ -1,37 +1,86 @@
 #include "tv/control.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "core/calls.h"
 #include "core/clock.h"
 #include "core/delivery.h"
 #include "core/form.h"
 #include "core/json_node.h"
+#include "core/nearest.h"
+#include "tv/schedule.h"
 #include "tv/tv.h"
 
 namespace tv {
 namespace {
 
-VerbResults SetClock(JsonObject& fields)
+/// Verbs that concern the page's instance are the host's.
+constexpr const char* kHostVerbs[] = {"close", "open"};
+constexpr double kMaxSpeed = 100'000;
+
+VerbAction SetClock(JsonObject& fields)
 {
     const JsonNode date = fields.Get("date");
     std::int64_t time = 0;
     if (!FromJson(date.json(), time) || time < 0 || time > kLastDate)
         date.Fail("must be a whole number of milliseconds since 1970, up to the year 9999");
     fields.End();
-    TheClock().SetDate(Clock::Time(time));
-    return {};
+    return [=]() -> VerbResults {
+        TheClock().SetDate(Clock::Time(time));
+        return {};
+    };
 }
 
-VerbResults Advance(JsonObject& fields)
+VerbAction Advance(JsonObject& fields)
 {
     const auto by = Clock::Time(fields.Get("ms").AtLeast(0));
     fields.End();
-    // What an alarm sets off is delivered before the next one, so that the order is that of playing time.
-    TheClock().Advance(by, [] { TheDeliveries().Release(); });
-    return {{"position", static_cast<Json::Int64>(TheClock().Now().count())}};
+    return [=] {
+        PassTime(by);
+        return TimePassed();
+    };
+}
+
+VerbAction SetSpeed(JsonObject& fields)
+{
+    const JsonNode factor = fields.Get("factor");
+    const double speed = factor.json().isNumeric() ? factor.json().asDouble() : -1;
+    if (!(speed >= 0 && speed <= kMaxSpeed))
+        factor.Fail("must be a number from 0 to 100000");
+    fields.End();
+    return [=]() -> VerbResults {
+        TheClock().SetSpeed(speed);
+        return {};
+    };
+}
+
+VerbAction ScheduleVerb(JsonObject& fields)
+{
+    const auto after = Clock::Time(fields.Get("ms").AtLeast(0));
+    const JsonNode node = fields.Get("do");
+    fields.End();
+    const Json::Value& verb = node.json();
+    if (!verb.isObject())
+        node.Fail("must be a verb");
+    for (const char* const refused : {"advance", "at", "close", "open"}) {
+        if (verb["tv"] == refused)
+            node.Fail("can't be \"" + std::string(refused) + '"');
+    }
+    VerbAction action;
+    try {
+        action = ReadVerb(verb);
+    } catch (const VerbError& error) {
+        throw JsonMistake(std::string("\"do\": ") + error.what());
+    }
+    return [=]() -> VerbResults {
+        TheSchedule().Add(after, verb, action);
+        return {};
+    };
 }
 
 const AnyCall& ReadCall(JsonObject& fields)
@@ -39,11 +88,12 @@ const AnyCall& ReadCall(JsonObject& fields)
     const std::string name = fields.Get("call").As<std::string>();
     const AnyCall* const call = TheCalls().Find(name);
     if (call == nullptr)
-        fields.node().Fail("there is no platform call \"" + name + "\"");
+        fields.node().Fail("there is no platform call " + Quoted(name) +
+                           DidYouMean(name, TheCalls().Names()));
     return *call;
 }
 
-VerbResults SetAnswer(JsonObject& fields)
+VerbAction SetAnswer(JsonObject& fields)
 {
     const AnyCall& call = ReadCall(fields);
     Answer answer;
@@ -66,19 +116,23 @@ VerbResults SetAnswer(JsonObject& fields)
     fields.End();
     if (const std::optional<std::string> mistake = call.Mistake(answer))
         fields.node().Fail(*mistake);
-    TheCalls().SetAnswer(call, std::move(answer));
-    return {};
+    return [&call, answer = std::move(answer)]() -> VerbResults {
+        TheCalls().SetAnswer(call, answer);
+        return {};
+    };
 }
 
-VerbResults Restore(JsonObject& fields)
+VerbAction Restore(JsonObject& fields)
 {
     const AnyCall* const call = fields.Find("call") ? &ReadCall(fields) : nullptr;
     fields.End();
-    if (call != nullptr)
-        TheCalls().Restore(*call);
-    else
-        TheCalls().RestoreAll();
-    return {};
+    return [=]() -> VerbResults {
+        if (call != nullptr)
+            TheCalls().Restore(*call);
+        else
+            TheCalls().RestoreAll();
+        return {};
+    };
 }
 
 /// Those of the TV itself and those of its services.
@@ -86,10 +140,8 @@ const std::map<std::string, Verb>& Verbs()
 {
     static const std::map<std::string, Verb> verbs = [] {
         std::vector<Verb> list{
-            {"advance", Advance},
-            {"answer", SetAnswer},
-            {"clock", SetClock},
-            {"restore", Restore},
+            {"advance", Advance}, {"answer", SetAnswer}, {"at", ScheduleVerb},
+            {"clock", SetClock},  {"restore", Restore},  {"speed", SetSpeed},
         };
         for (const Service* const service : Services()) {
             for (const Verb& verb : service->verbs())
@@ -103,37 +155,71 @@ const std::map<std::string, Verb>& Verbs()
     return verbs;
 }
 
-/// Reads the fields of `verb` by `read(JsonObject&)`; what is wrong with them is a VerbError.
-template <typename Read>
-VerbResults WithFields(const Json::Value& verb, Read read)
+std::vector<std::string> VerbNames()
+{
+    std::vector<std::string> names(std::begin(kHostVerbs), std::end(kHostVerbs));
+    for (const auto& [name, verb] : Verbs())
+        names.push_back(name);
+    return names;
+}
+
+/// What `act` gives; a mistake that it finds is a VerbError.
+template <typename Act>
+auto ForVerb(const std::string& name, Act act)
 {
     try {
-        JsonObject fields(JsonNode(verb, JsonPlaces::Name));
-        fields.Find("tv");
-        return read(fields);
+        return act();
     } catch (const JsonMistake& mistake) {
-        throw VerbError("verb \"" + verb["tv"].asString() + "\": " + mistake.what());
+        throw VerbError("verb \"" + name + "\": " + mistake.what());
     }
+}
+
+/// The fields of `verb`, which its name is not one of.
+JsonObject FieldsOf(const Json::Value& verb)
+{
+    JsonObject fields(JsonNode(verb, JsonPlaces::Name));
+    fields.Find("tv");
+    return fields;
 }
 
 }  // namespace
 
-VerbResults CarryOut(const Json::Value& verb)
+VerbAction ReadVerb(const Json::Value& verb)
 {
     if (!verb["tv"].isString())
         throw VerbError("\"tv\" must name a verb");
-    const auto found = Verbs().find(verb["tv"].asString());
+    const std::string name = verb["tv"].asString();
+    const auto found = Verbs().find(name);
     if (found == Verbs().end())
-        throw VerbError("there is no verb \"" + verb["tv"].asString() + "\"");
-    return WithFields(verb, found->second.carry_out);
+        throw VerbError("there is no verb " + Quoted(name) + DidYouMean(name, VerbNames()));
+    VerbAction action = ForVerb(name, [&] {
+        JsonObject fields = FieldsOf(verb);
+        return found->second.read(fields);
+    });
+    return [name, action = std::move(action)] { return ForVerb(name, action); };
+}
+
+VerbResults CarryOut(const Json::Value& verb)
+{
+    return ReadVerb(verb)();
 }
 
 void RefuseFields(const Json::Value& verb)
 {
-    WithFields(verb, [](const JsonObject& fields) -> VerbResults {
-        fields.End();
-        return {};
+    ForVerb(verb["tv"].asString(), [&] { FieldsOf(verb).End(); });
+}
+
+Clock::Time PassTime(Clock::Time by, const std::function<bool()>& goes_on)
+{
+    return TheClock().Advance(by, [&] {
+        TheDeliveries().Release();
+        return !goes_on || goes_on();
     });
+}
+
+VerbResults TimePassed()
+{
+    return {{"position", static_cast<Json::Int64>(TheClock().Now().count())}};
 }
 
 }  // namespace tv

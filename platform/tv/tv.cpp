@@ -1,10 +1,12 @@
 #include "tv/tv.h"
 
 #include <atomic>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 
+#include "tv/schedule.h"
 #include "tv/tv_file.h"
 
 namespace tv {
@@ -59,15 +61,13 @@ Json::Value StateJson()
     for (const Service* const service : Services())
         service->AddState(state);
     state["answers"] = TheCalls().AnswersJson();
-    // Both of the same moment, though the clock may be moved meanwhile.
-    Clock::Time now{};
-    Clock::Time date{};
-    do {
-        now = TheClock().Now();
-        date = TheClock().Date();
-    } while (now != TheClock().Now());
-    state["time"] = static_cast<Json::Int64>(date.count());
-    state["playingTime"] = static_cast<Json::Int64>(now.count());
+    const Clock::Moment moment = TheClock().Read();
+    state["scheduled"] = TheSchedule().ToJson(moment.now);
+    const double speed = TheClock().speed();
+    state["speed"] =
+        speed == std::floor(speed) ? Json::Value(static_cast<Json::Int>(speed)) : Json::Value(speed);
+    state["time"] = static_cast<Json::Int64>(moment.date.count());
+    state["playingTime"] = static_cast<Json::Int64>(moment.now.count());
     return state;
 }
 

@@ -32,8 +32,8 @@ PLATFORM_API const std::vector<Service*>& Services();
 /// The TV becomes that one: its channels, date and first-use state are as they are at its start.
 PLATFORM_API void LoadTv(const TvConfig& config);
 
-/// The TV as it stands: channel, players, settings, subscriptions, watches, scripted answers, `time` (its
-/// date) and `playingTime`, both in milliseconds.
+/// The TV as it stands: channel, players, settings, subscriptions, watches, scripted answers, scheduled
+/// verbs, `speed`, `time` (its date) and `playingTime`, both in milliseconds.
 PLATFORM_API Json::Value StateJson();
 
 /// How many subscriptions, watches and registrations the services hold.

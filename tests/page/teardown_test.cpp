@@ -124,7 +124,7 @@ TEST(Teardown, WhileEveryServiceTellsThings)
         services.push_back(services.back());  // two threads of one service
         // And what the host does meanwhile.
         tv::Clock& clock = tv::TheClock();
-        services.emplace_back([&] { clock.Advance(tv::Clock::Time(700), [] {}); });
+        services.emplace_back([&] { clock.Advance(tv::Clock::Time(700), [] { return true; }); });
         services.emplace_back([&] { clock.Cancel(clock.Set(clock.Now() + tv::Clock::Time(9000), [] {})); });
         services.emplace_back([&] { clock.SetDate(clock.Date()); });
         services.emplace_back([] { tv::StateJson(); });

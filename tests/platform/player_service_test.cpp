@@ -40,7 +40,10 @@ class Service {
     }
     void Advance(std::chrono::milliseconds by)
     {
-        clock_.Advance(by, [this] { deliveries_.Release(); });
+        clock_.Advance(by, [this] {
+            deliveries_.Release();
+            return true;
+        });
     }
     /// What was reported since the last call: "33", or "35(15000,600000)" where there are values.
     std::string Reports()

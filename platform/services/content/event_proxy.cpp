@@ -17,12 +17,12 @@ struct EventProxyCalls : CallTable {
     Call<int(int)> unsubscribe{*this, "FCEMSProxy::Unsubscribe"};
 };
 
-VerbResults RaiseEvent(JsonObject& fields)
+VerbAction RaiseEvent(JsonObject& fields)
 {
     const int event = fields.Get("event").As<int>();
     const bool null_user = ReadNullUser(fields);
     fields.End();
-    return Delivered(EventProxyService::Get().Notify(event, null_user));
+    return [=] { return Delivered(EventProxyService::Get().Notify(event, null_user)); };
 }
 
 }  // namespace

@@ -19,7 +19,7 @@ std::int32_t Milliseconds(Clock::Time time)
         std::min<Clock::Time::rep>(time.count(), std::numeric_limits<std::int32_t>::max()));
 }
 
-VerbResults ReportPlayer(JsonObject& fields)
+VerbAction ReportPlayer(JsonObject& fields)
 {
     const int player = fields.Get("player").As<int>();
     const int type = fields.Get("type").As<int>();
@@ -29,8 +29,10 @@ VerbResults ReportPlayer(JsonObject& fields)
     fields.Read("value2", value2);
     const bool null_user = ReadNullUser(fields);
     fields.End();
-    const std::size_t delivered = PlayerService::Get().Report(player, type, value1, value2, null_user);
-    return {{"delivered", static_cast<Json::UInt>(delivered)}};
+    return [=]() -> VerbResults {
+        const std::size_t delivered = PlayerService::Get().Report(player, type, value1, value2, null_user);
+        return {{"delivered", static_cast<Json::UInt>(delivered)}};
+    };
 }
 
 }  // namespace

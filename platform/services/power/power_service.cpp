@@ -5,12 +5,12 @@
 namespace tv {
 namespace {
 
-VerbResults PowerOff(JsonObject& fields)
+VerbAction PowerOff(JsonObject& fields)
 {
     const int type = fields.Get("type").As<int>();
     const bool null_user = ReadNullUser(fields);
     fields.End();
-    return Delivered(PowerService::Get().Notify(type, null_user));
+    return [=] { return Delivered(PowerService::Get().Notify(type, null_user)); };
 }
 
 }  // namespace

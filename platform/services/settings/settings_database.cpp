@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "core/nearest.h"
+
 namespace tv {
 namespace {
 
@@ -93,7 +95,7 @@ std::map<std::string, SettingValue> SettingsDatabase::ReadAll()
         else if (type == kBoolean)
             values[key] = sqlite3_column_int(read.get(), 2) != 0;
         else
-            Fail("key \"" + key + "\" has the unknown type \"" + type + "\"");
+            Fail("key " + Quoted(key) + " has the unknown type " + Quoted(type));
     }
     if (step != SQLITE_DONE)
         Fail(sqlite3_errmsg(database_.get()));

@@ -1,7 +1,9 @@
 #include "services/settings/settings_store.h"
 
+#include <type_traits>
 #include <utility>
 
+#include "core/nearest.h"
 #include "services/settings/settings_database.h"
 
 struct _keynode_t {
@@ -17,7 +19,13 @@ namespace tv {
 
 namespace {
 
-VerbResults WriteSetting(JsonObject& fields)
+/// What a value of the same type is, in words.
+const char* TypeOf(const SettingValue& value)
+{
+    return std::visit([](const auto& held) { return Form<std::decay_t<decltype(held)>>::kWhat; }, value);
+}
+
+VerbAction WriteSetting(JsonObject& fields)
 {
     const JsonNode key = fields.Get("key");
     const std::string name = key.As<std::string>();
@@ -25,12 +33,21 @@ VerbResults WriteSetting(JsonObject& fields)
         key.Fail("must not be empty");
     fields.Find("value");  // one that is missing is told as one of the wrong type
     const SettingValue value = fields.node()["value"].As<SettingValue>();
+    bool force = false;
+    fields.Read("force", force);
     const bool null_user = ReadNullUser(fields);
     fields.End();
-    const std::optional<std::size_t> told = SettingsStore::Get().SetAndTell(name, value, null_user);
-    if (!told)
-        fields.node().Fail("the settings store refuses the write");
-    return {{"delivered", static_cast<int>(*told)}};
+    return [=]() -> VerbResults {
+        SettingsStore& store = SettingsStore::Get();
+        const std::optional<SettingValue> held = store.Find(name);
+        if (held && held->index() != value.index() && !force)
+            throw JsonMistake("\"value\" must be " + std::string(TypeOf(*held)) + ", as " + Quoted(name) +
+                              " holds; with \"force\": true it is written all the same");
+        const std::optional<std::size_t> told = store.SetAndTell(name, value, null_user);
+        if (!told)
+            throw JsonMistake("the settings store refuses the write");
+        return {{"delivered", static_cast<int>(*told)}};
+    };
 }
 
 }  // namespace
@@ -129,6 +146,13 @@ std::size_t SettingsStore::Tell(const std::string& key, bool null_user)
         keynode_t node{key};
         callback(&node, user_data);
     });
+}
+
+std::optional<SettingValue> SettingsStore::Find(const std::string& key) const
+{
+    const MutexLock lock(mutex_);
+    const auto found = values_.find(key);
+    return found == values_.end() ? std::nullopt : std::optional(found->second);
 }
 
 bool SettingsStore::Watch(const std::string& key, vconf_callback_fn callback, void* user_data)

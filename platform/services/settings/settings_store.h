@@ -66,6 +66,8 @@ class PLATFORM_API SettingsStore : public Service {
     /// `null_user` they get null user data.
     std::optional<std::size_t> SetAndTell(const std::string& key, const SettingValue& value, bool null_user)
         EXCLUDES(mutex_);
+    /// What the key holds; nothing when it does not exist.
+    std::optional<SettingValue> Find(const std::string& key) const EXCLUDES(mutex_);
     /// Nothing when the key does not exist or holds another type.
     template <typename T>
     std::optional<T> Get(const std::string& key) const EXCLUDES(mutex_)

@@ -10,12 +10,12 @@ ISignalSubscriber::~ISignalSubscriber() = default;
 namespace tv {
 namespace {
 
-VerbResults RaiseSignal(JsonObject& fields)
+VerbAction RaiseSignal(JsonObject& fields)
 {
-    const int signal = fields.Get("signal").As<int>();
+    const auto signal = static_cast<ESignalType>(fields.Get("signal").As<int>());
     const bool null_user = ReadNullUser(fields);
     fields.End();
-    return Delivered(SignalService::Get().Notify(static_cast<ESignalType>(signal), null_user));
+    return [=] { return Delivered(SignalService::Get().Notify(signal, null_user)); };
 }
 
 }  // namespace
