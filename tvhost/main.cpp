@@ -2,14 +2,18 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <cstdio>
 #include <exception>
 #include <optional>
 
+#include "core/clock.h"
+#include "core/nearest.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
+#include "tvhost/recording_marks.h"
 #include "tvhost/script.h"
 #include "tvhost/trace_file.h"
 #include "tvhost/web/files.h"
@@ -26,6 +30,24 @@ Json::Value Differing(const Json::Value& object, const Json::Value& usual)
             differing[name] = object[name];
     }
     return differing;
+}
+
+constexpr char kDateOfFile[] = "file";
+
+/// What is wrong with the text of --date, or "".
+std::string RefuseNoDate(const std::string& date)
+{
+    if (date == kDateOfFile || tv::ParseDate(date))
+        return "";
+    return tv::Quoted(date) +
+           " is no date; write it as 2026-01-01T20:00:00Z, from 1970 to 9999, or write file";
+}
+
+/// What is wrong with a number that is within no range, or "".
+std::string RefuseNotANumber(const std::string& number)
+{
+    double value = 0;
+    return CLI::detail::lexical_cast(number, value) && std::isnan(value) ? number + " is not a number" : "";
 }
 
 /// Keeps the place of a standard stream that is closed: else the next file that is opened would get its
@@ -92,9 +114,14 @@ int Run(int argc, char** argv)
         ->type_name("FILE");
     serve_command
         ->add_option("--speed", serve.speed, "How many times as fast playing time runs; 0: it stands still")
-        ->check(CLI::Range(0.0, 100000.0))
+        ->check(CLI::Range(0.0, 100000.0) & CLI::Validator(RefuseNotANumber, ""))
         ->type_name("N")
         ->capture_default_str();
+    std::string date;
+    serve_command
+        ->add_option("--date", date, "The TV's date at the start: ISO 8601, or file; by default the real one")
+        ->type_name("WHEN")
+        ->check(CLI::Validator(RefuseNoDate, ""));
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
         ->type_name("DIR");
     for (CLI::App* command : {script_command, serve_command})
@@ -130,11 +157,13 @@ int Run(int argc, char** argv)
     int status = 0;
     if (serve_command->parsed()) {
         serve.plugin = script.plugin;
+        if (!date.empty())
+            serve.date = date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(date);
         if (serve.web.empty())
             serve.web = host::DefaultWebPath();
         serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
         const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
-        serve.note = {"Recorded by zelumo-tv " ZELUMO_VERSION ". To replay:",
+        serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
                       "zelumo-tv " + tv_option + "script --check " + serve.record.string()};
         status = host::RunServe(serve);
     } else {

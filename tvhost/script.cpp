@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -18,6 +19,7 @@
 #include "tvhost/json_text.h"
 #include "tvhost/line_reader.h"
 #include "tvhost/log_text.h"
+#include "tvhost/recording_marks.h"
 #include "tvhost/session.h"
 
 namespace host {
@@ -83,9 +85,14 @@ Json::Value ParseLine(const InputLine& line)
     }
 }
 
-std::string ErrorText(int number, const char* what)
+std::string ErrorText(int number, const std::string& what)
 {
     return "line " + std::to_string(number) + ": " + what;
+}
+
+std::string ErrorLine(int number, const std::string& what)
+{
+    return WriteJson(OrderedObject{{"error", ErrorText(number, what)}});
 }
 
 /// Prints lines on standard output. Lines may come up on any thread, one at a time. After a failure nothing
@@ -144,21 +151,31 @@ int PlayScript(const ScriptOptions& options, LineReader& reader)
 {
     const DelaysEndAtInterrupt delays_end;
     Printer printer;
-    Session session(options.plugin, [&](const LineOut& line) { printer.Print(line.Whole()); },
+    std::atomic<bool> failed{false};
+    std::atomic<int> number{0};  // of the line in
+    Session session(options.plugin,
+                    [&](const LineOut& line) {
+                        if (line.kind == LineOut::Kind::Error) {
+                            failed = true;
+                            printer.Print(ErrorLine(number, line.text));
+                        } else {
+                            printer.Print(line.Whole());
+                        }
+                    },
                     {options.calls, options.log});
     session.Open();
-    bool failed = false;
     while (const std::optional<InputLine> line = IsInterrupted() ? std::nullopt : reader.Next()) {
         printer.Check();
         if (IsPassedOver(*line))
             continue;
         if (options.echo && !line->too_long)
             printer.Print(line->text);
+        number = line->number;
         try {
             session.CarryOut(ParseLine(*line));
         } catch (const LineError& error) {
             failed = true;
-            printer.Print(WriteJson(OrderedObject{{"error", ErrorText(line->number, error.what())}}));
+            printer.Print(ErrorLine(line->number, error.what()));
         }
     }
     printer.Check();
@@ -190,7 +207,12 @@ bool IsLineOut(const Json::Value& line)
 std::vector<Block> ReadBlocks(LineReader& reader, bool& calls, bool& log)
 {
     std::vector<Block> blocks(1);
+    bool is_recording = false;
+    bool has_end = false;
     while (std::optional<InputLine> line = reader.Next()) {
+        if (line->number == 1)
+            is_recording = line->text.rfind(std::string("# ") + kRecordingBegins, 0) == 0;
+        has_end = line->text == std::string("# ") + kRecordingEnds;
         if (IsPassedOver(*line))
             continue;
         try {
@@ -212,6 +234,9 @@ std::vector<Block> ReadBlocks(LineReader& reader, bool& calls, bool& log)
         const int number = line->number;
         blocks.push_back({number, std::move(line), {}});
     }
+    // Its last block may be cut off at the end of any of its lines.
+    if (is_recording && !has_end)
+        blocks.back().cut_off = true;
     return blocks;
 }
 
@@ -223,7 +248,9 @@ Json::Value Comparable(Json::Value line)
         line["log"] = WithoutSourceLine(line["log"].asString());
     if (line.isMember("error") && line["error"].isString()) {
         const std::string text = line["error"].asString();
-        line["error"] = text.substr(text.find(": ") + 1);
+        const std::size_t end = std::min(text.find_first_not_of("0123456789", 5), text.size());
+        if (text.rfind("line ", 0) == 0 && text.compare(end, 2, ": ") == 0)
+            line["error"] = text.substr(end + 2);
     }
     return line;
 }
@@ -267,7 +294,7 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
                 try {
                     session.CarryOut(ParseLine(*block.line));
                 } catch (const LineError& error) {
-                    lines_out.Add(WriteJson(OrderedObject{{"error", ErrorText(block.number, error.what())}}));
+                    lines_out.Add(ErrorLine(block.number, error.what()));
                 }
             }
             if (&block != &blocks.back())

@@ -5,6 +5,7 @@
 
 #include "services/web-runtime/json_var.h"
 #include "tv/control.h"
+#include "tv/schedule.h"
 #include "tv/tv.h"
 
 namespace host {
@@ -18,6 +19,13 @@ std::string CallLine(const tv::CallRecord& call)
     return WriteJson(line);
 }
 
+std::string DidLine(const Json::Value& verb, const tv::VerbResults& results)
+{
+    OrderedObject did{{"did", verb}};
+    did.insert(did.end(), results.begin(), results.end());
+    return WriteJson(did);
+}
+
 }  // namespace
 
 std::string LineOut::Whole() const
@@ -27,12 +35,15 @@ std::string LineOut::Whole() const
             return R"({"reply":)" + text + '}';
         case Kind::Message:
             return R"({"message":)" + text + '}';
+        case Kind::Error:
+            return WriteJson(OrderedObject{{"error", text}});
         case Kind::Call:
             return CallLine(*call);
         case Kind::Log:
             return WriteJson(
                 OrderedObject{{"log", text}, {"buffer", buffer}, {"priority", priority}, {"tag", tag}});
         case Kind::Did:
+        case Kind::Due:
             break;
     }
     return text;
@@ -51,12 +62,16 @@ Session::Session(const std::filesystem::path& plugin, Output output, Heard heard
         });
     tv::TheDeliveries().Hold();
     plugin_ = std::make_unique<Plugin>(plugin);
+    tv::TheSchedule().SetTaker(
+        [this](const Json::Value& verb, const tv::VerbAction& carry_out) { DoDue(verb, carry_out); });
 }
 
 Session::~Session()
 {
     if (instance_)
         End();
+    tv::TheSchedule().Clear();
+    tv::TheSchedule().SetTaker(nullptr);
     plugin_.reset();
     tv::TheCalls().RestoreAll();
     tv::TheDeliveries().Resume();
@@ -166,20 +181,44 @@ bool Session::has_deliveries() const
 
 void Session::DoVerb(const Json::Value& verb)
 {
-    OrderedObject did{{"did", verb["tv"]}};
+    tv::VerbResults results;
     try {
         if (verb["tv"] == "close" || verb["tv"] == "open") {
             tv::RefuseFields(verb);
             verb["tv"] == "open" ? Open() : Close();
         } else {
-            const tv::VerbResults results = tv::CarryOut(verb);
-            did.insert(did.end(), results.begin(), results.end());
+            results = tv::CarryOut(verb);
         }
     } catch (const tv::VerbError& error) {
         throw LineError(error.what());
     }
-    Tell({LineOut::Kind::Did, WriteJson(did)});
+    Tell({LineOut::Kind::Did, DidLine(verb["tv"], results)});
     tv::TheDeliveries().Release();
+}
+
+void Session::DoDue(const Json::Value& verb, const tv::VerbAction& carry_out)
+{
+    const auto fail = [this](const char* why) {
+        Tell({LineOut::Kind::Error,
+              "at playing time " + std::to_string(tv::TheClock().Now().count()) + ": " + why});
+    };
+    try {
+        const tv::VerbResults results = carry_out();
+        Tell({LineOut::Kind::Due, DidLine(verb["tv"], results)});
+    } catch (const std::exception& error) {
+        fail(error.what());
+    } catch (...) {
+        fail("it does not say why");
+    }
+    tv::TheDeliveries().Release();
+}
+
+Session::Passed Session::PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until)
+{
+    const double speed = tv::TheClock().speed();
+    const std::chrono::milliseconds passed = tv::PassTime(
+        by, [&] { return tv::TheClock().speed() == speed && std::chrono::steady_clock::now() < until; });
+    return {passed, DidLine("advance", tv::TimePassed())};
 }
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include <json/value.h>
 
+#include <chrono>
 #include <exception>
 #include <filesystem>
 #include <functional>
@@ -11,6 +12,7 @@
 
 #include "core/journal.h"
 #include "core/mutex.h"
+#include "core/verb.h"
 #include "services/web-runtime/web_runtime.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
@@ -25,11 +27,12 @@ class LineError : public std::runtime_error {
 
 /// A line out.
 struct LineOut {
-    enum class Kind { Reply, Message, Call, Log, Did };
+    /// Due and Error: what became of a verb that was put off, in the midst of the line that moved the clock.
+    enum class Kind { Reply, Message, Call, Log, Did, Due, Error };
 
     Kind kind;
-    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of what
-    /// was done the whole line.
+    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of an error
+    /// what is wrong; of what was done the whole line.
     std::string text;
     // Of a log line.
     int buffer = 0;
@@ -60,7 +63,8 @@ class Session {
     /// Loads the plug-in. Throws PluginError. This thread is the plug-in's: all but Send is called
     /// on it, the destructor included.
     Session(const std::filesystem::path& plugin, Output output, Heard heard);
-    /// Closes the page, if it is open, and unloads the plug-in.
+    /// Closes the page, if it is open, and unloads the plug-in. Verbs that still wait for their time are
+    /// dropped.
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -76,6 +80,13 @@ class Session {
     /// plug-in's worker thread, or on this one when nobody takes the message. The line has not ended then:
     /// what it set off is delivered by Deliver. Throws LineError. Any thread, between lines.
     void Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled handled);
+    /// Playing time passes without a line in, `by` at most: it stops at the alarms' next moment after
+    /// `until`, and where the clock's speed has changed. Between lines.
+    struct Passed {
+        std::chrono::milliseconds by;  ///< how far it came
+        std::string did;               ///< the line out that ends such a line, which was not told
+    };
+    Passed PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until);
     /// What the last line set off is delivered; nothing need be done where nothing waits.
     void Deliver();
     bool has_deliveries() const;
@@ -85,6 +96,7 @@ class Session {
     void End();
     void SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& message);
     void DoVerb(const Json::Value& verb);
+    void DoDue(const Json::Value& verb, const tv::VerbAction& carry_out);
     tv::EmbeddedInstance& OpenInstance();
     void Tell(LineOut line) EXCLUDES(output_mutex_);
 

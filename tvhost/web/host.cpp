@@ -6,8 +6,10 @@
 #include <system_error>
 #include <utility>
 
+#include "core/clock.h"
 #include "tv/tv.h"
 #include "tvhost/json_text.h"
+#include "tvhost/recording_marks.h"
 
 namespace host {
 namespace {
@@ -15,13 +17,16 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kTick = 100ms;
+/// How long the clock may keep the turn while others may wait for theirs.
+constexpr auto kMaxTurn = 10ms;
+/// How much real time the clock may be behind when its turn was too short; what is more never passes.
+constexpr std::chrono::duration<double, std::milli> kMaxBehind = 1s;
 constexpr char kEnding[] = "the TV host ends";
 
-long long SinceEpoch()
+std::chrono::milliseconds SinceEpoch()
 {
     return std::chrono::duration_cast<std::chrono::milliseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
+        std::chrono::system_clock::now().time_since_epoch());
 }
 
 }  // namespace
@@ -50,7 +55,12 @@ WebHost::WebHost(const ServeOptions& options)
           }),
       lines_(turns_, pages_, journal_, recording_.get()),
       routes_(files_, turns_, pages_, lines_, journal_)
-{}
+{
+    lines_.SetTick([this] {
+        WebAnswer nobody;
+        Answering(nobody, [this] { Tick(); });
+    });
+}
 
 WebHost::~WebHost() = default;
 
@@ -78,9 +88,9 @@ void WebHost::Run(const std::function<void()>& ready)
             WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
     });
     BeginRecording();
-    started_ = Clock::now();
-    if (options_.speed > 0)
-        WaitForTick();
+    tv::TheClock().SetSpeed(options_.speed);
+    counted_ = Clock::now();
+    WaitForTick();
     server_.Start(
         {[this](const WebRequest& request, WebAnswer answer) { routes_.Answer(request, std::move(answer)); },
          [this](WebRequest request) { return routes_.Listen(std::move(request)); }});
@@ -89,8 +99,10 @@ void WebHost::Run(const std::function<void()>& ready)
 
     WebAnswer nobody;
     Answering(nobody, [this] { pages_.Close(kEnding); });
-    if (recording_)
+    if (recording_) {
         recording_->Flush();
+        recording_->Comment(kRecordingEnds);
+    }
     tv::RemoteControl::Get().SetOnKey(nullptr);
     server_.Stop();
     const tv::MutexLock lock(mutex_);
@@ -100,15 +112,33 @@ void WebHost::Run(const std::function<void()>& ready)
 void WebHost::WaitForTick()
 {
     server_.After(kTick, [this] {
-        turns_.TakeFirst([this](WebAnswer&, Turns::Turn turn) {
-            turns_.OnPluginThread(
-                [this](WebAnswer& nobody) {
-                    Answering(nobody, [this] { Tick(); });
-                    server_.Post([this] { WaitForTick(); });
-                },
-                {}, std::move(turn));
-        });
+        if (tv::TheClock().speed() > 0)
+            TakeTick(false);
+        else
+            WaitForTick();
     });
+}
+
+void WebHost::TakeTick(bool last)
+{
+    const auto begin = [this](WebAnswer&, Turns::Turn turn) {
+        turns_.OnPluginThread(
+            [this](WebAnswer& nobody) {
+                Answering(nobody, [this] { Tick(); });
+                // While it is behind, whoever waits has a turn before the clock's next one.
+                const bool behind = owed_ >= 1;
+                server_.Post([this, behind] { behind ? TakeTick(true) : WaitForTick(); });
+            },
+            {}, std::move(turn));
+    };
+    if (!last)
+        return turns_.TakeFirst(begin);
+    WebAnswer nobody;
+    try {
+        turns_.Take(begin, nobody);
+    } catch (const Refused&) {
+        WaitForTick();  // so many wait that the clock takes the turn before them, later
+    }
 }
 
 void WebHost::BeginRecording()
@@ -119,13 +149,15 @@ void WebHost::BeginRecording()
         // A script begins with a page that is open, a recording without one.
         recording_->Write(R"({"tv":"close"})", {R"({"did":"close"})"});
         for (const std::string& key : options_.kept_settings.getMemberNames())
-            recording_->Write(WriteJson(OrderedObject{
-                                  {"tv", "setting"}, {"key", key}, {"value", options_.kept_settings[key]}}),
+            recording_->Write(WriteJson(OrderedObject{{"tv", "setting"},
+                                                      {"key", key},
+                                                      {"value", options_.kept_settings[key]},
+                                                      {"force", true}}),
                               {R"({"did":"setting","delivered":0})"});
     }
     Json::Value line;
     line["tv"] = "clock";
-    line["date"] = static_cast<Json::Int64>(SinceEpoch());
+    line["date"] = static_cast<Json::Int64>(options_.date.value_or(SinceEpoch()).count());
     WebAnswer nobody;
     lines_.CarryOut(line, WriteJson(OrderedObject{{"tv", "clock"}, {"date", line["date"]}}), nobody);
 }
@@ -133,14 +165,29 @@ void WebHost::BeginRecording()
 void WebHost::Tick()
 {
     using Milliseconds = std::chrono::milliseconds;
-    const std::chrono::duration<double, std::milli> passed = Clock::now() - started_;
-    const Milliseconds target(static_cast<long long>(passed.count() * options_.speed));
-    while (ticked_ < target) {
-        const Milliseconds by =
-            std::min<Milliseconds>(target - ticked_, Milliseconds(std::numeric_limits<int>::max()));
-        ticked_ += by;
-        lines_.Tick(by.count());
+    constexpr double kMost = std::numeric_limits<int>::max();
+    const auto speed = [] { return tv::TheClock().speed(); };
+    const Clock::time_point now = Clock::now();
+    // A verb has changed the speed, after a tick of its own: what that one was behind is left out.
+    if (speed() != speed_)
+        owed_ = 0;
+    speed_ = speed();
+    owed_ += std::chrono::duration<double, std::milli>(now - counted_).count() * speed_;
+    counted_ = now;
+    try {
+        while (owed_ >= 1 && Clock::now() < now + kMaxTurn) {
+            const Milliseconds by(static_cast<long long>(std::min(owed_, kMost)));
+            owed_ -= static_cast<double>(lines_.Tick(by, now + kMaxTurn).count());
+            // A verb that was due has changed it: the rest passes at the new one.
+            if (speed() != speed_)
+                owed_ *= speed() / speed_;
+            speed_ = speed();
+        }
+    } catch (...) {
+        owed_ = 0;
+        throw;
     }
+    owed_ = std::min(owed_, kMaxBehind.count() * speed_);
 }
 
 int RunServe(const ServeOptions& options)

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,7 +33,8 @@ struct ServeOptions {
     std::filesystem::path record;   ///< empty: nothing is recorded
     std::vector<std::string> note;  ///< comments for the recording: how to replay it
     Json::Value kept_settings;      ///< settings from an earlier run, by key: the recording begins with them
-    double speed = 1;               ///< how many times as fast playing time runs; 0: it stands still
+    double speed = 1;               ///< how many times as fast playing time runs at first; 0: it stands still
+    std::optional<std::chrono::milliseconds> date;  ///< the TV's at the start; absent: the real one
     WebServer::Limits limits;
 };
 
@@ -64,9 +66,12 @@ class WebHost {
 
     // The server's thread.
     void WaitForTick();
+    /// Takes a turn for the clock, before all that wait, or with `last` behind them.
+    void TakeTick(bool last);
 
     // The thread of Run.
     void BeginRecording();
+    /// The clock catches up with the time that has passed, as far as it comes in one turn.
     void Tick();
 
     const ServeOptions options_;
@@ -83,8 +88,9 @@ class WebHost {
     std::unique_ptr<tv::Calls::NoDelay> no_delay_ GUARDED_BY(mutex_);  ///< once it is stopping
 
     // Set before the first tick, then the thread of Run only.
-    Clock::time_point started_;
-    std::chrono::milliseconds ticked_{0};  ///< playing time that the ticks have added up to
+    Clock::time_point counted_;  ///< up to when real time is in owed_
+    double owed_ = 0;            ///< milliseconds of playing time that have yet to pass
+    double speed_ = 0;           ///< the clock's when they were counted
 };
 
 /// Web mode as the program runs it, until Ctrl-C. Returns the exit status. Throws PluginError.

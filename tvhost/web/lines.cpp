@@ -48,6 +48,8 @@ void Lines::Fail(const char* why)
 
 void Lines::CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer)
 {
+    if (tick_ && (line["tv"] == "speed" || line["tv"] == "advance"))
+        tick_();
     Begin(text, answer);
     try {
         session_->CarryOut(line);
@@ -70,29 +72,22 @@ void Lines::CarryOut(const Json::Value& line)
     CarryOut(line, WriteJson(line), nobody);
 }
 
-void Lines::Tick(long long ms)
+std::chrono::milliseconds Lines::Tick(std::chrono::milliseconds by,
+                                      std::chrono::steady_clock::time_point until)
 {
-    {
-        const tv::MutexLock lock(mutex_);
-        ticking_ = true;
-    }
-    Json::Value line;
-    line["tv"] = "advance";
-    line["ms"] = static_cast<Json::Int64>(ms);
-    const auto end = [this] {
-        const tv::MutexLock lock(mutex_);
-        ticking_ = false;
-        return std::exchange(lines_out_, {});
-    };
+    Session::Passed passed;
     try {
-        session_->CarryOut(line);
+        passed = session_->PassTime(by, until);
     } catch (...) {
-        end();
+        End();
         throw;
     }
-    const std::vector<std::string> lines_out = end();
-    if (recording_ != nullptr)
-        recording_->Advance(ms, lines_out);
+    if (recording_ != nullptr) {
+        std::vector<std::string> lines_out = End().lines_out;
+        lines_out.push_back(std::move(passed.did));
+        recording_->Advance(passed.by.count(), lines_out);
+    }
+    return passed.by;
 }
 
 void Lines::Send(Message message, WebAnswer& answer, Turns::Turn turn)
@@ -153,8 +148,7 @@ void Lines::OnLineOut(LineOut line)
         }
         if (line.kind == Kind::Call || line.kind == Kind::Log)
             return journal_.Add(std::move(line), {});
-        if (!(ticking_ && line.kind == Kind::Did))
-            journal_.Add(line, std::move(whole));
+        journal_.Add(line, std::move(whole));
         if (answers)
             answer = std::move(answer_);
     }

@@ -2,6 +2,8 @@
 
 #include <json/value.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,6 +37,9 @@ class Lines {
     // Before the first turn begins.
     /// The session lives until the last turn has ended.
     void SetSession(Session& session) { session_ = &session; }
+    /// `tick` lets the time pass that has passed until now, in a turn, on the plug-in's thread: before a line
+    /// that is about how time goes on.
+    void SetTick(std::function<void()> tick) { tick_ = std::move(tick); }
 
     // In a turn, on the plug-in's thread.
     /// `text` is the line as it was sent. `answer` gets what was done, and is left to the caller where this
@@ -42,8 +47,9 @@ class Lines {
     void CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer) EXCLUDES(mutex_);
     /// The same for a line that nobody sent.
     void CarryOut(const Json::Value& line) EXCLUDES(mutex_);
-    /// Playing time passes by itself.
-    void Tick(long long ms) EXCLUDES(mutex_);
+    /// Playing time passes by itself, as Session::PassTime has it. Returns how far it came.
+    std::chrono::milliseconds Tick(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until)
+        EXCLUDES(mutex_);
 
     // In a turn, on the server's thread.
     struct Message {
@@ -76,6 +82,7 @@ class Lines {
     WebJournal& journal_;
     Recording* const recording_;
     Session* session_ = nullptr;
+    std::function<void()> tick_;
 
     // Whoever has the turn, while a message is on its way.
     std::string message_;  ///< its line in
@@ -84,7 +91,6 @@ class Lines {
     tv::Mutex mutex_{tv::LockLevel::Lines};
     std::vector<std::string> lines_out_ GUARDED_BY(mutex_);  ///< only while something is recorded
     WebAnswer answer_ GUARDED_BY(mutex_);  ///< gets the reply or what was done; empty: nobody waits
-    bool ticking_ GUARDED_BY(mutex_) = false;
 };
 
 }  // namespace host

@@ -5,7 +5,9 @@
 #include <string_view>
 #include <utility>
 
+#include "core/nearest.h"
 #include "services/web-runtime/json_var.h"
+#include "tv/control.h"
 #include "tv/tv.h"
 #include "tvhost/json_text.h"
 
@@ -52,6 +54,17 @@ Json::Value ParseBody(const std::string& body, int max_depth)
         return ParseJson(body, max_depth);
     } catch (const JsonError& error) {
         throw Refused(400, error.what());
+    }
+}
+
+/// Whether the verb is one that is carried out in its turn, and not refused.
+bool CanBeRead(const Json::Value& verb)
+{
+    try {
+        tv::ReadVerb(verb);
+        return true;
+    } catch (const tv::VerbError&) {
+        return false;
     }
 }
 
@@ -127,7 +140,7 @@ void Routes::Find(Asked& asked)
             break;
     }
     if (allowed.empty())
-        throw Refused(404, "there is nothing at " + asked.request.path);
+        throw Refused(404, "there is nothing at " + tv::Shortened(asked.request.path));
     WebResponse response = ErrorResponse(405, "only " + allowed);
     response.allow = allowed;
     asked.answer(std::move(response));
@@ -154,7 +167,7 @@ std::variant<Subscription, WebResponse> Routes::Listen(WebRequest request)
                 return;
             }
         }
-        throw Refused(404, "there is no WebSocket at " + request.path);
+        throw Refused(404, "there is no WebSocket at " + tv::Shortened(request.path));
     });
     if (subscription.channel)
         return subscription;
@@ -235,20 +248,14 @@ void Routes::DoVerb(Asked& asked)
     if (!line.isObject() || !line["tv"].isString())
         throw Refused(400, "expected {\"tv\": VERB, …}");
     const std::string verb = line["tv"].asString();
-    if (verb == "advance")
-        throw Refused(400, "time passes by itself here");
     if (verb == "open" || verb == "close")
         throw Refused(400, "pages come and go by /page/open and /page/N/close");
     // A call that takes its time is cut short at once. What is restored after the lines before this one is
     // the same as ever, so that a recording comes out the same.
     std::shared_ptr<tv::Calls::NoDelay> no_delay;
-    if (verb == "restore") {
-        const bool names_call = line.isMember("call");
-        const Json::Value call = names_call ? line["call"] : Json::Value();
-        const tv::AnyCall* const known = call.isString() ? tv::TheCalls().Find(call.asString()) : nullptr;
-        if (known != nullptr || !names_call)
-            no_delay = std::make_shared<tv::Calls::NoDelay>(tv::TheCalls(), known);
-    }
+    if (verb == "restore" && CanBeRead(line))
+        no_delay = std::make_shared<tv::Calls::NoDelay>(
+            tv::TheCalls(), line.isMember("call") ? tv::TheCalls().Find(line["call"].asString()) : nullptr);
     TakeVerb(std::move(line), body, asked.answer, std::move(no_delay));
 }
 

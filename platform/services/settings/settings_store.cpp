@@ -41,8 +41,8 @@ VerbAction WriteSetting(JsonObject& fields)
         SettingsStore& store = SettingsStore::Get();
         const std::optional<SettingValue> held = store.Find(name);
         if (held && held->index() != value.index() && !force)
-            throw JsonMistake("\"value\" must be " + std::string(TypeOf(*held)) + ", as " + Quoted(name) +
-                              " holds; with \"force\": true it is written all the same");
+            throw JsonMistake("\"value\" must be " + std::string(TypeOf(*held)) + ", which is what " +
+                              Quoted(name) + " holds; with \"force\": true it is written all the same");
         const std::optional<std::size_t> told = store.SetAndTell(name, value, null_user);
         if (!told)
             throw JsonMistake("the settings store refuses the write");

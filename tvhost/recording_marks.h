@@ -1,0 +1,10 @@
+#pragma once
+
+namespace host {
+
+/// The comments by which a recording is told from any other script, and one that is whole from one that was
+/// cut off: its first line begins with the one, its last line is the other.
+constexpr char kRecordingBegins[] = "Recorded by zelumo-tv ";
+constexpr char kRecordingEnds[] = "The recording ends here";
+
+}  // namespace host
