@@ -17,7 +17,7 @@ char Lower(char c)
 /// How many letters may differ between two names.
 std::size_t Allowed(std::string_view a, std::string_view b)
 {
-    return std::min(std::max(a.size(), b.size()) / 3, kMaxDistance);
+    return std::min(std::min(a.size(), b.size()) / 3, kMaxDistance);
 }
 
 /// How many letters must be left out, put in, replaced or swapped with their neighbour to make one of the

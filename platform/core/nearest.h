@@ -11,9 +11,9 @@
 /// Any thread.
 namespace tv {
 
-/// The known name that `name` is close to, or nothing: a third of its letters, three at most, left out, put
-/// in, replaced or swapped with their neighbour; case makes no difference. Of `Interface::Operation` the
-/// operation alone will do. The closest one, of several the first.
+/// The known name that `name` is close to, or nothing: a third of the letters of the shorter one, three at
+/// most, left out, put in, replaced or swapped with their neighbour; case makes no difference. Of
+/// `Interface::Operation` the operation alone will do. The closest one, of several the first.
 PLATFORM_API std::optional<std::string> Nearest(std::string_view name, const std::vector<std::string>& known);
 
 /// What an error text adds for it: `; did you mean "X"?`, or "".

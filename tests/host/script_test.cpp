@@ -147,6 +147,11 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
              {"serve --port 0 --record /no/such/file", "/no/such/file"},
              {"serve --port 65536", "--port"},
              {"serve --port 0 --speed -1", "--speed"},
+             {"serve --port 0 --speed nan", "zelumo-tv: --speed: nan is not a number"},
+             {"serve --port 0 --speed inf", "--speed"},
+             {"serve --port 0 --date 2026-01-01T20:00:00",
+              "zelumo-tv: --date: \"2026-01-01T20:00:00\" is no date; write it as "},
+             {"serve --port 0 --date ''", "zelumo-tv: --date: \"\" is no date"},
          }) {
         const test::HostResult result = test::RunHost(arguments, "{\"await\":1}");
         EXPECT_EQ(result.status, 2) << arguments;

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <random>
@@ -15,6 +17,7 @@ using test::J;
 using test::ServeProcess;
 using test::Text;
 using test::WebClient;
+using test::WebListener;
 
 /// Somebody who clicks about: a page with all of its commands, and the person at the TV. The same clicks
 /// every time, if not at the same playing time.
@@ -104,6 +107,119 @@ TEST(Serve, ARecordedHalfHourReplaysToTheSameText)
     ExpectReplays(recording);
 }
 
+/// Somebody who uses the web mode of `server`, with a page open.
+struct Visitor {
+    explicit Visitor(const ServeProcess& server) : client(server.port())
+    {
+        page = "/page/" + J(client.Post("/page/open").body)["page"].asString() + '/';
+    }
+    std::string Await(const std::string& message) { return client.Post(page + "await", message).body; }
+    std::string Do(const std::string& verb) { return client.Post("/tv", verb).body; }
+    Json::Value State() { return J(client.Get("/tv/state").body); }
+
+    WebClient client;
+    std::string page;
+};
+
+TEST(Serve, TimeInTheDevelopersHandReplays)
+{
+    const test::TemporaryFolder folder;
+    const std::string recording = (folder / "time.jsonl").string();
+    ServeProcess server({"--record", recording, "--date", "2026-01-01T20:00:00Z", "--speed", "0"});
+    Visitor visitor(server);
+    WebListener journal(server.port(), "/journal");
+    EXPECT_EQ(visitor.State()["time"], 1767297600000);
+    visitor.Await(R"({"command":"AddVconfCallbackWithKey","key":"k"})");
+    visitor.Await(R"({"command":"Init","url":"http://sample.tv/film.mpd","timeOffset":0})");
+    visitor.Await(R"({"command":"Play"})");
+    visitor.Do(R"({"tv":"answer","call":"vconf_get_int","args":["n"],"result":0,"out":[7]})");
+    // While it stands still: the line's own answer comes after those of the verbs that were due.
+    visitor.Do(R"({"tv":"at","ms":2500,"do":{"tv":"setting","key":"k","value":5}})");
+    visitor.Do(R"({"tv":"at","ms":2500,"do":{"tv":"setting","key":"k","value":true}})");
+    visitor.Do(R"({"tv":"at","ms":0,"do":{"tv":"poweroff","type":1}})");
+    EXPECT_EQ(visitor.Do(R"({"tv":"advance","ms":2500})"), R"({"did":"advance","position":2500})");
+    EXPECT_EQ(visitor.State()["time"], 1767297602500);
+    // A speed that ends by itself: the clock stands still at that very moment.
+    visitor.Do(R"({"tv":"at","ms":60000,"do":{"tv":"speed","factor":0}})");
+    visitor.Do(R"({"tv":"at","ms":30000,"do":{"tv":"setting","key":"k","value":6}})");
+    EXPECT_EQ(visitor.State()["scheduled"][0]["ms"], 30000);
+    EXPECT_EQ(visitor.Do(R"({"tv":"speed","factor":1000.5})"), R"({"did":"speed"})");
+    EXPECT_EQ(visitor.State()["speed"], 1000.5);
+    // On top of what passes by itself.
+    visitor.Do(R"({"tv":"advance","ms":20000})");
+    while (visitor.State()["speed"] != 0)
+        visitor.Await(R"({"command":"GetIntegerFromVconfWithKey","key":"n"})");
+    EXPECT_EQ(visitor.State()["playingTime"], 62500);
+    EXPECT_EQ(visitor.State()["scheduled"], J("[]"));
+    EXPECT_EQ(server.End(SIGINT), 0);
+
+    // The journal shows the verbs that were due, and of the clock's own moves nothing.
+    std::vector<std::string> shown;
+    for (std::optional<std::string> line = journal.Next(); line; line = journal.Next()) {
+        if (line->find(R"("did":"at")") == std::string::npos &&
+            (line->find(R"({"did")") == 0 || line->find(R"({"error")") == 0))
+            shown.push_back(*line);
+    }
+    ASSERT_GE(shown.size(), 9U);
+    EXPECT_EQ(shown[1], R"({"did":"poweroff","delivered":1,"results":[0]})");
+    EXPECT_EQ(shown[2], R"({"did":"setting","delivered":1})");
+    EXPECT_EQ(shown[3].find(R"({"error":"at playing time 2500: verb \"setting\": \"value\" must be )"), 0U)
+        << shown[3];
+    EXPECT_EQ(shown[4], R"({"did":"advance","position":2500})");
+    EXPECT_EQ(std::count_if(shown.begin(), shown.end(),
+                            [](const auto& line) { return line.find("advance") != std::string::npos; }),
+              2);
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), R"({"did":"speed"})"), 2);
+    EXPECT_NE(test::ReadFile(recording).find(R"({"tv":"clock","date":1767297600000})"), std::string::npos);
+    ExpectReplays(recording);
+}
+
+TEST(Serve, TheDateCanBeTheFiles)
+{
+    const test::TemporaryFolder folder;
+    ServeProcess server(
+        {"--tv", folder.Write("tv.json", R"({"date":86400000})"), "--date", "file", "--speed", "0"});
+    EXPECT_EQ(Visitor(server).State()["time"], 86400000);
+}
+
+TEST(Serve, MessagesAreAnsweredAtAnySpeed)
+{
+    const test::TemporaryFolder folder;
+    const std::string tv =
+        folder.Write("tv.json", R"({"streams":[{"pattern":"*","live":true,"duration":1000}]})");
+    const std::string recording = (folder / "fast.jsonl").string();
+    ServeProcess server({"--tv", tv, "--record", recording, "--speed", "0"});
+    Visitor visitor(server);
+    visitor.Await(R"({"command":"AddVconfCallbackWithKey","key":"k"})");
+    visitor.Await(R"({"command":"Init","url":"live","timeOffset":0})");
+    visitor.Await(R"({"command":"Play"})");
+    for (int i = 0; i < 300; ++i)
+        visitor.Do(R"({"tv":"at","ms":)" + std::to_string(200000 * i) +
+                   R"(,"do":{"tv":"setting","key":"k","value":1}})");
+    visitor.Do(R"({"tv":"speed","factor":100000})");
+    std::vector<double> taken;
+    for (int i = 0; i < 100; ++i) {
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(visitor.Await(R"({"command":"GetVersion"})"), R"({"code":0,"data":"1.00"})");
+        taken.push_back(
+            std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin).count());
+        visitor.State();
+    }
+    const std::int64_t passed = visitor.State()["playingTime"].asInt64();
+    // Stopped, it stands still at once, however far it was behind.
+    visitor.Do(R"({"tv":"speed","factor":0})");
+    const Json::Value stopped = visitor.State()["playingTime"];
+    visitor.Await(R"({"command":"GetVersion"})");
+    EXPECT_EQ(visitor.State()["playingTime"], stopped);
+    EXPECT_GT(passed, 100'000);
+    std::sort(taken.begin(), taken.end());
+    EXPECT_LT(taken[90], 50) << "the longest took " << taken.back();
+    EXPECT_EQ(server.End(SIGINT), 0);
+    const test::HostResult replayed = test::RunHost("--tv " + tv + " script --check " + recording);
+    EXPECT_EQ(replayed.status, 0);
+    EXPECT_EQ(replayed.out.substr(0, 2000), "");
+}
+
 TEST(Serve, ARecordingThatWasCutOffReplaysAsFarAsItGoes)
 {
     const test::TemporaryFolder folder;
@@ -118,8 +234,22 @@ TEST(Serve, ARecordingThatWasCutOffReplaysAsFarAsItGoes)
     ExpectReplays(recording);
     const std::string whole = test::ReadFile(recording);
     ASSERT_GT(test::LinesOf(whole).size(), 400U);
-    for (std::size_t length = whole.size() / 2; length < whole.size() / 2 + 2000; length += 300)
-        ExpectReplays(folder.Write("shorter.jsonl", whole.substr(0, whole.find('\n', length) + 6)));
+    // In the middle of a line, and at the ends of lines that follow one another, those inside blocks among
+    // them.
+    std::size_t length = whole.size() / 2;
+    for (int i = 0; i < 8; ++i) {
+        length = whole.find('\n', length) + 1;
+        for (const std::size_t more : {0U, 5U})
+            ExpectReplays(folder.Write("shorter.jsonl", whole.substr(0, length + more)));
+    }
+    // One that has its end is compared to the end.
+    const std::string all = whole.substr(0, whole.find("\n{\"await\"") + 1);
+    const std::string cut = all + "{\"await\":{\"command\":\"GetVersion\"}}\n";
+    ExpectReplays(folder.Write("cut.jsonl", cut));
+    EXPECT_EQ(
+        test::RunHost("script --check " + folder.Write("lost.jsonl", cut + "# The recording ends here\n"))
+            .status,
+        1);
 }
 
 TEST(Serve, ARecordingBeginsWithTheSettingsThatWereKept)

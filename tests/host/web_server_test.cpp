@@ -99,7 +99,12 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
              Case{"POST", page + "dance", "", 404, R"({"error":"there is nothing …)"},
              Case{"POST", page, "", 404, R"({"error":"there is nothing …)"},
              Case{"POST", "/tv", R"({"tv":"poweroff","type":1})", 200, R"({"did":"poweroff","delivered":1,"results":[0]})"},
-             Case{"POST", "/tv", R"({"tv":"advance","ms":1})", 400, R"({"error":"time passes by itself here"})"},
+             Case{"POST", "/tv", R"({"tv":"at","ms":1,"do":{"tv":"poweroff","type":1}})", 200, R"({"did":"at"})"},
+             Case{"POST", "/tv", R"({"tv":"advance","ms":1})", 200, R"({"did":"advance","position":…)"},
+             Case{"POST", "/tv", R"({"tv":"at","ms":1,"do":{"tv":"open"}})", 400, R"({"error":"verb \"at\": \"do\" can't be \"open\""})"},
+             Case{"POST", "/tv", R"({"tv":")" + std::string(900'000, 'x') + "\"}", 400,
+                  R"({"error":"there is no verb \")" + std::string(200, 'x') + R"(…\""})"},
+             Case{"GET", "/" + std::string(5000, 'x'), "", 404, R"({"error":"there is nothing at /)" + std::string(199, 'x') + "…\"}"},
              Case{"POST", "/tv", R"({"tv":"close"})", 400, R"({"error":"pages come and go …)"},
              Case{"POST", "/tv", R"({"tv":"open"})", 400, R"({"error":"pages come and go …)"},
              Case{"POST", "/tv", R"({"tv":"dance"})", 400, R"({"error":"there is no verb \"dance\""})"},
@@ -349,7 +354,14 @@ TEST(WebHost, RestoringOrStoppingCutsADelayedCallShort)
                 // Answered although the plug-in is busy.
                 EXPECT_TRUE(J(client.Get("/tv/state").body)["answers"].isArray());
                 EXPECT_EQ(client.Post(page + "post", kVersionMessage).status, 202);
+                // One that is to be refused cuts nothing short, and waits for its turn.
+                WebClient refused(web.port());
+                refused.Begin("POST", "/tv", R"({"tv":"restore","cal":"vconf_get_int"})");
+                for (int i = 0; i < 50; ++i)
+                    client.Get("/tv/state");
+                EXPECT_TRUE(refused.IsQuiet());
                 EXPECT_EQ(client.Post("/tv", restore).body, R"({"did":"restore"})");
+                EXPECT_EQ(refused.Finish().status, 400);
                 waiting.join();
             }
         }

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/clock.h"
 #include "core/delivery.h"
 #include "core/mutex.h"
 #include "core/nearest.h"
@@ -86,6 +87,7 @@ TEST(Core, AWrongNameFindsTheOneThatWasMeant)
         {"ta", ""},
         {"AT", "at"},
         {"kye", "key"},
+        {"dance", ""},
         {"", ""},
         {"bmsplya", "BmsPlay"},
         {"GetProgramlist", "FIGuide::GetProgramList"},
@@ -109,6 +111,46 @@ TEST(Core, WhatIsQuotedIsCutAtWholeCharacters)
     EXPECT_EQ(tv::Shortened(text + "x"), text + "…");
     EXPECT_EQ(tv::Shortened(text + "ä"), text + "…");
     EXPECT_EQ(tv::Shortened(std::string(1000, '\x80')), std::string(800, '\x80') + "…");
+}
+
+TEST(Core, DatesAreReadAsTheyAreDocumented)
+{
+    // -1: no date.
+    const std::vector<std::pair<const char*, long long>> cases = {
+        {"1970-01-01", 0},
+        {"2026-01-01T20:00:00Z", 1767297600000},
+        {"2026-01-01T20:00Z", 1767297600000},
+        {"2026-01-01T20:00:00+01:00", 1767294000000},
+        {"2026-01-01T20:00:00.2509Z", 1767297600250},
+        {"2026-01-01T20:00:00.5-00:30", 1767299400500},
+        {"2000-02-29", 951782400000},
+        {"2024-03-01", 1709251200000},
+        {"1969-12-31T23:30:00-00:30", 0},
+        {"9999-12-31T23:59:59.999Z", tv::kLastDate},
+        {"9999-12-31T23:59:59.999-00:01", -1},
+        {"1970-01-01T00:00:00+00:01", -1},
+        {"1969-12-31", -1},
+        {"2100-02-29", -1},
+        {"2026-00-01", -1},
+        {"2026-13-01", -1},
+        {"2026-01-32", -1},
+        {"2026-01-00", -1},
+        {"2026-1-1", -1},
+        {"2026-01-01T", -1},
+        {"2026-01-01T20:00:00", -1},
+        {"2026-01-01 20:00:00Z", -1},
+        {"2026-01-01T24:00:00Z", -1},
+        {"2026-01-01T20:60:00Z", -1},
+        {"2026-01-01T20:00:60Z", -1},
+        {"2026-01-01T20:00:00.Z", -1},
+        {"2026-01-01T20:00:00+0100", -1},
+        {"2026-01-01T20:00:00Z ", -1},
+        {"12026-01-01", -1},
+        {"file", -1},
+        {"", -1},
+    };
+    for (const auto& [text, date] : cases)
+        EXPECT_EQ(tv::ParseDate(text).value_or(std::chrono::milliseconds(-1)).count(), date) << text;
 }
 
 }  // namespace

@@ -13,6 +13,7 @@
 #include "tests/support/page.h"
 #include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
+#include "tv/schedule.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
 
@@ -97,8 +98,9 @@ TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
 TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
 {
     // A verb, and what is said behind its name.
-    for (const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
-             // clang-format off
+    for (
+        const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
+            // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
              {R"({"tv":"poweroff"})", R"("type" is missing)"},
              {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
@@ -121,8 +123,26 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},
              {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
-             // clang-format on
-         }) {
+             {R"({"tv":"setting","key":"unwritten","value":1,"force":1})", R"("force" must be true or false)"},
+             {R"({"tv":"setting","kye":"k"})", R"("key" is missing)"},
+             {R"({"tv":"setting","key":"unwritten","value":1,"usr":1})", R"("usr" is not known; did you mean "user"?)"},
+             {R"({"tv":"evnet"})", R"(there is no verb "evnet"; did you mean "event"?)"},
+             {R"({"tv":"restore","call":"GetProgramlist"})",
+              R"(there is no platform call "GetProgramlist"; did you mean "FIVirtualChannelsAPI::GetProgramList"?)"},
+             {R"({"tv":"speed","factor":true})", R"("factor" must be a number from 0 to 100000)"},
+             {R"({"tv":"speed","factor":-0.1})", R"("factor" must be a number from 0 to 100000)"},
+             {R"({"tv":"speed","factor":100000.1})", R"("factor" must be a number from 0 to 100000)"},
+             {R"({"tv":"at","ms":-1,"do":{"tv":"restore"}})", R"("ms" must be 0 or more)"},
+             {R"({"tv":"at","ms":1})", R"("do" is missing)"},
+             {R"({"tv":"at","ms":1,"do":"restore"})", R"("do" must be a verb)"},
+             {R"({"tv":"at","ms":1,"do":{"tv":"open"}})", R"("do" can't be "open")"},
+             {R"({"tv":"at","ms":1,"do":{"tv":"close"}})", R"("do" can't be "close")"},
+             {R"({"tv":"at","ms":1,"do":{"tv":"advance","ms":1}})", R"("do" can't be "advance")"},
+             {R"({"tv":"at","ms":1,"do":{"tv":"at","ms":1,"do":{"tv":"restore"}}})", R"("do" can't be "at")"},
+             {R"({"tv":"at","ms":1,"do":{"tv":"event"}})", R"("do": verb "event": "event" is missing)"},
+             {R"({"tv":"at","ms":1,"do":{}})", R"("do": "tv" must name a verb)"},
+            // clang-format on
+        }) {
         try {
             Do(verb);
             ADD_FAILURE() << verb;
@@ -133,6 +153,29 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
         }
     }
     EXPECT_FALSE(tv::Calls::Watched());
+    EXPECT_EQ(tv::StateJson()["scheduled"], J("[]"));
+    EXPECT_EQ(tv::StateJson()["settings"].isMember("unwritten"), false);
+}
+
+TEST_F(Platform, WhatIsScheduledIsBounded)
+{
+    int scheduled = 0;
+    try {
+        for (;; ++scheduled)
+            Do(R"({"tv":"at","ms":5,"do":{"tv":"restore"}})");
+    } catch (const tv::VerbError& error) {
+        EXPECT_STREQ(error.what(), R"(verb "at": too many verbs are scheduled)");
+    }
+    EXPECT_EQ(scheduled, 10'000);
+    tv::TheSchedule().Clear();
+    const std::string value(1'000'000, 'x');
+    EXPECT_THROW(
+        for (int i = 0; i < 17; ++i)
+            Do(R"({"tv":"at","ms":5,"do":{"tv":"setting","key":"unwritten","value":")" + value + "\"}}"),
+        tv::VerbError);
+    tv::TheSchedule().Clear();
+    Do(R"({"tv":"advance","ms":5})");
+    EXPECT_EQ(tv::StateJson()["settings"].isMember("unwritten"), false);
 }
 
 TEST_F(Platform, TheStateShowsTheWholeTv)
@@ -150,7 +193,12 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
     const std::string twice = R"({"call":"vconf_get_int","delay":5,"out":[7],"result":-1,"times":2})";
     for (const std::string& answer : {twice, lasting, bare})
         Do(R"({"tv":"answer",)" + answer.substr(1));
+    Do(R"({"tv":"at","ms":9,"do":{"tv":"speed","factor":0.5}})");
+    Do(R"({"tv":"at","ms":7,"do":{"tv":"restore"}})");
+    Do(R"({"tv":"speed","factor":60})");
     Json::Value state = tv::StateJson();
+    Do(R"({"tv":"speed","factor":0})");
+    tv::TheSchedule().Clear();
     EXPECT_EQ(state["playingTime"], static_cast<Json::Int64>(tv::TheClock().Now().count()));
     state.removeMember("playingTime");
     EXPECT_EQ(
@@ -158,7 +206,8 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
         R"({"answers":[)" + bare + ',' + lasting + ',' + twice +
             R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"players":[{"duration":600000,)"
             R"("id":1,"live":false,"position":0,"rect":null,"state":"created","url":"film"}],)"
-            R"("settings":{"b":true,"s":"v"},"subscriptions":{"events":[90001],"players":[101,1],)"
+            R"("scheduled":[{"do":{"tv":"restore"},"ms":7},{"do":{"factor":0.5,"tv":"speed"},"ms":9}],)"
+            R"("settings":{"b":true,"s":"v"},"speed":60,"subscriptions":{"events":[90001],"players":[101,1],)"
             R"("poweroff":1,"signals":[177]},"time":5,"watches":["s"]})");
     Do(R"({"tv":"restore"})");
     EXPECT_EQ(tv::StateJson()["answers"], J("[]"));

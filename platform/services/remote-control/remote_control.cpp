@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "core/nearest.h"
+
 namespace tv {
 namespace {
 
@@ -57,14 +59,19 @@ const std::vector<RemoteKey>& Keys()
 }
 // clang-format on
 
-VerbResults PressKey(JsonObject& fields)
+VerbAction PressKey(JsonObject& fields)
 {
     const JsonNode key = fields.Get("key");
     const std::string name = key.As<std::string>();
     fields.End();
-    if (!RemoteControl::Get().Press(name))
-        key.Fail("must be a key of the remote, and there is none called \"" + name + '"');
-    return {};
+    const std::vector<std::string> names = RemoteControl::Names();
+    if (std::find(names.begin(), names.end(), name) == names.end())
+        key.Fail("must be a key of the remote, and there is none called " + Quoted(name) +
+                 DidYouMean(name, names));
+    return [=]() -> VerbResults {
+        RemoteControl::Get().Press(name);
+        return {};
+    };
 }
 
 }  // namespace
