@@ -31,8 +31,8 @@ struct LineOut {
     enum class Kind { Reply, Message, Call, Log, Did, Due, Error };
 
     Kind kind;
-    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of an error
-    /// what is wrong; of what was done the whole line.
+    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of an
+    /// error what is wrong; of what was done the whole line.
     std::string text;
     // Of a log line.
     int buffer = 0;
