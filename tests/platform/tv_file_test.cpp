@@ -31,7 +31,7 @@ TEST(TvFile, MistakesNameTheirPlace)
         {deep, "the file: is nested too deeply"},
         {"{\"channels\":[{\"id\":\"1\",\"name\":\"\xC3\"}]}", "the file: is not UTF-8"},
         {"[]", "the file: must be an object"},
-        {R"({"chanels":[]})", "chanels: is not known"},
+        {R"({"chanels":[]})", "chanels: is not known; did you mean \"channels\"?"},
         {R"({"date":-1})", "date: must be a whole number from 0 to 253402300799999"},
 
         {R"({"channels":[5]})", "channels[0]: must be an object"},
