@@ -1,6 +1,7 @@
 #include "tvhost/session.h"
 
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "services/web-runtime/json_var.h"
@@ -26,6 +27,11 @@ std::string DidLine(const Json::Value& verb, const tv::VerbResults& results)
     return WriteJson(did);
 }
 
+Json::Value Text(std::string_view text)
+{
+    return Json::Value(text.data(), text.data() + text.size());
+}
+
 }  // namespace
 
 std::string LineOut::Whole() const
@@ -38,10 +44,12 @@ std::string LineOut::Whole() const
         case Kind::Error:
             return WriteJson(OrderedObject{{"error", text}});
         case Kind::Call:
-            return CallLine(*call);
+            return CallLine(**call);
         case Kind::Log:
-            return WriteJson(
-                OrderedObject{{"log", text}, {"buffer", buffer}, {"priority", priority}, {"tag", tag}});
+            return WriteJson(OrderedObject{{"log", Text(log->text)},
+                                           {"buffer", log->buffer},
+                                           {"priority", log->priority},
+                                           {"tag", Text(log->tag)}});
         case Kind::Did:
         case Kind::Due:
             break;
@@ -54,11 +62,11 @@ Session::Session(const std::filesystem::path& plugin, Output output, Heard heard
     tv::Journal& journal = tv::TheJournal();
     if (heard.calls)
         calls_ = journal.ListenToCalls([this](const tv::SharedCall& call) {
-            Tell({LineOut::Kind::Call, {}, 0, 0, {}, call});
+            Tell({LineOut::Kind::Call, {}, &call});
         });
     if (heard.log)
         log_ = journal.ListenToLog([this](const tv::LogRecord& log) {
-            Tell({LineOut::Kind::Log, std::string(log.text), log.buffer, log.priority, std::string(log.tag)});
+            Tell({LineOut::Kind::Log, {}, nullptr, &log});
         });
     tv::TheDeliveries().Hold();
     plugin_ = std::make_unique<Plugin>(plugin);

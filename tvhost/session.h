@@ -31,16 +31,14 @@ struct LineOut {
     enum class Kind { Reply, Message, Call, Log, Did, Due, Error };
 
     Kind kind;
-    /// Of a reply or a message its value alone, as the page gets it; of a log line what was logged; of an
-    /// error what is wrong; of what was done the whole line.
-    std::string text;
-    // Of a log line.
-    int buffer = 0;
-    int priority = 0;
-    std::string tag = {};
-    tv::SharedCall call = nullptr;  ///< of a call
+    /// Of a reply or a message its value alone, as the page gets it; of an error what is wrong;
+    /// of what was done the whole line.
+    std::string text = {};
+    // Valid while the line is told. They are written out by Whole, so that a line that nobody reads costs
+    // little.
+    const tv::SharedCall* call = nullptr;
+    const tv::LogRecord* log = nullptr;
 
-    /// Lines are written out here, so that one that nobody reads costs little.
     std::string Whole() const;
 };
 

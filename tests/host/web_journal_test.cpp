@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
 #include <thread>
 #include <utility>
@@ -81,7 +80,7 @@ TEST_F(KeptJournal, ForgetsTheOldestLinesAlone)
     const Json::Value kept = Since(1);
     const unsigned long long count = kept["lines"].size();
     EXPECT_GE(count, kPromised);
-    EXPECT_EQ(count, host::WebJournal::kLines);
+    EXPECT_LE(count, 2 * kPromised);
     EXPECT_EQ(kept["next"].asUInt64() - kept["first"].asUInt64(), count);
     EXPECT_TRUE(kept["lines"][0].isObject());
 
@@ -90,32 +89,33 @@ TEST_F(KeptJournal, ForgetsTheOldestLinesAlone)
     for (int i = 0; i < 70; ++i)
         ASSERT_EQ(client_.Post(page_ + "await", big).status, 200);
     const std::string all = client_.Get("/journal").body;
-    EXPECT_LE(all.size(), host::WebJournal::kBytes);
-    EXPECT_GE(all.size(), host::WebJournal::kBytes / 2);
+    EXPECT_LE(all.size(), host::KeptLines::kBytes);
+    EXPECT_GE(all.size(), host::KeptLines::kBytes / 2);
     EXPECT_NE(all.find(R"({"reply":{"code":0,"data":"1.00"}}]})"), std::string::npos);
 }
 
 TEST_F(KeptJournal, IsListenedToWithoutGapsOrDoubles)
 {
-    std::atomic<bool> ending{false};
-    std::thread busy([&] {
-        WebClient page(web_.port());
-        for (int i = 0; !ending; ++i)
-            page.Post(page_ + "await", R"({"command":"N)" + std::to_string(i) + "\"}");
-    });
-    for (int round = 0; round < 20; ++round) {
+    constexpr int kMessages = 200;
+    for (int round = 0; round < 10; ++round) {
         const unsigned long long since = Since(1)["next"].asUInt64();
+        std::thread busy([&] {
+            WebClient page(web_.port());
+            for (int i = 0; i < kMessages; ++i)
+                page.Post(page_ + "await", R"({"command":"N)" + std::to_string(i) + "\"}");
+        });
         // What is kept by then stands before what comes.
         WebListener late(web_.port(), "/journal?since=" + std::to_string(since));
         Lines heard;
-        while (heard.size() < 40)
+        for (int replies = 0; replies < kMessages; replies += heard.back().rfind(R"({"reply")", 0) == 0)
             heard.push_back(late.Read());
-        const Json::Value kept = Since(since)["lines"];
-        for (Json::ArrayIndex i = 0; i < 40; ++i)
-            ASSERT_EQ(J(heard[i]), kept[i]) << "round " << round << ", line " << i;
+        busy.join();
+        const Json::Value kept = Since(since);
+        ASSERT_EQ(kept["first"].asUInt64(), since);
+        ASSERT_EQ(kept["lines"].size(), heard.size());
+        for (Json::ArrayIndex i = 0; i < heard.size(); ++i)
+            ASSERT_EQ(J(heard[i]), kept["lines"][i]) << "round " << round << ", line " << i;
     }
-    ending = true;
-    busy.join();
     EXPECT_EQ(WebListener(web_.port(), "/journal?since=x").status(), 400);
 }
 

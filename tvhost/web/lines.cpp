@@ -136,20 +136,15 @@ void Lines::EndMessage()
 void Lines::OnLineOut(LineOut line)
 {
     using Kind = LineOut::Kind;
-    const bool records = recording_ != nullptr && line.kind != Kind::Call && line.kind != Kind::Log;
-    const bool answers = line.kind == Kind::Reply || line.kind == Kind::Did;
+    if (line.kind == Kind::Call || line.kind == Kind::Log)
+        return journal_.Add(line);
     WebAnswer answer;
     {
-        std::string whole;
         const tv::MutexLock lock(mutex_);
-        if (records) {
-            whole = line.Whole();
-            lines_out_.push_back(whole);
-        }
-        if (line.kind == Kind::Call || line.kind == Kind::Log)
-            return journal_.Add(std::move(line), {});
-        journal_.Add(line, std::move(whole));
-        if (answers)
+        if (recording_ != nullptr)
+            lines_out_.push_back(line.Whole());
+        journal_.Add(line);
+        if (line.kind == Kind::Reply || line.kind == Kind::Did)
             answer = std::move(answer_);
     }
     if (line.kind == Kind::Message) {
