@@ -13,6 +13,7 @@ const INSTANT_OFF = 90028;
 const UNMUTED = 99999;
 const DIGITS_MS = 1500;
 const WIDTH = 1920;
+// What the keys do, by the names of KeyboardEvent.key: those of a TV's remote, and what stands for them on a keyboard.
 const KEYS = {
   ArrowUp: "up",
   ArrowDown: "down",
@@ -21,9 +22,31 @@ const KEYS = {
   Enter: "ok",
   Escape: "back",
   Backspace: "back",
+  GoBack: "back",
+  BrowserBack: "back",
   PageUp: "channelup",
   PageDown: "channeldown",
+  ChannelUp: "channelup",
+  ChannelDown: "channeldown",
   " ": "pause",
+  MediaPlayPause: "pause",
+  MediaPause: "pause",
+  MediaPlay: "play",
+  MediaStop: "stop",
+  MediaRewind: "left",
+  MediaFastForward: "right",
+  Info: "info",
+  Exit: "live",
+  TV: "live",
+  LiveContent: "list",
+  Guide: "guide",
+  OnDemand: "player",
+  Settings: "settings",
+  ColorF0Red: "live",
+  ColorF1Green: "guide",
+  ColorF2Yellow: "player",
+  ColorF3Blue: "settings",
+  Power: "power",
   l: "live",
   c: "list",
   g: "guide",
@@ -33,7 +56,8 @@ const KEYS = {
 
 /**
  * The TV screen with the channel app on it, 1920 by 1080 whatever its size on the page. The app knows the TV through the
- * plug-in alone; only where the TV has put its video comes from the host's state, by the player view's tvState.
+ * plug-in alone; only the TV's date, which a TV's runtime has in Date, and where the TV has put its video come from the
+ * host's state, by tvState.
  */
 class ChannelApp extends HTMLElement {
   channels = [];
@@ -42,6 +66,7 @@ class ChannelApp extends HTMLElement {
   #digits = "";
   #digitsTimer = 0;
   #noticeTimer = 0;
+  #clock = { date: Date.now(), at: performance.now(), speed: 1 }; // the TV's date at a time of performance.now()
 
   start({ plugin }) {
     this.plugin = plugin;
@@ -76,11 +101,24 @@ class ChannelApp extends HTMLElement {
     this.#begin();
   }
 
+  /** The TV's state came. */
+  tvState(state) {
+    this.#clock = { date: state.time, at: performance.now(), speed: state.speed ?? 1 };
+    this.views?.player.tvState(state);
+  }
+
+  /** The TV's date, in milliseconds since 1970. */
+  now() {
+    const { date, at, speed } = this.#clock;
+    return date + (performance.now() - at) * speed;
+  }
+
   // ---- Keys
 
-  /** A key of the remote. */
+  /** Does what a key does: a digit, or one of the KEYS' values. */
   press(key) {
     if (!this.off.hidden) return this.#wake();
+    if (key === "power") return (this.off.hidden = false);
     if (/^\d$/.test(key)) return this.#digit(key);
     if (key === "ok" && this.#digits) return this.#tuneDigits();
     if (key === "channelup") return this.step(+1);
@@ -90,6 +128,7 @@ class ChannelApp extends HTMLElement {
       this.views.live.list(key === "list" && !this.views.live.listing);
       return undefined;
     }
+    if (key === "info" && this.view === "live") return this.views.live.banner(this.views.live.bannerElement.hidden);
     if (key in this.views) return this.show(key);
     if (this.views[this.view].key(key)) return undefined;
     return key === "back" ? this.show("live") : undefined;
@@ -107,9 +146,12 @@ class ChannelApp extends HTMLElement {
 
   #keydown(event) {
     if (event.ctrlKey || event.altKey || event.metaKey) return;
-    const onControl = event.target.closest("button, input, select");
-    if (onControl && (event.key === "Enter" || event.key === " ")) return;
-    if (event.target.closest("input, select")) return;
+    // Controls have their own way with a keyboard's keys, but not with the remote's.
+    if (event.isTrusted) {
+      const onControl = event.target.closest("button, input, select");
+      if (onControl && (event.key === "Enter" || event.key === " ")) return;
+      if (event.target.closest("input, select")) return;
+    }
     const key = /^\d$/.test(event.key) ? event.key : KEYS[event.key.length === 1 ? event.key.toLowerCase() : event.key];
     if (!key) return;
     event.preventDefault();
@@ -226,10 +268,10 @@ class ChannelApp extends HTMLElement {
   }
 
   #tick() {
-    const now = Date.now();
+    const now = this.now();
     this.clock.textContent = clock(now);
     const { current } = this;
-    if (current?.present && now >= current.present.endTime) {
+    if (current?.present && (now < current.present.startTime || now >= current.present.endTime)) {
       const programs = this.plugin.query("GetPresentProgram", { TCServiceId: current.id });
       if (programs) this.#channel({ serviceId: current.id, major: current.major, minor: current.minor, channelName: current.name }, programs);
     }

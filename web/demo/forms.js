@@ -2,20 +2,22 @@ import { h } from "./dom.js";
 
 let lists = 0;
 
-/** Fields of a form; value() gives their object, or throws an Error that says which field is wrong. */
+/** Fields of a form, the rare ones behind the others; value() gives their object, or throws an Error that says which field is wrong. */
 export class Fields {
   element = h("div", { class: "fields" });
   #readers = [];
 
   constructor(fields, changed) {
+    const rare = h("details", { class: "rare" }, h("summary", {}, "Rarely needed"));
     for (const field of fields) {
       const { input, read, extra } = control(field);
       input.addEventListener("input", changed);
       input.name = field.name;
       const label = field.kind === "flag" ? [input, field.label] : [h("span", {}, field.label), input];
-      this.element.append(h("label", { class: `field ${field.kind}`, title: field.help ?? "" }, ...label, extra));
+      (field.rare ? rare : this.element).append(h("label", { class: `field ${field.kind}`, title: field.help ?? "" }, ...label, extra));
       this.#readers.push([field, read]);
     }
+    if (fields.some((field) => field.rare)) this.element.append(rare);
   }
 
   value() {
@@ -48,6 +50,14 @@ function control(field) {
       input.value = String(field.value);
       const values = new Map(field.options.map(([value]) => [String(value), value]));
       return { input, read: () => (field.optional && input.value === "" ? undefined : values.get(input.value)) };
+    }
+    case "date": {
+      const input = h("input", { type: "datetime-local", step: 1 });
+      const read = () => {
+        need(input.value);
+        return new Date(input.value).getTime();
+      };
+      return { input, read };
     }
     default: {
       const input = h("input", { type: "text", value: String(field.value ?? ""), spellcheck: false, autocomplete: "off", placeholder: field.help ?? "" });
@@ -103,12 +113,17 @@ export function copyButton(text) {
 
 /**
  * A form with the script line that does the same. The line can be edited; what it says is what is sent.
- * `line(value)` makes the line of the fields' value, `send(line)` carries it out and gives what to show.
+ * `line(value)` makes the line of the fields' value, `send(line)` carries it out and gives what to show. `presets`, [label,
+ * value] pairs for the one field, are buttons that send at once. With `later` the line can be put off: "in N seconds".
  */
 export class LineForm {
-  constructor({ title, about, fields, label, line, send }) {
+  constructor({ title, about, fields, label, line, send, presets = [], later = false }) {
     this.#line = line;
     this.fields = new Fields(fields, () => this.refresh());
+    this.later = later ? h("input", { type: "text", class: "later", inputMode: "decimal", autocomplete: "off", placeholder: "0", oninput: () => this.refresh() }) : null;
+    this.presets = presets.map(([name, value]) =>
+      h("button", { type: "button", dataset: { value }, onclick: () => this.#send(this.#line({ [fields[0].name]: value })) }, name),
+    );
     this.text = h("textarea", { class: "line", rows: 1, spellcheck: false, "aria-label": "Script line", oninput: () => this.#check() });
     this.problem = h("p", { class: "problem", role: "status" });
     this.result = h("output", { class: "result" });
@@ -117,28 +132,37 @@ export class LineForm {
       "form",
       {
         class: "line-form",
-        onsubmit: async (event) => {
+        onsubmit: (event) => {
           event.preventDefault();
-          if (this.button.disabled) return;
-          this.show(await send(JSON.parse(this.text.value)));
+          if (!this.button.disabled) this.#send(JSON.parse(this.text.value));
         },
       },
       title ? h("h3", {}, title) : null,
       about ? h("p", { class: "about" }, about) : null,
+      this.presets.length ? h("div", { class: "presets", role: "group", "aria-label": title }, this.presets) : null,
       this.fields.element,
       this.text,
-      h("div", { class: "actions" }, this.button, copyButton(() => this.text.value), this.problem),
+      h(
+        "div",
+        { class: "actions" },
+        this.button,
+        copyButton(() => this.text.value),
+        this.later && h("label", { title: "Seconds of playing time until the TV does it" }, "in ", this.later, " s"),
+        this.problem,
+      ),
       this.result,
     );
+    this.#carryOut = send;
     this.refresh();
   }
 
   #line;
+  #carryOut;
 
   /** Makes the line again from the fields. */
   refresh() {
     try {
-      this.text.value = JSON.stringify(this.#line(this.fields.value()));
+      this.text.value = JSON.stringify(this.#putOff(this.#line(this.fields.value())));
       this.#check();
     } catch (error) {
       this.#trouble(error.message);
@@ -150,6 +174,18 @@ export class LineForm {
     this.result.className = `result ${bad ? "bad" : "good"}`;
     this.result.textContent = answer === undefined ? "" : JSON.stringify(answer);
     this.result.title = this.result.textContent;
+  }
+
+  async #send(line) {
+    this.show(await this.#carryOut(line));
+  }
+
+  #putOff(line) {
+    const text = this.later?.value.trim() ?? "";
+    if (text === "") return line;
+    const ms = Math.round(Number(text) * 1000);
+    if (!(ms >= 0 && Number.isSafeInteger(ms))) throw new Error("The seconds aren't a number");
+    return { tv: "at", ms, do: line };
   }
 
   #check() {

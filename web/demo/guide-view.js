@@ -2,7 +2,8 @@ import { h } from "./dom.js";
 import { channelNumber, clock } from "./format.js";
 
 const ROWS = 6;
-const SLOT_MS = 30 * 60_000;
+const MINUTE_MS = 60_000;
+const SLOT_MS = 30 * MINUTE_MS;
 const SPAN_MS = 5 * SLOT_MS;
 
 /** The guide: channels down, time across. */
@@ -13,6 +14,7 @@ export class GuideView {
   #at = 0; // time of the chosen programme
   #chosen = null;
   #programs = new Map(); // channel and span -> programmes
+  #minute = 0; // that is drawn
 
   constructor(app) {
     this.app = app;
@@ -23,7 +25,7 @@ export class GuideView {
 
   show() {
     this.#programs.clear();
-    const now = Date.now();
+    const now = this.app.now();
     this.#from = Math.floor(now / SLOT_MS) * SLOT_MS;
     this.#at = now;
     this.#row = Math.max(0, this.app.channels.findIndex(({ id }) => id === this.app.current?.id));
@@ -31,6 +33,17 @@ export class GuideView {
   }
 
   hide() {}
+
+  /** Once a minute: what was on goes, and what is chosen with it. A date that is set back begins anew. */
+  tick(now) {
+    const minute = Math.floor(now / MINUTE_MS);
+    if (minute === this.#minute) return;
+    const back = minute < this.#minute;
+    const slot = Math.floor(now / SLOT_MS) * SLOT_MS;
+    this.#from = back ? slot : Math.max(this.#from, slot);
+    if (back || this.#at < now) this.#at = now;
+    this.#draw();
+  }
 
   key(key) {
     const { channels } = this.app;
@@ -42,14 +55,14 @@ export class GuideView {
     else return key !== "back";
     const slot = Math.floor(this.#at / SLOT_MS) * SLOT_MS;
     if (this.#at >= this.#from + SPAN_MS) this.#from = slot - SPAN_MS + 2 * SLOT_MS;
-    if (this.#at < this.#from) this.#from = Math.max(slot, Math.floor(Date.now() / SLOT_MS) * SLOT_MS);
+    if (this.#at < this.#from) this.#from = Math.max(slot, Math.floor(this.app.now() / SLOT_MS) * SLOT_MS);
     this.#draw();
     return true;
   }
 
   // To the programme before the chosen one; the present one is the first.
   #earlier() {
-    const now = Date.now();
+    const now = this.app.now();
     if (!this.#chosen || this.#chosen.startTime <= now) return;
     const before = this.#chosen.startTime - 1;
     const program = this.#list(this.app.channels[this.#row]).find((p) => p.startTime <= before && before < p.endTime);
@@ -60,7 +73,7 @@ export class GuideView {
   #act() {
     const program = this.#chosen;
     if (!program) return true;
-    if (program.startTime <= Date.now()) {
+    if (program.startTime <= this.app.now()) {
       this.app.tune(this.app.channels[this.#row]);
       return true;
     }
@@ -84,7 +97,8 @@ export class GuideView {
   #draw() {
     const { channels } = this.app;
     this.#first = Math.min(Math.max(this.#row - ROWS + 1, Math.min(this.#first, this.#row)), Math.max(0, channels.length - ROWS));
-    const now = Date.now();
+    const now = this.app.now();
+    this.#minute = Math.floor(now / MINUTE_MS);
     const left = (time) => `${(Math.max(0, time - this.#from) / SPAN_MS) * 100}%`;
     const head = h(
       "div",
@@ -104,7 +118,7 @@ export class GuideView {
       return h(
         "div",
         { class: `guide-row${row === this.#row ? " chosen" : ""}`, role: "row" },
-        h("div", { class: "guide-channel", role: "rowheader" }, h("b", {}, channelNumber(channel)), logo ? h("img", { src: logo, alt: "" }) : "", h("span", { dir: "auto" }, channel.name)),
+        h("div", { class: "guide-channel", role: "rowheader" }, h("b", {}, channelNumber(channel)), logo ? h("img", { src: logo, alt: "" }) : "", h("span", { dir: "auto", title: channel.name }, channel.name)),
         h(
           "div",
           { class: "guide-line" },
@@ -129,7 +143,7 @@ export class GuideView {
                   return this.#draw();
                 },
               },
-              h("span", { dir: "auto" }, program.title),
+              h("span", { dir: "auto", title: program.title }, program.title),
             );
           }),
         ),
@@ -147,13 +161,13 @@ export class GuideView {
       this.detail.replaceChildren(h("h2", {}, "No programme information"));
       return;
     }
-    const present = program.startTime <= Date.now();
+    const present = program.startTime <= this.app.now();
     const picture = this.app.picture("GetProgramThumbnail", program.programId);
     this.detail.replaceChildren(
       h(
         "div",
         { class: "words" },
-        h("p", { class: "channel" }, h("b", {}, channelNumber(channel)), " ", h("bdi", {}, channel.name)),
+        h("p", { class: "channel", title: channel.name }, h("b", {}, channelNumber(channel)), " ", h("bdi", {}, channel.name)),
         h("h2", { dir: "auto" }, program.title),
         h("p", { class: "times" }, `${clock(program.startTime)} – ${clock(program.endTime)} · ${program.genre}`),
         h("p", { class: "synopsis", dir: "auto" }, program.synopsis),

@@ -67,7 +67,7 @@ export class LiveView {
       h(
         "div",
         { class: "words" },
-        h("p", { class: "channel" }, h("b", {}, channelNumber(current)), " ", h("bdi", {}, current.name)),
+        h("p", { class: "channel", title: current.name }, h("b", {}, channelNumber(current)), " ", h("bdi", {}, current.name)),
         present
           ? [
               h("h2", { dir: "auto" }, present.title),
@@ -75,7 +75,7 @@ export class LiveView {
                 "p",
                 { class: "times" },
                 `${clock(present.startTime)} – ${clock(present.endTime)}`,
-                h("span", { class: "progress" }, h("i", { style: { width: percent(present, Date.now()) } })),
+                h("span", { class: "progress" }, h("i", { style: { width: percent(present, this.app.now()) } })),
                 present.genre,
               ),
               h("p", { class: "synopsis", dir: "auto" }, present.synopsis),
@@ -109,7 +109,7 @@ export class LiveView {
           },
           h("b", {}, channelNumber(channel)),
           h("img", { alt: "" }),
-          h("span", { class: "name", dir: "auto" }, channel.name || channel.id),
+          h("span", { class: "name", dir: "auto", title: channel.name }, channel.name || channel.id),
           h("span", { class: "now", dir: "auto" }),
         ),
       ),

@@ -5,21 +5,15 @@ import { connected, theme } from "./header.js";
 import { Host } from "./host.js";
 import "./journal-view.js";
 import { Plugin } from "./plugin.js";
+import "./remote-keys.js";
 import "./remote-panel.js";
 
-const SUSPEND = 0x40000000;
 const find = (selector) => document.querySelector(selector);
 
 const plugin = new Plugin(find("embed"));
 const host = new Host();
 const app = find("channel-app");
 const remote = find("remote-panel");
-const journal = find("journal-view");
-
-function press(key) {
-  if (key === "power") host.do({ tv: "poweroff", type: SUSPEND });
-  else app.press(key);
-}
 
 function help() {
   const dialog = find("#help");
@@ -29,18 +23,18 @@ function help() {
   });
 }
 
-// Keys that nothing else wants go to the TV.
+// Keys that nothing else wants go to the TV, and those of the remote go there whatever has the focus on this desk.
 addEventListener("keydown", (event) => {
-  if (event.target !== document.body || event.key === "Tab") return;
-  app.focus();
+  if (app.contains(event.target) || event.key === "Tab" || (event.isTrusted && event.target !== document.body)) return;
+  if (event.isTrusted) app.focus();
   if (!app.dispatchEvent(new KeyboardEvent("keydown", event))) event.preventDefault();
 });
 
 theme();
 help();
 
-journal.start(host);
-plugin.addEventListener("request", ({ detail }) => host.expect(detail));
+find("journal-view").start(host);
+find("remote-keys").start(host);
 let lost = false;
 plugin.addEventListener("lost", ({ detail }) => {
   lost = true;
@@ -48,13 +42,15 @@ plugin.addEventListener("lost", ({ detail }) => {
 });
 plugin.addEventListener("open", () => (lost = false));
 
-const [api] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.connect()]);
-remote.addEventListener("state", ({ detail: state }) => {
-  if (!state || lost) return;
-  connected("good", `Page open · playing time ${duration(state.playingTime)}`);
-  app.views.player.tvState(state);
-});
+const [api, state] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.state(), host.connect()]);
+const show = (now) => {
+  if (!now || lost) return;
+  connected("good", `Page open · playing time ${duration(now.playingTime)}`);
+  app.tvState(now);
+};
+show(state);
+remote.addEventListener("state", ({ detail }) => show(detail));
 app.start({ plugin });
-remote.start({ api, plugin, host, press });
+remote.start({ api, plugin, host });
 app.focus();
 document.body.append(h("span", { hidden: true, id: "started" }));

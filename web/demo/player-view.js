@@ -91,6 +91,9 @@ export class PlayerView {
     } else if (key === "left") this.#ask("JumpBackward", { sec: 10 });
     else if (key === "right") this.#ask("JumpForward", { sec: 30 });
     else if (key === "pause") this.#ask(this.#playing ? "Pause" : "Resume");
+    else if (key === "play" && this.#stream) this.#ask("Resume");
+    else if (key === "play") this.#open();
+    else if (key === "stop") this.#stop();
     else if (key === "back" && this.#size === "full") this.#place("window");
     else return false;
     return true;

@@ -27,13 +27,11 @@ export class Plugin extends EventTarget {
 
   /** Sends any message and waits; throws as the element does. */
   send(message) {
-    this.dispatchEvent(new CustomEvent("request", { detail: { await: message } }));
     return this.#element.postMessageAndAwaitResponse(message);
   }
 
   /** Posts any message. */
   post(message) {
-    this.dispatchEvent(new CustomEvent("request", { detail: { post: message } }));
     this.#element.postMessage(message);
   }
 

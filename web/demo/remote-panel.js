@@ -1,3 +1,4 @@
+import { commandForms } from "./command-forms.js";
 import { h } from "./dom.js";
 import { channelNumber, duration } from "./format.js";
 import { LineForm } from "./forms.js";
@@ -7,42 +8,28 @@ const TABS = [
   ["tv", "TV"],
   ["player", "Player"],
   ["settings", "Settings"],
+  ["time", "Time"],
   ["faults", "Faults"],
   ["commands", "Commands"],
   ["state", "State"],
+  ["journal", "Journal"],
 ];
+// Where there is room, the journal stands beside the panels and has no tab.
+const ROOMY = matchMedia("(min-width: 1001px)");
 
-// Keys of the remote: name, label, spoken name.
-const PAD = [
-  [null, ["up", "▲", "Up"], null, ["left", "◀", "Left"], ["ok", "OK", "OK"], ["right", "▶", "Right"], ["back", "↩", "Back"], ["down", "▼", "Down"], null],
-  ["1", "2", "3", "4", "5", "6", "7", "8", "9", null, "0", null].map((d) => d && [d, d, `Digit ${d}`]),
-  [
-    ["live", "Live TV", ""],
-    ["channelup", "Ch +", "Channel up"],
-    ["list", "Channels", ""],
-    ["channeldown", "Ch −", "Channel down"],
-    ["guide", "Guide", ""],
-    ["player", "Player", ""],
-    ["settings", "Settings", ""],
-    ["power", "Power", "Power off into suspend"],
-  ],
-];
-
-/** The remote beside the TV: keys, and forms for all that the TV and the page can do. */
+/** Beside the TV: forms for all that the TV and the page can do, and what the TV says of itself. */
 class RemotePanel extends HTMLElement {
   #panels = new Map();
   #tabs = new Map();
 
-  /** `press(key)` is called for the remote's keys. Without a plug-in there are neither keys nor commands. */
-  start({ api, plugin, host, press }) {
-    this.api = api;
-    this.plugin = plugin;
+  /** Without a plug-in there are no commands. */
+  start({ api, plugin, host }) {
     this.host = host;
-    if (press) this.append(this.#keypad(press));
     const tabs = TABS.filter(([name]) => plugin || name !== "commands");
     this.append(this.#tabList(tabs));
     const groups = verbs(api);
     for (const [name] of tabs) {
+      if (name === "journal") continue;
       const panel = h("div", { class: "panel", role: "tabpanel", id: `panel-${name}`, "aria-labelledby": `tab-${name}`, tabIndex: -1 });
       this.#panels.set(name, panel);
       this.append(panel);
@@ -50,51 +37,40 @@ class RemotePanel extends HTMLElement {
     }
     this.#completePlayers();
     this.#completeSettings();
+    this.#completeTime();
     this.#completeFaults();
-    if (plugin) this.#commands();
-    this.#state();
+    if (plugin) this.#panels.get("commands").append(commandForms(api, plugin));
+    this.stateView = h("dl", { class: "state" });
+    this.#panels.get("state").append(this.stateView);
     this.choose("tv");
-    plugin?.addEventListener("request", () => this.stir());
-    host.addEventListener("line", ({ detail }) => {
-      if (detail.call?.startsWith("Bms") || "did" in detail) this.stir();
+    ROOMY.addEventListener("change", () => {
+      if (ROOMY.matches && this.parentElement.dataset.tab === "journal") this.choose("tv");
+    });
+    host.addEventListener("line", ({ detail: { line, time } }) => {
+      if (time && ("reply" in line || "did" in line)) this.stir();
     });
     this.#poll();
   }
 
+  /** Shows a tab's panel; that of the journal is the journal itself, wherever it stands. */
   choose(name) {
-    for (const [key, panel] of this.#panels) {
+    this.parentElement.dataset.tab = name;
+    for (const [key, tab] of this.#tabs) {
       const chosen = key === name;
-      panel.hidden = !chosen;
-      const tab = this.#tabs.get(key);
+      if (this.#panels.has(key)) this.#panels.get(key).hidden = !chosen;
       tab.setAttribute("aria-selected", String(chosen));
       tab.tabIndex = chosen ? 0 : -1;
     }
   }
 
-  #keypad(press) {
-    return h(
-      "div",
-      { class: "keypad", role: "group", "aria-label": "Remote keys" },
-      PAD.map((keys, i) =>
-        h(
-          "div",
-          { class: ["dpad", "digits", "functions"][i] },
-          keys.map((key) =>
-            key ? h("button", { type: "button", dataset: { key: key[0] }, "aria-label": key[2] || key[1], onclick: () => press(key[0]) }, key[1]) : h("span"),
-          ),
-        ),
-      ),
-    );
-  }
-
   #tabList(tabs) {
-    const list = h("div", { class: "tabs", role: "tablist", "aria-label": "Remote" });
-    const names = tabs.map(([name]) => name);
+    const list = h("div", { class: "tabs", role: "tablist", "aria-label": "Panels" });
     for (const [name, label] of tabs) {
-      const tab = h("button", { type: "button", role: "tab", id: `tab-${name}`, "aria-controls": `panel-${name}`, onclick: () => this.choose(name) }, label);
+      const tab = h("button", { type: "button", role: "tab", id: `tab-${name}`, "aria-controls": name === "journal" ? name : `panel-${name}`, onclick: () => this.choose(name) }, label);
       tab.addEventListener("keydown", (event) => {
         const step = { ArrowRight: 1, ArrowLeft: -1 }[event.key];
         if (!step) return;
+        const names = [...this.#tabs.keys()].filter((key) => this.#tabs.get(key).checkVisibility());
         const next = names[(names.indexOf(name) + step + names.length) % names.length];
         this.choose(next);
         this.#tabs.get(next).focus();
@@ -106,11 +82,13 @@ class RemotePanel extends HTMLElement {
     return list;
   }
 
-  #verbForm({ verb, title, about, fields }) {
+  #verbForm({ verb, title, about, fields, presets, now }) {
     const form = new LineForm({
       title,
       about,
       fields,
+      presets,
+      later: !now,
       label: title === "Answer a platform call" ? "Set" : title === "Restore" ? "Restore" : "Send",
       line: (value) => ({ tv: verb, ...value }),
       send: async (line) => {
@@ -135,6 +113,13 @@ class RemotePanel extends HTMLElement {
     this.#panels.get("player").append(h("h3", {}, "Players"), this.players);
   }
 
+  #completeTime() {
+    this.pace = h("p", { class: "about" });
+    this.scheduled = h("ol", { class: "scheduled" });
+    this.#panels.get("time").prepend(this.pace);
+    this.#panels.get("time").append(h("h3", {}, "Scheduled"), this.scheduled);
+  }
+
   #completeFaults() {
     const form = this.forms.get("answer");
     const call = form.fields.control("call");
@@ -150,74 +135,7 @@ class RemotePanel extends HTMLElement {
     this.#panels.get("faults").append(h("h3", {}, "Answers in force"), this.answers);
   }
 
-  #commands() {
-    const panel = this.#panels.get("commands");
-    const groups = [
-      ["dispatcher", "Commands"],
-      ["player", "Player commands"],
-    ];
-    const select = h(
-      "select",
-      { "aria-label": "Command", oninput: () => choose() },
-      groups.map(([kind, label]) =>
-        h("optgroup", { label }, this.api.commands.filter((c) => c.kind === kind).map((c) => h("option", { value: c.name }, c.name))),
-      ),
-    );
-    const way = h("select", { "aria-label": "Way", oninput: () => this.console.refresh() }, h("option", { value: "await" }, "await the reply"), h("option", { value: "post" }, "post"));
-    const place = h("div");
-    const choose = () => {
-      const command = this.api.commands.find((c) => c.name === select.value);
-      this.console = new LineForm({
-        about: command.about,
-        fields: command.parameters.map((p) => ({
-          name: p.name,
-          label: p.required ? p.name : `${p.name} (optional)`,
-          kind: p.type === "integer" ? "number" : "text",
-          optional: !p.required,
-          value: command.example[p.name] ?? "",
-          help: p.about,
-          options: this.#options(p.format),
-        })),
-        line: (value) => ({ [way.value]: { command: command.name, ...value } }),
-        send: async (line) => this.#sendMessage(line),
-      });
-      const errors = command.errors.map((e) => `${e.code} ${e.errorName.trim()}: ${e.errorMessage}`);
-      place.replaceChildren(
-        this.console.element,
-        h("p", { class: "about" }, `Data: ${command.data.type}. ${command.data.about}`),
-        h("p", { class: "about" }, errors.length ? `Errors: ${[...new Set(errors)].join("; ")}.` : "It never fails."),
-      );
-    };
-    panel.append(h("div", { class: "fields" }, h("label", { class: "field wide" }, h("span", {}, "Command"), select), h("label", { class: "field" }, h("span", {}, "Way"), way)), place);
-    choose();
-  }
-
-  #options(format) {
-    if (format === "event") return this.api.events.map((e) => [e.event, e.command]);
-    if (format === "key") return this.api.settings.keys.map((k) => [k.key, k.type]);
-    if (format === "address") return ["film", "short", "live", "missing", "broken"].map((name) => [`http://sample.tv/${name}.mpd`, name]);
-    return undefined;
-  }
-
-  #sendMessage(line) {
-    try {
-      if ("await" in line) return this.plugin.send(line.await);
-      if ("post" in line) {
-        this.plugin.post(line.post);
-        return undefined;
-      }
-      return { error: 'The line has neither "await" nor "post".' };
-    } catch (error) {
-      return { error: error.message };
-    }
-  }
-
   // ---- What the TV says of itself
-
-  #state() {
-    this.stateView = h("dl", { class: "state" });
-    this.#panels.get("state").append(this.stateView);
-  }
 
   /** Asks for the TV's state soon. */
   stir() {
@@ -264,6 +182,11 @@ class RemotePanel extends HTMLElement {
           })
         : [h("p", { class: "about" }, "None: every call works as usual.")],
     );
+    const speed = state.speed ?? 1;
+    this.pace.textContent = `Playing time ${duration(state.playingTime)}, ${speed === 0 ? "standing still" : `running ${speed} × as fast`}; the TV's date: ${new Date(state.time).toLocaleString()}.`;
+    for (const preset of this.forms.get("speed").presets) preset.setAttribute("aria-pressed", String(Number(preset.dataset.value) === speed));
+    const scheduled = (state.scheduled ?? []).map(({ ms, do: verb }) => h("li", {}, `in ${(ms / 1000).toFixed(1)} s `, h("code", {}, JSON.stringify(verb))));
+    replace(this.scheduled, scheduled.length ? scheduled : [h("li", { class: "about" }, 'Nothing. "in … s" beside a form\'s button puts its line off.')]);
     const channel = state.channel ?? {};
     const subscriptions = state.subscriptions ?? {};
     const rows = [
@@ -284,6 +207,8 @@ class RemotePanel extends HTMLElement {
       ["Player registrations", (subscriptions.players ?? []).map((p) => (typeof p === "object" ? JSON.stringify(p) : p)).join(", ") || "none"],
       ["Keys watched", (state.watches ?? []).join(", ") || "none"],
       ["Answers in force", (state.answers ?? []).length],
+      ["Scheduled", scheduled.length],
+      ["Speed", `${speed} ×`],
       ["TV time", new Date(state.time).toLocaleString()],
       ["Playing time", duration(state.playingTime)],
     ];

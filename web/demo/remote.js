@@ -2,17 +2,18 @@ import { duration } from "./format.js";
 import { connected, theme } from "./header.js";
 import { Host } from "./host.js";
 import "./journal-view.js";
+import "./remote-keys.js";
 import "./remote-panel.js";
 
 const host = new Host();
 const remote = document.querySelector("remote-panel");
-const noPage = "No page is open";
 
 theme();
 document.querySelector("journal-view").start(host);
+document.querySelector("remote-keys").start(host);
 const [api] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.connect()]);
 remote.addEventListener("state", ({ detail: state }) => {
   if (!state) connected("bad", "The TV host can't be reached, trying again");
-  else connected("good", `${state.page === null ? noPage : `Page ${state.page}`} · playing time ${duration(state.playingTime)}`);
+  else connected("good", `${state.page === null ? "No page open" : "Page open"} · playing time ${duration(state.playingTime)}`);
 });
 remote.start({ api, host });

@@ -1,8 +1,10 @@
+import { KEY_OPTIONS } from "./keys.js";
+
 /**
- * What the TV can be made to do, for the remote's forms. A field is {name, label, kind, value, optional, options, help};
- * kind is number, text, json, choice (options: [value, label] pairs) or flag.
+ * What the TV can be made to do, for the remote's forms. A field is {name, label, kind, value, optional, options, help, rare};
+ * kind is number, text, json, choice (options: [value, label] pairs), date or flag. `now`: can't be put off.
  */
-const NO_USER = { name: "user", label: "Null user data", kind: "flag", on: null, optional: true };
+const NO_USER = { name: "user", label: "Null user data", kind: "flag", on: null, optional: true, rare: true };
 const SUSPEND = 0x40000000;
 
 export function verbs(api) {
@@ -11,6 +13,12 @@ export function verbs(api) {
     .map((e) => [e.event, e.command.replace(/^ITVS_Signal_(ZELumo_Control_State_)?|^PLO\w*?MIA_EVENT_/, "")]);
   return {
     tv: [
+      {
+        verb: "key",
+        title: "Key",
+        about: "Somebody presses and releases a key of the remote. The page gets keydown and keyup.",
+        fields: [{ name: "key", label: "Key", kind: "text", value: "MediaPlay", options: KEY_OPTIONS }],
+      },
       {
         verb: "event",
         title: "Event",
@@ -59,6 +67,29 @@ export function verbs(api) {
         ],
       },
     ],
+    time: [
+      {
+        verb: "advance",
+        title: "Advance",
+        about: "Playing time passes at once, with all that happens in it.",
+        presets: [["1 s", 1000], ["10 s", 10_000], ["1 min", 60_000]],
+        fields: [{ name: "ms", label: "Milliseconds", kind: "number", value: 3_600_000 }],
+        now: true,
+      },
+      {
+        verb: "speed",
+        title: "Speed",
+        about: "How many times as fast playing time runs.",
+        presets: [["Stand still", 0], ["1 ×", 1], ["10 ×", 10], ["60 ×", 60]],
+        fields: [{ name: "factor", label: "Times", kind: "number", value: 1000, help: "0 to 100000" }],
+      },
+      {
+        verb: "clock",
+        title: "Date",
+        about: "The TV's date and time become these.",
+        fields: [{ name: "date", label: "Date", kind: "date" }],
+      },
+    ],
     faults: [
       {
         verb: "answer",
@@ -68,6 +99,7 @@ export function verbs(api) {
           { name: "call", label: "Call", kind: "choice", value: "BmsPlay", options: CALLS.map(([name]) => [name, name]) },
           { name: "result", label: "Result", kind: "json", value: "-1", optional: true, help: "usual success" },
           { name: "out", label: "Out", kind: "json", value: "", optional: true, help: "JSON list" },
+          { name: "args", label: "Only for", kind: "json", value: "", optional: true, help: "any arguments" },
           { name: "times", label: "Times", kind: "number", value: "", optional: true, help: "until restored" },
           { name: "delay", label: "Delay, ms", kind: "number", value: "", optional: true, help: "none" },
         ],
