@@ -28,6 +28,12 @@ const press = async (page, ...keys) => {
   for (const key of keys) await page.keyboard.press(key);
 };
 const shows = (page, selector, text) => page.locator(selector).filter({ hasText: text }).first().waitFor();
+async function openRemote(context) {
+  const remote = await context.newPage();
+  await remote.goto(`${tv.url}/demo/remote.html`);
+  await shows(remote, "#connection.good", "Page open");
+  return remote;
+}
 const send = (page, verb) => page.click(`[data-verb="${verb}"] .primary`);
 const channel = async (is, host = tv) => until(async () => ((now) => is(now) && now)((await host.state()).channel), `a channel that ${is}`);
 const player = async (is) => until(async () => ((now) => now && is(now) && now)((await tv.state()).players.at(-1)), `a player that ${is}`);
@@ -122,7 +128,7 @@ demoTest("the remote's forms show the line that they send, and the page sees wha
 
   await send(page, "signal");
   await shows(page, ".tv-notice", "The sound is on again");
-  await page.click('[data-key="power"]');
+  await page.click(".suspend");
   await page.locator(".tv-off").waitFor();
   await press(page, "ArrowUp");
   await page.locator(".tv-off").waitFor({ state: "hidden" });
@@ -174,7 +180,7 @@ demoTest("faults are set and taken away, and every command can be sent from its 
 
 demoTest("the journal is filtered, searched, paused, cleared and saved", async (page) => {
   const lines = page.locator(".lines li:visible");
-  const click = (name) => page.getByRole("button", { name }).click();
+  const click = (name) => page.locator(".toolbar").getByRole("button", { name }).click();
   const count = (kind) => page.locator(`.lines li.${kind}:visible`).count();
   await shows(page, ".lines .reply", '"code":0');
   await until(() => count("call"), "calls");
@@ -208,20 +214,18 @@ demoTest("the journal is filtered, searched, paused, cleared and saved", async (
 demoTest("everything can be reached by keyboard, and the remote alone leaves the page its TV", async (page, context) => {
   await page.focus("channel-app");
   const reached = new Set();
-  for (let i = 0; i < 60; ++i) {
+  for (let i = 0; i < 120; ++i) {
     await page.keyboard.press("Tab");
-    reached.add(await page.evaluate(() => document.activeElement.closest(".keypad, .panel, .lines")?.className.split(" ")[0]));
+    reached.add(await page.evaluate(() => document.activeElement.closest("remote-keys > div, .panel, .lines")?.className.split(" ")[0]));
   }
-  assert.ok(["keypad", "panel", "lines"].every((part) => reached.has(part)), [...reached].join());
+  assert.ok(["dpad", "panel", "lines"].every((part) => reached.has(part)), [...reached].join());
   await page.focus("#tab-tv");
   await page.keyboard.press("ArrowRight");
   await page.locator("#panel-player").waitFor();
   assert.equal(await page.evaluate(() => document.activeElement.id), "tab-player");
 
   const { page: number } = await tv.state();
-  const remote = await context.newPage();
-  await remote.goto(`${tv.url}/demo/remote.html`);
-  await shows(remote, "#connection.good", `Page ${number}`);
+  const remote = await openRemote(context);
   await send(remote, "signal");
   await shows(page, ".tv-notice", "The sound is on again");
   await shows(remote, ".lines .message", "Unmute");
@@ -229,21 +233,137 @@ demoTest("everything can be reached by keyboard, and the remote alone leaves the
   assert.equal((await tv.state()).page, number);
 });
 
-for (const [width, height, colorScheme] of [[1280, 720, "light"], [1920, 1080, "dark"]]) {
+demoTest("the remote's keys reach the page that has the TV, like a person's own", async (page, context) => {
+  await press(page, "1", "Enter");
+  await channel((c) => c.major === 1);
+  const remote = await openRemote(context);
+  const viewIs = (name) => page.locator(`channel-app[data-view="${name}"]`).waitFor();
+  for (const [where, keys, seen] of [
+    [remote, ["ChannelUp"], () => channel((c) => c.major === 2)],
+    [remote, ["3", "Enter"], () => channel((c) => c.major === 3)],
+    [remote, ["Guide"], () => viewIs("guide")],
+    [page, ["GoBack"], () => viewIs("live")],
+    [page, ["ColorF2Yellow", "Enter"], () => player((p) => p.state === "playing")],
+    [page, ["MediaPlayPause"], () => player((p) => p.state === "paused")],
+    [remote, ["MediaFastForward"], () => player((p) => p.position >= 30_000)],
+    [remote, ["MediaStop"], () => player((p) => p.state === "stopped")],
+    [remote, ["ColorF0Red"], () => viewIs("live")],
+  ]) {
+    for (const key of keys) await where.click(`[data-key="${key}"]`);
+    await seen();
+  }
+  // A button that has the focus itself isn't clicked by the key that comes back.
+  await page.focus('[data-key="Enter"]');
+  const presses = () => page.locator(".lines .tv", { hasText: '{"key":"Enter"}' }).count();
+  const before = await presses();
+  await page.keyboard.press("Enter");
+  await until(async () => (await presses()) > before, "the key in the journal");
+  await page.keyboard.press("Tab");
+  await remote.click('[data-key="ArrowUp"]');
+  await channel((c) => c.major === 4);
+  assert.equal(await presses(), before + 1);
+  // Every key that has a button is one of the TV's.
+  for (const key of await page.locator("remote-keys [data-key]").evaluateAll((all) => all.map(({ dataset }) => dataset.key))) await tv.do({ tv: "key", key });
+});
+
+demoTest("time is in the person's hand", async (page) => {
+  await page.click("#tab-time");
+  const pace = () => tv.state().then(({ speed, playingTime }) => ({ speed, playingTime }));
+  await page.getByRole("button", { name: "Stand still" }).click();
+  await until(async () => (await pace()).speed === 0, "a clock that stands still");
+  await page.locator('[data-verb="speed"] [data-value="0"][aria-pressed="true"]').waitFor();
+  const { playingTime } = await pace();
+
+  await page.click("#tab-tv");
+  await page.locator('[data-verb="signal"] .later').fill("soon");
+  assert.equal(await page.locator('[data-verb="signal"] .primary').isDisabled(), true);
+  await page.locator('[data-verb="signal"] .later').fill("90.5");
+  assert.equal(await page.locator('[data-verb="signal"] .line').inputValue(), '{"tv":"at","ms":90500,"do":{"tv":"signal","signal":177}}');
+  await send(page, "signal");
+  await page.click("#tab-time");
+  await shows(page, ".scheduled", 'in 90.5 s {"tv":"signal"');
+  await page.getByRole("button", { name: "1 min" }).click();
+  await shows(page, ".scheduled", "in 30.5 s");
+  await page.locator('[data-verb="advance"] [name="ms"]').fill("30500");
+  await send(page, "advance");
+  await shows(page, ".tv-notice", "The sound is on again");
+  await shows(page, ".scheduled", "Nothing");
+  assert.equal((await pace()).playingTime, playingTime + 90_500);
+  // The page's clock and programme are those of the TV's date.
+  await page.locator('[data-verb="clock"] [name="date"]').fill("2031-02-03T04:05:06");
+  await send(page, "clock");
+  await shows(page, ".tv-clock", "04:05");
+  await page.getByRole("button", { name: "1 ×", exact: true }).click();
+  await until(async () => (await pace()).speed === 1, "the usual speed");
+});
+
+browserTest("the journal of a remote that is opened later has what was before, each line once, across a lost connection and a new host", async (context) => {
+  let own = await Tv.start("--speed", "0");
+  const remote = await context.newPage();
+  const signal = (n) => own.do({ tv: "signal", signal: n });
+  const seen = () => remote.locator(".lines li").evaluateAll((rows) => rows.flatMap((row) => row.textContent.match(/did.*signal.*|signal \{"signal":\d+\}$/)?.[0].match(/"signal":(\d+)/)?.[1] ?? []).map(Number));
+  const upTo = (n) => Array.from({ length: n }, (_, i) => i + 1);
+  const has = (n) => until(async () => JSON.stringify(await seen()) === JSON.stringify(upTo(n)), `the signals up to ${n}`);
+  for (const n of upTo(3)) await signal(n);
+  let socket;
+  await remote.routeWebSocket(/journal/, (route) => {
+    socket = route;
+    route.connectToServer();
+  });
+  await remote.goto(`${own.url}/demo/remote.html`);
+  await has(3);
+  await signal(4);
+  await has(4);
+  await socket.close();
+  await signal(5);
+  await has(5);
+  const rows = await remote.locator(".lines li").count();
+  for (let n = 0; n < 1600; n += 1) await own.do({ tv: "event", event: 1 });
+  await until(async () => (await remote.locator(".lines li").count()) > rows + 100, "the many lines");
+  await signal(6);
+  await shows(remote, ".lines .tv", '"signal":6');
+  assert.ok((await remote.locator(".lines li").count()) <= 3000);
+  await own.end("SIGKILL");
+  await shows(remote, "#connection.bad", "can't be reached");
+  own = await Tv.start("--port", own.port);
+  await signal(7);
+  await shows(remote, ".lines .note", "started anew");
+  await shows(remote, ".lines .tv", '"signal":7');
+  await own.end();
+});
+
+for (const [width, height, colorScheme] of [[1280, 720, "light"], [1920, 1080, "dark"], [800, 600, "light"]]) {
   const body = async (page) => {
-    for (const tab of ["tv", "player", "settings", "faults", "commands", "state"]) {
-      await page.click(`#tab-${tab}`);
+    const narrow = width < 1000;
+    const tabs = await page.getByRole("tab").evaluateAll((all) => all.map(({ id }) => id));
+    assert.equal(tabs.length, narrow ? 8 : 7, tabs.join());
+    for (const tab of tabs) {
+      await page.click(`#${tab}`);
       const cut = await page.evaluate(() => {
         const sides = (element) => element.getBoundingClientRect();
-        const all = [...document.querySelectorAll("main > *, header > *, .toolbar > *, .keypad button, .panel:not([hidden]) *")];
-        const wide = all.filter((element) => sides(element).width && (sides(element).right > innerWidth + 1 || sides(element).left < -1));
-        const panel = document.querySelector(".panel:not([hidden])");
-        if (panel.scrollWidth > panel.clientWidth) wide.push(panel);
+        const all = [...document.querySelectorAll("main > *, header > *, .toolbar > *, .buttons > *, .tabs > *, remote-keys button, .panel:not([hidden]) *")];
+        const wide = all.filter((element) => {
+          const [own, around] = [element, element.parentElement].map(sides);
+          return own.width && (own.right > Math.min(innerWidth, around.right) + 1 || own.left < Math.max(0, around.left) - 1);
+        });
+        const held = document.querySelectorAll("header, .toolbar, .tabs, .panel:not([hidden]), remote-keys, remote-keys button, button.kind, .buttons button");
+        wide.push(...[...held].filter((element) => element.scrollWidth > element.clientWidth));
         if (document.documentElement.scrollHeight > innerHeight) wide.push(document.documentElement);
         return wide.map((element) => element.outerHTML.slice(0, 80));
       });
       assert.deepEqual(cut, [], tab);
     }
+    if (narrow) await page.click("#tab-journal");
+    const last = page.locator(".lines .text:visible").last();
+    await last.click();
+    const [opened, list] = await Promise.all([".lines pre", ".lines"].map((part) => page.locator(part).last().boundingBox()));
+    assert.ok(opened.y >= list.y && opened.y + opened.height <= list.y + list.height + 1, `the detail at ${JSON.stringify(opened)} in ${JSON.stringify(list)}`);
+    const names = await page.evaluate(() => {
+      const app = document.querySelector("channel-app");
+      app.press("guide");
+      return [...app.querySelectorAll(".guide-channel span")].map((name) => [name.title === name.textContent, getComputedStyle(name).textOverflow]);
+    });
+    assert.deepEqual(names, names.map(() => [true, "ellipsis"]));
     const [journal, screen] = await Promise.all([".lines", "channel-app"].map((part) => page.locator(part).boundingBox()));
     assert.ok(journal.height > 120, `${journal.height} px of journal`);
     assert.ok(Math.abs(screen.width / screen.height - 16 / 9) < 0.01);

@@ -37,10 +37,11 @@ const KEYS = {
   MediaFastForward: "right",
   Info: "info",
   Exit: "live",
-  TV: "live",
-  LiveContent: "list",
+  Home: "live",
+  ContextMenu: "list",
   Guide: "guide",
-  OnDemand: "player",
+  AudioVolumeUp: "louder",
+  AudioVolumeDown: "quieter",
   Settings: "settings",
   ColorF0Red: "live",
   ColorF1Green: "guide",
@@ -129,6 +130,7 @@ class ChannelApp extends HTMLElement {
       return undefined;
     }
     if (key === "info" && this.view === "live") return this.views.live.banner(this.views.live.bannerElement.hidden);
+    if (key === "louder" || key === "quieter") return this.views.settings.volume(key === "louder" ? 1 : -1);
     if (key in this.views) return this.show(key);
     if (this.views[this.view].key(key)) return undefined;
     return key === "back" ? this.show("live") : undefined;

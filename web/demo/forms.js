@@ -2,22 +2,22 @@ import { h } from "./dom.js";
 
 let lists = 0;
 
-/** Fields of a form, the rare ones behind the others; value() gives their object, or throws an Error that says which field is wrong. */
+/** Fields of a form, the rare ones in an element of their own; value() gives their object, or throws an Error that says which field is wrong. */
 export class Fields {
   element = h("div", { class: "fields" });
+  rare = h("details", { class: "rare" }, h("summary", {}, "Rarely needed"));
   #readers = [];
 
   constructor(fields, changed) {
-    const rare = h("details", { class: "rare" }, h("summary", {}, "Rarely needed"));
     for (const field of fields) {
       const { input, read, extra } = control(field);
       input.addEventListener("input", changed);
       input.name = field.name;
       const label = field.kind === "flag" ? [input, field.label] : [h("span", {}, field.label), input];
-      (field.rare ? rare : this.element).append(h("label", { class: `field ${field.kind}`, title: field.help ?? "" }, ...label, extra));
+      (field.rare ? this.rare : this.element).append(h("label", { class: `field ${field.kind}`, title: field.help ?? "" }, ...label, extra));
       this.#readers.push([field, read]);
     }
-    if (fields.some((field) => field.rare)) this.element.append(rare);
+    this.rare.hidden = !fields.some((field) => field.rare);
   }
 
   value() {
@@ -150,6 +150,7 @@ export class LineForm {
         this.later && h("label", { title: "Seconds of playing time until the TV does it" }, "in ", this.later, " s"),
         this.problem,
       ),
+      this.fields.rare,
       this.result,
     );
     this.#carryOut = send;

@@ -62,7 +62,7 @@ class JournalView extends HTMLElement {
       this.#filter();
     };
     this.list = h("ol", { class: "lines", tabIndex: 0, "aria-label": "Journal", role: "log" });
-    this.count = h("span", { class: "count" });
+    this.count = h("span", { class: "count", title: "Lines that are shown, of all" });
     this.pauseButton = h("button", { type: "button", class: "quiet", "aria-pressed": "false", onclick: () => this.#pause() }, "Pause");
     this.append(
       h(
@@ -153,7 +153,7 @@ class JournalView extends HTMLElement {
     }
     const shown = this.#entries.filter((entry) => this.#matches(entry)).length;
     const waiting = this.#paused && this.#waiting.length ? `, ${this.#waiting.length} waiting` : "";
-    this.count.textContent = `${shown === this.#entries.length ? shown : `${shown} of ${this.#entries.length}`} lines${waiting}`;
+    this.count.textContent = `${shown === this.#entries.length ? shown : `${shown} of ${this.#entries.length}`}${waiting}`;
   }
 
   // Whether the detail that was opened last is still open and in sight: then new lines don't push it away.

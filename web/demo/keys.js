@@ -22,11 +22,11 @@ export const BLOCKS = [
     "functions",
     [
       ["ChannelUp", "Ch +", "Channel up"],
-      ["Guide", "Guide", ""],
+      ["AudioVolumeUp", "Vol +", "Volume up"],
       ["ChannelDown", "Ch −", "Channel down"],
-      ["LiveContent", "List", "Channel list"],
-      ["TV", "Live TV", ""],
-      ["OnDemand", "Player", "", "On demand: the channel app's player"],
+      ["AudioVolumeDown", "Vol −", "Volume down"],
+      ["Guide", "Guide", ""],
+      ["ContextMenu", "Menu", ""],
       ["Power", "Power", "", "The key Power, as the page gets it"],
     ],
   ],
@@ -51,7 +51,10 @@ export const BLOCKS = [
 ];
 
 // Keys that have no button; the form offers them.
-const OTHERS = ["MediaPlay", "MediaPause", "MediaRecord", "MediaTrackNext", "MediaTrackPrevious", "AudioVolumeUp", "AudioVolumeDown", "AudioVolumeMute"];
+const OTHERS = [
+  "MediaPlay", "MediaPause", "MediaRecord", "MediaTrackPrevious", "MediaTrackNext", "AudioVolumeMute", "Home", "BrowserHome", "Escape", "Backspace", "PageUp",
+  "PageDown", "Help", "TVInput",
+];
 
 /** [name, meaning] of the keys, for a form's choice. */
 export const KEY_OPTIONS = BLOCKS.flatMap(([, keys]) => keys.map(([name, label, spoken]) => [name, spoken || label])).concat(OTHERS.map((name) => [name, ""]));

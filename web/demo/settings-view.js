@@ -1,9 +1,10 @@
 import { h } from "./dom.js";
 
 const LANGUAGES = ["en", "de", "fr", "ja", "sv", "ar"];
+const VOLUME = "db/menu/volume";
 const ROWS = [
   { key: "db/menu/language", label: "Language", kind: "String", next: (value, by) => LANGUAGES.at((LANGUAGES.indexOf(value) + by) % LANGUAGES.length) },
-  { key: "db/menu/volume", label: "Volume", kind: "Integer", next: (value, by) => Math.min(100, Math.max(0, value + by)) },
+  { key: VOLUME, label: "Volume", kind: "Integer", next: (value, by) => Math.min(100, Math.max(0, value + by)) },
   { key: "db/menu/subtitles", label: "Subtitles", kind: "Boolean", next: (value) => 1 - value },
   { key: "memory/zelumo/launches", label: "Launches of the app", kind: "Integer", next: (value, by) => Math.max(0, value + by) },
 ];
@@ -48,6 +49,14 @@ export class SettingsView {
     else return false;
     this.#draw();
     return true;
+  }
+
+  /** Changes the volume, from anywhere on the TV. */
+  volume(by) {
+    const row = ROWS.find(({ key }) => key === VOLUME);
+    this.#read(row);
+    this.#change(row, by);
+    this.app.tell(`Volume ${this.#values.get(VOLUME)}`);
   }
 
   /** A watched key changed. */

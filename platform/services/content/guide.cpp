@@ -1,5 +1,6 @@
 #include "services/content/guide.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -35,6 +36,17 @@ std::uint64_t Mix(std::uint64_t value)
     value = (value ^ (value >> 30)) * 0xBF58476D1CE4E5B9U;
     value = (value ^ (value >> 27)) * 0x94D049BB133111EBU;
     return value ^ (value >> 31);
+}
+
+/// What a channel's block is made from: its pattern and its first programme.
+std::uint64_t Lot(const ChannelConfig& channel, std::int64_t block)
+{
+    return Mix(Mix(channel.id) ^ static_cast<std::uint64_t>(block));
+}
+
+const Pattern& PatternOf(std::uint64_t lot)
+{
+    return kPatterns[lot % kPatterns.size()];
 }
 
 seconds Floor(std::chrono::milliseconds time)
@@ -86,13 +98,24 @@ Program Guide::InSchedule(const ChannelConfig& channel, seconds time) const
             choice.push_back(&text);
     }
     constexpr seconds kBlock = kHalfHour * kBlockHalfHours;
-    const std::uint64_t lot = Mix(Mix(channel.id) ^ static_cast<std::uint64_t>(time / kBlock));
-    const Pattern& pattern = kPatterns[lot % kPatterns.size()];
-    seconds start = time / kBlock * kBlock;
+    const std::int64_t block = time / kBlock;
+    const std::uint64_t lot = Lot(channel, block);
+    const Pattern& pattern = PatternOf(lot);
+    seconds start = kBlock * block;
     std::size_t place = 0;
     while (start + pattern[place] * kHalfHour <= time)
         start += pattern[place++] * kHalfHour;
-    return {start, start + pattern[place] * kHalfHour, choice[(lot / 16 + place) % choice.size()]};
+    std::size_t chosen = (lot / 16 + place) % choice.size();
+    if (place == 0 && block > 0 && choice.size() > 2) {
+        // What ended the block before doesn't begin this one; nor does what comes second here.
+        const std::uint64_t before = Lot(channel, block - 1);
+        const Pattern& pattern_before = PatternOf(before);
+        const auto count = static_cast<std::size_t>(
+            std::find(pattern_before.begin(), pattern_before.end(), 0) - pattern_before.begin());
+        if (chosen == (before / 16 + count - 1) % choice.size())
+            chosen = (chosen + 2) % choice.size();
+    }
+    return {start, start + pattern[place] * kHalfHour, choice[chosen]};
 }
 
 }  // namespace tv
