@@ -184,8 +184,13 @@ class RemotePanel extends HTMLElement {
     );
     const speed = state.speed ?? 1;
     this.pace.textContent = `Playing time ${duration(state.playingTime)}, ${speed === 0 ? "standing still" : `running ${speed} × as fast`}; the TV's date: ${new Date(state.time).toLocaleString()}.`;
+    const date = this.forms.get("clock").fields.control("date");
+    if (!date.value) {
+      date.value = new Date(state.time - new Date(state.time).getTimezoneOffset() * 60_000).toISOString().slice(0, 19);
+      this.forms.get("clock").refresh();
+    }
     for (const preset of this.forms.get("speed").presets) preset.setAttribute("aria-pressed", String(Number(preset.dataset.value) === speed));
-    const scheduled = (state.scheduled ?? []).map(({ ms, do: verb }) => h("li", {}, `in ${(ms / 1000).toFixed(1)} s `, h("code", {}, JSON.stringify(verb))));
+    const scheduled = (state.scheduled ?? []).map(({ ms, do: { tv, ...fields } }) => h("li", {}, `in ${(ms / 1000).toFixed(1)} s `, h("code", {}, JSON.stringify({ tv, ...fields }))));
     replace(this.scheduled, scheduled.length ? scheduled : [h("li", { class: "about" }, 'Nothing. "in … s" beside a form\'s button puts its line off.')]);
     const channel = state.channel ?? {};
     const subscriptions = state.subscriptions ?? {};
