@@ -64,6 +64,14 @@ demoTest("the guide shows programmes and tunes to them", async (page) => {
   await press(page, "1", "Enter");
   await channel((c) => c.major === 1);
   await press(page, "g");
+  const repeated = await page.evaluate(() => {
+    const { plugin, channels } = document.querySelector("channel-app");
+    return channels.flatMap(({ id, name }) => {
+      const { programs } = plugin.query("GetProgramList", { TCServiceId: id, from: Date.now(), to: Date.now() + 86_400_000 });
+      return programs.filter(({ title }, i) => title === programs[i + 1]?.title).map(({ title }) => `${name}: ${title}`);
+    });
+  });
+  assert.deepEqual(repeated, [], "the same now and next");
   const detail = () => Promise.all(["h2", ".times", ".channel"].map((part) => page.locator(`.guide-detail ${part}`).innerText()));
   const present = await detail();
   await press(page, "ArrowRight");
