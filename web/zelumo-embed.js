@@ -5,6 +5,8 @@
 //   element.postMessageAndAwaitResponse(message)    sends a message, blocks, returns the reply
 //   "message" events                                event.data is what the plug-in posted
 //
+// and gives the page the keys of the remote, as "keydown" and "keyup" events at the focused element.
+//
 // One classic script tag, before or after the elements. docs/page-api.md says how values cross and what happens when
 // the TV host goes away.
 (() => {
@@ -12,7 +14,7 @@
 
   const TYPE = "application/x-zelumo";
   const SELECTOR = `embed[type="${TYPE}" i]`;
-  const HOST = new URL("/", document.currentScript?.src || location.href);
+  const HOST = new URL("/", document.currentScript?.src || location.href).origin;
   const RETRY_MS = 1000;
 
   const proto = HTMLEmbedElement.prototype;
@@ -70,11 +72,12 @@
   function request(method, path, body) {
     const xhr = new XMLHttpRequest();
     try {
-      xhr.open(method, new URL(path, HOST), false);
-      if (body !== undefined) xhr.setRequestHeader("Content-Type", "application/json");
+      // Without a content type of its own, so that a page of another origin is spared the question in advance.
+      xhr.open(method, HOST + path, false);
       xhr.send(body);
     } catch {
-      throw new Failure("unreachable", `The TV host at ${HOST.origin} can't be reached.`);
+      const hint = HOST === location.origin ? "" : ` If it runs, start it with --allow-origin ${location.origin}.`;
+      throw new Failure("unreachable", `The TV host at ${HOST} can't be reached.${hint}`);
     }
     return xhr;
   }
@@ -92,7 +95,7 @@
   const elements = new Set();
   let state = "closed"; // "open"; "lost": the host is gone; "replaced": another page has the TV
   let page = null; // number of the open page
-  let socket = null;
+  const sockets = new Map(); // of the open page, by their names
   let timer = 0;
 
   function tell(name, reason) {
@@ -100,27 +103,39 @@
   }
 
   function enter(next) {
-    const own = socket;
-    socket = null;
-    own?.close();
+    const own = [...sockets.values()];
+    sockets.clear();
+    for (const socket of own) socket.close();
     clearTimeout(timer);
     state = next;
     if (next !== "open") page = null;
   }
 
-  function listen() {
-    const url = new URL(`/page/${page}/messages`, HOST);
-    url.protocol = HOST.protocol === "https:" ? "wss:" : "ws:";
-    const own = new WebSocket(url);
-    socket = own;
-    own.onmessage = ({ data }) => {
-      if (socket !== own) return;
-      const message = JSON.parse(data);
+  // The page's WebSockets, and what is done with what they bring.
+  const hear = {
+    messages(message) {
       for (const element of [...elements]) element.dispatchEvent(new MessageEvent("message", { data: message }));
-    };
-    own.onclose = () => {
-      if (socket === own) findOut();
-    };
+    },
+    runtime(line) {
+      if ("key" in line) press(line);
+    },
+  };
+
+  // Connects those that aren't.
+  function listen() {
+    for (const name of Object.keys(hear)) {
+      if (sockets.has(name)) continue;
+      const own = new WebSocket(`${HOST.replace("http", "ws")}/page/${page}/${name}`);
+      sockets.set(name, own);
+      own.onmessage = ({ data }) => {
+        if (sockets.get(name) === own) hear[name](JSON.parse(data));
+      };
+      own.onclose = () => {
+        if (sockets.get(name) !== own) return;
+        sockets.delete(name);
+        findOut();
+      };
+    }
   }
 
   // Opens the page, whoever has the TV; throws a Failure.
@@ -143,7 +158,7 @@
   }
 
   function close() {
-    if (state === "open") navigator.sendBeacon(new URL(`/page/${page}/close`, HOST));
+    if (state === "open") navigator.sendBeacon(`${HOST}/page/${page}/close`);
     enter("closed");
   }
 
@@ -163,13 +178,14 @@
     const before = state;
     let owner;
     try {
-      owner = (await (await fetch(new URL("/tv/state", HOST))).json()).page;
+      owner = (await (await fetch(`${HOST}/tv/state`)).json()).page;
     } catch {
       if (state === before && page === asked) lose("unreachable");
       return;
     }
     if (state !== before || page !== asked) return;
     if (state === "open" && owner === asked) {
+      clearTimeout(timer);
       timer = setTimeout(listen, RETRY_MS);
       return;
     }
@@ -197,6 +213,40 @@
       if (failure.reason === "unreachable") lose("unreachable");
       throw failure;
     }
+  }
+
+  // ---- Keys of the remote
+
+  // What Enter clicks by itself, as in a browser: events made by a script set nothing off.
+  const LINKS = "a[href], area[href]";
+  const BUTTONS = "button, summary, input:is([type=button], [type=submit], [type=reset], [type=image])";
+
+  // What has the focus, in open shadow trees and frames of this origin, too; the body where nothing has.
+  function focused() {
+    let at = document.activeElement ?? document.documentElement;
+    for (;;) {
+      const inner = at.shadowRoot?.activeElement ?? at.contentDocument?.activeElement;
+      if (!inner) return at;
+      at = inner;
+    }
+  }
+
+  // True if the page lets the browser do what it does by itself.
+  function dispatch(type, target, { key, code, keyCode }) {
+    const view = target.ownerDocument.defaultView;
+    const event = new view.KeyboardEvent(type, { key, code, view, bubbles: true, cancelable: true, composed: true });
+    for (const name of ["keyCode", "which"]) Object.defineProperty(event, name, { value: keyCode });
+    return target.dispatchEvent(event);
+  }
+
+  // Pages move the focus while they handle a key: what comes next goes to where it is then.
+  function press(pressed) {
+    const target = focused();
+    if (dispatch("keydown", target, pressed) && pressed.key === "Enter") {
+      const now = focused();
+      if (now.matches(now === target ? `${LINKS}, ${BUTTONS}` : BUTTONS)) now.click();
+    }
+    dispatch("keyup", focused(), pressed);
   }
 
   // ---- Elements
