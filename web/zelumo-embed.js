@@ -26,7 +26,7 @@
   const refuse = (what) => {
     throw new DOMException(`Failed to execute 'postMessage': ${what} could not be cloned.`, "DataCloneError");
   };
-  const text = (string) => JSON.stringify(string.replace(/[\uD800-\uDBFF][\uDC00-\uDFFF]|[\uD800-\uDFFF]/g, (m) => (m.length === 2 ? m : "\uFFFD")));
+  const text = (string) => JSON.stringify(string.replace(/\p{Surrogate}/gu, "\uFFFD"));
   const tag = (value) => Object.prototype.toString.call(value).slice(8, -1);
 
   // JSON text of a message. `above` holds the containers around the value.
@@ -51,12 +51,14 @@
     if (value === null) return "null";
     if (value instanceof Number || value instanceof String || value instanceof Boolean) return encode(value.valueOf());
     if (above.includes(value)) refuse("a value that contains itself");
-    const inside = [...above, value];
-    if (Array.isArray(value)) return `[${Array.from(value, (item) => encode(item, inside)).join(",")}]`;
-    if (tag(value) !== "Object") refuse(`${tag(value)} object`);
-    return `{${Object.keys(value)
-      .map((key) => `${text(key)}:${encode(value[key], inside)}`)
-      .join(",")}}`;
+    const isList = Array.isArray(value);
+    if (!isList && tag(value) !== "Object") refuse(`${tag(value)} object`);
+    above.push(value);
+    let inside = "";
+    if (isList) for (const item of value) inside += (inside && ",") + encode(item, above);
+    else for (const key of Object.keys(value)) inside += `${inside && ","}${text(key)}:${encode(value[key], above)}`;
+    above.pop();
+    return isList ? `[${inside}]` : `{${inside}}`;
   }
 
   // ---- Requests. They are synchronous, so that messages arrive in the order in which the page sent them.
