@@ -58,6 +58,7 @@ const Row kRows[] = {
     {"blocking message over HTTP",            "AwaitOverHttp/0",                "EchoOverHttp/0",             1.5},
     {"the same, to an echo by two threads",   "AwaitOverHttp/0",                "EchoByAnotherThread/0",      1.15},
     {"blocking message over HTTP, 10 kB",     "AwaitOverHttp/10000",            "EchoOverHttp/10000",         1.3},
+    {"blocking message in a browser",         "AwaitInBrowser",                 "EchoInBrowser",              1.2},
     {"messages to 1 WebSocket, 1,000",    "PostToListeners/1",              "WriteToListeners/1",         1 / 0.7},
     {"the same, CPU time",                    "PostToListeners/1",              "WriteToListeners/1",         1.2, Kind::Cpu},
     {"messages to 50 WebSockets, 1,000",  "PostToListeners/50",             "WriteToListeners/50",        1 / 0.7},

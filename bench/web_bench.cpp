@@ -8,6 +8,7 @@
 #include <boost/beast/http.hpp>
 #include <boost/beast/websocket.hpp>
 #include <csignal>
+#include <cstdio>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -336,5 +337,52 @@ void StartToFirstReply(benchmark::State& state)
     }
 }
 BENCHMARK(StartToFirstReply)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+/// Both ways of one message in a browser, in nanoseconds: the medians of measure.mjs.
+struct InBrowser {
+    double await = 0;
+    double echo = 0;
+};
+
+/// Measured once, since the two take turns; zeros when it fails, which the program has told of.
+const InBrowser& MeasuredInBrowser()
+{
+    static const InBrowser measured = [] {
+        const test::Web web;
+        const BareServer echo;
+        const std::string address = " http://127.0.0.1:";
+        const std::string command = "node " ZELUMO_MEASURE + address + std::to_string(web.port()) + address +
+                                    std::to_string(echo.port());
+        InBrowser both;
+        std::FILE* const output = popen(command.c_str(), "re");
+        if (output == nullptr)
+            return both;
+        const int count = std::fscanf(output, "%lf %lf", &both.await, &both.echo);
+        return pclose(output) == 0 && count == 2 ? both : InBrowser();
+    }();
+    return measured;
+}
+
+void Report(benchmark::State& state, double nanoseconds)
+{
+    if (nanoseconds == 0)
+        state.SkipWithError("nothing was measured in a browser");
+    for (auto _ : state)
+        state.SetIterationTime(nanoseconds / 1e9);
+}
+
+/// Floor: a bare synchronous request of the same tab to the echo.
+void EchoInBrowser(benchmark::State& state)
+{
+    Report(state, MeasuredInBrowser().echo);
+}
+BENCHMARK(EchoInBrowser)->Iterations(1)->Repetitions(1)->UseManualTime();
+
+/// A page's postMessageAndAwaitResponse.
+void AwaitInBrowser(benchmark::State& state)
+{
+    Report(state, MeasuredInBrowser().await);
+}
+BENCHMARK(AwaitInBrowser)->Iterations(1)->Repetitions(1)->UseManualTime();
 
 }  // namespace

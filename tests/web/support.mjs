@@ -5,17 +5,12 @@ import { mkdirSync } from "node:fs";
 import { dirname, join } from "node:path";
 import { after, test } from "node:test";
 import { fileURLToPath } from "node:url";
-import { chromium } from "playwright-core";
+import { launch } from "./browser.mjs";
 
 const here = dirname(fileURLToPath(import.meta.url));
 const SHOTS = join(here, "../../build/web-failures");
 export const PAGES = join(here, "pages");
 
-const CHROMIUM = process.env.CHROMIUM ?? "/usr/bin/chromium";
-const FLAGS = [
-  "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking",
-  "--disable-component-update", "--disable-sync",
-];
 const WAIT_MS = 10_000;
 
 export class Tv {
@@ -83,7 +78,7 @@ after(async () => {
 /** A test with a browser of its own state; where it fails, pictures of its pages stay in build/web-failures. */
 export function browserTest(name, body, options = {}) {
   test(name, { timeout: 90_000 }, async (t) => {
-    browser ??= await chromium.launch({ executablePath: CHROMIUM, args: FLAGS });
+    browser ??= await launch();
     const context = await browser.newContext({ viewport: { width: 1280, height: 720 }, ...options });
     context.setDefaultTimeout(WAIT_MS);
     try {
