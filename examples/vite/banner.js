@@ -1,0 +1,1 @@
+export const bannerText = (channel) => `On now: ${channel.channelName}`;
