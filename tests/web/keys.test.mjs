@@ -25,3 +25,31 @@ browserTest("a key of the remote does what the keyboard's does", async (context)
     assert.deepEqual(await log(expected.length), expected, what);
   }
 });
+
+browserTest("the TV's own keys come to a page behind another, and again once the host is back", async (context) => {
+  let own = await Tv.start("--app", PAGES);
+  const page = await context.newPage();
+  await page.goto(`${own.url}/keys.html`);
+  const remote = await context.newPage();
+  await remote.goto(`${own.url}/demo/remote.html`);
+  await remote.bringToFront();
+  const seen = () => page.evaluate(() => log.splice(0).map((line) => line.split(",").slice(0, 3).join()));
+  const keys = [["ColorF0Red", "", 403], ["GoBack", "", 461], ["ChannelUp", "", 427], ["MediaPlayPause", "MediaPlayPause", 179]];
+  for (const [key] of keys) await remote.click(`[data-key="${key}"]`);
+  await page.waitForFunction((n) => log.length >= n, 2 * keys.length);
+  assert.deepEqual(await seen(), keys.flatMap((key) => [`keydown ${key}`, `keyup ${key}`]));
+
+  await own.end("SIGKILL");
+  own = await Tv.start("--app", PAGES, "--port", own.port);
+  await until(async () => (await own.state()).page !== null, "the page opens again");
+  await own.do({ tv: "key", key: "Info" });
+  await page.waitForFunction(() => log.length >= 2);
+  assert.deepEqual(await seen(), ["keydown Info,,457", "keyup Info,,457"]);
+  // The page that has lost the TV hears no more of its keys.
+  const second = await context.newPage();
+  await second.goto(`${own.url}/keys.html`);
+  await own.do({ tv: "key", key: "Info" });
+  await second.waitForFunction(() => log.length >= 2);
+  assert.deepEqual(await seen(), []);
+  await own.end();
+});
