@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,5 +24,9 @@ class OwnNames {
   private:
     std::vector<std::string> names_;
 };
+
+/// Why pages of that origin can't be allowed, in one line, or nothing: it must be spelt as a browser sends
+/// it, `http://localhost:5173`, or it would never be met.
+std::optional<std::string> CheckOrigin(const std::string& origin);
 
 }  // namespace host
