@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -15,6 +16,8 @@ namespace host {
 namespace {
 
 int interrupt_descriptor = -1;  // set before there is a handler, or another thread
+std::atomic<bool> signalled{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler uses it");
 
 int MakeEvent()
 {
@@ -31,11 +34,31 @@ void Raise(int descriptor)
     [[maybe_unused]] const ssize_t written = write(descriptor, &one, sizeof one);
 }
 
-void OnSignal(int)
+void OnSignal(int signal)
 {
     const int saved = errno;
-    Raise(interrupt_descriptor);
+    if (!signalled.exchange(true)) {
+        Raise(interrupt_descriptor);
+    } else if (signal != SIGHUP) {
+        // It is blocked while this runs, and ends the program on return.
+        std::signal(signal, SIG_DFL);
+        std::raise(signal);
+    }
     errno = saved;
+}
+
+void ReadToEndOfInput()
+{
+    std::array<char, 4096> ignored{};
+    while (true) {
+        pollfd event{STDIN_FILENO, POLLIN, 0};
+        if (poll(&event, 1, -1) < 0)
+            continue;
+        const ssize_t count = read(STDIN_FILENO, ignored.data(), ignored.size());
+        // Input that can't be read has ended as well.
+        if (count == 0 || (count < 0 && errno != EINTR && errno != EAGAIN))
+            return Raise(interrupt_descriptor);
+    }
 }
 
 }  // namespace
@@ -45,10 +68,26 @@ void CatchInterrupts()
     interrupt_descriptor = MakeEvent();
     struct sigaction action {};
     action.sa_handler = OnSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    action.sa_flags = SA_RESTART;
+    sigset_t caught;
+    sigemptyset(&caught);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (signal == SIGHUP && before.sa_handler == SIG_IGN)
+            continue;
+        sigaction(signal, &action, nullptr);
+        sigaddset(&caught, signal);
+    }
+    // Whoever started the program may have left them blocked.
+    pthread_sigmask(SIG_UNBLOCK, &caught, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+}
+
+void InterruptAtEndOfInput()
+{
+    // It may wait in a read for as long as the process lives, and touches nothing that goes before.
+    std::thread(ReadToEndOfInput).detach();
 }
 
 int InterruptDescriptor()

@@ -27,14 +27,14 @@ bool LineReader::Wait() const
 bool LineReader::Fill()
 {
     used_ = 0;
-    buffer_.clear();
-    if (!Wait())
-        return false;
-    buffer_.resize(std::size_t{64} * 1024);
     ssize_t count = 0;
     do {
+        buffer_.clear();
+        if (!Wait())
+            return false;
+        buffer_.resize(std::size_t{64} * 1024);
         count = ::read(descriptor_, buffer_.data(), buffer_.size());
-    } while (count < 0 && errno == EINTR);
+    } while (count < 0 && (errno == EINTR || errno == EAGAIN));
     if (count < 0)
         throw std::system_error(errno, std::generic_category());
     buffer_.resize(static_cast<std::size_t>(count));

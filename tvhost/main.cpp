@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <exception>
 #include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "core/clock.h"
 #include "core/nearest.h"
@@ -18,6 +22,7 @@
 #include "tvhost/trace_file.h"
 #include "tvhost/web/files.h"
 #include "tvhost/web/host.h"
+#include "tvhost/web/own_names.h"
 
 namespace {
 
@@ -63,36 +68,151 @@ void HoldClosedStreams()
     }
 }
 
+/// What an option may be given for.
+const CLI::Validator kNotEmpty([](const std::string& value) { return value.empty() ? "it is empty" : ""; },
+                               "");
+const CLI::Validator kOrigin([](const std::string& value) { return host::CheckOrigin(value).value_or(""); },
+                             "");
+
+/// What the first argument that nobody takes may have been meant for: `; did you mean --record?`, or "".
+std::string Meant(const CLI::App& app)
+{
+    const std::vector<std::string> left = app.remaining(true);
+    if (left.empty())
+        return "";
+    const std::string wrong = left.front().substr(0, left.front().find('='));
+    const bool is_option = wrong.rfind("--", 0) == 0;
+    std::vector<std::string> known;
+    const auto add_options = [&known](const CLI::App& command) {
+        for (const CLI::Option* option : command.get_options()) {
+            for (const std::string& name : option->get_lnames())
+                known.push_back("--" + name);
+        }
+    };
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    if (is_option) {
+        add_options(app);
+        for (const CLI::App* command : chosen)
+            add_options(*command);
+    } else if (chosen.empty()) {
+        for (const CLI::App* command : app.get_subcommands(nullptr))
+            known.push_back(command->get_name());
+    }
+    const std::optional<std::string> nearest = tv::Nearest(wrong, known);
+    return nearest ? "; did you mean " + *nearest + '?' : "";
+}
+
+/// The two options must not name one file: the first of them is emptied.
+void RefuseSameFile(const char* option, const std::string& file, const char* other_option,
+                    const std::string& other)
+{
+    if (!file.empty() && !other.empty() && host::IsSameFile(file, other))
+        throw std::runtime_error(std::string(option) + ' ' + file + " would overwrite the file of " +
+                                 other_option);
+}
+
+struct CommonOptions {
+    std::string plugin;
+    std::string tv_file;
+    std::string settings;
+    std::string trace;
+    bool end_with_input = false;
+    std::string date;
+};
+
+/// Web mode or script mode, of which the options of one count. Returns the exit status. Throws Interrupted,
+/// and as Run.
+int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, host::ScriptOptions script)
+{
+    if (common.end_with_input)
+        host::InterruptAtEndOfInput();
+    if (!common.tv_file.empty()) {
+        const std::optional<tv::TvConfig> read = tv::ReadTvFile(common.tv_file, host::InterruptDescriptor());
+        if (!read)
+            throw host::Interrupted();
+        tv::LoadTv(*read);
+    }
+    const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
+    if (!common.settings.empty())
+        tv::SettingsStore::Get().OpenDatabase(common.settings);
+    script.plugin = common.plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(common.plugin);
+    // Before the plug-in is loaded: its flag is on from the moment that it registers.
+    std::optional<host::TraceFile> trace_file;
+    if (!common.trace.empty())
+        trace_file.emplace(common.trace);
+    // Once it is certain that the program starts: a file that was there may be a running one's.
+    const auto loaded = [&trace_file] {
+        if (trace_file)
+            trace_file->Begin();
+    };
+    script.loaded = loaded;
+    serve.loaded = loaded;
+    // After the files that are made where there are none, so that no link to them goes unseen.
+    const std::string script_file = is_serve ? "" : script.file == "-" ? "/dev/stdin" : script.file;
+    const std::string record = serve.record.string();
+    for (const auto& [option, file] : {std::pair("--record", record), std::pair("--trace", common.trace)}) {
+        RefuseSameFile(option, file, "--tv", common.tv_file);
+        RefuseSameFile(option, file, "--settings", common.settings);
+        RefuseSameFile(option, file, "--plugin", script.plugin.string());
+        RefuseSameFile(option, file, "the script", script_file);
+    }
+    RefuseSameFile("--record", record, "--trace", common.trace);
+    int status = 0;
+    if (is_serve) {
+        serve.plugin = script.plugin;
+        serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
+        const std::string tv_option = common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ';
+        if (!common.date.empty())
+            serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
+        serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
+                      "zelumo-tv " + tv_option + "script --check " + record};
+        status = host::RunServe(serve);
+    } else {
+        status = host::RunScript(script);
+    }
+    if (trace_file)
+        trace_file->Finish();
+    return status;
+}
+
 /// Returns the exit status. Throws std::exception, whose what() is for the user.
 int Run(int argc, char** argv)
 {
     HoldClosedStreams();
+    host::CatchInterrupts();
     CLI::App app("Runs the streaming-channel plug-in off the TV: plays its page and its TV.", "zelumo-tv");
     app.set_version_flag("--version", ZELUMO_VERSION);
     app.require_subcommand(0, 1);
     app.fallthrough();
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("zelumo-tv: ") + error.what() + "; --help lists what there is\n";
+    app.failure_message([&app](const CLI::App*, const CLI::Error& error) {
+        const std::string meant = Meant(app);
+        return "zelumo-tv: " + tv::Shortened(error.what()) +
+               (meant.empty() ? "; --help lists what there is" : meant) + '\n';
     });
 
-    std::string plugin;
-    app.add_option("--plugin", plugin, "The plug-in; by default the libzelumo.so beside the program")
-        ->type_name("PATH");
+    CommonOptions common;
+    app.add_option("--plugin", common.plugin, "The plug-in; by default the libzelumo.so beside the program")
+        ->type_name("PATH")
+        ->check(kNotEmpty);
 
-    std::string tv_file;
-    app.add_option("--tv", tv_file, "The TV to stand in for; by default the sample TV")->type_name("FILE");
+    app.add_option("--tv", common.tv_file, "The TV to stand in for; by default the sample TV")
+        ->type_name("FILE")
+        ->check(kNotEmpty);
 
-    std::string settings;
-    app.add_option("--settings", settings, "Keep the TV's settings in this SQLite file across runs")
-        ->type_name("FILE");
+    app.add_option("--settings", common.settings, "Keep the TV's settings in this SQLite file across runs")
+        ->type_name("FILE")
+        ->check(kNotEmpty);
 
-    std::string trace;
-    app.add_option("--trace", trace, "Trace the plug-in's scopes into FILE, for Perfetto")->type_name("FILE");
+    app.add_option("--trace", common.trace, "Trace the plug-in's scopes into FILE, for Perfetto")
+        ->type_name("FILE")
+        ->check(kNotEmpty);
 
     host::ScriptOptions script;
     CLI::App* const script_command =
         app.add_subcommand("script", "Play a script: JSON lines in, JSON lines out");
-    script_command->add_option("FILE", script.file, "The script; - is standard input")->capture_default_str();
+    script_command->add_option("FILE", script.file, "The script; - is standard input")
+        ->check(kNotEmpty)
+        ->capture_default_str();
     script_command->add_flag("--calls", script.calls, "Also print platform calls");
     script_command->add_flag("--log", script.log, "Also print platform log lines");
     script_command->add_flag("--check", script.check,
@@ -109,21 +229,34 @@ int Run(int argc, char** argv)
         ->type_name("N")
         ->check(CLI::Range(0, 65535))
         ->capture_default_str();
-    serve_command->add_option("--app", serve.app, "The folder of a page of one's own")->type_name("DIR");
+    serve_command->add_option("--app", serve.app, "The folder of a page of one's own")
+        ->type_name("DIR")
+        ->check(kNotEmpty);
     serve_command->add_option("--record", serve.record, "Write all that happens as a script for --check")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(kNotEmpty);
+    serve_command->add_flag("--overwrite", serve.overwrite,
+                            "Let --record replace a file that holds something");
+    serve_command
+        ->add_option("--allow-origin", serve.allow_origins,
+                     "Pages of that origin may use this TV, too; may be given several times")
+        ->type_name("ORIGIN")
+        ->allow_extra_args(false)
+        ->check(kOrigin);
+    serve_command->add_flag("--end-with-input", common.end_with_input, "End when standard input ends");
     serve_command
         ->add_option("--speed", serve.speed, "How many times as fast playing time runs; 0: it stands still")
         ->check(CLI::Range(0.0, 100000.0) & CLI::Validator(RefuseNotANumber, ""))
         ->type_name("N")
         ->capture_default_str();
-    std::string date;
     serve_command
-        ->add_option("--date", date, "The TV's date at the start: ISO 8601, or file; by default the real one")
+        ->add_option("--date", common.date,
+                     "The TV's date at the start: ISO 8601, or file; by default the real one")
         ->type_name("WHEN")
         ->check(CLI::Validator(RefuseNoDate, ""));
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
-        ->type_name("DIR");
+        ->type_name("DIR")
+        ->check(kNotEmpty);
     for (CLI::App* command : {script_command, serve_command})
         command->footer(
             "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
@@ -143,35 +276,14 @@ int Run(int argc, char** argv)
         return written && std::fflush(stdout) == 0 ? 0 : 1;
     }
 
-    host::CatchInterrupts();
-    if (!tv_file.empty())
-        tv::LoadTv(tv::ReadTvFile(tv_file));
-    const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
-    if (!settings.empty())
-        tv::SettingsStore::Get().OpenDatabase(settings);
-    script.plugin = plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(plugin);
-    // Before the plug-in is loaded: its flag is on from the moment that it registers.
-    std::optional<host::TraceFile> trace_file;
-    if (!trace.empty())
-        trace_file.emplace(trace);
-    int status = 0;
-    if (serve_command->parsed()) {
-        serve.plugin = script.plugin;
-        if (!date.empty())
-            serve.date = date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(date);
-        if (serve.web.empty())
-            serve.web = host::DefaultWebPath();
-        serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
-        const std::string tv_option = tv_file.empty() ? "" : "--tv " + tv_file + ' ';
-        serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
-                      "zelumo-tv " + tv_option + "script --check " + serve.record.string()};
-        status = host::RunServe(serve);
-    } else {
-        status = host::RunScript(script);
+    const bool is_serve = serve_command->parsed();
+    if (is_serve && serve.web.empty())
+        serve.web = host::DefaultWebPath();
+    try {
+        return Play(common, is_serve, serve, script);
+    } catch (const host::Interrupted&) {
+        return is_serve ? 0 : 1;
     }
-    if (trace_file)
-        trace_file->Finish();
-    return status;
 }
 
 }  // namespace

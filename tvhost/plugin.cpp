@@ -41,6 +41,8 @@ Plugin::Plugin(const std::filesystem::path& path)
         throw PluginError(name + ": no such file");
     if (std::filesystem::is_directory(status))
         throw PluginError(name + ": is a directory");
+    if (!std::filesystem::is_regular_file(status))
+        throw PluginError(name + ": is no file");
     // A name without a slash would be looked for in the system's library folders.
     library_.reset(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!library_)

@@ -32,11 +32,12 @@ constexpr int kMaxLineDepth = kMaxMessageDepth + 1;
 /// What comes out may hold what went in, some levels deeper.
 constexpr int kMaxOutputDepth = kMaxLineDepth + 64;
 
-/// Closes a file unless it is standard input.
+/// Closes a file unless it is standard input. A pipe that nobody writes to yet is opened all the same: it is
+/// the reader that waits, and Ctrl-C ends that.
 class InputFile {
   public:
     explicit InputFile(const std::string& name)
-        : descriptor_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_CLOEXEC))
+        : descriptor_(name == "-" ? STDIN_FILENO : ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))
     {
         struct stat status {};
         if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0)
@@ -163,6 +164,7 @@ int PlayScript(const ScriptOptions& options, LineReader& reader)
                         }
                     },
                     {options.calls, options.log});
+    options.loaded();
     session.Open();
     while (const std::optional<InputLine> line = IsInterrupted() ? std::nullopt : reader.Next()) {
         printer.Check();
@@ -286,6 +288,7 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
     {
         Session session(options.plugin, [&](const LineOut& line) { lines_out.Add(line.Whole()); },
                         {calls, log});
+        options.loaded();
         session.Open();
         for (const Block& block : blocks) {
             if (IsInterrupted())

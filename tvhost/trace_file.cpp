@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <system_error>
 #include <variant>
 
@@ -22,18 +21,10 @@ double Microseconds(std::chrono::nanoseconds time)
     return std::chrono::duration<double, std::micro>(time).count();
 }
 
-std::string Reason(const std::filesystem::path& path, int error)
-{
-    return "trace file " + path.string() + ": " + std::generic_category().message(error);
-}
-
 }  // namespace
 
-TraceFile::TraceFile(const std::filesystem::path& file) : path_(file), file_(std::fopen(file.c_str(), "we"))
+TraceFile::TraceFile(const std::filesystem::path& file) : file_("trace file", file)
 {
-    if (!file_)
-        throw TraceError(Reason(path_, errno));
-    Put("[");
     tv::ScopeTracer::Get().Start([this](const tv::TracedScope& scope) { Write(scope); });
 }
 
@@ -42,28 +33,43 @@ TraceFile::~TraceFile()
     End();
 }
 
+void TraceFile::Begin()
+{
+    const tv::MutexLock lock(mutex_);
+    file_.Empty();
+    begun_ = true;
+    Put(std::exchange(waiting_, {}));
+}
+
 void TraceFile::Finish()
 {
     End();
+    const tv::MutexLock lock(mutex_);
     if (error_ != 0)
-        throw TraceError(Reason(path_, error_));
+        throw FileError("trace file " + file_.path().string() + ": " +
+                        std::generic_category().message(error_));
 }
 
 void TraceFile::End()
 {
-    if (!file_)
-        return;
+    {
+        const tv::MutexLock lock(mutex_);
+        if (std::exchange(ended_, true))
+            return;
+    }
+    // Not under the lock: the sink takes it.
     tv::ScopeTracer::Get().Stop();
-    Put("\n]\n");
-    file_.reset();
+    const tv::MutexLock lock(mutex_);
+    if (begun_)
+        Put("\n]\n");
 }
 
-void TraceFile::Put(const std::string& text)
+void TraceFile::Put(std::string_view text)
 {
-    if (error_ != 0)
-        return;
-    if (std::fputs(text.c_str(), file_.get()) < 0 || std::fflush(file_.get()) != 0)
-        error_ = errno;
+    if (!begun_)
+        waiting_ += text;
+    else if (error_ == 0)
+        error_ = file_.Write(text);
 }
 
 void TraceFile::WriteEvent(const OrderedObject& event)
@@ -73,6 +79,7 @@ void TraceFile::WriteEvent(const OrderedObject& event)
 
 void TraceFile::Write(const tv::TracedScope& scope)
 {
+    const tv::MutexLock lock(mutex_);
     if (named_threads_.emplace(scope.thread, scope.thread_name).second) {
         Json::Value name;
         name["name"] = scope.thread_name;

@@ -1,10 +1,14 @@
 #include "tv/tv_file.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <system_error>
+#include <vector>
 
 #include "core/clock.h"
 #include "core/json_node.h"
@@ -15,6 +19,55 @@ namespace tv {
 namespace {
 
 constexpr int kMaxDepth = 64;
+
+[[noreturn]] void FailWith(int error)
+{
+    throw std::system_error(error, std::generic_category());
+}
+
+class Descriptor {
+  public:
+    explicit Descriptor(int number) : number_(number) {}
+    ~Descriptor()
+    {
+        if (number_ >= 0)
+            close(number_);
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int number() const { return number_; }
+
+  private:
+    const int number_;
+};
+
+/// What the file holds, or nothing when it was interrupted. Throws std::system_error, or TvFileError for a
+/// file that is too large or has no end.
+std::optional<std::string> ReadWhole(const std::filesystem::path& path, int interrupt_descriptor)
+{
+    // A pipe that nobody writes to is waited for below, where an interrupt ends that.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (file.number() < 0)
+        FailWith(errno);
+    std::string text;
+    std::vector<char> buffer(std::size_t{64} * 1024);
+    while (true) {
+        std::array<pollfd, 2> events{{{interrupt_descriptor, POLLIN, 0}, {file.number(), POLLIN, 0}}};
+        if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR)
+            FailWith(errno);
+        if (events[0].revents != 0)
+            return std::nullopt;
+        const ssize_t count = read(file.number(), buffer.data(), buffer.size());
+        if (count == 0)
+            return text;
+        if (count < 0 && errno != EINTR && errno != EAGAIN)
+            FailWith(errno);
+        if (count > 0)
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        if (text.size() > kMaxTvFileBytes)
+            throw TvFileError("larger than 64 MiB");
+    }
+}
 
 }  // namespace
 
@@ -37,23 +90,15 @@ TvConfig ParseTv(std::string_view text, const TvConfig& base)
     }
 }
 
-TvConfig ReadTvFile(const std::filesystem::path& file)
+std::optional<TvConfig> ReadTvFile(const std::filesystem::path& file, int interrupt_descriptor)
 {
-    const auto fail = [&file](const std::string& why) -> TvFileError {
-        return TvFileError(file.string() + ": " + why);
-    };
-    std::error_code error;
-    if (std::filesystem::is_directory(file, error))
-        throw fail(std::generic_category().message(EISDIR));
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    const std::string text(std::istreambuf_iterator<char>(stream), {});
-    if (!stream.is_open() || stream.bad())
-        throw fail(std::generic_category().message(errno != 0 ? errno : EIO));
     try {
-        return ParseTv(text, SampleTv());
+        const std::optional<std::string> text = ReadWhole(file, interrupt_descriptor);
+        return text ? std::optional(ParseTv(*text, SampleTv())) : std::nullopt;
+    } catch (const std::system_error& error) {
+        throw TvFileError(file.string() + ": " + error.code().message());
     } catch (const TvFileError& mistake) {
-        throw fail(mistake.what());
+        throw TvFileError(file.string() + ": " + mistake.what());
     }
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
 
@@ -19,8 +21,14 @@ class PLATFORM_API TvFileError : public std::runtime_error {
 /// Reads a TV from JSON text. What the text leaves out is taken from `base`. Throws TvFileError.
 PLATFORM_API TvConfig ParseTv(std::string_view text, const TvConfig& base);
 
-/// The same from a file, on the base of the sample TV. In what(), the file's name comes first.
-PLATFORM_API TvConfig ReadTvFile(const std::filesystem::path& file);
+/// The largest file that is read.
+constexpr std::size_t kMaxTvFileBytes = std::size_t{64} * 1024 * 1024;
+
+/// The same from a file, on the base of the sample TV. In what(), the file's name comes first. A pipe is read
+/// to its end, and waited for until somebody writes. Nothing when `interrupt_descriptor` became readable
+/// before; -1: there is none, and it is not owned.
+PLATFORM_API std::optional<TvConfig> ReadTvFile(const std::filesystem::path& file,
+                                                int interrupt_descriptor = -1);
 
 /// The TV that is built in, as the text of a TV file and read; both are valid for the life of the process.
 /// Any thread.

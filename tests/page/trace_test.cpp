@@ -231,12 +231,17 @@ TEST(TraceFile, IsWholeWithoutAnyScopeOrSaysWhy)
 {
     const test::TemporaryFolder folder;
     const std::string file = folder / "trace.json";
-    host::TraceFile(file).Finish();
+    {
+        host::TraceFile trace(file);
+        trace.Begin();
+        trace.Finish();
+    }
     EXPECT_EQ(J(test::ReadFile(file)), Json::Value(Json::arrayValue));
     // cppcheck-suppress unusedScopedObject ; it throws
-    EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::TraceError);
+    EXPECT_THROW(host::TraceFile("/nowhere/at/all.json"), host::FileError);
     host::TraceFile full("/dev/full");
-    EXPECT_THROW(full.Finish(), host::TraceError);
+    full.Begin();
+    EXPECT_THROW(full.Finish(), host::FileError);
 }
 
 TEST(TraceFile, HoldsEveryScopeEvenWhenTheProgramIsInterrupted)

@@ -1,6 +1,7 @@
 #include "tvhost/web/host.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <limits>
 #include <system_error>
@@ -8,6 +9,7 @@
 
 #include "core/clock.h"
 #include "tv/tv.h"
+#include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/recording_marks.h"
 
@@ -34,7 +36,11 @@ std::chrono::milliseconds SinceEpoch()
 WebHost::WebHost(const ServeOptions& options)
     : options_(options),
       files_(options.web, options.app),
-      recording_(options.record.empty() ? nullptr : std::make_unique<Recording>(options.record)),
+      recording_(options.record.empty()
+                     ? nullptr
+                     : std::make_unique<Recording>(options.record, options.overwrite
+                                                                       ? OutputFile::Existing::Replace
+                                                                       : OutputFile::Existing::Refuse)),
       server_(options.address, options.port, options.limits),
       turns_([this](std::function<void()> work) { server_.Post(std::move(work)); }),
       journal_(server_.MakeChannel(
@@ -64,11 +70,6 @@ WebHost::WebHost(const ServeOptions& options)
 
 WebHost::~WebHost() = default;
 
-void WebHost::StopOnInterrupt()
-{
-    server_.OnInterrupt([this] { Stop(); });
-}
-
 void WebHost::Stop()
 {
     // First, so that no turn begins when the one that is held up ends.
@@ -87,14 +88,15 @@ void WebHost::Run(const std::function<void()>& ready)
         pages_.TellByRuntime(
             WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
     });
+    options_.loaded();
     BeginRecording();
+    ready();
     tv::TheClock().SetSpeed(options_.speed);
     counted_ = Clock::now();
     WaitForTick();
     server_.Start(
         {[this](const WebRequest& request, WebAnswer answer) { routes_.Answer(request, std::move(answer)); },
          [this](WebRequest request) { return routes_.Listen(std::move(request)); }});
-    ready();
     turns_.Serve();
 
     WebAnswer nobody;
@@ -144,6 +146,7 @@ void WebHost::TakeTick(bool last)
 void WebHost::BeginRecording()
 {
     if (recording_) {
+        recording_->Begin();
         for (const std::string& note : options_.note)
             recording_->Comment(note);
         // A script begins with a page that is open, a recording without one.
@@ -199,13 +202,15 @@ int RunServe(const ServeOptions& options)
                          "zelumo-tv: warning: everybody who reaches %s can use this TV, and read what is in "
                          "its folders\n",
                          host.url().c_str());
-        host.StopOnInterrupt();
-        host.Run([&] {
-            std::printf("zelumo-tv: %s\n", host.url().c_str());
-            std::fflush(stdout);
+        const OnInterrupt stops([&host] { host.Stop(); });
+        host.Run([&host] {
+            if (std::printf("zelumo-tv: %s\n", host.url().c_str()) < 0 || std::fflush(stdout) != 0)
+                throw std::system_error(errno, std::generic_category(), "can't write to standard output");
         });
         return 0;
     } catch (const ServerError& error) {
+        std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
+    } catch (const FileError& error) {
         std::fprintf(stderr, "zelumo-tv: %s\n", error.what());
     } catch (const std::system_error& error) {
         std::fprintf(stderr, "zelumo-tv: %s\n", error.what());

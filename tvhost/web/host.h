@@ -31,6 +31,7 @@ struct ServeOptions {
     std::filesystem::path web;      ///< the folder of the web files
     std::filesystem::path app;      ///< the person's own page; empty: the demo page alone
     std::filesystem::path record;   ///< empty: nothing is recorded
+    bool overwrite = false;         ///< a recording may replace what the file holds
     std::vector<std::string> note;  ///< comments for the recording: how to replay it
     Json::Value kept_settings;      ///< settings from an earlier run, by key: the recording begins with them
     double speed = 1;               ///< how many times as fast playing time runs at first; 0: it stands still
@@ -38,6 +39,7 @@ struct ServeOptions {
     /// Whose pages may use the TV beside the host's own; each passes CheckOrigin.
     std::vector<std::string> allow_origins;
     WebServer::Limits limits;
+    std::function<void()> loaded = [] {};  ///< called once port and plug-in are there
 };
 
 /// Web mode: a web server for one TV. The page in the browser takes turns with the person at the TV and the
@@ -45,7 +47,8 @@ struct ServeOptions {
 /// once.
 class WebHost {
   public:
-    /// Takes the port. Throws ServerError, or std::system_error for a folder or file that can't be had.
+    /// Takes the port. Throws ServerError, or std::system_error, FileError or Interrupted for a folder or
+    /// file that can't be had.
     explicit WebHost(const ServeOptions& options);
     ~WebHost();
     WebHost(const WebHost&) = delete;
@@ -54,11 +57,9 @@ class WebHost {
     // Any thread.
     std::string url() const { return server_.url(); }
     bool is_loopback() const { return server_.is_loopback(); }
-    /// Stop is called at Ctrl-C or SIGTERM. Before Run.
-    void StopOnInterrupt();
 
-    /// Loads the plug-in, calls `ready`, and serves until Stop; then ends the page's instance and unloads
-    /// the plug-in. Throws PluginError. Once.
+    /// Loads the plug-in, empties the recording, calls `ready`, and serves until Stop; then ends the page's
+    /// instance and unloads the plug-in. Throws PluginError, FileError, and what `ready` throws. Once.
     void Run(const std::function<void()>& ready);
     /// Any thread. The line that is being carried out is finished; those that wait are refused.
     void Stop() EXCLUDES(mutex_);
@@ -95,7 +96,8 @@ class WebHost {
     double speed_ = 0;           ///< the clock's when they were counted
 };
 
-/// Web mode as the program runs it, until Ctrl-C. Returns the exit status. Throws PluginError.
+/// Web mode as the program runs it, until an interrupt. Returns the exit status. Throws PluginError or
+/// Interrupted.
 int RunServe(const ServeOptions& options);
 
 }  // namespace host

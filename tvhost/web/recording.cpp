@@ -1,9 +1,6 @@
 #include "tvhost/web/recording.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
@@ -11,22 +8,11 @@
 
 namespace host {
 
-Recording::Recording(const std::filesystem::path& file)
-    : file_(file),
-      descriptor_(::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_APPEND | O_CLOEXEC, 0666))
-{
-    if (descriptor_ < 0)
-        throw std::system_error(errno, std::generic_category(), "recording " + file.string());
-}
-
-Recording::~Recording()
-{
-    ::close(descriptor_);
-}
-
 void Recording::Comment(const std::string& text)
 {
-    Append("# " + text + '\n');
+    std::string line = text;
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    Append("# " + line + '\n');
 }
 
 void Recording::Write(const std::string& line_in, const std::vector<std::string>& lines_out)
@@ -62,15 +48,12 @@ void Recording::Flush()
 
 void Recording::Append(const std::string& block)
 {
-    for (std::size_t written = 0; written < block.size() && !failed_;) {
-        const ssize_t count = ::write(descriptor_, block.data() + written, block.size() - written);
-        if (count >= 0) {
-            written += static_cast<std::size_t>(count);
-        } else if (errno != EINTR) {
-            failed_ = true;
-            std::fprintf(stderr, "zelumo-tv: %s: %s; the recording ends here\n", file_.c_str(),
-                         std::generic_category().message(errno).c_str());
-        }
+    if (failed_)
+        return;
+    if (const int error = file_.Write(block); error != 0) {
+        failed_ = true;
+        std::fprintf(stderr, "zelumo-tv: %s: %s; the recording ends here\n", file_.path().c_str(),
+                     std::generic_category().message(error).c_str());
     }
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
+
+#include "tvhost/output_file.h"
 
 namespace host {
 
@@ -11,12 +12,13 @@ namespace host {
 /// replayed as far as it goes. One thread at a time.
 class Recording {
   public:
-    /// A file that was there is written anew. Throws std::system_error.
-    explicit Recording(const std::filesystem::path& file);
-    ~Recording();
-    Recording(const Recording&) = delete;
-    Recording& operator=(const Recording&) = delete;
+    /// What OutputFile throws.
+    Recording(const std::filesystem::path& file, OutputFile::Existing existing)
+        : file_("recording", file, existing)
+    {}
 
+    /// Before all that follows. Throws FileError.
+    void Begin() { file_.Empty(); }
     /// Lines that begin with #.
     void Comment(const std::string& text);
     /// A block. The playing time that passed before it is written first.
@@ -30,8 +32,7 @@ class Recording {
   private:
     void Append(const std::string& block);
 
-    const std::filesystem::path file_;
-    const int descriptor_;
+    OutputFile file_;
     bool failed_ = false;  ///< nothing more is written
     long long advanced_ms_ = 0;
     std::vector<std::string> advanced_out_;  // empty: no time has passed

@@ -4,10 +4,7 @@
 
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/post.hpp>
-#include <boost/asio/signal_set.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <csignal>
-#include <optional>
 #include <set>
 #include <thread>
 #include <utility>
@@ -66,16 +63,6 @@ class WebServer::Core {
     const tcp::endpoint& local() const { return local_; }
     ServerState& state() { return state_; }
 
-    void OnInterrupt(std::function<void()> stop)
-    {
-        signals_.emplace(state_.io, SIGINT, SIGTERM);
-        signals_->async_wait([this, stop = std::move(stop)](error_code error, int) {
-            if (error)
-                return;
-            signals_->clear();
-            stop();
-        });
-    }
     void Start(Handlers handlers)
     {
         state_.handlers = std::move(handlers);
@@ -95,7 +82,6 @@ class WebServer::Core {
             acceptor_.close();
             retry_.cancel();
             after_.cancel();
-            signals_.reset();
             last_answers_.expires_after(kLastAnswers);
             last_answers_.async_wait([this](error_code) { state_.io.stop(); });
             WatchEnd();
@@ -164,7 +150,6 @@ class WebServer::Core {
     asio::steady_timer retry_{state_.io};
     asio::steady_timer after_{state_.io};
     asio::steady_timer last_answers_{state_.io};
-    std::optional<asio::signal_set> signals_;
     std::thread thread_;
 };
 
@@ -195,11 +180,6 @@ bool WebServer::is_loopback() const
 std::shared_ptr<Channel> WebServer::MakeChannel(Channel::Unheard unheard, Channel::Events events)
 {
     return std::make_shared<Channel>(core_->state(), unheard, std::move(events));
-}
-
-void WebServer::OnInterrupt(std::function<void()> stop)
-{
-    core_->OnInterrupt(std::move(stop));
 }
 
 void WebServer::Start(Handlers handlers)

@@ -59,9 +59,6 @@ class WebServer {
     std::shared_ptr<Channel> MakeChannel(Channel::Unheard unheard,
                                          Channel::Events events = {nullptr, nullptr});
 
-    /// Calls `stop` on the server's thread at Ctrl-C or SIGTERM; a second one ends the process at
-    /// once. Before Start.
-    void OnInterrupt(std::function<void()> stop);
     /// Begins to answer.
     void Start(Handlers handlers);
     /// Takes no more requests, closes the listeners, and ends the thread; returns when it has ended.
