@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <exception>
@@ -69,8 +70,8 @@ void HoldClosedStreams()
 }
 
 /// What an option may be given for.
-const CLI::Validator kNotEmpty([](const std::string& value) { return value.empty() ? "it is empty" : ""; },
-                               "");
+const CLI::Validator kNotEmpty(
+    [](const std::string& value) { return value.empty() ? "must not be empty" : ""; }, "");
 const CLI::Validator kOrigin([](const std::string& value) { return host::CheckOrigin(value).value_or(""); },
                              "");
 
@@ -80,12 +81,14 @@ std::string Meant(const CLI::App& app)
     const std::vector<std::string> left = app.remaining(true);
     if (left.empty())
         return "";
-    const std::string wrong = left.front().substr(0, left.front().find('='));
-    const bool is_option = wrong.rfind("--", 0) == 0;
+    const auto begins_as_option = [](const std::string& argument) { return argument.rfind("--", 0) == 0; };
+    const auto option = std::find_if(left.begin(), left.end(), begins_as_option);
+    const bool is_option = option != left.end();
+    const std::string wrong = is_option ? option->substr(0, option->find('=')) : left.front();
     std::vector<std::string> known;
     const auto add_options = [&known](const CLI::App& command) {
-        for (const CLI::Option* option : command.get_options()) {
-            for (const std::string& name : option->get_lnames())
+        for (const CLI::Option* taken : command.get_options()) {
+            for (const std::string& name : taken->get_lnames())
                 known.push_back("--" + name);
         }
     };

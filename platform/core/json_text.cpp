@@ -3,7 +3,6 @@
 #include <json/reader.h>
 #include <json/writer.h>
 
-#include <algorithm>
 #include <boost/locale/utf.hpp>
 #include <charconv>
 #include <iterator>
@@ -13,7 +12,9 @@
 #include <utility>
 #include <vector>
 
+#include "core/json_scan.h"
 #include "core/mutex.h"
+#include "core/nearest.h"
 
 namespace tv {
 namespace {
@@ -70,27 +71,29 @@ std::string WithoutLoneSurrogates(std::string_view text)
     return result;
 }
 
-int Depth(std::string_view text)
+/// A complaint with no more than 200 characters of the input, which it quotes between '.
+std::string Bearable(const std::string& complaint)
 {
-    int depth = 0;
-    int deepest = 0;
-    bool in_string = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (in_string) {
-            if (c == '\\')
-                ++i;
-            else if (c == '"')
-                in_string = false;
-        } else if (c == '"') {
-            in_string = true;
-        } else if (c == '{' || c == '[') {
-            deepest = std::max(deepest, ++depth);
-        } else if (c == '}' || c == ']') {
-            --depth;
+    const std::size_t first = complaint.find('\'');
+    const std::size_t last = complaint.rfind('\'');
+    if (first == last)
+        return complaint;
+    return complaint.substr(0, first + 1) + Shortened(complaint.substr(first + 1, last - first - 1)) +
+           complaint.substr(last);
+}
+
+/// Where that byte is, counted as jsoncpp counts.
+std::string Place(std::string_view text, std::size_t at, const char* line, const char* column)
+{
+    int number = 1;
+    std::size_t start = 0;
+    for (std::size_t i = 0; i < at; ++i) {
+        if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) {
+            ++number;
+            start = i + 1;
         }
     }
-    return deepest;
+    return line + std::to_string(number) + column + std::to_string(at - start + 1) + ": ";
 }
 
 /// The first of jsoncpp's complaints ("* Line 1, Column 4\n  Syntax error\n* …") as one line.
@@ -206,24 +209,24 @@ class Writer {
 
 bool IsUtf8(std::string_view text)
 {
-    using Traits = boost::locale::utf::utf_traits<char>;
-    for (auto next = text.begin(); next != text.end();) {
-        if (!boost::locale::utf::is_valid_codepoint(Traits::decode(next, text.end())))
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length =
+            static_cast<unsigned char>(text[at]) < 0x80 ? 1 : Utf8Length(text.substr(at));
+        if (length == 0)
             return false;
+        at += length;
     }
     return true;
 }
 
 Json::Value ParseJson(std::string_view text, int max_depth)
 {
-    if (!IsUtf8(text))
+    const JsonScan scan = ScanJson(text);
+    if (!scan.is_utf8)
         throw JsonError("not UTF-8");
-    if (Depth(text) > max_depth)
+    if (scan.depth > max_depth)
         throw JsonError("nested too deeply");
-    const std::string mended =
-        text.find("\\u") == std::string_view::npos ? std::string() : WithoutLoneSurrogates(text);
-    if (!mended.empty())
-        text = mended;
+    const std::string mended = scan.has_escapes ? WithoutLoneSurrogates(text) : std::string();
     Json::Value value;
     std::string errors;
     bool read = false;
@@ -231,28 +234,36 @@ Json::Value ParseJson(std::string_view text, int max_depth)
         static auto& readers = *new Pool<Json::CharReader>([] {
             return MakeReader({{"strictRoot", false}, {"rejectDupKeys", false}});
         });
-        read = readers.With([&](Json::CharReader& reader) { return Read(reader, text, value, &errors); });
+        read = readers.With([&](Json::CharReader& reader) {
+            return Read(reader, scan.has_escapes ? mended : text, value, &errors);
+        });
     } catch (const Json::Exception& exception) {
         errors = exception.what();
     }
     if (!read)
-        throw JsonError("not JSON: " + FirstComplaint(errors));
+        throw JsonError("not JSON: " + Bearable(FirstComplaint(errors)));
+    if (scan.mistake)
+        throw JsonError("not JSON: " + Place(text, scan.mistake->at, "Line ", ", Column ") +
+                        scan.mistake->what);
     return value;
 }
 
 Json::Value ParseJsonFile(std::string_view text, int max_depth)
 {
-    if (!IsUtf8(text))
+    const JsonScan scan = ScanJson(text);
+    if (!scan.is_utf8)
         throw JsonError("the file: is not UTF-8");
     const std::unique_ptr<Json::CharReader> reader(MakeReader({{"stackLimit", max_depth}}));
     Json::Value value;
     std::string complaints;
     try {
         if (!Read(*reader, text, value, &complaints))
-            throw JsonError(FirstMistake(complaints));
+            throw JsonError(Bearable(FirstMistake(complaints)));
     } catch (const Json::Exception&) {
         throw JsonError("the file: is nested too deeply");
     }
+    if (scan.mistake)
+        throw JsonError(Place(text, scan.mistake->at, "line ", ", column ") + scan.mistake->what);
     return value;
 }
 

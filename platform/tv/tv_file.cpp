@@ -53,8 +53,11 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path, int inte
     std::vector<char> buffer(std::size_t{64} * 1024);
     while (true) {
         std::array<pollfd, 2> events{{{interrupt_descriptor, POLLIN, 0}, {file.number(), POLLIN, 0}}};
-        if (poll(events.data(), events.size(), -1) < 0 && errno != EINTR)
-            FailWith(errno);
+        if (poll(events.data(), events.size(), -1) < 0) {
+            if (errno != EINTR)
+                FailWith(errno);
+            continue;
+        }
         if (events[0].revents != 0)
             return std::nullopt;
         const ssize_t count = read(file.number(), buffer.data(), buffer.size());

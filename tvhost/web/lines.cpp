@@ -23,9 +23,11 @@ std::string LineOf(tv::EmbeddedInstance::Kind kind, const std::string& message)
 
 std::string TextInLine(const std::string& json)
 {
-    const bool is_line =
-        std::none_of(json.begin(), json.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
-    return is_line ? json : WriteJson(ParseJson(json, kMaxDepth));
+    std::string line = json;
+    // They stand between tokens only: inside of strings no JSON has any.
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+    return line;
 }
 
 void Lines::Begin(const std::string& text, WebAnswer& answer)

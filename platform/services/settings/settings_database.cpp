@@ -117,8 +117,11 @@ bool SettingsDatabase::Write(const std::string& key, const SettingValue& value)
         sqlite3_bind_int(statement, 3, std::get<bool>(value) ? 1 : 0);
     }
     const bool written = sqlite3_step(statement) == SQLITE_DONE;
-    if (!written)
-        std::fprintf(stderr, "zelumo-tv: %s: %s\n", name_.c_str(), sqlite3_errmsg(database_.get()));
+    // On a full disk every write may fail.
+    if (const std::string why = written ? told_ : sqlite3_errmsg(database_.get()); why != told_) {
+        told_ = why;
+        std::fprintf(stderr, "zelumo-tv: %s: %s\n", name_.c_str(), why.c_str());
+    }
     sqlite3_reset(statement);
     sqlite3_clear_bindings(statement);
     return written;

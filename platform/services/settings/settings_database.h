@@ -22,7 +22,7 @@ class SettingsDatabase {
 
     /// Throws std::runtime_error.
     std::map<std::string, SettingValue> ReadAll();
-    /// False when the database refuses; the reason goes to standard error.
+    /// False when the database refuses; the reason goes to standard error, once while it stays the same.
     bool Write(const std::string& key, const SettingValue& value);
 
   private:
@@ -38,6 +38,7 @@ class SettingsDatabase {
     const std::string name_;
     std::unique_ptr<sqlite3, Close> database_;
     Statement write_;
+    std::string told_;  ///< the reason that was told last
 };
 
 }  // namespace tv

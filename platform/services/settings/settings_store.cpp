@@ -1,5 +1,6 @@
 #include "services/settings/settings_store.h"
 
+#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
@@ -23,6 +24,23 @@ namespace {
 const char* TypeOf(const SettingValue& value)
 {
     return std::visit([](const auto& held) { return Form<std::decay_t<decltype(held)>>::kWhat; }, value);
+}
+
+/// What a key and its place cost beside their texts, roughly.
+constexpr std::size_t kKeyBytes = 128;
+
+std::size_t Bytes(const std::string& key, const SettingValue& value)
+{
+    const std::string* const text = std::get_if<std::string>(&value);
+    return kKeyBytes + key.size() + (text != nullptr ? text->size() : 0);
+}
+
+std::size_t Bytes(const std::map<std::string, SettingValue>& values)
+{
+    std::size_t bytes = 0;
+    for (const auto& [key, value] : values)
+        bytes += Bytes(key, value);
+    return bytes;
 }
 
 VerbAction WriteSetting(JsonObject& fields)
@@ -100,8 +118,13 @@ void SettingsStore::OpenDatabase(const std::filesystem::path& file)
 {
     auto database = std::make_unique<SettingsDatabase>(file);
     const MutexLock lock(mutex_);
-    for (auto& [key, value] : database->ReadAll())
-        values_[key] = std::move(value);
+    std::map<std::string, SettingValue> kept = database->ReadAll();
+    kept.insert(values_.begin(), values_.end());
+    const std::size_t bytes = Bytes(kept);
+    if (bytes > kMaxBytes)
+        throw std::runtime_error(file.string() + ": holds more than 64 MiB");
+    values_ = std::move(kept);
+    bytes_ = bytes;
     database_ = std::move(database);
 }
 
@@ -109,6 +132,7 @@ void SettingsStore::Load(const SettingsConfig& config)
 {
     const MutexLock lock(mutex_);
     values_ = config.values;
+    bytes_ = Bytes(values_);
 }
 
 bool SettingsStore::Write(const std::string& key, const SettingValue& value)
@@ -116,9 +140,15 @@ bool SettingsStore::Write(const std::string& key, const SettingValue& value)
     if (key.empty())
         return false;
     const MutexLock lock(mutex_);
+    const auto found = values_.find(key);
+    const std::size_t before = found != values_.end() ? Bytes(key, found->second) : 0;
+    const std::size_t after = Bytes(key, value);
+    if (after > before && bytes_ - before + after > kMaxBytes)
+        return false;
     if (database_ && !database_->Write(key, value))
         return false;
     values_[key] = value;
+    bytes_ = bytes_ - before + after;
     return true;
 }
 

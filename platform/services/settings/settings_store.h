@@ -55,12 +55,17 @@ class PLATFORM_API SettingsStore : public Service {
 
     /// From now on every write is also in the database before it counts as done; what the database holds
     /// takes the place of what is in memory under the same keys. Throws std::runtime_error when it can't be
-    /// used.
+    /// used or holds too much.
     void OpenDatabase(const std::filesystem::path& file) EXCLUDES(mutex_);
     /// What the store holds from the start, before a database is opened. Nobody is told.
     void Load(const SettingsConfig& config) EXCLUDES(mutex_);
 
-    /// False for an empty key and when the database refuses. Watchers are told some time later.
+    /// What the store holds at most, in bytes: of each key its name, its text, and some more for itself. What
+    /// makes it larger is refused.
+    static constexpr std::size_t kMaxBytes = std::size_t{64} * 1024 * 1024;
+
+    /// False for an empty key, when the store is full, and when the database refuses. Watchers are told some
+    /// time later.
     bool Set(const std::string& key, const SettingValue& value) EXCLUDES(mutex_);
     /// The same, but returns when the watchers have been told: their number, or nothing on failure. With
     /// `null_user` they get null user data.
@@ -101,6 +106,7 @@ class PLATFORM_API SettingsStore : public Service {
     Registrations<std::string, vconf_callback_fn> registrations_{thread_};
     mutable Mutex mutex_{LockLevel::Service};
     std::map<std::string, SettingValue> values_ GUARDED_BY(mutex_);
+    std::size_t bytes_ GUARDED_BY(mutex_) = 0;  ///< of values_
     std::unique_ptr<SettingsDatabase> database_ GUARDED_BY(mutex_);
 };
 
