@@ -75,34 +75,33 @@ const CLI::Validator kNotEmpty(
 const CLI::Validator kOrigin([](const std::string& value) { return host::CheckOrigin(value).value_or(""); },
                              "");
 
-/// What the first argument that nobody takes may have been meant for: `; did you mean --record?`, or "".
+/// What an argument that nobody takes may have been meant for: `; did you mean --record?`, or "".
 std::string Meant(const CLI::App& app)
 {
-    const std::vector<std::string> left = app.remaining(true);
-    if (left.empty())
-        return "";
-    const auto begins_as_option = [](const std::string& argument) { return argument.rfind("--", 0) == 0; };
-    const auto option = std::find_if(left.begin(), left.end(), begins_as_option);
-    const bool is_option = option != left.end();
-    const std::string wrong = is_option ? option->substr(0, option->find('=')) : left.front();
-    std::vector<std::string> known;
-    const auto add_options = [&known](const CLI::App& command) {
-        for (const CLI::Option* taken : command.get_options()) {
-            for (const std::string& name : taken->get_lnames())
-                known.push_back("--" + name);
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    std::vector<std::string> options;
+    const auto add_options = [&options](const CLI::App& command) {
+        for (const CLI::Option* option : command.get_options()) {
+            for (const std::string& name : option->get_lnames())
+                options.push_back("--" + name);
         }
     };
-    const std::vector<CLI::App*> chosen = app.get_subcommands();
-    if (is_option) {
-        add_options(app);
-        for (const CLI::App* command : chosen)
-            add_options(*command);
-    } else if (chosen.empty()) {
-        for (const CLI::App* command : app.get_subcommands(nullptr))
-            known.push_back(command->get_name());
+    add_options(app);
+    for (const CLI::App* command : chosen)
+        add_options(*command);
+    std::vector<std::string> commands;
+    for (const CLI::App* command : app.get_subcommands(nullptr)) {
+        if (chosen.empty())
+            commands.push_back(command->get_name());
     }
-    const std::optional<std::string> nearest = tv::Nearest(wrong, known);
-    return nearest ? "; did you mean " + *nearest + '?' : "";
+    for (const std::string& argument : app.remaining(true)) {
+        const bool is_option = argument.rfind("--", 0) == 0;
+        const std::optional<std::string> nearest =
+            tv::Nearest(argument.substr(0, argument.find('=')), is_option ? options : commands);
+        if (nearest)
+            return "; did you mean " + *nearest + '?';
+    }
+    return "";
 }
 
 /// The two options must not name one file: the first of them is emptied.

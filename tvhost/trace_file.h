@@ -36,7 +36,7 @@ class TraceFile {
     void Put(std::string_view text) REQUIRES(mutex_);
     void End() EXCLUDES(mutex_);
 
-    tv::Mutex mutex_{tv::LockLevel::Leaf};
+    tv::Mutex mutex_{tv::LockLevel::Output};  // under the tracer's
     OutputFile file_ GUARDED_BY(mutex_);
     bool begun_ GUARDED_BY(mutex_) = false;
     bool ended_ GUARDED_BY(mutex_) = false;

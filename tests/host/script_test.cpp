@@ -152,6 +152,19 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
              {"serve --port 0 --date 2026-01-01T20:00:00",
               "zelumo-tv: --date: \"2026-01-01T20:00:00\" is no date; write it as "},
              {"serve --port 0 --date ''", "zelumo-tv: --date: \"\" is no date"},
+             {"serve --record ''", "--record: must not be empty"},
+             {"--trace '' script", "--trace: must not be empty"},
+             {"--tv '' script", "--tv: must not be empty"},
+             {"--settings '' script", "--settings: must not be empty"},
+             {"serve --app ''", "--app: must not be empty"},
+             {"serve --allow-origin http://a --allow-origin '*'", "--allow-origin: * would let every page"},
+             {"serve --recrod x", "; did you mean --record?\n"},
+             {"--trace=x --sttings=y script", "; did you mean --settings?\n"},
+             {"serv --port 0", "; did you mean serve?\n"},
+             {"serv", "; did you mean serve?\n"},
+             {"--" + std::string(500, 'x') + " script",
+              std::string(100, 'x') + "…; --help lists what there is\n"},
+             {"--tv /dev/zero script", "zelumo-tv: /dev/zero: larger than 64 MiB\n"},
          }) {
         const test::HostResult result = test::RunHost(arguments, "{\"await\":1}");
         EXPECT_EQ(result.status, 2) << arguments;
@@ -174,6 +187,27 @@ TEST(Host, AClosedStreamIsNotTakenForAFile)
     const test::HostResult no_input = test::RunHost("script <&-");
     EXPECT_EQ(no_input.err, "zelumo-tv: standard input: Bad file descriptor\n");
     EXPECT_EQ(no_input.status, 2);
+}
+
+TEST(Host, AFullDiskIsToldOnceAndATvMayComeThroughAPipe)
+{
+    const test::TemporaryFolder folder;
+    std::string script;
+    for (int i = 0; i < 20; ++i)
+        script += R"({"tv":"setting","key":")" + std::to_string(i) + R"(","value":")" +
+                  std::string(4000, 'x') + "\"}\n";
+    const std::string errors = (folder / "err").string();
+    const std::string program = test::HostPath().string();
+    const test::HostResult full = test::RunHost("--version; trap '' XFSZ; ulimit -f 80; " + program +
+                                                " --settings " + (folder / "db").string() + " script " +
+                                                folder.Write("script", script) + " 2>" + errors);
+    EXPECT_EQ(full.status, 1);
+    EXPECT_NE(test::ReadFile(errors), "");
+    EXPECT_LE(test::LinesOf(test::ReadFile(errors)).size(), 1U) << test::ReadFile(errors);
+
+    const test::HostResult piped =
+        test::RunHost("--version; " + program + " tv | " + program + " --tv /dev/stdin script /dev/null");
+    EXPECT_EQ(piped.status, 0) << piped.err;
 }
 
 TEST(Host, SettingsLastInTheirDatabase)

@@ -268,12 +268,33 @@ TEST(Serve, ARecordingBeginsWithTheSettingsThatWereKept)
     const std::string set = R"({"command":"SetStringToVconfWithKey","key":"k","input":"kept"})";
     const std::string get = R"({"command":"GetStringFromVconfWithKey","key":"k"})";
     for (const std::string& message : {set, get}) {
-        ServeProcess server({"--record", recording, "--settings", settings});
+        ServeProcess server({"--record", recording, "--overwrite", "--settings", settings});
         WebClient client(server.port());
         const std::string page = J(client.Post("/page/open").body)["page"].asString();
         EXPECT_EQ(J(client.Post("/page/" + page + "/await", message).body)["code"], 0);
         EXPECT_EQ(server.End(SIGTERM), 0);
     }
+    ExpectReplays(recording);
+}
+
+TEST(Serve, ARecordingHoldsMessagesAsTheyWereWritten)
+{
+    const test::TemporaryFolder folder;
+    const std::string recording = (folder / "written.jsonl").string();
+    ServeProcess server({"--record", recording, "--speed", "0"});
+    WebClient client(server.port());
+    const std::string page = "/page/" + J(client.Post("/page/open").body)["page"].asString() + "/await";
+    // As large as a message may be, and larger when it is written as another program would.
+    std::string numbers = "[\n1e5";
+    while (numbers.size() < 1024 * 1024 - 4)
+        numbers += ",1e5";
+    const std::string sizes = std::string(1024 * 1024 - numbers.size() - 1, '\t') + ']';
+    for (const std::string& message : {numbers + sizes, std::string("{\r\n\t\"command\" :\n\"GetVersion\"}"),
+                                       std::string(R"({"command":"\ud800\u0000\n","command":1e-400})")})
+        EXPECT_EQ(client.Post(page, message).status, 200) << message.substr(0, 40);
+    for (const char* message : {"01", "[1.]", "\"\t\"", "\xEF\xBB\xBF{}", "{} //"})
+        EXPECT_EQ(client.Post(page, message).status, 400) << message;
+    EXPECT_EQ(server.End(SIGINT), 0);
     ExpectReplays(recording);
 }
 

@@ -6,9 +6,11 @@
 
 #include "core/clock.h"
 #include "core/delivery.h"
+#include "core/json_text.h"
 #include "core/mutex.h"
 #include "core/nearest.h"
 #include "core/reply_once.h"
+#include "services/settings/settings_store.h"
 
 namespace {
 
@@ -41,6 +43,76 @@ TEST(Core, ARequestIsAnsweredOnceAlsoWhenItIsDropped)
     EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
     reply = Reply();
     EXPECT_EQ(taken(), std::vector<std::string>{"dropped"});
+}
+
+std::string MistakeIn(std::string_view text)
+{
+    try {
+        tv::ParseJson(text, 64);
+    } catch (const tv::JsonError& error) {
+        return error.what();
+    }
+    return "";
+}
+
+TEST(Core, JsonIsStrict)
+{
+    using namespace std::string_view_literals;
+    for (const std::string_view text : std::vector<std::string_view>{
+             "0", "-0", "-0.5e+10", "1E5", "[10,0.25,1e-2]", " \t\r\n{\"a\\u0000\\\"01\" : [ ] }", "\"\\\\\"",
+             "\"\u007f\xC3\xA9 \xF0\x9F\xA6\x8A +1 01 NaN\"", "123456789012345678901234567890"})
+        EXPECT_EQ(MistakeIn(text), "") << text;
+    for (const auto& [text, mistake] : std::vector<std::pair<std::string_view, std::string>>{
+             {"01", "Line 1, Column 1: '01' is not a number."},
+             {"[1,\r\n -01]", "Line 2, Column 2: '-01' is not a number."},
+             {"{\"a\":1.}", "Line 1, Column 6: '1.' is not a number."},
+             {"+1", "Line 1, Column 1: '+1' is not a number."},
+             {"-", "Line 1, Column 1: '-' is not a number."},
+             {"1e", ""},
+             {"1.e5", ""},
+             {".5", ""},
+             {"0x1", ""},
+             {"1e400", "Line 1, Column 1: '1e400' is not a number."},
+             {"NaN", ""},
+             {"-Infinity", ""},
+             {"[1,]", ""},
+             {"[,1]", ""},
+             {"{'a':1}", ""},
+             {"{a:1}", ""},
+             {"1 // one", ""},
+             {"/**/1", ""},
+             {"1 2", ""},
+             {"\"\\x\"", ""},
+             {"{}\0x"sv, "Line 1, Column 3: a NUL is none of JSON's characters"},
+             {"\"a\nb\"", "Line 1, Column 3: a control character in a string must be escaped"},
+             {"\"\t\"", "Line 1, Column 2: a control character in a string must be escaped"},
+             {"\"\0\""sv, "Line 1, Column 2: a control character in a string must be escaped"},
+             {"\xEF\xBB\xBF{}", "Line 1, Column 1: a byte order mark is none of JSON's characters"},
+         })
+        EXPECT_EQ(MistakeIn(text).rfind("not JSON: " + mistake, 0), 0U) << text << ": " << MistakeIn(text);
+    for (const std::string_view text : std::vector<std::string_view>{
+             "\"\xC0\x80\"", "\"\xE0\x9F\xBF\"", "\"\xED\xA0\x80\"", "\"\xF0\x8F\xBF\xBF\"",
+             "\"\xF4\x90\x80\x80\"", "\"\\\xFF\"", "\"\xE2\x82\"", "01\xFF", "\"\xC3"})
+        EXPECT_EQ(MistakeIn(text), "not UTF-8") << text;
+    const std::string nines(100'000, '9');
+    EXPECT_LT(MistakeIn("0" + nines).size(), 300U);
+    EXPECT_LT(MistakeIn(nines).size(), 300U);
+}
+
+TEST(Core, ASettingsStoreIsBounded)
+{
+    tv::Deliveries deliveries;
+    tv::SettingsStore store(deliveries);
+    const std::string part(1024 * 1024, 'x');
+    int written = 0;
+    while (written < 100 && store.Set("key" + std::to_string(written), part))
+        ++written;
+    EXPECT_EQ(written, 63);
+    EXPECT_TRUE(store.Set("key0", part)) << "no larger than before";
+    EXPECT_TRUE(store.Set("key0", 1));
+    EXPECT_TRUE(store.Set("key63", part)) << "there is room again";
+    EXPECT_FALSE(store.Set("key0", part));
+    EXPECT_EQ(store.Get<int>("key0"), 1);
 }
 
 #ifndef NDEBUG

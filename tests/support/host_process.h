@@ -46,6 +46,7 @@ class ServeProcess {
     ServeProcess& operator=(const ServeProcess&) = delete;
 
     std::uint16_t port() const { return port_; }
+    int process() const { return process_; }
     /// The line on its standard output.
     const std::string& line() const { return line_; }
     /// Sends it a signal and waits for its end; the status is as in HostResult.
