@@ -10,7 +10,7 @@
 #include "core/mutex.h"
 #include "core/nearest.h"
 #include "core/reply_once.h"
-#include "services/settings/settings_store.h"
+#include "tv/tv.h"
 
 namespace {
 
