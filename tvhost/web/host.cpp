@@ -84,13 +84,13 @@ void WebHost::Run(const std::function<void()>& ready)
     Session session(options_.plugin, [this](LineOut line) { lines_.OnLineOut(std::move(line)); },
                     {true, true});
     lines_.SetSession(session);
+    options_.loaded();
+    BeginRecording();
+    ready();
     tv::RemoteControl::Get().SetOnKey([this](const tv::RemoteKey& key) {
         pages_.TellByRuntime(
             WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
     });
-    options_.loaded();
-    BeginRecording();
-    ready();
     tv::TheClock().SetSpeed(options_.speed);
     counted_ = Clock::now();
     WaitForTick();
