@@ -41,8 +41,8 @@ class Descriptor {
     const int number_;
 };
 
-/// What the file holds, or nothing when it was interrupted. Throws std::system_error, or TvFileError for a
-/// file that is too large or has no end.
+/// What the file holds, or nothing when waiting for it was interrupted. Throws std::system_error, or
+/// TvFileError for a file that is too large or has no end.
 std::optional<std::string> ReadWhole(const std::filesystem::path& path, int interrupt_descriptor)
 {
     // A pipe that nobody writes to is waited for below, where an interrupt ends that.
@@ -58,7 +58,7 @@ std::optional<std::string> ReadWhole(const std::filesystem::path& path, int inte
                 FailWith(errno);
             continue;
         }
-        if (events[0].revents != 0)
+        if (events[1].revents == 0)
             return std::nullopt;
         const ssize_t count = read(file.number(), buffer.data(), buffer.size());
         if (count == 0)
