@@ -2,11 +2,13 @@
 
 #include <atomic>
 #include <future>
+#include <limits>
 #include <map>
 #include <regex>
 #include <thread>
 
 #include "content-service/FCEMSProxy.h"
+#include "log/dlog.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
 #include "tests/support/host_process.h"
@@ -262,6 +264,27 @@ int HeldCallback(int, void* user_data)
     subscriber->leave.get_future().wait();
     subscriber->running = false;
     return 1;
+}
+
+TEST_F(Platform, LogLinesAreWhatPrintfWrites)
+{
+    test::Lines lines;
+    test::Lines expected;
+    const auto listening =
+        tv::TheJournal().ListenToLog([&](const tv::LogRecord& log) { lines.emplace_back(log.text); });
+    for (const int size : {0, 490, 495, 500, 505, 506, 507, 508, 600}) {
+        const std::string text(static_cast<std::size_t>(size), 'x');
+        for (const int number : {0, -7, std::numeric_limits<int>::min()}) {
+            expected.push_back(text + '(' + std::to_string(number) + ") >");
+            EXPECT_EQ(__dlog_print(0, 3, "tag", "%s(%d) >", text.c_str(), number),
+                      static_cast<int>(expected.back().size()));
+        }
+    }
+    __dlog_print(0, 3, "tag", "100%% of %s, %5.1f %03d %llu%c", "it", 2.25, 7, ~0ULL, '!');
+    expected.emplace_back("100% of it,   2.2 007 18446744073709551615!");
+    __dlog_print(0, 3, "tag", "no arguments");
+    expected.emplace_back("no arguments");
+    EXPECT_EQ(lines, expected);
 }
 
 TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
