@@ -41,6 +41,7 @@ class Channel : public std::enable_shared_from_this<Channel> {
     void Close(std::string reason) EXCLUDES(mutex_);
 
     // The server's thread.
+    bool is_closed() const { return closed_; }
     /// The listener gets the texts `first`, and then those that are sent from number `from` on. False when
     /// the channel was closed.
     bool Join(Listener& listener, std::vector<Text> first, unsigned long long from);

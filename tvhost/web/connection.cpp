@@ -1,43 +1,39 @@
 #include "tvhost/web/connection.h"
 
-#include <algorithm>
+#include <netinet/tcp.h>
+
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
-#include <boost/beast/core/file_posix.hpp>
-#include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/http/parser.hpp>
-#include <boost/beast/websocket/rfc6455.hpp>
-#include <limits>
+#include <boost/beast/http/verb.hpp>
+#include <cerrno>
 #include <optional>
 #include <string_view>
 #include <utility>
 
-#include "tvhost/web/limited_body.h"
+#include "tvhost/web/admission.h"
 #include "tvhost/web/listener.h"
 #include "tvhost/web/outlet.h"
 #include "tvhost/web/own_names.h"
+#include "tvhost/web/request_reader.h"
+#include "tvhost/web/sent_file.h"
 
 namespace host {
 namespace {
 
 namespace asio = boost::asio;
-namespace beast = boost::beast;
-namespace http = beast::http;
+namespace http = boost::beast::http;
 using boost::system::error_code;
 using namespace std::chrono_literals;
 
-/// What is read of a body that is refused, so that the browser gets to read the refusal.
-constexpr std::size_t kMaxDrainedBytes = std::size_t{64} * 1024 * 1024;
 /// What is read, and of a file written, in one go.
 constexpr std::size_t kPiece = std::size_t{16} * 1024;
 constexpr auto kIdle = 75s;
 constexpr auto kSlowBody = 30s;
 constexpr auto kSlowFile = 600s;
+constexpr auto kLastWords = 2s;
 
-std::string_view View(beast::string_view text)
-{
-    return {text.data(), text.size()};
-}
+template <int option>
+using KeepAlive = asio::detail::socket_option::integer<IPPROTO_TCP, option>;
 
 /// A connection of a browser, one request after the other. Reads on while a request waits for its answer, so
 /// that an answer which the socket takes whole needs nothing more of the server's thread; keeps itself alive
@@ -65,6 +61,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             return;
         own_names_ = OwnNames(HostName(local.address()), local.port());
         BeginRequest();
+        Expect(server_.limits.head);
     }
     void End() override
     {
@@ -74,98 +71,113 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void Watch(std::chrono::steady_clock::time_point now) override
     {
         if (out_->is_answering() && !writing_)
-            deadline_ = now + kIdle;  // that long once it is answered
-        else if (now >= deadline_)
+            deadline_ = now + (reader_.has_rest() ? server_.limits.head : kIdle);  // once it is answered
+        else if (now < deadline_)
+            return;
+        else if (reader_.in_header() && reader_.has_rest() && !leaving_ && !writing_)
+            Refuse(ErrorResponse(408, "the request's header took too long"));
+        else
             Close();
     }
     void LetGo() override { held_.reset(); }
+    std::optional<Spare> spare() const override
+    {
+        if (!socket_.is_open())
+            return std::nullopt;
+        // Whether somebody is still there can't be told where nothing is read any more.
+        const bool is_watched = !ended_ && !reader_.has_header();
+        if (!out_->is_answering() || writing_ || !is_watched)
+            return Spare{false, moved_};
+        return is_of_page_ ? std::nullopt : std::optional(Spare{true, moved_});
+    }
+    void GiveWay() override { Close(); }
 
   private:
-    using Parser = http::request_parser<LimitedBody>;
-
     /// A request that waits for its answer.
     struct Asked {
         bool intact;  ///< it was read whole, so that another one can follow
-        bool keeps_alive;
-        bool reads;  ///< GET or HEAD
         bool head;
+        Audience audience;
     };
 
     /// What is under way has that long, give or take the interval of the watch.
-    void Expect(std::chrono::seconds patience) { deadline_ = std::chrono::steady_clock::now() + patience; }
+    void Expect(std::chrono::milliseconds patience)
+    {
+        moved_ = std::chrono::steady_clock::now();
+        deadline_ = moved_ + patience;
+    }
 
     void BeginRequest()
     {
-        parser_.emplace();
-        parser_->header_limit(kMaxHeaderBytes);
-        // The limit is ours to watch: a body over it is read to its end all the same.
-        parser_->body_limit(std::numeric_limits<std::uint64_t>::max());
-        parser_->get().body().limit = server_.limits.body_bytes;
-        in_header_ = true;
-        Expect(kIdle);
+        reader_.BeginRequest();
+        Expect(reader_.has_rest() ? server_.limits.head : kIdle);
         Parse();
     }
     void Read()
     {
-        socket_.async_read_some(buffer_.prepare(kPiece),
+        if (reader_.in_header() && reader_.has_rest() && !std::exchange(in_part_, true))
+            Expect(server_.limits.head);
+        reading_ = true;
+        socket_.async_read_some(reader_.buffer().prepare(kPiece),
                                 [self = shared_from_this()](error_code error, std::size_t count) {
+                                    self->reading_ = false;
                                     if (error)
                                         return self->EndOfInput();
-                                    self->buffer_.commit(count);
+                                    if (self->leaving_)
+                                        return self->Drain(count);
+                                    self->reader_.buffer().commit(count);
                                     self->Parse();
                                 });
     }
     void Parse()
     {
-        while (in_header_ ? !parser_->is_header_done() : !parser_->is_done()) {
-            if (buffer_.size() == 0)
+        switch (reader_.Read()) {
+            case RequestReader::Step::NeedsMore:
                 return Read();
-            error_code error;
-            buffer_.consume(parser_->put(buffer_.data(), error));
-            if (error == http::error::need_more) {
-                // Not of a body: what is left is a header's line, or one of the lines between the chunks.
-                if (buffer_.size() < kMaxHeaderBytes)
-                    return Read();
-                error = http::error::header_limit;
-            }
-            if (error)
-                return RefuseBroken(error);
-            if (parser_->get().body().size > kMaxDrainedBytes + server_.limits.body_bytes)
-                return Refuse(TooLarge());
+            case RequestReader::Step::HasHeader:
+                if (!out_->Await())
+                    TakeHeader();
+                return;
+            case RequestReader::Step::IsWhole:
+                return Handle();
+            case RequestReader::Step::IsRefused:
+                if (!out_->Await())
+                    Refuse(*std::exchange(reader_.refusal(), std::nullopt));
+                else
+                    held_ = shared_from_this();
         }
-        if (!in_header_)
-            return Handle();
-        if (!out_->Await())
-            TakeHeader();
     }
     void EndOfInput()
     {
         ended_ = true;
         // A browser may have said all that it has to say, and still wait for the answer.
-        if (out_->Await())
-            held_ = shared_from_this();
-    }
-    void RefuseBroken(error_code error)
-    {
-        refusal_ = error == http::error::header_limit
-                       ? ErrorResponse(431, "the request's header is too large")
-                       : ErrorResponse(400, "the request is not HTTP: " + error.message());
         if (!out_->Await())
-            Refuse(std::move(*refusal_));
-        else
-            held_ = shared_from_this();
+            return;
+        held_ = shared_from_this();
+        // Or it has gone altogether. Then what is sent to it is refused, be it only to see whether it is
+        // there.
+        error_code error;
+        socket_.set_option(asio::socket_base::keep_alive(true), error);
+        socket_.set_option(KeepAlive<TCP_KEEPIDLE>(20), error);
+        socket_.set_option(KeepAlive<TCP_KEEPINTVL>(20), error);
+        socket_.async_wait(TcpSocket::wait_error, [self = shared_from_this()](error_code failed) {
+            if (!failed)
+                self->Close();
+        });
     }
     void TakeHeader()
     {
-        in_header_ = false;
-        parser_->eager(true);
-        const auto& request = parser_->get();
-        if (beast::websocket::is_upgrade(request))
+        in_part_ = false;
+        if (!reader_.TakeHeader(own_names_))
+            return Refuse(*std::exchange(reader_.refusal(), std::nullopt));
+        if (reader_.is_upgrade())
             return Upgrade();
-        if (beast::iequals(request[http::field::expect], "100-continue")) {
+        if (reader_.waits_to_go_on()) {
             // Who asks first is told at once, and sends no body then.
-            if (IsTooLarge())
-                return Refuse(TooLarge());
+            if (!reader_.visitor().is_welcome())
+                return Refuse(Unwelcome(reader_.visitor(), own_names_));
+            if (std::optional<WebResponse> refusal = reader_.TooLarge())
+                return Refuse(std::move(*refusal));
             static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
             asio::async_write(socket_, asio::buffer(kContinue.data(), kContinue.size()),
                               [self = shared_from_this()](error_code error, std::size_t) {
@@ -178,81 +190,47 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     }
     void ReadBody()
     {
-        if (!parser_->is_done())
+        if (!reader_.is_whole())
             Expect(kSlowBody);
         Parse();
     }
-    bool IsTooLarge() const
-    {
-        const std::size_t limit = server_.limits.body_bytes;
-        const boost::optional<std::uint64_t> length = parser_->content_length();
-        return (length && *length > limit) || parser_->get().body().size > limit;
-    }
-    WebResponse TooLarge() const
-    {
-        return ErrorResponse(
-            413, "the body is larger than " + std::to_string(server_.limits.body_bytes) + " bytes");
-    }
-
-    /// Why the request is none of ours, or nothing.
-    std::optional<WebResponse> Foreign() const
-    {
-        const auto& request = parser_->get();
-        if (request.count(http::field::host) != 1 || !own_names_.IsHost(View(request[http::field::host])))
-            return ErrorResponse(403, "this server goes by the name of " + own_names_.first());
-        if (request.count(http::field::origin) != 0 &&
-            !own_names_.IsOrigin(View(request[http::field::origin])))
-            return ErrorResponse(403, "pages from elsewhere can't reach the TV");
-        return std::nullopt;
-    }
-    std::string Path() const
-    {
-        const std::string_view target = View(parser_->get().target());
-        return std::string(target.substr(0, target.find_first_of("?#")));
-    }
-    std::string Query() const
-    {
-        const std::string_view target = View(parser_->get().target());
-        const std::string_view before_fragment = target.substr(0, target.find('#'));
-        const std::size_t mark = before_fragment.find('?');
-        return std::string(mark == std::string_view::npos ? "" : before_fragment.substr(mark + 1));
-    }
-
     void Upgrade()
     {
-        if (std::optional<WebResponse> refusal = Foreign())
-            return Refuse(std::move(*refusal));
-        auto found = server_.handlers.listen({{}, Path(), Query(), {}});
+        if (!reader_.visitor().is_welcome())
+            return Refuse(Unwelcome(reader_.visitor(), own_names_));
+        auto found = server_.handlers.listen(reader_.Take());
         if (WebResponse* refusal = std::get_if<WebResponse>(&found))
             return Refuse(std::move(*refusal));
+        auto subscription = std::get<Subscription>(std::move(found));
+        if (subscription.channel->is_closed())
+            return Refuse(ErrorResponse(410, "what was to be listened to has ended"));
         out_->Close();
-        const http::request<http::empty_body> request(std::move(parser_->get().base()));
-        Listen(server_, std::move(socket_), request, std::get<Subscription>(std::move(found)));
+        Listen(server_, std::move(socket_), reader_.TakeUpgrade(), std::move(subscription));
     }
     void Handle()
     {
         const Asked asked = Ask(true);
-        if (std::optional<WebResponse> refusal = Foreign())
+        const Visitor& visitor = reader_.visitor();
+        if (!visitor.is_welcome())
+            Respond(asked, Unwelcome(visitor, own_names_));
+        else if (std::optional<WebResponse> refusal = reader_.TooLarge())
             Respond(asked, std::move(*refusal));
-        else if (IsTooLarge())
-            Respond(asked, TooLarge());
+        else if (visitor.origin != nullptr && reader_.method() == http::verb::options)
+            Respond(asked, Preflight(reader_.notes()));
         else
             Pass(asked);
-        if (asked.keeps_alive)
+        if (asked.audience.keeps_alive)
             BeginRequest();
     }
     void Pass(const Asked& asked)
     {
-        auto& message = parser_->get();
-        WebRequest request{std::string(View(message.method_string())), Path(), Query(),
-                           std::move(message.body().text)};
+        is_of_page_ = reader_.is_of_page();
         static const WebResponse unanswered = ErrorResponse(500, "the request was given up");
-        server_.handlers.request(
-            std::move(request),
-            {[&server = server_, weak = weak_from_this(), out = out_, asked](WebResponse response) {
-                 Send(server, weak, *out, asked, std::move(response));
-             },
-             unanswered});
+        server_.handlers.request(reader_.Take(), {[&server = server_, weak = weak_from_this(), out = out_,
+                                                   asked](WebResponse response) {
+                                                      Send(server, weak, *out, asked, std::move(response));
+                                                  },
+                                                  unanswered});
     }
     /// The server's thread alone answers what can't be passed on.
     void Refuse(WebResponse response) { Respond(Ask(false), std::move(response)); }
@@ -262,12 +240,14 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     }
     Asked Ask(bool intact)
     {
-        const auto& request = parser_->get();
-        const bool head = request.method() == http::verb::head;
-        const Asked asked{intact, intact && request.keep_alive() && !server_.stopping,
-                          head || request.method() == http::verb::get, head};
-        out_->Begin(!asked.keeps_alive);
-        if (!asked.keeps_alive)
+        const bool keeps_alive = intact && reader_.keeps_alive() && !server_.stopping;
+        const Asked asked{
+            intact,
+            reader_.method() == http::verb::head,
+            {reader_.reads(), keeps_alive, !server_.allow_origins.empty(), reader_.visitor().origin}};
+        is_of_page_ = false;
+        out_->Begin(!keeps_alive);
+        if (!keeps_alive)
             held_ = shared_from_this();
         return asked;
     }
@@ -277,17 +257,17 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
                      Asked asked, WebResponse response)
     {
         if (!response.file.empty()) {
-            asio::post(server.io, [connection, asked, response = std::move(response)] {
+            asio::post(server.io, [connection, asked, response = std::move(response)]() mutable {
                 if (const std::shared_ptr<HttpConnection> self = connection.lock())
-                    self->SendFile(asked, response);
+                    self->SendFile(asked, std::move(response));
             });
             return;
         }
-        asked.keeps_alive = asked.keeps_alive && !server.stopping;
-        std::string text = ResponseHead(response, response.body.size(), asked.reads, asked.keeps_alive);
+        asked.audience.keeps_alive = asked.audience.keeps_alive && !server.stopping;
+        std::string text = ResponseHead(response, response.body.size(), asked.audience);
         if (!asked.head)
             text += response.body;
-        const Outlet::Sent sent = out.Send(text, !asked.keeps_alive);
+        const Outlet::Sent sent = out.Send(text, !asked.audience.keeps_alive);
         if (sent.done)
             return;
         asio::post(server.io, [connection, asked, sent = sent.bytes, text = std::move(text)]() mutable {
@@ -310,40 +290,37 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
                                   self->GoOn(asked);
                           });
     }
-    void SendFile(const Asked& asked, const WebResponse& response)
+    void SendFile(const Asked& asked, WebResponse response)
     {
-        error_code error;
-        file_.open(response.file.c_str(), beast::file_mode::scan, error);
-        const std::uint64_t size = error ? 0 : file_.size(error);
-        if (error)
+        int failure = file_.Open(response);
+        while ((failure == EMFILE || failure == ENFILE) && server_.MakeRoom(this))
+            failure = file_.Open(response);
+        if (failure == EMFILE || failure == ENFILE)
+            return Respond(asked, ErrorResponse(503, "too many files are open; try again"));
+        if (failure != 0)
             return Respond(asked, ErrorResponse(404, "the file can't be read"));
-        text_ = ResponseHead(response, size, asked.reads, asked.keeps_alive);
-        file_left_ = asked.head ? 0 : size;
+        if (response.file.empty())
+            return Respond(asked, std::move(response));
+        text_ = ResponseHead(response, file_.left(), asked.audience);
+        if (asked.head)
+            file_.Close();
         writing_ = true;
-        Expect(kSlowFile);
         SendPiece(asked);
     }
     void SendPiece(const Asked& asked)
     {
-        const std::size_t begin = text_.size();
-        error_code error;
-        if (file_left_ != 0) {
-            text_.resize(begin + static_cast<std::size_t>(std::min<std::uint64_t>(file_left_, 4 * kPiece)));
-            const std::size_t count = file_.read(text_.data() + begin, text_.size() - begin, error);
-            // A file that became shorter meanwhile can only be broken off.
-            if (error || count == 0)
-                return Close();
-            text_.resize(begin + count);
-            file_left_ -= count;
-        }
+        Expect(kSlowFile);
+        // A file that became shorter meanwhile can only be broken off.
+        if (file_.left() != 0 && !file_.Read(text_, 4 * kPiece))
+            return Close();
         asio::async_write(socket_, asio::buffer(text_),
                           [self = shared_from_this(), asked](error_code failed, std::size_t) {
                               if (failed)
                                   return self->Close();
                               self->text_.clear();
-                              if (self->file_left_ != 0)
+                              if (self->file_.left() != 0)
                                   return self->SendPiece(asked);
-                              self->file_.close(failed);
+                              self->file_.Close();
                               self->GoOn(asked);
                           });
     }
@@ -353,17 +330,40 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         const std::shared_ptr<HttpConnection> held = std::exchange(held_, nullptr);
         writing_ = false;
         const bool awaited = out_->End();
-        if (!asked.keeps_alive || ended_ || server_.stopping)
+        if (!asked.intact && !ended_ && !server_.stopping)
+            return Leave();
+        if (!asked.audience.keeps_alive || ended_ || server_.stopping)
             return Close();
-        Expect(kIdle);
-        if (refusal_)
-            Refuse(std::move(*refusal_));
+        Expect(reader_.has_rest() ? server_.limits.head : kIdle);
+        if (reader_.refusal())
+            Refuse(*std::exchange(reader_.refusal(), std::nullopt));
         else if (awaited)
             TakeHeader();
+    }
+    /// Reads on for a while before it closes: a browser that is still sending would not read the answer.
+    void Leave()
+    {
+        out_->Close();
+        error_code error;
+        socket_.shutdown(TcpSocket::shutdown_send, error);
+        leaving_ = true;
+        reader_.Drop();
+        Expect(kLastWords);
+        if (!reading_)
+            Read();
+    }
+    void Drain(std::size_t count)
+    {
+        drained_ += count;
+        if (drained_ > kMaxDrainedBytes)
+            Close();
+        else
+            Read();
     }
     void Close()
     {
         out_->Close();
+        file_.Close();
         held_.reset();
         error_code error;
         socket_.shutdown(TcpSocket::shutdown_send, error);
@@ -374,16 +374,18 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     TcpSocket socket_;
     const std::shared_ptr<Outlet> out_;
     OwnNames own_names_;
-    beast::flat_buffer buffer_;
-    std::optional<Parser> parser_;
-    bool in_header_ = true;
+    RequestReader reader_{server_};
+    bool in_part_ = false;     ///< a part of a header has come
+    bool is_of_page_ = false;  ///< the request that waits is the open page's
+    bool reading_ = false;
+    bool leaving_ = false;                  ///< what comes is thrown away
     bool ended_ = false;                    ///< nothing more comes from the browser
     bool writing_ = false;                  ///< the server's thread sends an answer
-    std::optional<WebResponse> refusal_;    ///< of what came while a request waited for its answer
     std::shared_ptr<HttpConnection> held_;  ///< itself, while nothing is pending but an answer
     std::string text_;                      ///< what is being sent
-    beast::file_posix file_;
-    std::uint64_t file_left_ = 0;
+    SentFile file_;
+    std::size_t drained_ = 0;
+    std::chrono::steady_clock::time_point moved_;  ///< when the last thing happened to it
     std::chrono::steady_clock::time_point deadline_ = std::chrono::steady_clock::time_point::max();
 };
 

@@ -7,8 +7,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "tvhost/web/server.h"
 
@@ -31,19 +35,40 @@ class Connection {
     virtual void End() = 0;
     /// Ends it, if it took too long.
     virtual void Watch(std::chrono::steady_clock::time_point) {}
+
+    /// How well it can be done without: the least is the first to go when there is no room for another one.
+    struct Spare {
+        bool waits;  ///< somebody waits for an answer
+        std::chrono::steady_clock::time_point since;
+        bool operator<(const Spare& other) const
+        {
+            return std::tie(waits, since) < std::tie(other.waits, other.since);
+        }
+    };
+    /// Nothing for a connection that keeps its place, as those of a page do.
+    virtual std::optional<Spare> spare() const { return std::nullopt; }
+    /// It makes room: its descriptor is free when this returns.
+    virtual void GiveWay() {}
     /// The server has stopped: what the connection waits for doesn't come any more.
     virtual void LetGo() {}
 };
 
 /// What connections need to know of their server. They must not outlive it.
 struct ServerState {
-    explicit ServerState(WebServer::Limits the_limits) : limits(the_limits) {}
+    ServerState(WebServer::Limits the_limits, std::vector<std::string> the_origins)
+        : limits(the_limits), allow_origins(std::move(the_origins))
+    {}
+    /// Ends the connection that can best be done without, but not that one. False when there is none. The
+    /// server's thread.
+    bool MakeRoom(const Connection* but = nullptr);
 
     const WebServer::Limits limits;
+    const std::vector<std::string> allow_origins;
     std::atomic<bool> stopping{false};
     // The server's thread only.
     WebServer::Handlers handlers;
     std::set<Connection*> connections;
+    std::size_t body_bytes = 0;     ///< of the bodies that are being read
     boost::asio::io_context io{1};  // takes connections with it, so it goes first
 };
 

@@ -107,9 +107,19 @@ std::optional<fs::path> Names(const std::string& path)
     return names;
 }
 
+/// Whether the folder holds the file, with no name on the way that begins with a dot.
 bool IsInside(const fs::path& folder, const fs::path& file)
 {
-    return std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first == folder.end();
+    const auto [end, rest] = std::mismatch(folder.begin(), folder.end(), file.begin(), file.end());
+    return end == folder.end() &&
+           std::none_of(rest, file.end(), [](const fs::path& name) { return name.native().front() == '.'; });
+}
+
+/// Paths that are the server's, whether or not there is something. Nothing is made up there.
+bool IsOfServer(const fs::path& names)
+{
+    static constexpr std::array<std::string_view, 4> kFirst{"page", "tv", "journal", "demo"};
+    return std::find(kFirst.begin(), kFirst.end(), names.begin()->native()) != kFirst.end();
 }
 
 std::optional<WebFiles::Found> FindIn(const fs::path& folder, const fs::path& names, std::string_view path)
@@ -156,7 +166,7 @@ WebFiles::WebFiles(const fs::path& web, const fs::path& app) : web_(Folder(web))
     Require(app_ / "index.html");
 }
 
-std::optional<WebFiles::Found> WebFiles::Find(std::string_view path) const
+std::optional<WebFiles::Found> WebFiles::Find(std::string_view path, bool wants_page) const
 {
     const std::optional<std::string> decoded = Decode(path);
     if (!decoded || decoded->empty() || decoded->front() != '/')
@@ -169,7 +179,13 @@ std::optional<WebFiles::Found> WebFiles::Find(std::string_view path) const
     // The web folder's own names come first: the demo stays where it is whatever the person's page has.
     if (std::optional<Found> found = FindIn(web_, *names, path))
         return found;
-    return app_.empty() ? std::nullopt : FindIn(app_, *names, path);
+    if (!app_.empty()) {
+        if (std::optional<Found> found = FindIn(app_, *names, path))
+            return found;
+        if (wants_page && !IsOfServer(*names))
+            return FindIn(app_, "index.html", "index.html");
+    }
+    return *names == "favicon.ico" ? FindIn(web_, "demo/icon.svg", path) : std::nullopt;
 }
 
 fs::path DefaultWebPath()

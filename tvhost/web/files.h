@@ -8,8 +8,8 @@
 namespace host {
 
 /// The files that web mode gives out: the demo page with what belongs to it, and a person's own page.
-/// Nothing outside of the two folders is ever found, whatever a path or a symbolic link says; neither are
-/// names that begin with a dot. Finding may be done on any thread.
+/// Nothing outside of the two folders is ever found, whatever a path or a symbolic link says; neither is what
+/// has a name that begins with a dot. Finding may be done on any thread.
 class WebFiles {
   public:
     /// `web` holds the demo page, the script and the description of the page's interface. `app` may be
@@ -22,8 +22,9 @@ class WebFiles {
         std::string type;      ///< its media type
         std::string redirect;  ///< when not empty: where the folder's page is
     };
-    /// What is under a request's path, which may be percent-encoded.
-    std::optional<Found> Find(std::string_view path) const;
+    /// What is under a request's path, which may be percent-encoded. `wants_page`: a page is asked for, so
+    /// that the person's own page is found wherever it has no file: it may route by itself.
+    std::optional<Found> Find(std::string_view path, bool wants_page) const;
 
   private:
     std::filesystem::path web_;

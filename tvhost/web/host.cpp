@@ -41,7 +41,7 @@ WebHost::WebHost(const ServeOptions& options)
                      : std::make_unique<Recording>(options.record, options.overwrite
                                                                        ? OutputFile::Existing::Replace
                                                                        : OutputFile::Existing::Refuse)),
-      server_(options.address, options.port, options.limits),
+      server_(options.address, options.port, options.limits, options.allow_origins),
       turns_([this](std::function<void()> work) { server_.Post(std::move(work)); }),
       journal_(server_.MakeChannel(
           Channel::Unheard::Drop,

@@ -19,7 +19,8 @@ struct LimitedBody {
         std::size_t limit = 0;
         std::size_t size = 0;
     };
-    /// Reserved at once for a body that says how long it is.
+    /// Reserved at once for a body that says how long it is. The rest of a longer one is when so much has
+    /// come.
     static constexpr std::size_t kReserved = std::size_t{16} * 1024;
 
     /// As the parser wants it.
@@ -32,8 +33,9 @@ struct LimitedBody {
         void init(const boost::optional<std::uint64_t>& length, boost::system::error_code& error)
         {
             error = {};
-            if (length && *length <= std::min(body_.limit, kReserved))
-                body_.text.reserve(static_cast<std::size_t>(*length));
+            if (length && *length <= body_.limit)
+                length_ = static_cast<std::size_t>(*length);
+            body_.text.reserve(std::min(length_, kReserved));
         }
         template <typename Buffers>
         std::size_t put(const Buffers& buffers, boost::system::error_code& error)
@@ -42,16 +44,25 @@ struct LimitedBody {
             std::size_t size = 0;
             for (const boost::asio::const_buffer buffer : boost::beast::buffers_range_ref(buffers)) {
                 size += buffer.size();
+                if (body_.size + size > kReserved && body_.text.capacity() < length_)
+                    body_.text.reserve(length_);
                 if (body_.size + size <= body_.limit)
                     body_.text.append(static_cast<const char*>(buffer.data()), buffer.size());
             }
             body_.size += size;
             return size;
         }
-        void finish(boost::system::error_code& error) { error = {}; }
+        void finish(boost::system::error_code& error)
+        {
+            error = {};
+            // It may have to wait, and takes no more then than it has to.
+            if (body_.text.capacity() > kReserved + body_.text.size())
+                body_.text.shrink_to_fit();
+        }
 
       private:
         value_type& body_;
+        std::size_t length_ = 0;  ///< 0: it doesn't say
     };
 };
 

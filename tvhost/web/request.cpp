@@ -29,7 +29,7 @@ WebResponse ErrorResponse(int status, const std::string& why)
     return response;
 }
 
-std::string ResponseHead(const WebResponse& response, std::uint64_t length, bool reads, bool keep_alive)
+std::string ResponseHead(const WebResponse& response, std::uint64_t length, const Audience& audience)
 {
     const auto status = static_cast<unsigned>(response.status);
     std::string head;
@@ -40,7 +40,7 @@ std::string ResponseHead(const WebResponse& response, std::uint64_t length, bool
     head.append("HTTP/1.1 ").append(std::to_string(status)).append(" ");
     const boost::beast::string_view reason = http::obsolete_reason(http::int_to_status(status));
     head.append(reason.data(), reason.size()).append("\r\n");
-    if (!keep_alive)
+    if (!audience.keeps_alive)
         line("Connection", "close");
     line("Cache-Control", "no-cache");
     if (response.status != 204)
@@ -49,10 +49,15 @@ std::string ResponseHead(const WebResponse& response, std::uint64_t length, bool
         line("Allow", response.allow);
     if (!response.location.empty())
         line("Location", response.location);
-    if (reads) {
+    head.append(response.lines);
+    if (audience.varies)
+        line("Vary", "Origin");
+    if (audience.origin != nullptr)
+        line("Access-Control-Allow-Origin", *audience.origin);
+    if (audience.reads) {
         line("X-Content-Type-Options", "nosniff");
         line("Content-Security-Policy", "frame-ancestors 'self'");
-        line("Cross-Origin-Resource-Policy", "same-origin");
+        line("Cross-Origin-Resource-Policy", audience.origin == nullptr ? "same-origin" : "cross-origin");
     }
     if (response.status != 204)
         line("Content-Length", std::to_string(length));

@@ -14,6 +14,10 @@ struct WebRequest {
     std::string path;   ///< as it was sent, without the query
     std::string query;  ///< what follows the question mark
     std::string body;
+    // Of a GET or a HEAD only: what its header says.
+    std::string accept;
+    std::string range;
+    std::string if_range;
 };
 
 struct WebResponse {
@@ -21,16 +25,26 @@ struct WebResponse {
     std::string type = "application/json";
     std::string body;
     std::filesystem::path file;  ///< when not empty, its content is the body
-    std::string allow;           ///< with 405: the methods that there are
-    std::string location;        ///< with 301
+    std::string range;           ///< of a file: the request's own, which say what part of it is asked for
+    std::string if_range;
+    std::string allow;     ///< with 405: the methods that there are
+    std::string location;  ///< with 301
+    std::string lines;     ///< more of the header, each line with its end
+};
+
+/// To whom an answer goes, as its header shows.
+struct Audience {
+    bool reads;                           ///< the request was a GET or a HEAD
+    bool keeps_alive;                     ///< the connection goes on
+    bool varies = false;                  ///< there are pages of other origins that are answered otherwise
+    const std::string* origin = nullptr;  ///< of such a page, if it asked
 };
 
 /// A refusal: `{"error": why}`.
 WebResponse ErrorResponse(int status, const std::string& why);
 
-/// The response's start line and header. `length` is the body's, which a 204 doesn't have; `reads`: the
-/// request was a GET or a HEAD.
-std::string ResponseHead(const WebResponse& response, std::uint64_t length, bool reads, bool keep_alive);
+/// The response's start line and header. `length` is the body's, which a 204 doesn't have.
+std::string ResponseHead(const WebResponse& response, std::uint64_t length, const Audience& audience);
 
 /// The right to answer a request, on any thread. Dropped, it answers with status 500. It must not outlive the
 /// server.

@@ -111,7 +111,8 @@ bool Routes::Fits(const Route& route, Asked& asked) const
 {
     std::string_view path = asked.request.path;
     if (route.pattern == std::string_view("FILE")) {
-        asked.file = files_.Find(path);
+        const bool reads = asked.request.method == "GET" || asked.request.method == "HEAD";
+        asked.file = files_.Find(path, reads && asked.request.accept.find("text/html") != std::string::npos);
         return asked.file.has_value();
     }
     if (path.substr(0, 1) != "/")
@@ -339,6 +340,10 @@ void Routes::File(Asked& asked)
         response.location = asked.file->redirect;
     } else {
         response.file = asked.file->file;
+        if (asked.request.method == "GET") {
+            response.range = asked.request.range;
+            response.if_range = asked.request.if_range;
+        }
     }
     asked.answer(std::move(response));
 }

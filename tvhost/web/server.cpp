@@ -1,15 +1,23 @@
 #include "tvhost/web/server.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <boost/asio/basic_socket_acceptor.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <filesystem>
+#include <iterator>
+#include <limits>
+#include <optional>
 #include <set>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "tvhost/web/connection.h"
+#include "tvhost/web/own_names.h"
 
 namespace host {
 namespace {
@@ -21,8 +29,23 @@ using namespace std::chrono_literals;
 
 /// How often connections are watched for those that took too long. A timer of their own would cost each
 /// request more than the rest of its way through the server.
-constexpr auto kWatch = 5s;
+constexpr std::chrono::milliseconds kWatch = 1s;
 constexpr auto kLastAnswers = 500ms;
+/// Descriptors that are left to files, to the plug-in and to the TV.
+constexpr std::size_t kReserve = 24;
+
+/// How many connections the process has descriptors for, beside those that it holds already.
+std::size_t FreeDescriptors()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return 0;
+    std::error_code error;
+    const std::filesystem::directory_iterator open("/proc/self/fd", error);
+    const auto taken = error ? 0 : static_cast<std::size_t>(std::distance(begin(open), end(open)));
+    const std::size_t all = std::min<rlim_t>(limit.rlim_cur, std::numeric_limits<int>::max());
+    return all > taken + kReserve ? all - taken - kReserve : 1;
+}
 
 }  // namespace
 
@@ -35,10 +58,32 @@ std::string HostName(const asio::ip::address& address)
                              : '[' + v6.to_string() + ']';
 }
 
+bool ServerState::MakeRoom(const Connection* but)
+{
+    Connection* first = nullptr;
+    std::optional<Connection::Spare> least;
+    for (Connection* connection : connections) {
+        const std::optional<Connection::Spare> spare = connection == but ? std::nullopt : connection->spare();
+        if (spare && (!least || *spare < *least)) {
+            least = spare;
+            first = connection;
+        }
+    }
+    if (first != nullptr)
+        first->GiveWay();
+    return first != nullptr;
+}
+
 class WebServer::Core {
   public:
-    Core(const std::string& address, std::uint16_t port, Limits limits) : state_(limits)
+    Core(const std::string& address, std::uint16_t port, Limits limits,
+         std::vector<std::string> allow_origins)
+        : state_(limits, std::move(allow_origins))
     {
+        for (const std::string& origin : state_.allow_origins) {
+            if (const std::optional<std::string> why = CheckOrigin(origin))
+                throw ServerError(*why);
+        }
         error_code error;
         const std::string where = address + ':' + std::to_string(port);
         const asio::ip::address parsed =
@@ -66,6 +111,7 @@ class WebServer::Core {
     void Start(Handlers handlers)
     {
         state_.handlers = std::move(handlers);
+        room_ = std::min(state_.limits.connections, FreeDescriptors());
         Accept();
         WatchConnections();
         thread_ = std::thread([this] {
@@ -110,10 +156,15 @@ class WebServer::Core {
             if (state_.stopping)
                 return;
             if (!error) {
-                ServeConnection(state_, std::move(socket));
+                if (state_.connections.size() < room_ || state_.MakeRoom())
+                    ServeConnection(state_, std::move(socket));
+                else
+                    TurnAway(std::move(socket));
                 return Accept();
             }
-            // Out of descriptors, most likely: some will be free in a while.
+            // Out of descriptors, most likely: where none can be freed, some will be in a while.
+            if (state_.MakeRoom())
+                return Accept();
             retry_.expires_after(100ms);
             retry_.async_wait([this](error_code cancelled) {
                 if (!cancelled)
@@ -121,9 +172,19 @@ class WebServer::Core {
             });
         });
     }
+    /// All that there are keep their places.
+    static void TurnAway(TcpSocket socket)
+    {
+        const WebResponse response = ErrorResponse(503, "there are too many connections");
+        const std::string text = ResponseHead(response, response.body.size(), {false, false}) + response.body;
+        error_code error;
+        socket.non_blocking(true, error);
+        socket.write_some(asio::buffer(text), error);
+        socket.shutdown(TcpSocket::shutdown_send, error);
+    }
     void WatchConnections()
     {
-        watch_.expires_after(kWatch);
+        watch_.expires_after(std::min(kWatch, state_.limits.head / 4));
         watch_.async_wait([this](error_code) {
             const std::set<Connection*> connections = state_.connections;
             for (Connection* connection : connections)
@@ -146,6 +207,7 @@ class WebServer::Core {
     ServerState state_;
     asio::basic_socket_acceptor<tcp, asio::io_context::executor_type> acceptor_{state_.io};
     tcp::endpoint local_;
+    std::size_t room_ = 0;  ///< how many connections there may be
     asio::steady_timer watch_{state_.io};
     asio::steady_timer retry_{state_.io};
     asio::steady_timer after_{state_.io};
@@ -153,8 +215,9 @@ class WebServer::Core {
     std::thread thread_;
 };
 
-WebServer::WebServer(const std::string& address, std::uint16_t port, Limits limits)
-    : core_(std::make_unique<Core>(address, port, limits))
+WebServer::WebServer(const std::string& address, std::uint16_t port, Limits limits,
+                     std::vector<std::string> allow_origins)
+    : core_(std::make_unique<Core>(address, port, limits, std::move(allow_origins)))
 {}
 
 WebServer::~WebServer()

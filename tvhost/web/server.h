@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "tvhost/web/channel.h"
 #include "tvhost/web/request.h"
@@ -22,7 +23,8 @@ class ServerError : public std::runtime_error {
 
 /// The web server: takes requests apart, refuses what is not meant for it, and passes on the rest. It has
 /// one thread of its own. A request that was not addressed to the server's own name, or that a page from
-/// elsewhere sent, is refused with 403; a body over the limit with 413.
+/// elsewhere sent, is refused with 403; a body over the limit with 413. When there is no room for another
+/// connection, the one that has been idle for longest goes.
 class WebServer {
   public:
     using Answer = WebAnswer;
@@ -39,10 +41,16 @@ class WebServer {
         std::size_t queue_texts = 20'000;
         /// How long a listener that is to be closed has to take the reason.
         std::chrono::milliseconds close_grace{5000};
+        /// How long a request's header may take from its first byte on.
+        std::chrono::milliseconds head{10'000};
+        /// How many connections there may be, if the process's descriptors suffice.
+        std::size_t connections = 4096;
     };
 
-    /// Takes the address and the port, 0 for a free one. Throws ServerError.
-    WebServer(const std::string& address, std::uint16_t port, Limits limits);
+    /// Takes the address and the port, 0 for a free one. Pages of `allow_origins` may use the server, too.
+    /// Throws ServerError.
+    WebServer(const std::string& address, std::uint16_t port, Limits limits,
+              std::vector<std::string> allow_origins = {});
     /// Stops.
     ~WebServer();
     WebServer(const WebServer&) = delete;

@@ -5,9 +5,10 @@
 namespace host {
 namespace {
 
-/// What may wait for its turn: so many, and so much in bytes of the bodies.
+/// What may wait for its turn: so many, and so much in bytes of the bodies and of what goes with each.
 constexpr std::size_t kMaxWaiting = 20'000;
 constexpr std::size_t kMaxWaitingBytes = std::size_t{64} * 1024 * 1024;
+constexpr std::size_t kCostOfOne = 1024;
 constexpr char kEnding[] = "the TV host ends";
 
 }  // namespace
@@ -29,6 +30,7 @@ void Turns::Turn::End()
 
 void Turns::Take(Begin begin, WebAnswer& answer, std::size_t bytes)
 {
+    bytes += kCostOfOne;
     {
         const tv::MutexLock lock(mutex_);
         if (stopping_)
