@@ -58,10 +58,10 @@ HostResult RunHost(const std::string& arguments, const std::string& input)
     return {exit_status, ReadFile(out), ReadFile(err)};
 }
 
-ServeProcess::ServeProcess(const std::vector<std::string>& arguments)
+ServeProcess::ServeProcess(const std::vector<std::string>& arguments, const std::string& before)
 {
     // The shell tells its number, which the program takes over.
-    std::string command = "echo $$; exec " + HostPath().string() + " serve";
+    std::string command = before + "; echo $$; exec " + HostPath().string() + " serve";
     if (std::find(arguments.begin(), arguments.end(), "--port") == arguments.end())
         command += " --port 0";
     for (const std::string& argument : arguments)
@@ -89,6 +89,13 @@ ServeProcess::~ServeProcess()
 {
     if (process_ > 0)
         End(SIGKILL);
+}
+
+double ServeProcess::PeakMebibytes() const
+{
+    const std::string status = ReadFile("/proc/" + std::to_string(process_) + "/status");
+    const std::string name = "VmHWM:";
+    return std::stod(status.substr(status.find(name) + name.size())) / 1024;
 }
 
 int ServeProcess::End(int signal)

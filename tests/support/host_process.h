@@ -38,8 +38,9 @@ HostResult RunHost(const std::string& arguments, const std::string& input = std:
 /// `zelumo-tv serve --port 0 ARGUMENTS`, running beside the test.
 class ServeProcess {
   public:
-    /// Returns when it serves. Throws std::runtime_error when it ends instead.
-    explicit ServeProcess(const std::vector<std::string>& arguments);
+    /// Returns when it serves. Throws std::runtime_error when it ends instead. `before` is what its shell
+    /// does first: `ulimit -n 64`.
+    explicit ServeProcess(const std::vector<std::string>& arguments, const std::string& before = ":");
     /// Kills it, if it still runs.
     ~ServeProcess();
     ServeProcess(const ServeProcess&) = delete;
@@ -47,6 +48,8 @@ class ServeProcess {
 
     std::uint16_t port() const { return port_; }
     int process() const { return process_; }
+    /// What it has taken of the memory at most, in MiB.
+    double PeakMebibytes() const;
     /// The line on its standard output.
     const std::string& line() const { return line_; }
     /// Sends it a signal and waits for its end; the status is as in HostResult.

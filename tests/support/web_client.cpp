@@ -120,11 +120,17 @@ WebReply WebClient::Finish()
     return core_->ReadReply(false);
 }
 
-WebReply WebClient::SendBytes(const std::string& bytes)
+void WebClient::SendOnly(const std::string& bytes)
 {
     error_code error;
     asio::write(core_->socket, asio::buffer(bytes), error);
     Require(error, "sending bytes");
+}
+
+WebReply WebClient::SendBytes(const std::string& bytes)
+{
+    error_code error;
+    asio::write(core_->socket, asio::buffer(bytes), error);
     return core_->ReadReply(false);
 }
 

@@ -39,7 +39,9 @@ class WebClient {
     void Begin(const std::string& method, const std::string& target, const std::string& body = "",
                const Headers& headers = {});
     WebReply Finish();
-    /// Sends these bytes as they are and reads a reply.
+    /// Sends these bytes as they are.
+    void SendOnly(const std::string& bytes);
+    /// Sends these bytes as far as the server takes them, and reads a reply.
     WebReply SendBytes(const std::string& bytes);
     /// Whether nothing has come that was not asked for.
     bool IsQuiet() const;

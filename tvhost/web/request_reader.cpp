@@ -13,7 +13,7 @@ namespace {
 namespace beast = boost::beast;
 namespace http = beast::http;
 
-/// What the bodies may take that are being read, of all connections.
+/// What the bodies may take that are being read, of all connections, before a large one is refused.
 constexpr std::size_t kMaxBodyBytes = std::size_t{64} * 1024 * 1024;
 
 std::string_view View(beast::string_view text)
@@ -38,6 +38,7 @@ void RequestReader::BeginRequest()
     parser_->body_limit(std::numeric_limits<std::uint64_t>::max());
     parser_->get().body().limit = server_.limits.body_bytes;
     in_header_ = true;
+    header_bytes_ = 0;
     notes_ = {};
     visitor_ = {};
 }
@@ -48,10 +49,14 @@ RequestReader::Step RequestReader::Read()
         if (buffer_.size() == 0)
             return Step::NeedsMore;
         boost::system::error_code error;
-        buffer_.consume(parser_->put(buffer_.data(), error));
+        const std::size_t count = parser_->put(buffer_.data(), error);
+        buffer_.consume(count);
+        // The parser's own limit is for what it gets at a time.
+        if (in_header_ && (header_bytes_ += count) > kMaxHeaderBytes)
+            error = http::error::header_limit;
         if (error == http::error::need_more) {
             // Not of a body: what is left is a header's line, or one of the lines between the chunks.
-            if (buffer_.size() < kMaxHeaderBytes)
+            if (buffer_.size() + header_bytes_ < kMaxHeaderBytes)
                 return Step::NeedsMore;
             error = http::error::header_limit;
         }
@@ -61,7 +66,8 @@ RequestReader::Step RequestReader::Read()
             refusal_ = ErrorResponse(400, "the request is not HTTP: " + error.message());
         else if (parser_->get().body().size > kMaxDrainedBytes + server_.limits.body_bytes)
             refusal_ = TooLarge();
-        else if (Hold(parser_->get().body().text.size()); server_.body_bytes > kMaxBodyBytes)
+        else if (Hold(parser_->get().body().text.size());
+                 body_bytes_ > LimitedBody::kReserved && server_.body_bytes > kMaxBodyBytes)
             refusal_ = ErrorResponse(503, "too many bodies are on their way");
         if (refusal_)
             return Step::IsRefused;
@@ -72,6 +78,7 @@ RequestReader::Step RequestReader::Read()
 bool RequestReader::TakeHeader(const OwnNames& own)
 {
     in_header_ = false;
+    header_bytes_ = 0;
     parser_->eager(true);
     notes_ = HeaderNotes(parser_->get());
     visitor_ = Recognize(notes_, reads(), own, server_.allow_origins);

@@ -79,6 +79,7 @@ class RequestReader {
     HeaderNotes notes_;  ///< the parser's texts
     Visitor visitor_;
     bool in_header_ = true;
+    std::size_t header_bytes_ = 0;  ///< what the parser has taken of it
     std::optional<WebResponse> refusal_;
     std::size_t body_bytes_ = 0;  ///< as the server counts them
 };

@@ -263,9 +263,14 @@ void Routes::DoVerb(Asked& asked)
 void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
                       std::shared_ptr<tv::Calls::NoDelay> no_delay)
 {
-    std::string text = TextInLine(body);
-    Turns::Work work = [this, line = std::move(line), text = std::move(text), no_delay = std::move(no_delay)](
-                           WebAnswer& done) { lines_.CarryOut(line, text, done); };
+    // What has to wait stays text here, too.
+    std::optional<Json::Value> at_once;
+    if (turns_.is_free())
+        at_once = std::move(line);
+    Turns::Work work = [this, at_once = std::move(at_once), text = TextInLine(body),
+                        no_delay = std::move(no_delay)](WebAnswer& done) {
+        lines_.CarryOut(at_once ? *at_once : ParseBody(text, kMaxMessageDepth + 1), text, done);
+    };
     turns_.Take(
         [this, work = std::move(work)](WebAnswer& answer, Turns::Turn turn) mutable {
             turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));

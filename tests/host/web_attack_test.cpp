@@ -1,0 +1,256 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "tests/support/host_process.h"
+#include "tests/support/page.h"
+#include "tests/support/web.h"
+#include "tests/support/web_client.h"
+#include "tvhost/web/server.h"
+
+namespace {
+
+using test::J;
+using test::ServeProcess;
+using test::Web;
+using test::WebClient;
+using test::WebListener;
+using test::WebReply;
+
+constexpr char kVersionMessage[] = R"({"command":"GetVersion"})";
+constexpr char kVersionReply[] = R"({"code":0,"data":"1.00"})";
+constexpr char kAsk[] = R"({"command":"GetIntegerFromVconfWithKey","key":"k"})";
+constexpr char kDelay[] = R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})";
+constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
+
+std::string Repeated(const std::string& text, std::size_t bytes)
+{
+    std::string repeated;
+    while (repeated.size() < bytes)
+        repeated += text;
+    return repeated;
+}
+
+/// A host whose plug-in is held up by a call, with a page open.
+class HeldUp {
+  public:
+    explicit HeldUp(const std::string& before = ":") : server({}, before), client(server.port())
+    {
+        page = "/page/" + J(client.Post("/page/open").body)["page"].asString() + '/';
+        client.Post("/tv", kDelay);
+        asking.emplace(server.port());
+        WebListener journal(server.port(), "/journal");
+        asking->Begin("POST", page + "await", kAsk);
+        while (journal.Read().find("\"await\"") == std::string::npos) {
+        }
+    }
+
+    ServeProcess server;
+    WebClient client;
+    std::string page;
+    std::optional<WebClient> asking;
+};
+
+TEST(WebAttack, ARequestWhoseEndIsNotCertainEndsItsConnection)
+{
+    const Web web;
+    const std::string host = "Host: 127.0.0.1:" + std::to_string(web.port()) + "\r\n";
+    const std::string own = "Origin: http://127.0.0.1:" + std::to_string(web.port()) + "\r\n";
+    const std::string post = "POST /page/open HTTP/1.1\r\n" + host;
+    // What would be smuggled in: nothing may come of it.
+    const std::string hidden = "GET /tv/state HTTP/1.1\r\n" + host + "\r\n";
+    struct Case {
+        std::string bytes;
+        int status;
+        bool keeps_alive;
+    };
+    for (const Case& c : {
+             Case{post + "Transfer-Encoding: gzip\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding: identity\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding: chunked, gzip\r\n\r\n0\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding: gzip, chunked\r\n\r\n0\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding: xchunked\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding:\r\n\r\n" + hidden, 501, false},
+             Case{post + "Transfer-Encoding: gzip\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 501,
+                  false},
+             Case{post + "Transfer-Encoding: gzip\r\nContent-Length: 3\r\n\r\nabc" + hidden, 400, false},
+             Case{post + "Transfer-Encoding: chunked\r\nContent-Length: 3\r\n\r\n0\r\n\r\n", 400, false},
+             Case{post + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, false},
+             Case{post + "Content-Length: 3\r\nContent-Length: 4\r\n\r\nabc" + hidden, 400, false},
+             Case{post + "Content-Length: 3\r\nContent-Length: 3\r\n\r\nabc" + hidden, 400, false},
+             Case{post + "Content-Length: -1\r\n\r\n" + hidden, 400, false},
+             Case{post + "Content-Length: +3\r\n\r\nabc" + hidden, 400, false},
+             Case{post + "Content-Length : 3\r\n\r\nabc" + hidden, 400, false},
+             Case{"POST /page/open HTTP/1.0\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400,
+                  false},
+             Case{post + "Transfer-Encoding: Chunked\r\n\r\n0\r\n\r\n", 200, true},
+             Case{post + "Transfer-Encoding: chunked\r\n\r\n-1\r\n\r\n", 400, false},
+             Case{post + "Transfer-Encoding: chunked\r\n\r\n1\r\nab\r\n0\r\n\r\n", 400, false},
+             Case{"GET / HTTP/1.1\r\n" + host + own + own + "\r\n", 403, true},
+             Case{"GET / HTTP/1.1\r\n" + host + own + "Origin: http://elsewhere.example\r\n\r\n", 403, true},
+             Case{"GET / HTTP/1.1\r\n" + host + "Host: elsewhere.example\r\n\r\n", 403, true},
+             Case{"POST /page/open HTTP/1.0\r\n" + host +
+                      "Expect: 100-continue\r\nContent-Length: 2\r\n\r\n{}",
+                  200, false},
+             Case{"POST /tv HTTP/1.1\r\n" + host +
+                      "Origin: http://elsewhere.example\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n",
+                  403, false},
+             Case{std::string("GET /\0 HTTP/1.1\r\n", 18) + host + "\r\n", 400, false},
+             Case{"GET / HTTP/1.1\r\n" + host + std::string("X: a\0b\r\n\r\n", 10), 400, false},
+             Case{"GET / HTTP/1.1\r\n" + host + Repeated("X: y\r\n", 20'000) + "\r\n", 431, false},
+             Case{"GET / HTTP/1.1\n" + host + "\n", 400, false},
+         }) {
+        WebClient client(web.port());
+        const WebReply reply = client.SendBytes(c.bytes);
+        EXPECT_EQ(reply.status, c.status) << c.bytes.substr(0, 200) << reply.body;
+        EXPECT_EQ(reply.keeps_alive, c.keeps_alive) << c.bytes.substr(0, 200);
+        if (!c.keeps_alive) {
+            EXPECT_THROW(client.Finish(), std::runtime_error) << "more came than one answer: " << c.bytes;
+        }
+    }
+}
+
+TEST(WebAttack, EndlessHeadsAreBounded)
+{
+    const ServeProcess server({});
+    const std::string head = " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) + "\r\n";
+    const std::string chunked = "POST /tv" + head + "Transfer-Encoding: chunked\r\n\r\n";
+    for (const auto& [begin, endless] : std::vector<std::pair<std::string, std::string>>{
+             {chunked + "1;", "x=y;"},
+             {chunked, "0"},
+             {chunked + "1\r\na\r\n0\r\n", "X: y\r\n"},
+             {"GET / HTTP/1.1\r\n", "X: y\r\n"},
+             {"GET / HTTP/1.1\r\nX: y\r\n", " y\r\n"},
+             {"GET /", "x"},
+         }) {
+        WebClient client(server.port());
+        const WebReply reply = client.SendBytes(begin + Repeated(endless, 8 * kMebibyte));
+        EXPECT_TRUE(reply.status == 431 || reply.status == 400) << endless << reply.status;
+        EXPECT_FALSE(reply.keeps_alive);
+    }
+    EXPECT_LT(server.PeakMebibytes(), 100);
+}
+
+TEST(WebAttack, APartOfAHeaderIsNotWaitedForLong)
+{
+    host::ServeOptions options;
+    options.limits.head = std::chrono::milliseconds(200);
+    const Web web(options);
+    WebClient idle(web.port());
+    EXPECT_EQ(idle.Get("/tv/state").status, 200);
+    const WebReply late = WebClient(web.port()).SendBytes("GET / HTTP/1.1\r\nHo");
+    EXPECT_EQ(late.status, 408);
+    EXPECT_EQ(late.body, R"({"error":"the request's header took too long"})");
+    // After a request, too; and nothing at all is waited for no longer.
+    WebClient second(web.port());
+    second.Get("/tv/state");
+    EXPECT_EQ(second.SendBytes("GET / HT").status, 408);
+    EXPECT_THROW(WebClient(web.port()).Finish(), std::runtime_error);
+    EXPECT_EQ(idle.Get("/tv/state").status, 200) << "an idle connection has longer";
+}
+
+TEST(WebAttack, ConnectionsGiveWayButThoseOfAPage)
+{
+    HeldUp held("ulimit -n 72");
+    WebListener messages(held.server.port(), held.page + "messages");
+    std::deque<WebClient> others;
+    const auto send_many = [&](const std::string& bytes, bool leaves) {
+        for (int i = 0; i < 120; ++i) {
+            WebClient& other = others.emplace_back(held.server.port());
+            try {
+                if (!bytes.empty())
+                    other.Begin("POST", bytes);
+            } catch (const std::runtime_error&) {
+                // It had to go at once.
+            }
+            if (leaves)
+                others.clear();
+        }
+    };
+    send_many("/page/open", true);
+    send_many("/page/open", false);
+    send_many("", false);
+    WebClient client(held.server.port());
+    EXPECT_EQ(client.Get("/").status, 200);
+    EXPECT_EQ(client.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
+    EXPECT_EQ(J(held.asking->Finish().body)["code"], 9999) << "it kept its place";
+    EXPECT_EQ(messages.ReadToEnd(), "another page has the TV now") << "it kept its place";
+}
+
+TEST(WebAttack, WhatWaitsIsBoundedInNumberAndCost)
+{
+    for (const auto& [message, least, most] : std::vector<std::tuple<std::string, int, int>>{
+             {"7", 19'999, 20'000}, {'"' + std::string(kMebibyte - 2, 'x') + '"', 60, 63}}) {
+        HeldUp held;
+        int taken = 0;
+        while (taken <= most && held.client.Post(held.page + "post", message).status == 202)
+            ++taken;
+        EXPECT_GE(taken, least) << message.substr(0, 60);
+        EXPECT_LE(taken, most) << message.substr(0, 60);
+        EXPECT_EQ(held.client.Get("/tv/state").status, 200);
+        EXPECT_LT(held.server.PeakMebibytes(), 200) << message.substr(0, 60);
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_EQ(held.server.End(SIGINT), 0);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1)) << message.substr(0, 60);
+    }
+}
+
+TEST(WebAttack, WhatWaitsTakesNoMoreThanItsText)
+{
+    HeldUp held;
+    // Read, one of them takes some 40 MB.
+    const std::string values = Repeated("0,", kMebibyte - 64) + '0';
+    const std::string verb = R"({"tv":"answer","call":"vconf_get_int","out":[)" + values + "]}";
+    std::deque<WebClient> waiting;
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(held.client.Post(held.page + "post", '[' + values + ']').status, 202);
+        waiting.emplace_back(held.server.port()).Begin("POST", "/tv", verb);
+    }
+    EXPECT_EQ(held.client.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
+    for (WebClient& client : waiting)
+        EXPECT_EQ(client.Finish().status, 400) << "it was carried out in its turn";
+    EXPECT_LT(held.server.PeakMebibytes(), 200);
+}
+
+TEST(WebAttack, BodiesThatAreNeverFinishedAreBounded)
+{
+    const ServeProcess server({});
+    const std::string text = "POST /tv HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+                             "\r\nContent-Length: 1048576\r\n\r\n" + std::string(kMebibyte - 1, 'x');
+    std::deque<WebClient> clients;
+    int refused = 0;
+    WebClient watcher(server.port());
+    for (int i = 0; i < 100; ++i) {
+        clients.emplace_back(server.port()).SendOnly(text);
+        watcher.Get("/tv/state");
+    }
+    for (WebClient& client : clients)
+        refused += client.IsQuiet() ? 0 : client.Finish().status == 503 ? 1 : 1000;
+    EXPECT_GT(refused, 30);
+    EXPECT_LT(refused, 60);
+    EXPECT_LT(server.PeakMebibytes(), 150);
+    clients.clear();
+    EXPECT_EQ(watcher.Post("/page/open").status, 200);
+}
+
+TEST(WebAttack, AChannelThatHasEndedIsGone)
+{
+    host::WebServer server("127.0.0.1", 0, {});
+    const std::shared_ptr<host::Channel> channel = server.MakeChannel(host::Channel::Unheard::Keep);
+    channel->Close("over");
+    server.Start({[](const host::WebRequest&, host::WebServer::Answer) {},
+                  [&channel](const std::string&) { return channel; }});
+    WebClient(server.port()).Get("/");  // what Close set off has been done then
+    EXPECT_EQ(WebListener(server.port(), "/").status(), 410);
+}
+
+}  // namespace
