@@ -248,7 +248,9 @@ TEST(WebAttack, AChannelThatHasEndedIsGone)
     const std::shared_ptr<host::Channel> channel = server.MakeChannel(host::Channel::Unheard::Keep);
     channel->Close("over");
     server.Start({[](const host::WebRequest&, host::WebServer::Answer) {},
-                  [&channel](const std::string&) { return channel; }});
+                  [&channel](const host::WebRequest&) {
+                      return host::Subscription{channel, {}, 0};
+                  }});
     WebClient(server.port()).Get("/");  // what Close set off has been done then
     EXPECT_EQ(WebListener(server.port(), "/").status(), 410);
 }
