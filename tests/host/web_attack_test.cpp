@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
 #include <csignal>
 #include <deque>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -184,6 +186,36 @@ TEST(WebAttack, ConnectionsGiveWayButThoseOfAPage)
     EXPECT_EQ(client.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
     EXPECT_EQ(J(held.asking->Finish().body)["code"], 9999) << "it kept its place";
     EXPECT_EQ(messages.ReadToEnd(), "another page has the TV now") << "it kept its place";
+}
+
+TEST(WebAttack, AFileThatCannotBeOpenedNowIsNotSaidToBeMissing)
+{
+    const ServeProcess server({});
+    WebClient client(server.port());
+    EXPECT_EQ(client.Get("/").status, 200);
+    rlimit limit{};
+    ASSERT_EQ(prlimit(server.process(), RLIMIT_NOFILE, nullptr, &limit), 0);
+    const rlimit none{0, limit.rlim_max};
+    ASSERT_EQ(prlimit(server.process(), RLIMIT_NOFILE, &none, nullptr), 0);
+    EXPECT_EQ(client.Get("/").status, 503);
+    ASSERT_EQ(prlimit(server.process(), RLIMIT_NOFILE, &limit, nullptr), 0);
+    EXPECT_EQ(client.Get("/").status, 200);
+}
+
+TEST(WebAttack, WhoDoesNotReadAFileHoldsUpNobody)
+{
+    const test::TemporaryFolder folder;
+    std::filesystem::create_directory(folder / "app");
+    folder.Write("app/index.html", "");
+    std::filesystem::resize_file(folder.Write("app/big.bin", ""), 100 * kMebibyte);
+    const ServeProcess server({"--app", (folder / "app").string()}, "ulimit -n 64");
+    std::deque<WebClient> readers;
+    for (int i = 0; i < 100; ++i) {
+        readers.emplace_back(server.port()).Begin("GET", "/big.bin");
+        EXPECT_EQ(WebClient(server.port()).Get("/").status, 200);
+    }
+    EXPECT_EQ(readers.back().Finish().body.size(), 100 * kMebibyte);
+    EXPECT_LT(server.PeakMebibytes(), 100);
 }
 
 TEST(WebAttack, WhatWaitsIsBoundedInNumberAndCost)

@@ -27,13 +27,14 @@ using namespace std::chrono_literals;
 
 /// What is read, and of a file written, in one go.
 constexpr std::size_t kPiece = std::size_t{16} * 1024;
+/// What the system keeps of a file on its way.
+constexpr int kFileBuffer = 256 * 1024;
 constexpr auto kIdle = 75s;
 constexpr auto kSlowBody = 30s;
 constexpr auto kSlowFile = 600s;
 constexpr auto kLastWords = 2s;
 
-template <int option>
-using KeepAlive = asio::detail::socket_option::integer<IPPROTO_TCP, option>;
+using KeepAliveAfter = asio::detail::socket_option::integer<IPPROTO_TCP, TCP_KEEPIDLE>;
 
 /// A connection of a browser, one request after the other. Reads on while a request waits for its answer, so
 /// that an answer which the socket takes whole needs nothing more of the server's thread; keeps itself alive
@@ -154,12 +155,10 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (!out_->Await())
             return;
         held_ = shared_from_this();
-        // Or it has gone altogether. Then what is sent to it is refused, be it only to see whether it is
-        // there.
+        // Or it has gone altogether, and the system will find out.
         error_code error;
         socket_.set_option(asio::socket_base::keep_alive(true), error);
-        socket_.set_option(KeepAlive<TCP_KEEPIDLE>(20), error);
-        socket_.set_option(KeepAlive<TCP_KEEPINTVL>(20), error);
+        socket_.set_option(KeepAliveAfter(20), error);
         socket_.async_wait(TcpSocket::wait_error, [self = shared_from_this()](error_code failed) {
             if (!failed)
                 self->Close();
@@ -284,16 +283,13 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         Expect(kSlowBody);
         asio::async_write(socket_, asio::buffer(text_) + sent,
                           [self = shared_from_this(), asked](error_code error, std::size_t) {
-                              if (error)
-                                  self->Close();
-                              else
-                                  self->GoOn(asked);
+                              error ? self->Close() : self->GoOn(asked);
                           });
     }
     void SendFile(const Asked& asked, WebResponse response)
     {
         int failure = file_.Open(response);
-        while ((failure == EMFILE || failure == ENFILE) && server_.MakeRoom(this))
+        while (failure == EMFILE && server_.MakeRoom(this))
             failure = file_.Open(response);
         if (failure == EMFILE || failure == ENFILE)
             return Respond(asked, ErrorResponse(503, "too many files are open; try again"));
@@ -304,6 +300,9 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         text_ = ResponseHead(response, file_.left(), asked.audience);
         if (asked.head)
             file_.Close();
+        // Else the system would keep megabytes for everybody who doesn't read on.
+        error_code error;
+        socket_.set_option(asio::socket_base::send_buffer_size(kFileBuffer), error);
         writing_ = true;
         SendPiece(asked);
     }

@@ -31,7 +31,7 @@ using namespace std::chrono_literals;
 /// request more than the rest of its way through the server.
 constexpr std::chrono::milliseconds kWatch = 1s;
 constexpr auto kLastAnswers = 500ms;
-/// Descriptors that are left to files, to the plug-in and to the TV.
+/// Descriptors that are left to files, to the plug-in and to the TV; a quarter where there are few.
 constexpr std::size_t kReserve = 24;
 
 /// How many connections the process has descriptors for, beside those that it holds already.
@@ -44,7 +44,8 @@ std::size_t FreeDescriptors()
     const std::filesystem::directory_iterator open("/proc/self/fd", error);
     const auto taken = error ? 0 : static_cast<std::size_t>(std::distance(begin(open), end(open)));
     const std::size_t all = std::min<rlim_t>(limit.rlim_cur, std::numeric_limits<int>::max());
-    return all > taken + kReserve ? all - taken - kReserve : 1;
+    const std::size_t free = all > taken ? all - taken : 0;
+    return free - std::min(free, std::clamp<std::size_t>(free / 4, 1, kReserve));
 }
 
 }  // namespace
