@@ -53,7 +53,7 @@ std::optional<std::size_t> WritePlain(Line& line, const char* format, std::va_li
 }
 
 /// The same for any line.
-std::string Write(const char* format, std::va_list arguments)
+[[gnu::format(printf, 1, 0)]] std::string Write(const char* format, std::va_list arguments)
 {
     std::va_list again;
     va_copy(again, arguments);
