@@ -13,7 +13,8 @@ constexpr std::string_view kDigits = "0123456789";
 bool IsMadeOf(std::string_view text, std::string_view first, std::string_view second, std::string_view third)
 {
     return std::all_of(text.begin(), text.end(), [&](char c) {
-        return first.find(c) != first.npos || second.find(c) != second.npos || third.find(c) != third.npos;
+        return first.find(c) != std::string_view::npos || second.find(c) != std::string_view::npos ||
+               third.find(c) != std::string_view::npos;
     });
 }
 

@@ -34,8 +34,8 @@ struct WebResponse {
 
 /// To whom an answer goes, as its header shows.
 struct Audience {
-    bool reads;                           ///< the request was a GET or a HEAD
-    bool keeps_alive;                     ///< the connection goes on
+    bool reads = false;                   ///< the request was a GET or a HEAD
+    bool keeps_alive = false;             ///< the connection goes on
     bool varies = false;                  ///< there are pages of other origins that are answered otherwise
     const std::string* origin = nullptr;  ///< of such a page, if it asked
 };
