@@ -286,9 +286,9 @@ TEST(Serve, ARecordingHoldsMessagesAsTheyWereWritten)
     const std::string page = "/page/" + J(client.Post("/page/open").body)["page"].asString() + "/await";
     // As large as a message may be, and larger when it is written as another program would.
     std::string numbers = "[\n1e5";
-    while (numbers.size() < 1024 * 1024 - 4)
+    while (numbers.size() < std::size_t{1024} * 1024 - 4)
         numbers += ",1e5";
-    const std::string sizes = std::string(1024 * 1024 - numbers.size() - 1, '\t') + ']';
+    const std::string sizes = std::string(std::size_t{1024} * 1024 - numbers.size() - 1, '\t') + ']';
     for (const std::string& message : {numbers + sizes, std::string("{\r\n\t\"command\" :\n\"GetVersion\"}"),
                                        std::string(R"({"command":"\ud800\u0000\n","command":1e-400})")})
         EXPECT_EQ(client.Post(page, message).status, 200) << message.substr(0, 40);

@@ -60,7 +60,7 @@ class Routes {
     void File(Asked& asked);
 
     /// A turn for a verb, given as JSON and as it was sent. `no_delay` lasts until the turn is over.
-    void TakeVerb(Json::Value line, const std::string& body, WebAnswer& answer,
+    void TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
                   std::shared_ptr<tv::Calls::NoDelay> no_delay = nullptr);
     void Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer);
 
