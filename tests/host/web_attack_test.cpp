@@ -89,6 +89,7 @@ TEST(WebAttack, ARequestWhoseEndIsNotCertainEndsItsConnection)
              Case{post + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", 400, false},
              Case{post + "Content-Length: 3\r\nContent-Length: 4\r\n\r\nabc" + hidden, 400, false},
              Case{post + "Content-Length: 3\r\nContent-Length: 3\r\n\r\nabc" + hidden, 400, false},
+             Case{post + "Content-Length: 3, 3\r\n\r\nabc" + hidden, 400, false},
              Case{post + "Content-Length: -1\r\n\r\n" + hidden, 400, false},
              Case{post + "Content-Length: +3\r\n\r\nabc" + hidden, 400, false},
              Case{post + "Content-Length : 3\r\n\r\nabc" + hidden, 400, false},
@@ -238,6 +239,18 @@ TEST(WebAttack, WhatWaitsIsBoundedInNumberAndCost)
         EXPECT_EQ(held.server.End(SIGINT), 0);
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1)) << message.substr(0, 60);
     }
+}
+
+TEST(WebAttack, RestoringHasItsPlaceInAFullLine)
+{
+    HeldUp held;
+    for (const std::string& message : {'"' + std::string(kMebibyte - 2, 'x') + '"', std::string("7")}) {
+        while (held.client.Post(held.page + "post", message).status == 202) {
+        }
+    }
+    EXPECT_EQ(held.client.Post("/tv", R"({"tv":"restore","call":"vconf_get_int"})").body,
+              R"({"did":"restore"})");
+    EXPECT_EQ(J(held.asking->Finish().body)["code"], 9999);
 }
 
 TEST(WebAttack, WhatWaitsTakesNoMoreThanItsText)

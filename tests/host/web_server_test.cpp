@@ -370,6 +370,22 @@ TEST(WebHost, RestoringOrStoppingCutsADelayedCallShort)
     }
 }
 
+TEST_F(WebServer, ARequestThatComesBeforeTheAnswerToTheLastIsTakenUpBehindIt)
+{
+    client_.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
+    WebListener journal(web_.port(), "/journal");
+    const std::string host = " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(web_.port()) + "\r\n";
+    const std::string get = R"({"command":"GetIntegerFromVconfWithKey","key":"k"})";
+    WebClient both(web_.port());
+    both.SendOnly("POST " + page_ + "await" + host + "Content-Length: " + std::to_string(get.size()) +
+                  "\r\n\r\n" + get + "GET /nowhere" + host + "\r\n");
+    while (journal.Read().find("\"await\"") == std::string::npos) {
+    }
+    EXPECT_EQ(client_.Post("/tv", R"({"tv":"restore"})").body, R"({"did":"restore"})");
+    EXPECT_EQ(both.Finish().status, 200);
+    EXPECT_EQ(both.Finish().status, 404);
+}
+
 TEST_F(WebServer, APostThatItsPageDoesNotLiveToSeeIsAnsweredOnce)
 {
     client_.Post("/tv", R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");

@@ -78,7 +78,7 @@ std::optional<WebResponse> CheckFraming(const HeaderNotes& notes, unsigned http_
 {
     if (notes.encodings == 0) {
         // Several that agree are one too many for whoever stands between.
-        return notes.lengths <= 1
+        return notes.lengths <= 1 && notes.length.find(',') == std::string_view::npos
                    ? std::nullopt
                    : std::optional(ErrorResponse(400, "there is more than one Content-Length"));
     }

@@ -136,25 +136,22 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
             case RequestReader::Step::NeedsMore:
                 return Read();
             case RequestReader::Step::HasHeader:
-                if (!out_->Await())
-                    TakeHeader();
-                return;
+                return out_->Await() ? Hold() : TakeHeader();
             case RequestReader::Step::IsWhole:
                 return Handle();
             case RequestReader::Step::IsRefused:
-                if (!out_->Await())
-                    Refuse(*std::exchange(reader_.refusal(), std::nullopt));
-                else
-                    held_ = shared_from_this();
+                return out_->Await() ? Hold() : Refuse(*std::exchange(reader_.refusal(), std::nullopt));
         }
     }
+    /// Nothing else keeps it while it doesn't read.
+    void Hold() { held_ = shared_from_this(); }
     void EndOfInput()
     {
         ended_ = true;
         // A browser may have said all that it has to say, and still wait for the answer.
         if (!out_->Await())
             return;
-        held_ = shared_from_this();
+        Hold();
         // Or it has gone altogether, and the system will find out.
         error_code error;
         socket_.set_option(asio::socket_base::keep_alive(true), error);
@@ -247,7 +244,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         is_of_page_ = false;
         out_->Begin(!keeps_alive);
         if (!keeps_alive)
-            held_ = shared_from_this();
+            Hold();
         return asked;
     }
 

@@ -267,6 +267,7 @@ void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& take
     std::optional<Json::Value> at_once;
     if (turns_.is_free())
         at_once = std::move(line);
+    const bool brings_on = no_delay != nullptr;
     Turns::Work work = [this, at_once = std::move(at_once), text = TextInLine(body),
                         no_delay = std::move(no_delay)](WebAnswer& done) {
         lines_.CarryOut(at_once ? *at_once : ParseBody(text, kMaxMessageDepth + 1), text, done);
@@ -275,7 +276,7 @@ void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& take
         [this, work = std::move(work)](WebAnswer& answer, Turns::Turn turn) mutable {
             turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
         },
-        taken, body.size());
+        taken, body.size(), brings_on);
 }
 
 void Routes::State(Asked& asked)

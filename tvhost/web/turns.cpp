@@ -9,6 +9,9 @@ namespace {
 constexpr std::size_t kMaxWaiting = 20'000;
 constexpr std::size_t kMaxWaitingBytes = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kCostOfOne = 1024;
+/// What more there is room for of turns that bring the line on.
+constexpr std::size_t kReserve = 20;
+constexpr std::size_t kReserveBytes = std::size_t{2} * 1024 * 1024;
 constexpr char kEnding[] = "the TV host ends";
 
 }  // namespace
@@ -28,15 +31,17 @@ void Turns::Turn::End()
         turns->End();
 }
 
-void Turns::Take(Begin begin, WebAnswer& answer, std::size_t bytes)
+void Turns::Take(Begin begin, WebAnswer& answer, std::size_t bytes, bool brings_on)
 {
     bytes += kCostOfOne;
+    const std::size_t most = kMaxWaiting + (brings_on ? kReserve : 0);
+    const std::size_t most_bytes = kMaxWaitingBytes + (brings_on ? kReserveBytes : 0);
     {
         const tv::MutexLock lock(mutex_);
         if (stopping_)
             throw Refused(503, kEnding);
         if (busy_) {
-            if (line_.size() >= kMaxWaiting || bytes_ + bytes > kMaxWaitingBytes)
+            if (line_.size() >= most || bytes_ + bytes > most_bytes)
                 throw Refused(503, "too many messages are waiting");
             bytes_ += bytes;
             line_.push_back({std::move(begin), std::move(answer), bytes});

@@ -41,8 +41,9 @@ class Turns {
 
     // The server's thread.
     /// A turn after all that wait, at once where none does. `answer` may be empty; it is the turn's from then
-    /// on. Throws Refused when the line has ended, or when too much waits.
-    void Take(Begin begin, WebAnswer& answer, std::size_t bytes = 0) EXCLUDES(mutex_);
+    /// on. `brings_on`: what waits goes on by it, so that it has a place even where too much waits. Throws
+    /// Refused when the line has ended, or when too much waits.
+    void Take(Begin begin, WebAnswer& answer, std::size_t bytes = 0, bool brings_on = false) EXCLUDES(mutex_);
     /// A turn before all that wait, which nobody waits for. Dropped when the line has ended.
     void TakeFirst(Begin begin) EXCLUDES(mutex_);
     /// Whether a turn that is taken now begins at once.
