@@ -210,6 +210,27 @@ TEST(Host, AFullDiskIsToldOnceAndATvMayComeThroughAPipe)
     EXPECT_EQ(piped.status, 0) << piped.err;
 }
 
+TEST(Host, SettingsHaveABoundAndRoomAgainOnceOneIsShort)
+{
+    const auto set = [](int key, std::size_t bytes) {
+        return R"({"tv":"setting","key":")" + std::to_string(key) + R"(","value":")" +
+               std::string(bytes, 'x') + "\"}\n";
+    };
+    std::string script;
+    std::string expected;
+    for (int key = 0; key < 17; ++key)
+        script += set(key, 4'000'000);
+    script += set(0, 1) + set(16, 4'000'000);
+    for (int line = 1; line <= 19; ++line)
+        expected += line == 17
+                        ? R"({"error":"line 17: verb \"setting\": the settings store refuses the write"})"
+                          "\n"
+                        : R"({"did":"setting","delivered":0})"
+                          "\n";
+    const test::TemporaryFolder folder;
+    EXPECT_EQ(test::RunHost("script " + folder.Write("script", script)).out, expected);
+}
+
 TEST(Host, SettingsLastInTheirDatabase)
 {
     const test::TemporaryFolder folder;
