@@ -67,8 +67,12 @@ RequestReader::Step RequestReader::Read()
         else if (parser_->get().body().size > kMaxDrainedBytes + server_.limits.body_bytes)
             refusal_ = TooLarge();
         else if (Hold(parser_->get().body().text.size());
-                 body_bytes_ > LimitedBody::kReserved && server_.body_bytes > kMaxBodyBytes)
+                 body_bytes_ > LimitedBody::kReserved && server_.body_bytes > kMaxBodyBytes) {
             refusal_ = ErrorResponse(503, "too many bodies are on their way");
+            // At once, so that no other one is refused for its sake.
+            parser_->get().body().text = std::string();
+            Hold(0);
+        }
         if (refusal_)
             return Step::IsRefused;
     }
