@@ -153,7 +153,10 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
     const std::string record = serve.record.string();
     for (const auto& [option, file] : {std::pair("--record", record), std::pair("--trace", common.trace)}) {
         RefuseSameFile(option, file, "--tv", common.tv_file);
-        RefuseSameFile(option, file, "--settings", common.settings);
+        // What the database keeps beside itself is its own, too.
+        for (const char* beside : {"", "-wal", "-shm", "-journal"})
+            RefuseSameFile(option, file, "--settings",
+                           common.settings.empty() ? "" : common.settings + beside);
         RefuseSameFile(option, file, "--plugin", script.plugin.string());
         RefuseSameFile(option, file, "the script", script_file);
     }

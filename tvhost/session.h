@@ -81,8 +81,8 @@ class Session {
     /// Playing time passes without a line in, `by` at most: it stops at the alarms' next moment after
     /// `until`, and where the clock's speed has changed. Between lines.
     struct Passed {
-        std::chrono::milliseconds by;  ///< how far it came
-        std::string did;               ///< the line out that ends such a line, which was not told
+        std::chrono::milliseconds by{0};  ///< how far it came
+        std::string did;                  ///< the line out that ends such a line, which was not told
     };
     Passed PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until);
     /// What the last line set off is delivered; nothing need be done where nothing waits.

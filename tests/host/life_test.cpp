@@ -176,6 +176,7 @@ TEST(Life, FilesAreEmptiedOnlyWhenItStarts)
              {free + link("link-trace") + " --trace " + trace, "would overwrite the file of --trace"},
              {free + link("link-new") + " --trace " + link("new"), "would overwrite the file of --trace"},
              {free + link("link-settings") + " --settings " + settings, "overwrite the file of --settings"},
+             {free + settings + "-wal --settings " + settings, "overwrite the file of --settings"},
              {free + link("link-plugin") + " --plugin " + plugin, "would overwrite the file of --plugin"},
              {"script --trace " + script + ' ' + script, "would overwrite the file of the script"},
              {"script --trace " + script + " <" + script, "would overwrite the file of the script"},

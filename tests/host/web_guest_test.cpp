@@ -164,7 +164,7 @@ TEST(WebGuests, WhatComesWithoutAnOriginIsJudgedByWhereItComesFrom)
         EXPECT_EQ(reply.status, c.status) << shown;
         EXPECT_EQ(reply.Header("cross-origin-resource-policy"), c.policy) << shown;
         // Whoever acts says where it comes from.
-        if (c.site == std::string("cross-site") && c.mode == std::string("no-cors")) {
+        if (c.site == std::string("cross-site")) {
             EXPECT_EQ(client.Send("POST", "/page/open", "", headers).status, 403) << shown;
         }
     }

@@ -110,7 +110,9 @@ Visitor Recognize(const HeaderNotes& notes, bool reads, const OwnNames& own,
         if (const std::string* const origin = FindIn(allowed, OriginOf(notes.referer)))
             return {Visitor::Kind::Guest, origin};
     }
-    return {crosses && notes.fetch_mode != "navigate" ? Visitor::Kind::Foreign : Visitor::Kind::Own};
+    // Somebody followed a link.
+    const bool navigates = reads && notes.fetch_mode == "navigate";
+    return {crosses && !navigates ? Visitor::Kind::Foreign : Visitor::Kind::Own};
 }
 
 WebResponse Unwelcome(const Visitor& visitor, const OwnNames& own)
