@@ -103,7 +103,7 @@ TEST(Core, ASettingsStoreIsBounded)
 {
     tv::Deliveries deliveries;
     tv::SettingsStore store(deliveries);
-    const std::string part(1024 * 1024, 'x');
+    const std::string part(std::size_t{1024} * 1024, 'x');
     int written = 0;
     while (written < 100 && store.Set("key" + std::to_string(written), part))
         ++written;
