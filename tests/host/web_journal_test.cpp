@@ -107,7 +107,8 @@ TEST_F(KeptJournal, IsListenedToWithoutGapsOrDoubles)
         // What is kept by then stands before what comes.
         WebListener late(web_.port(), "/journal?since=" + std::to_string(since));
         Lines heard;
-        for (int replies = 0; replies < kMessages; replies += heard.back().rfind(R"({"reply")", 0) == 0)
+        for (int replies = 0; replies < kMessages;
+             replies += heard.back().rfind(R"({"reply")", 0) == 0 ? 1 : 0)
             heard.push_back(late.Read());
         busy.join();
         const Json::Value kept = Since(since);
