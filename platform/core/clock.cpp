@@ -96,7 +96,7 @@ std::optional<std::chrono::milliseconds> ParseDate(std::string_view text)
     int milliseconds = 0;
     if (!scanner.at_end()) {
         scanner.Expect('T');
-        minutes += scanner.Number(2, 0, 23) * 60;
+        minutes += std::int64_t{60} * scanner.Number(2, 0, 23);
         scanner.Expect(':');
         minutes += scanner.Number(2, 0, 59);
         if (scanner.Skip(':')) {
