@@ -68,10 +68,10 @@ KeptLines::Chunk& KeptLines::ChunkFor(std::size_t bytes)
         return chunks_.back();
     while (chunks_.size() > 1 && next_ - chunks_[1].first >= kLines)
         DropFirst();
-    Chunk& chunk = chunks_.emplace_back(Chunk{next_, std::exchange(spare_, {}), 0});
-    chunk.bytes.clear();
-    chunk.bytes.reserve(kChunk);
-    return chunk;
+    spare_.clear();
+    spare_.reserve(kChunk);
+    chunks_.push_back({next_, std::exchange(spare_, {}), 0});
+    return chunks_.back();
 }
 
 void KeptLines::Put(char kind, std::string_view text, int buffer, int priority, std::string_view tag)
