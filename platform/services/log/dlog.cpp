@@ -75,7 +75,7 @@ int __dlog_print(int buffer, int priority, const char* tag, const char* format, 
     va_start(arguments, format);
     std::va_list again;
     va_copy(again, arguments);
-    Line line;  // NOLINT(cppcoreguidelines-pro-type-member-init): it is written before it is read
+    Line line{};
     const std::optional<std::size_t> plain = WritePlain(line, format, again);
     va_end(again);
     const std::string any = plain ? std::string() : Write(format, arguments);
