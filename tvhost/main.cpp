@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -112,6 +113,9 @@ void RefuseSameFile(const char* option, const std::string& file, const char* oth
                                  other_option);
 }
 
+const std::map<std::string, tv::MediaKind> kMediaKinds{{"simulated", tv::MediaKind::Simulated},
+                                                       {"browser", tv::MediaKind::Browser}};
+
 struct CommonOptions {
     std::string plugin;
     std::string tv_file;
@@ -119,6 +123,7 @@ struct CommonOptions {
     std::string trace;
     bool end_with_input = false;
     std::string date;
+    tv::MediaKind media = tv::MediaKind::Simulated;
 };
 
 /// Web mode or script mode, of which the options of one count. Returns the exit status. Throws Interrupted,
@@ -133,6 +138,7 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
             throw host::Interrupted();
         tv::LoadTv(*read);
     }
+    tv::PlayerService::Get().SetMedia(common.media);
     const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
     if (!common.settings.empty())
         tv::SettingsStore::Get().OpenDatabase(common.settings);
@@ -168,8 +174,13 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
         const std::string tv_option = common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ';
         if (!common.date.empty())
             serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
+        const bool in_browser = common.media == tv::MediaKind::Browser;
         serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
-                      "zelumo-tv " + tv_option + "script --check " + record};
+                      "zelumo-tv " + tv_option + "script " + (in_browser ? "--media browser " : "") +
+                          "--check " + record};
+        if (in_browser && !host::HasDashPlayer(serve.web))
+            std::fputs("zelumo-tv: warning: DASH streams need shaka-player; ./setup media installs it\n",
+                       stderr);
         status = host::RunServe(serve);
     } else {
         status = host::RunScript(script);
@@ -261,9 +272,16 @@ int Run(int argc, char** argv)
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
         ->type_name("DIR")
         ->check(kNotEmpty);
-    for (CLI::App* command : {script_command, serve_command})
+    for (CLI::App* command : {script_command, serve_command}) {
+        command
+            ->add_option("--media", common.media,
+                         "Who plays streams: simulated, or browser: the browser page does")
+            ->type_name("ENGINE")
+            ->default_str("simulated")
+            ->transform(CLI::CheckedTransformer(kMediaKinds));
         command->footer(
             "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

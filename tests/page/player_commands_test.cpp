@@ -52,13 +52,13 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
          {"BmsGetPlayTime [-1] -> -1 out [-1]", "BmsSeek [-1,999] -> 0"}, kTrue},
         {R"({"command":"JumpForward","sec":1})", {R"("BmsGetPlayTime","result":0)", R"("BmsSeek","result":0)"}, {"BmsGetPlayTime [-1] -> 0 out [null]"}, kFalse},
 
-        // The product stops at the end of the range before it is added.
+        // The product may lie outside the range that the sum is back in.
         {R"({"command":"JumpBackward","sec":2147484})",
          {R"("BmsGetPlayTime","out":[5000])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147478647] -> 0"}, kTrue},
+         {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147479000] -> 0"}, kTrue},
         {R"({"command":"JumpForward","sec":-2147484})",
          {R"("BmsGetPlayTime","out":[5000])", R"("BmsSeek","result":0)"},
-         {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147478648] -> 0"}, kTrue},
+         {"BmsGetPlayTime [-1] -> 0 out [5000]", "BmsSeek [-1,-2147479000] -> 0"}, kTrue},
         {R"({"command":"JumpBackward","sec":-2147483648})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},

@@ -206,7 +206,7 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
     EXPECT_EQ(
         Text(state),
         R"({"answers":[)" + bare + ',' + lasting + ',' + twice +
-            R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"players":[{"duration":600000,)"
+            R"(],"channel":{"major":2,"minor":null,"name":"A","serviceId":"7"},"media":"simulated","players":[{"duration":600000,)"
             R"("id":1,"live":false,"position":0,"rect":null,"state":"created","url":"film"}],)"
             R"("scheduled":[{"do":{"tv":"restore"},"ms":7},{"do":{"factor":0.5,"tv":"speed"},"ms":9}],)"
             R"("settings":{"b":true,"s":"v"},"speed":60,"subscriptions":{"events":[90001],"players":[101,1],)"

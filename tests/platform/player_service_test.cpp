@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <map>
 
 #include "tests/support/page.h"
@@ -9,7 +10,24 @@ namespace {
 
 using namespace std::chrono_literals;
 using test::Text;
+using Kind = tv::MediaCommand::Kind;
+using tv::StreamConfig;
 using tv::StreamFault;
+
+/// A stream of a TV file: pattern, duration, whether it is live, buffering, and what is special about it.
+StreamConfig Stream(const char* pattern, std::chrono::milliseconds duration, bool live = false,
+                    std::chrono::milliseconds buffer = 0ms,
+                    const std::function<void(StreamConfig&)>& special = nullptr)
+{
+    StreamConfig stream;
+    stream.pattern = pattern;
+    stream.duration = duration;
+    stream.live = live;
+    stream.buffer = buffer;
+    if (special)
+        special(stream);
+    return stream;
+}
 
 /// A player service with a clock of its own, and one client of its reports.
 class Service {
@@ -33,7 +51,7 @@ class Service {
     /// A player that has a client, its first report taken.
     int Create(const char* url, int offset = 0)
     {
-        const int id = service_.Create(url, offset).value();
+        const int id = service_.Create({url, offset}).value();
         Register(id);
         Reports();
         return id;
@@ -60,14 +78,13 @@ class Service {
         if (command == "pass")
             return Advance(std::chrono::milliseconds(value)), 0;
         if (command == "seek")
-            return service_.Seek(id, value);
-        using Command = int (tv::PlayerService::*)(int);
-        const std::map<std::string, Command> commands{{"play", &tv::PlayerService::Play},
-                                                      {"pause", &tv::PlayerService::Pause},
-                                                      {"resume", &tv::PlayerService::Resume},
-                                                      {"stop", &tv::PlayerService::Stop},
-                                                      {"live", &tv::PlayerService::ResumeLive}};
-        return (service_.*commands.at(command))(id);
+            return service_.Do(id, {Kind::Seek, std::chrono::milliseconds(value)});
+        const std::map<std::string, Kind> commands{{"play", Kind::Play},
+                                                   {"pause", Kind::Pause},
+                                                   {"resume", Kind::Resume},
+                                                   {"stop", Kind::Stop},
+                                                   {"live", Kind::ToLiveEdge}};
+        return service_.Do(id, commands.at(command));
     }
     /// "playing 1500/30000"
     std::string State(int id)
@@ -159,7 +176,7 @@ TEST(PlayerService, PlaysAStreamToItsEnd)
 TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 {
     Service service;
-    service->Load({{{"slow", 60s, false, 2s, StreamFault::None}}});
+    service->Load({{Stream("slow", 60s, false, 2s)}, {}});
     Walk(service, service.Create("slow", 10),
          {
              {"play", true, "131", "buffering 10000/60000"},
@@ -193,7 +210,7 @@ TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
 {
     Service service;
-    service->Load({{{"now*", 60s, true, 0ms, StreamFault::None}}});
+    service->Load({{Stream("now*", 60s, true)}, {}});
     Walk(service, service.Create("now"),
          {
              {"pass 5000", true, "", "created 65000/65000"},
@@ -216,7 +233,7 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
          });
     // With an offset it starts there; buffering does not keep a player from the edge.
     Service other;
-    other->Load({{{"slow", 60s, true, 2s, StreamFault::None}}});
+    other->Load({{Stream("slow", 60s, true, 2s)}, {}});
     Walk(other, other.Create("slow", 7),
          {
              {"play", true, "131", "buffering 7000/60000"},
@@ -252,10 +269,11 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
          }) {
         SCOPED_TRACE(c.url);
         if (c.url == std::string("set streams"))
-            service->Load({{{"a*b", 1s, false, 0ms, StreamFault::None},
-                            {"x", 2s, false, 0ms, StreamFault::None},
-                            {"a*c*e", 0s, false, 0ms, StreamFault::Missing}}});
-        const int id = service->Create(c.url, c.offset).value();
+            service->Load({{Stream("a*b", 1s), Stream("x", 2s),
+                            Stream("a*c*e", 0s, false, 0ms,
+                                   [](StreamConfig& stream) { stream.fault = StreamFault::Missing; })},
+                           {}});
+        const int id = service->Create({c.url, c.offset}).value();
         EXPECT_EQ(service.Reports(), "");
         service.Register(id);
         EXPECT_EQ(service.Reports(), c.first);
@@ -263,7 +281,7 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
         service.Advance(failed ? 1s : 0s);
         EXPECT_EQ(service.State(id), c.state);
         EXPECT_EQ(service->PlayTime(id).has_value(), !failed);
-        EXPECT_EQ(service->Play(id), failed ? -1 : 0);
+        EXPECT_EQ(service->Do(id, Kind::Play), failed ? -1 : 0);
         service.Reports();
     }
 }
@@ -278,16 +296,8 @@ TEST(PlayerService, TellsEachRegistrationOfItsOwnPlayers)
     EXPECT_EQ(service.Reports(), "");
     service.Register(second + 1);
     EXPECT_EQ(service.Reports(), "");
-    EXPECT_EQ(service->Create("missing", 0), second + 1);
+    EXPECT_EQ(service->Create({"missing"}), second + 1);
     EXPECT_EQ(service.Reports(), "134");
-
-    // Two players side by side, in the order of playing time.
-    for (const char* command : {"play", "pass 400"})
-        service.Do(command, first);
-    service.Do("play", second);
-    service.Reports();
-    service.Advance(1s);
-    EXPECT_EQ(service.Reports(), "137(1000,30000) 137(1000,600000)");
 
     // A report that is queued when its registration goes is not delivered.
     service.Do("stop", first);
@@ -298,21 +308,273 @@ TEST(PlayerService, TellsEachRegistrationOfItsOwnPlayers)
     EXPECT_EQ(service->SetCallback(first, nullptr, &service), -1);
 }
 
+TEST(PlayerService, StreamsStallAndFailAsTheyAreToldTo)
+{
+    Service service;
+    service->Load(
+        {{Stream("stalls", 20s, false, 400ms,
+                 [](StreamConfig& stream) {
+                     stream.buffer_steps = 4;
+                     stream.stalls = {{2s, 3s}, {2500ms, 0s}, {10s, 1s}};
+                 }),
+          Stream("fails", 20s, false, 1s, [](StreamConfig& stream) { stream.fail_after = 1500ms; })},
+         {}});
+    Walk(
+        service, service.Create("stalls"),
+        {
+            {"play", true, "131", "buffering 0/20000"},
+            {"pass 99", true, "", "buffering 0/20000"},
+            {"pass 201", true, "131(25) 131(50) 131(75)", "buffering 0/20000"},
+            {"pass 100", true, "131(100) 144", "playing 0/20000"},
+            {"pass 2000", true, "137(1000,20000) 137(2000,20000) 131", "buffering 2000/20000"},
+            {"play", false, "", "buffering 2000/20000"},
+            // A pause holds, and so does the position; the begin isn't told again.
+            {"pause", true, "33", "buffering 2000/20000"},
+            {"pass 5000", true, "131(25) 131(50) 131(75) 131(100)", "paused 2000/20000"},
+            {"resume", true, "34", "playing 2000/20000"},
+            // One without a length: buffering is full again at once, all steps told.
+            {"pass 600", true, "131 131(25) 131(50) 131(75) 131(100)", "playing 2600/20000"},
+            // Whoever seeks back comes by it again, and over it meets none.
+            {"seek 1900", true, "131", "buffering 1900/20000"},
+            {"pass 500", true, "131(25) 131(50) 131(75) 131(100) 35(1900,20000) 131", "buffering 2000/20000"},
+            {"seek 10000", true, "131", "buffering 10000/20000"},
+            {"pass 400", true, "131(25) 131(50) 131(75) 131(100) 35(10000,20000) 131",
+             "buffering 10000/20000"},
+            {"stop", true, "36", "stopped 0/20000"},
+            {"pass 9000", true, "", "stopped 0/20000"},
+        });
+    Walk(service, service.Create("fails"),
+         {
+             {"play", true, "131", "buffering 0/20000"},
+             {"pass 1000", true, "131(100) 144", "playing 0/20000"},
+             // What counts is playing, wherever it is.
+             {"pass 700", true, "", "playing 700/20000"},
+             {"pause", true, "33", "paused 700/20000"},
+             {"pass 9000", true, "", "paused 700/20000"},
+             {"seek 5000", true, "131", "buffering 5000/20000"},
+             {"resume", true, "34", "buffering 5000/20000"},
+             {"pass 1799", true, "131(100) 35(5000,20000)", "playing 5799/20000"},
+             {"pass 1", true, "98", "failed 5800/20000"},
+             {"play", false, "", "failed 5800/20000"},
+             {"stop", false, "", "failed 5800/20000"},
+         });
+}
+
+TEST(PlayerService, PausesBeforeTheBeginAreToldAfterIt)
+{
+    Service service;
+    service->Load({{Stream("slow", 60s, false, 2s)}, {}});
+    Walk(service, service.Create("slow"),
+         {
+             {"play", true, "131", "buffering 0/60000"},
+             {"pause", true, "", "buffering 0/60000"},
+             {"pause", false, "", "buffering 0/60000"},
+             {"pass 2000", true, "131(100) 144 33", "paused 0/60000"},
+             {"pass 2000", true, "", "paused 0/60000"},
+             {"stop", true, "36", "stopped 0/60000"},
+             {"play", true, "131", "buffering 0/60000"},
+             {"pause", true, "", "buffering 0/60000"},
+             {"seek 9000", true, "131", "buffering 9000/60000"},
+             {"resume", true, "", "buffering 9000/60000"},
+             {"pass 2000", true, "131(100) 144 33 34 35(9000,60000)", "playing 9000/60000"},
+             {"stop", true, "36", "stopped 0/60000"},
+             // What was stopped says nothing later.
+             {"play", true, "131", "buffering 0/60000"},
+             {"pause", true, "", "buffering 0/60000"},
+             {"stop", true, "36", "stopped 0/60000"},
+             {"play", true, "131", "buffering 0/60000"},
+             {"pass 2000", true, "131(100) 144", "playing 0/60000"},
+         });
+}
+
+TEST(PlayerService, LiveWindowsSlide)
+{
+    Service service;
+    service->Load({{Stream("now*", 60s, true, 0ms, [](StreamConfig& stream) { stream.window = 10s; })}, {}});
+    Walk(service, service.Create("now", 7),
+         {
+             // Before the window: its start. It moves, and so does what is there.
+             {"pass 5000", true, "", "created 55000/65000"},
+             {"play", true, "131 131(100) 144", "playing 55000/65000"},
+             {"seek 54999", true, "37", "playing 55000/65000"},
+             {"seek 58000", true, "131 131(100) 35(58000,65000)", "playing 58000/65000"},
+             {"pause", true, "33", "paused 58000/65000"},
+             {"pass 3000", true, "", "paused 58000/68000"},
+             {"pass 1500", true, "", "paused 59500/69500"},
+             {"resume", true, "34", "playing 59500/69500"},
+             {"pass 1000", true, "137(60500,70500)", "playing 60500/70500"},
+             {"stop", true, "36", "stopped 0/70500"},
+         });
+}
+
+TEST(PlayerService, OnePlayerHasTheDecoder)
+{
+    Service service;
+    service->Load({{Stream("slow", 60s, false, 2s)}, {}});
+    const int first = service.Create("film");
+    const int second = service.Create("short");
+    const int third = service.Create("slow");
+    for (const char* command : {"play", "pass 400"})
+        service.Do(command, first);
+    service.Reports();
+    // Being made takes nothing away, and neither does what is refused.
+    EXPECT_EQ(service.Do("resume", second), -1);
+    EXPECT_EQ(service.State(first), "playing 400/600000");
+    const auto take = [&](const char* command, int player, const char* reports) {
+        EXPECT_EQ(service.Do(command, player), 0) << command;
+        EXPECT_EQ(service.Reports(), reports) << command;
+    };
+    take("play", second, "36 131 131(100) 144");
+    EXPECT_EQ(service.State(first), "stopped 0/600000");
+    service.Advance(1s);
+    EXPECT_EQ(service.Reports(), "137(1000,30000)");
+    // Whoever is paused or buffers has it too; whoever is at the end hasn't, until it is told to go on.
+    take("pause", second, "33");
+    take("play", third, "36 131");
+    take("play", second, "36 131 131(100) 144");
+    take("seek 30000", second, "131 131(100) 35(30000,30000)");
+    take("pass 0", second, "97");
+    take("play", first, "131 131(100) 144");
+    take("seek 40000", second, "37");
+    EXPECT_EQ(service.State(first), "playing 0/600000");
+    take("seek 10000", second, "36 131 131(100) 35(10000,30000)");
+    EXPECT_EQ(service.State(first), "stopped 0/600000");
+}
+
+/// News of a player, as a browser tells them.
+tv::MediaNews News(tv::MediaState state, int position, int duration,
+                   std::optional<int> sequence = std::nullopt)
+{
+    tv::MediaNews news;
+    news.status.state = state;
+    news.status.position = std::chrono::milliseconds(position);
+    news.status.duration = std::chrono::milliseconds(duration);
+    news.status.has_duration = duration != 0;
+    news.status.rate = state == tv::MediaState::Playing ? 1 : 0;
+    news.sequence = sequence;
+    return news;
+}
+
+TEST(PlayerService, TellsABrowserWhatToPlay)
+{
+    Service service;
+    std::string told;
+    const auto take = [&told] { return std::exchange(told, {}); };
+    service->SetOnMedia([&told](const Json::Value& command) { told += Text(command) + ' '; });
+    service->Load({{}, {{"own", "org.w3.clearkey"}}});
+    service->SetMedia(tv::MediaKind::Browser);
+    const int id = service.Create("http://a/film.mpd", 3);
+    EXPECT_EQ(take(), R"({"do":"create","drm":null,"mimeType":"","offset":3,"player":1,"seq":0,"type":0,)"
+                      R"("url":"http://a/film.mpd"} )");
+    struct Case {
+        const char* type;
+        const char* key_system;
+    };
+    for (const Case& c : {Case{"own", R"("org.w3.clearkey")"},
+                          Case{"com.example.rights", R"("com.example.rights")"}, Case{"other", "null"}}) {
+        const int other = service->Create({"b", -1, "m", 2, {c.type, "SetProperties", "{}"}}).value();
+        EXPECT_EQ(take(), R"({"do":"create","drm":{"drmData":"{}","drmOp":"SetProperties","drmType":")" +
+                              std::string(c.type) + R"(","keySystem":)" + c.key_system +
+                              R"(},"mimeType":"m","offset":-1,"player":)" + std::to_string(other) +
+                              R"(,"seq":0,"type":2,"url":"b"} )");
+    }
+    service->SetVideoPosition(id, {1, 2, 3, -4});
+    EXPECT_EQ(take(), R"({"do":"place","player":1,"rect":{"height":-4,"width":3,"x":1,"y":2}} )");
+    for (const auto& [line, command] : std::vector<std::pair<const char*, const char*>>{
+             {"resume", ""},
+             {"play", R"({"do":"play","player":1,"seq":1} )"},
+             {"seek 9000", R"({"do":"seek","player":1,"position":9000,"seq":2} )"},
+             {"live", ""},
+             {"pause", R"({"do":"pause","player":1,"seq":3} )"},
+             {"pause", ""},
+             {"resume", R"({"do":"resume","player":1,"seq":4} )"},
+             {"stop", R"({"do":"stop","player":1,"seq":5} )"},
+         }) {
+        service.Do(line, id);
+        EXPECT_EQ(take(), command) << line;
+    }
+    // It plays again, and another one takes the decoder.
+    service.Do("play", id);
+    take();
+    service.Do("play", 2);
+    EXPECT_EQ(take(), R"({"do":"stop","player":1,"seq":7} {"do":"play","player":2,"seq":1} )");
+    EXPECT_EQ(service.Reports(), "");
+    service->DropRegistrations();
+    EXPECT_EQ(take(),
+              R"({"do":"release","player":1} {"do":"release","player":2} {"do":"release","player":3} )"
+              R"({"do":"release","player":4} )");
+}
+
+TEST(PlayerService, TakesABrowsersWordForHowItPlays)
+{
+    using State = tv::MediaState;
+    Service service;
+    service->SetMedia(tv::MediaKind::Browser);
+    const int id = service.Create("film", 3);
+    const auto hears = [&](const tv::MediaNews& news, const char* state) {
+        EXPECT_TRUE(service->Hear(id, news));
+        EXPECT_EQ(service.State(id), state);
+    };
+    const auto does = [&](const char* command, const char* state) {
+        EXPECT_EQ(service.Do(command, id), 0) << command;
+        EXPECT_EQ(service.State(id), state) << command;
+    };
+    EXPECT_EQ(service.State(id), "created 3000/0");
+    does("play", "buffering 3000/0");
+    // A seek to where there may be something, before the duration is known.
+    does("seek 50000", "buffering 50000/0");
+    hears(News(State::Playing, 3000, 60000, 1), "buffering 50000/60000");
+    hears(News(State::Playing, 50100, 60000, 2), "playing 50100/60000");
+    // The play time runs on the TV's clock until the next word, and no farther than the end.
+    service.Advance(2s);
+    EXPECT_EQ(service.State(id), "playing 52100/60000");
+    service.Advance(20s);
+    EXPECT_EQ(service.State(id), "playing 60000/60000");
+    hears(News(State::Playing, 55000, 60000), "playing 55000/60000");
+    // One that leads outside leaves it as it is.
+    does("seek 60001", "playing 55000/60000");
+    does("pause", "paused 55000/60000");
+    // A word from before the pause.
+    hears(News(State::Playing, 56000, 61000, 3), "paused 55000/61000");
+    service.Advance(1s);
+    does("seek 10000", "buffering 10000/61000");
+    hears(News(State::Buffering, 10000, 61000, 5), "buffering 10000/61000");
+    EXPECT_EQ(service.Do("pause", id), -1) << "it is to be paused";
+    does("resume", "buffering 10000/61000");
+    hears(News(State::Buffering, 10000, 61000, 6), "buffering 10000/61000");
+    EXPECT_EQ(service.Do("resume", id), -1);
+    hears(News(State::Failed, 10000, 61000, 6), "failed 10000/61000");
+    EXPECT_FALSE(service->PlayTime(id));
+    EXPECT_EQ(service.Do("play", id), -1);
+
+    // Live, with a window that slides from under a pause.
+    tv::MediaNews live = News(State::Paused, 5000, 20000);
+    live.status.live = true;
+    live.status.window = 16s;
+    hears(live, "paused 5000/20000");
+    service.Advance(3s);
+    EXPECT_EQ(service.State(id), "paused 7000/23000");
+    does("live", "buffering 23000/23000");
+
+    EXPECT_FALSE(service->Hear(2, live));
+    service->SetMedia(tv::MediaKind::Simulated);
+    EXPECT_FALSE(service->Hear(service.Create("film"), live));
+}
+
 TEST(PlayerService, KeepsPlayersApart)
 {
     Service service;
-    for (const char* nothing : {static_cast<const char*>(nullptr), ""})
-        EXPECT_FALSE(service->Create(nothing, 0));
+    EXPECT_FALSE(service->Create({""}));
     for (int id = 1; id <= 102; id += id == 100 ? 2 : 1)
-        EXPECT_EQ(service->Create("film", 0), id);
+        EXPECT_EQ(service->Create({"film"}), id);
     for (const int unknown : {-1, 0, 101, 103}) {
         SCOPED_TRACE(unknown);
         for (const char* command : {"play", "pause", "resume", "stop", "seek 0", "live"})
             EXPECT_EQ(service.Do(command, unknown), -1) << command;
         EXPECT_FALSE(service->PlayTime(unknown));
-        EXPECT_EQ(service->SetVideoPosition(unknown, 0, 0, 1, 1), -1);
+        EXPECT_EQ(service->SetVideoPosition(unknown, {0, 0, 1, 1}), -1);
     }
-    EXPECT_EQ(service->SetVideoPosition(2, -1, 2, 0, -4), 0);
+    EXPECT_EQ(service->SetVideoPosition(2, {-1, 2, 0, -4}), 0);
     const Json::Value players = service->PlayersJson();
     ASSERT_EQ(players.size(), 101U);
     EXPECT_EQ(
@@ -327,7 +589,7 @@ TEST(PlayerService, KeepsPlayersApart)
     EXPECT_EQ(service->DropRegistrations(), 1U);
     service.Advance(5s);
     EXPECT_EQ(service.Reports(), "");
-    EXPECT_EQ(service->Create("film", 0), 1);
+    EXPECT_EQ(service->Create({"film"}), 1);
 }
 
 }  // namespace

@@ -61,6 +61,11 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"settings":{"":1}})", "settings[\"\"]: a key must not be empty"},
         {R"({"streams":[{"pattern":"*"},{"pattern":"x","duration":-1}]})", "streams[1].duration: must be a whole number from 0 to 2147483647"},
         {R"({"streams":[{"pattern":"*","fault":"lost"}]})", "streams[0].fault: must be \"missing\" or \"broken\""},
+        {R"({"streams":[{"pattern":"*","bufferSteps":101}]})", "streams[0].bufferSteps: must be a whole number from 1 to 100"},
+        {R"({"streams":[{"pattern":"*","stalls":[{"atMs":5}]}]})", "streams[0].stalls[0].forMs: is missing"},
+        {R"({"streams":[{"pattern":"*","stalls":[{"atMs":5,"forMs":1},{"atMs":5,"forMs":2}]}]})", "streams[0].stalls: must be at different positions"},
+        {R"({"streams":[{"pattern":"*","windowMs":5}]})", "streams[0].windowMs: is for live streams only"},
+        {R"({"drm":{"a":1}})", "drm.a: must be a string"},
         {R"({"extension":{"privileges":[1]}})", "extension.privileges[0]: must be a string"},
         // clang-format on
     };

@@ -31,6 +31,9 @@ class WebFiles {
     std::filesystem::path app_;  // empty: none
 };
 
+/// Whether the folder of the web files holds what plays DASH streams.
+bool HasDashPlayer(const std::filesystem::path& web);
+
 /// The folder of the web files, built or installed beside the program.
 std::filesystem::path DefaultWebPath();
 

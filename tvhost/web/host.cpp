@@ -23,6 +23,8 @@ constexpr auto kTick = 100ms;
 constexpr auto kMaxTurn = 10ms;
 /// How much real time the clock may be behind when its turn was too short; what is more never passes.
 constexpr std::chrono::duration<double, std::milli> kMaxBehind = 1s;
+/// How long a page that has left may take to say so, before its connection counts as lost.
+constexpr auto kFarewell = 300ms;
 constexpr char kEnding[] = "the TV host ends";
 
 std::chrono::milliseconds SinceEpoch()
@@ -47,12 +49,15 @@ WebHost::WebHost(const ServeOptions& options)
           Channel::Unheard::Drop,
           {[this](std::size_t listeners) { journal_.SetHeard(listeners != 0); }, nullptr})),
       pages_(
-          [this] {
-              return Pages::Channels{
-                  server_.MakeChannel(Channel::Unheard::Keep),
-                  server_.MakeChannel(Channel::Unheard::Keep, {nullptr, [this](std::string text) {
-                                                                   routes_.HearByRuntime(std::move(text));
-                                                               }})};
+          [this](long long page) {
+              Channel::Events runtime;
+              runtime.listeners = [this, page](std::size_t listeners) {
+                  if (listeners == 0)
+                      OnUnheard(page);
+              };
+              runtime.text = [this, page](std::string text) { routes_.HearByRuntime(page, std::move(text)); };
+              return Pages::Channels{server_.MakeChannel(Channel::Unheard::Keep),
+                                     server_.MakeChannel(Channel::Unheard::Keep, std::move(runtime))};
           },
           [this](const char* verb) {
               Json::Value line;
@@ -91,6 +96,9 @@ void WebHost::Run(const std::function<void()>& ready)
         pages_.TellByRuntime(
             WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
     });
+    tv::PlayerService::Get().SetOnMedia([this](const Json::Value& command) {
+        pages_.TellByRuntime(WriteJson(OrderedObject{{"media", command}}));
+    });
     tv::TheClock().SetSpeed(options_.speed);
     counted_ = Clock::now();
     WaitForTick();
@@ -106,9 +114,17 @@ void WebHost::Run(const std::function<void()>& ready)
         recording_->Comment(kRecordingEnds);
     }
     tv::RemoteControl::Get().SetOnKey(nullptr);
+    tv::PlayerService::Get().SetOnMedia(nullptr);
     server_.Stop();
     const tv::MutexLock lock(mutex_);
     no_delay_.reset();
+}
+
+void WebHost::OnUnheard(long long page)
+{
+    const std::vector<int> players = tv::PlayerService::Get().PlayersInBrowser();
+    if (!players.empty())
+        server_.After(kFarewell, [this, page, players] { routes_.LosePlayers(page, players); });
 }
 
 void WebHost::WaitForTick()

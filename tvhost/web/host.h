@@ -68,6 +68,8 @@ class WebHost {
     using Clock = std::chrono::steady_clock;
 
     // The server's thread.
+    /// Nobody listens to the page's runtime any more: what plays in the browser is out of reach.
+    void OnUnheard(long long page);
     void WaitForTick();
     /// Takes a turn for the clock, before all that wait, or with `last` behind them.
     void TakeTick(bool last);

@@ -38,7 +38,7 @@ long long Pages::Open()
         {
             // The channels first: the plug-in may have something to say at once.
             const tv::MutexLock lock(mutex_);
-            channels_ = make_channels_();
+            channels_ = make_channels_(last_ + 1);
         }
         carry_out_("open");
     } catch (...) {
@@ -93,9 +93,11 @@ void Pages::Tell(std::string message) const
         channels_.messages->Send(std::make_shared<const std::string>(std::move(message)));
 }
 
-void Pages::TellByRuntime(std::string text) const
+void Pages::TellByRuntime(std::string text, std::optional<long long> page) const
 {
     const tv::MutexLock lock(mutex_);
+    if (page && (!open_ || *page != last_))
+        return;
     if (channels_.runtime)
         channels_.runtime->Send(std::make_shared<const std::string>(std::move(text)));
 }

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "core/mutex.h"
@@ -20,7 +21,7 @@ class Pages {
         std::shared_ptr<Channel> messages;
         std::shared_ptr<Channel> runtime;  ///< what the TV's runtime does to the page beside messages
     };
-    using MakeChannels = std::function<Channels()>;
+    using MakeChannels = std::function<Channels(long long page)>;
     /// Carries out {"tv": "open"} or {"tv": "close"}.
     using CarryOut = std::function<void(const char* verb)>;
 
@@ -37,8 +38,8 @@ class Pages {
     Channels ChannelsOf(long long page) const EXCLUDES(mutex_);
     /// A message to the page that is open or begins to.
     void Tell(std::string message) const EXCLUDES(mutex_);
-    /// The same by its runtime.
-    void TellByRuntime(std::string text) const EXCLUDES(mutex_);
+    /// The same by its runtime; where `page` is given, to that one if it is open.
+    void TellByRuntime(std::string text, std::optional<long long> page = std::nullopt) const EXCLUDES(mutex_);
     /// The page that has the TV, or null.
     Json::Value CurrentJson() const EXCLUDES(mutex_);
 

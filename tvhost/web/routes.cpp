@@ -261,7 +261,7 @@ void Routes::DoVerb(Asked& asked)
 }
 
 void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
-                      std::shared_ptr<tv::Calls::NoDelay> no_delay)
+                      std::shared_ptr<tv::Calls::NoDelay> no_delay, std::function<void()> check)
 {
     // What has to wait stays text here, too.
     std::optional<Json::Value> at_once;
@@ -273,7 +273,10 @@ void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& take
         lines_.CarryOut(at_once ? *at_once : ParseBody(text, kMaxMessageDepth + 1), text, done);
     };
     turns_.Take(
-        [this, work = std::move(work)](WebAnswer& answer, Turns::Turn turn) mutable {
+        [this, work = std::move(work), check = std::move(check)](WebAnswer& answer,
+                                                                 Turns::Turn turn) mutable {
+            if (check)
+                check();
             turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
         },
         taken, body.size(), brings_on);
@@ -308,21 +311,45 @@ Subscription Routes::Runtime(Asked& asked)
     return {pages_.ChannelsOf(asked.page).runtime, {}};
 }
 
-void Routes::HearByRuntime(std::string text)
+void Routes::HearByRuntime(long long page, std::string text)
 {
     static const WebResponse unanswered = ErrorResponse(500, "the line was given up");
     WebAnswer answer(
-        [this](const WebResponse& response) {
+        [this, page](const WebResponse& response) {
             if (response.status != 200)
-                pages_.TellByRuntime(response.body);
+                pages_.TellByRuntime(response.body, page);
         },
         unanswered);
     Answering(answer, [&] {
         Json::Value line = ParseBody(text, kMaxMessageDepth + 1);
         if (!line.isObject() || line["tv"] != "media")
             throw Refused(400, "expected {\"tv\": \"media\", …}");
-        TakeVerb(std::move(line), text, answer);
+        // Its players are gone with a page, and their numbers may be another page's by now.
+        const auto check = [this, page] { pages_.ChannelsOf(page); };
+        check();
+        TakeVerb(std::move(line), text, answer, nullptr, check);
     });
+}
+
+void Routes::LosePlayers(long long page, const std::vector<int>& players)
+{
+    for (const int player : players) {
+        Json::Value line;
+        line["tv"] = "media";
+        line["player"] = player;
+        Json::Value& status = line["status"];
+        status["state"] = "failed";
+        for (const char* const member : {"position", "duration", "rate"})
+            status[member] = 0;
+        status["live"] = false;
+        line["type"] = BMS_EVENT_ERROR;
+        line["detail"] = "the page has lost its connection to the TV host";
+        WebAnswer nobody;
+        Answering(nobody, [&] {
+            const std::string text = WriteJson(line);
+            TakeVerb(std::move(line), text, nobody, nullptr, [this, page] { pages_.ChannelsOf(page); });
+        });
+    }
 }
 
 void Routes::Journal(Asked& asked)

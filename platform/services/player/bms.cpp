@@ -54,6 +54,8 @@ const CallTable* PlayerService::calls() const
 
 namespace {
 
+using Command = tv::MediaCommand::Kind;
+
 const tv::BmsCalls& Calls()
 {
     return tv::TheTable<tv::BmsCalls>();
@@ -80,38 +82,44 @@ int Give(const std::optional<T>& value, tv::Out<T>& out)
 int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType, _BmsDrmInfo drm,
                     BmsPlayerId* id)
 {
-    return Calls().create_player(url, mimeType, timeOffset, playerType, tv::DrmArgument{drm}, tv::Out(id),
-                                 [&](auto& out) { return Give(Service().Create(url, timeOffset), out); });
+    return Calls().create_player(
+        url, mimeType, timeOffset, playerType, tv::DrmArgument{drm}, tv::Out(id), [&](auto& out) {
+            const tv::MediaSource source{url == nullptr ? "" : url, timeOffset,
+                                         mimeType == nullptr ? "" : mimeType, playerType, drm};
+            return Give(Service().Create(source), out);
+        });
 }
 
 int BmsPlay(BmsPlayerId id)
 {
-    return Calls().play(id, [&] { return Service().Play(id); });
+    return Calls().play(id, [&] { return Service().Do(id, Command::Play); });
 }
 
 int BmsPause(BmsPlayerId id)
 {
-    return Calls().pause(id, [&] { return Service().Pause(id); });
+    return Calls().pause(id, [&] { return Service().Do(id, Command::Pause); });
 }
 
 int BmsResume(BmsPlayerId id)
 {
-    return Calls().resume(id, [&] { return Service().Resume(id); });
+    return Calls().resume(id, [&] { return Service().Do(id, Command::Resume); });
 }
 
 int BmsStop(BmsPlayerId id)
 {
-    return Calls().stop(id, [&] { return Service().Stop(id); });
+    return Calls().stop(id, [&] { return Service().Do(id, Command::Stop); });
 }
 
 int BmsResumeLive(BmsPlayerId id)
 {
-    return Calls().resume_live(id, [&] { return Service().ResumeLive(id); });
+    return Calls().resume_live(id, [&] { return Service().Do(id, Command::ToLiveEdge); });
 }
 
 int BmsSeek(BmsPlayerId id, std::int32_t position)
 {
-    return Calls().seek(id, position, [&] { return Service().Seek(id, position); });
+    return Calls().seek(id, position, [&] {
+        return Service().Do(id, {Command::Seek, std::chrono::milliseconds(position)});
+    });
 }
 
 int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position)
@@ -122,8 +130,9 @@ int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position)
 
 int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height)
 {
-    return Calls().set_video_position(id, x, y, width, height,
-                                      [&] { return Service().SetVideoPosition(id, x, y, width, height); });
+    return Calls().set_video_position(id, x, y, width, height, [&] {
+        return Service().SetVideoPosition(id, {x, y, width, height});
+    });
 }
 
 int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData)

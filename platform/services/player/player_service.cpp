@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "core/form.h"
-#include "core/json_node.h"
+#include "services/player/simulated_engine.h"
 
 namespace tv {
 namespace {
@@ -17,22 +17,6 @@ std::int32_t Milliseconds(Clock::Time time)
 {
     return static_cast<std::int32_t>(
         std::min<Clock::Time::rep>(time.count(), std::numeric_limits<std::int32_t>::max()));
-}
-
-VerbAction ReportPlayer(JsonObject& fields)
-{
-    const int player = fields.Get("player").As<int>();
-    const int type = fields.Get("type").As<int>();
-    int value1 = 0;
-    int value2 = 0;
-    fields.Read("value1", value1);
-    fields.Read("value2", value2);
-    const bool null_user = ReadNullUser(fields);
-    fields.End();
-    return [=]() -> VerbResults {
-        const std::size_t delivered = PlayerService::Get().Report(player, type, value1, value2, null_user);
-        return {{"delivered", static_cast<Json::UInt>(delivered)}};
-    };
 }
 
 }  // namespace
@@ -61,69 +45,89 @@ void PlayerService::Load(const StreamsConfig& streams)
     streams_ = streams;
 }
 
-std::optional<BmsPlayerId> PlayerService::Create(const char* url, int offset_seconds)
+void PlayerService::SetMedia(MediaKind media)
 {
-    if (url == nullptr || *url == '\0')
-        return std::nullopt;
     const MutexLock lock(mutex_);
-    if (next_id_ == kReservedId)
-        ++next_id_;
-    const BmsPlayerId id = next_id_++;
+    media_ = media;
+}
+
+void PlayerService::SetOnMedia(ToldEngine::Tell on_media)
+{
+    const MutexLock lock(mutex_);
+    on_media_ = std::move(on_media);
+}
+
+PlayerService::Entry PlayerService::Make(BmsPlayerId id, const MediaSource& source)
+{
+    const Clock::Time now = clock_.Now();
+    if (media_ == MediaKind::Browser) {
+        auto told = std::make_unique<ToldEngine>(id, source, streams_.key_systems, now,
+                                                 [this](const Json::Value& command) REQUIRES(mutex_) {
+                                                     if (on_media_)
+                                                         on_media_(command);
+                                                 });
+        ToldEngine* const one = told.get();
+        return {source.url, std::move(told), one};
+    }
     // Posted under the lock, so that reports keep the order of what happened.
-    const auto report = [this, id](_BmsEvent type, Player::Time value1, Player::Time value2) {
+    const auto report = [this, id](_BmsEvent type, Clock::Time value1, Clock::Time value2) {
         deliveries_.Post(thread_,
                          [this, id, type, first = Milliseconds(value1), second = Milliseconds(value2)] {
                              Deliver(id, type, first, second, false);
                          });
     };
-    const auto made = players_.emplace(
-        id, Entry{url, Player(streams_.Find(url), std::chrono::seconds(offset_seconds), clock_.Now(), report),
-                  std::nullopt, std::nullopt});
+    return {source.url,
+            std::make_unique<SimulatedEngine>(streams_.Find(source.url),
+                                              std::chrono::seconds(source.offset_seconds), now, report)};
+}
+
+std::optional<BmsPlayerId> PlayerService::Create(const MediaSource& source)
+{
+    if (source.url.empty())
+        return std::nullopt;
+    const MutexLock lock(mutex_);
+    if (next_id_ == kReservedId)
+        ++next_id_;
+    const BmsPlayerId id = next_id_++;
+    Entry& entry = players_.emplace(id, Make(id, source)).first->second;
     const std::vector<BmsPlayerId> registered = registrations_.Topics();
     if (std::find(registered.begin(), registered.end(), id) != registered.end())
-        made.first->second.player.Announce();
+        Announce(entry);
     return id;
 }
 
-template <typename Command>
-int PlayerService::Do(BmsPlayerId id, Command command)
+int PlayerService::Do(BmsPlayerId id, const MediaCommand& command)
 {
     const MutexLock lock(mutex_);
     const auto found = players_.find(id);
-    if (found == players_.end() || !command(found->second.player, clock_.Now()))
+    if (found == players_.end())
         return -1;
+    const Clock::Time now = clock_.Now();
+    MediaEngine& engine = *found->second.engine;
+    const MediaStatus status = engine.StatusAt(now);
+    if (!status.Accepts(command.kind))
+        return -1;
+    if (!status.HasDecoder() && status.Commanded(command).HasDecoder())
+        FreeDecoder(now);
+    engine.CarryOut(command, now);
     Arm(id, found->second);
     return 0;
 }
 
-int PlayerService::Play(BmsPlayerId id)
+void PlayerService::FreeDecoder(Clock::Time now)
 {
-    return Do(id, [](Player& player, Clock::Time now) { return player.Play(now); });
+    for (auto& [id, entry] : players_) {
+        if (!entry.engine->StatusAt(now).HasDecoder())
+            continue;
+        entry.engine->CarryOut({MediaCommand::Kind::Stop}, now);
+        Arm(id, entry);
+    }
 }
 
-int PlayerService::Pause(BmsPlayerId id)
+void PlayerService::Announce(Entry& entry)
 {
-    return Do(id, [](Player& player, Clock::Time now) { return player.Pause(now); });
-}
-
-int PlayerService::Resume(BmsPlayerId id)
-{
-    return Do(id, [](Player& player, Clock::Time now) { return player.Resume(now); });
-}
-
-int PlayerService::Stop(BmsPlayerId id)
-{
-    return Do(id, [](Player& player, Clock::Time) { return player.Stop(); });
-}
-
-int PlayerService::Seek(BmsPlayerId id, std::int32_t position)
-{
-    return Do(id, [&](Player& player, Clock::Time now) { return player.Seek(Clock::Time(position), now); });
-}
-
-int PlayerService::ResumeLive(BmsPlayerId id)
-{
-    return Do(id, [](Player& player, Clock::Time now) { return player.ResumeLive(now); });
+    if (!std::exchange(entry.announced, true))
+        entry.engine->Announce();
 }
 
 void PlayerService::Arm(BmsPlayerId id, Entry& entry)
@@ -131,7 +135,7 @@ void PlayerService::Arm(BmsPlayerId id, Entry& entry)
     if (entry.alarm)
         clock_.Cancel(*std::exchange(entry.alarm, std::nullopt));
     ++entry.armed;
-    if (const std::optional<Clock::Time> next = entry.player.NextTime())
+    if (const std::optional<Clock::Time> next = entry.engine->NextTime())
         entry.alarm = clock_.Set(*next, [this, id, armed = entry.armed] { OnAlarm(id, armed); });
 }
 
@@ -142,7 +146,7 @@ void PlayerService::OnAlarm(BmsPlayerId id, unsigned armed)
     if (found == players_.end() || found->second.armed != armed)
         return;
     found->second.alarm.reset();
-    found->second.player.OnTime(clock_.Now());
+    found->second.engine->OnTime(clock_.Now());
     Arm(id, found->second);
 }
 
@@ -150,18 +154,22 @@ std::optional<std::int32_t> PlayerService::PlayTime(BmsPlayerId id) const
 {
     const MutexLock lock(mutex_);
     const auto found = players_.find(id);
-    if (found == players_.end() || found->second.player.state() == Player::State::Failed)
+    if (found == players_.end())
         return std::nullopt;
-    return Milliseconds(found->second.player.Position(clock_.Now()));
+    const MediaStatus status = found->second.engine->StatusAt(clock_.Now());
+    if (status.state == MediaState::Failed)
+        return std::nullopt;
+    return Milliseconds(status.position);
 }
 
-int PlayerService::SetVideoPosition(BmsPlayerId id, int x, int y, int width, int height)
+int PlayerService::SetVideoPosition(BmsPlayerId id, const MediaRect& rect)
 {
     const MutexLock lock(mutex_);
     const auto found = players_.find(id);
     if (found == players_.end())
         return -1;
-    found->second.rect = {x, y, width, height};
+    found->second.rect = rect;
+    found->second.engine->Place(rect);
     return 0;
 }
 
@@ -172,7 +180,7 @@ int PlayerService::SetCallback(BmsPlayerId id, BmsCallbackFunction callback, voi
     registrations_.Set(id, callback, user_data);
     const MutexLock lock(mutex_);
     if (const auto found = players_.find(id); found != players_.end())
-        found->second.player.Announce();
+        Announce(found->second);
     return 0;
 }
 
@@ -198,19 +206,30 @@ std::size_t PlayerService::Report(BmsPlayerId id, int type, std::int32_t value1,
     return delivered;
 }
 
+bool PlayerService::Hear(BmsPlayerId id, const MediaNews& news)
+{
+    const MutexLock lock(mutex_);
+    const auto found = players_.find(id);
+    if (found == players_.end() || found->second.told == nullptr)
+        return false;
+    found->second.told->Hear(news, clock_.Now());
+    return true;
+}
+
 Json::Value PlayerService::PlayersJson() const
 {
     const MutexLock lock(mutex_);
     const Clock::Time now = clock_.Now();
     Json::Value list(Json::arrayValue);
     for (const auto& [id, entry] : players_) {
+        const MediaStatus status = entry.engine->StatusAt(now);
         Json::Value one;
         one["id"] = id;
         one["url"] = entry.url;
-        one["state"] = NameOf(entry.player.state());
-        one["position"] = Milliseconds(entry.player.Position(now));
-        one["duration"] = Milliseconds(entry.player.Duration(now));
-        one["live"] = entry.player.live();
+        one["state"] = NameOf(status.state);
+        one["position"] = Milliseconds(status.position);
+        one["duration"] = Milliseconds(status.duration);
+        one["live"] = status.live;
         // cppcheck-suppress variableScope ; asking for the member makes it null where there is no rectangle
         Json::Value& rect = one["rect"];
         if (entry.rect) {
@@ -224,15 +243,23 @@ Json::Value PlayerService::PlayersJson() const
     return list;
 }
 
-std::vector<Verb> PlayerService::verbs() const
+std::vector<BmsPlayerId> PlayerService::PlayersInBrowser() const
 {
-    return {{"report", ReportPlayer}};
+    const MutexLock lock(mutex_);
+    std::vector<BmsPlayerId> ids;
+    for (const auto& [id, entry] : players_) {
+        if (entry.told != nullptr && entry.told->StatusAt(clock_.Now()).state != MediaState::Failed)
+            ids.push_back(id);
+    }
+    return ids;
 }
 
 void PlayerService::AddState(Json::Value& state) const
 {
     state["players"] = PlayersJson();
     state["subscriptions"]["players"] = ToJson(registrations_.Topics());
+    const MutexLock lock(mutex_);
+    state["media"] = media_ == MediaKind::Browser ? "browser" : "simulated";
 }
 
 std::size_t PlayerService::DropRegistrations()
@@ -243,7 +270,8 @@ std::size_t PlayerService::DropRegistrations()
             if (entry.alarm)
                 clock_.Cancel(*entry.alarm);
         }
-        players_.clear();
+        while (!players_.empty())
+            players_.erase(players_.begin());
         next_id_ = 1;
     }
     const std::size_t left = registrations_.RemoveAll();

@@ -9,15 +9,28 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr int kMaxSteps = 100;
+
+StreamConfig MakeStream(const char* pattern, std::chrono::milliseconds duration, bool live = false,
+                        StreamFault fault = StreamFault::None)
+{
+    StreamConfig stream;
+    stream.pattern = pattern;
+    stream.duration = duration;
+    stream.live = live;
+    stream.fault = fault;
+    return stream;
+}
+
 const std::vector<StreamConfig>& BuiltInStreams()
 {
     static const std::vector<StreamConfig> streams{
-        {"*film*", 10min, false, 0ms, StreamFault::None},
-        {"*short*", 30s, false, 0ms, StreamFault::None},
-        {"*live*", 10min, true, 0ms, StreamFault::None},
-        {"*missing*", 0ms, false, 0ms, StreamFault::Missing},
-        {"*broken*", 0ms, false, 0ms, StreamFault::Broken},
-        {"*", 1h, false, 0ms, StreamFault::None},
+        MakeStream("*film*", 10min),
+        MakeStream("*short*", 30s),
+        MakeStream("*live*", 10min, true),
+        MakeStream("*missing*", 0ms, false, StreamFault::Missing),
+        MakeStream("*broken*", 0ms, false, StreamFault::Broken),
+        MakeStream("*", 1h),
     };
     return streams;
 }
@@ -45,6 +58,38 @@ bool Fits(std::string_view pattern, std::string_view text)
     return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
+/// A member that is a number of milliseconds, where there is one.
+std::optional<std::chrono::milliseconds> ReadTime(JsonObject& object, const char* key)
+{
+    std::optional<std::chrono::milliseconds> time;
+    if (object.Find(key))
+        object.Read(key, time.emplace());
+    return time;
+}
+
+std::vector<StreamStall> ReadStalls(const JsonNode& node)
+{
+    std::vector<StreamStall> stalls;
+    for (const JsonNode& element : node.Elements()) {
+        JsonObject object(element);
+        StreamStall stall;
+        for (const auto& [key, time] : {std::pair("atMs", &stall.at), std::pair("forMs", &stall.length)}) {
+            object.Get(key);
+            object.Read(key, *time);
+        }
+        object.End();
+        stalls.push_back(stall);
+    }
+    std::sort(stalls.begin(), stalls.end(),
+              [](const StreamStall& one, const StreamStall& other) { return one.at < other.at; });
+    if (std::adjacent_find(stalls.begin(), stalls.end(),
+                           [](const StreamStall& one, const StreamStall& other) {
+                               return one.at == other.at;
+                           }) != stalls.end())
+        node.Fail("must be at different positions");
+    return stalls;
+}
+
 StreamConfig ReadStream(const JsonNode& node)
 {
     JsonObject object(node);
@@ -61,6 +106,14 @@ StreamConfig ReadStream(const JsonNode& node)
         else
             fault->Fail("must be \"missing\" or \"broken\"");
     }
+    if (const auto steps = object.Find("bufferSteps"))
+        stream.buffer_steps = static_cast<int>(steps->Whole(1, kMaxSteps));
+    stream.fail_after = ReadTime(object, "failAfterMs");
+    if (const auto stalls = object.Find("stalls"))
+        stream.stalls = ReadStalls(*stalls);
+    stream.window = ReadTime(object, "windowMs");
+    if (stream.window && !stream.live)
+        object.Get("windowMs").Fail("is for live streams only");
     object.End();
     return stream;
 }
@@ -69,12 +122,18 @@ StreamConfig ReadStream(const JsonNode& node)
 
 void StreamsConfig::Read(JsonObject& file)
 {
-    const std::optional<JsonNode> section = file.Find("streams");
-    if (!section)
-        return;
-    streams.clear();
-    for (const JsonNode& element : section->Elements())
-        streams.push_back(ReadStream(element));
+    if (const std::optional<JsonNode> section = file.Find("streams")) {
+        streams.clear();
+        for (const JsonNode& element : section->Elements())
+            streams.push_back(ReadStream(element));
+    }
+    if (const std::optional<JsonNode> section = file.Find("drm")) {
+        if (!section->json().isObject())
+            section->Fail("must be an object");
+        key_systems.clear();
+        for (const std::string& type : section->json().getMemberNames())
+            key_systems[type] = (*section)[type].As<std::string>();
+    }
 }
 
 StreamConfig StreamsConfig::Find(const std::string& url) const

@@ -192,7 +192,7 @@ bool BMSAdaptor::JumpForwardBMS(pp::VarDictionary& request, pp::Var& reply)
         return AnswerInvalidValues(reply, BMS_HERE);
     const int sec = request.Get("sec").AsInt();
     BMS_LOG_ERROR("[MSAdaptor::JumpForwardBMS] sec:[%d]", sec);
-    return AnswerSuccess(reply, SeekRelative(Saturate(sec * kMillisecondsPerSecond)), BMS_HERE);
+    return AnswerSuccess(reply, SeekRelative(sec * kMillisecondsPerSecond), BMS_HERE);
 }
 
 bool BMSAdaptor::JumpBackwradBMS(pp::VarDictionary& request, pp::Var& reply)
@@ -202,8 +202,7 @@ bool BMSAdaptor::JumpBackwradBMS(pp::VarDictionary& request, pp::Var& reply)
         return AnswerInvalidValues(reply, BMS_HERE);
     const int sec = request.Get("sec").AsInt();
     BMS_LOG_ERROR("[BMSAdaptor::JumpBackwradBMS] sec: %d", sec);
-    const long long offset = Saturate(sec * kMillisecondsPerSecond);
-    return AnswerSuccess(reply, SeekRelative(-offset), BMS_HERE);
+    return AnswerSuccess(reply, SeekRelative(-(sec * kMillisecondsPerSecond)), BMS_HERE);
 }
 
 bool BMSAdaptor::SeekBMS(pp::VarDictionary& request, pp::Var& reply)

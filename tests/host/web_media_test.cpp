@@ -1,0 +1,206 @@
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <memory>
+
+#include "tests/support/host_process.h"
+#include "tests/support/page.h"
+#include "tests/support/web_client.h"
+
+namespace {
+
+using test::J;
+using test::ServeProcess;
+using test::Text;
+using test::WebClient;
+using test::WebListener;
+
+/// A browser with the page that has the TV: what it is told to play, and what it tells of that.
+class Browser {
+  public:
+    explicit Browser(std::uint16_t port) : client_(port), port_(port) { Load(); }
+
+    /// Opens the page, or reloads it.
+    void Load()
+    {
+        page_ = "/page/" + J(client_.Post("/page/open").body)["page"].asString() + '/';
+        Connect();
+        Await(R"({"command":"RegisterEvent","event":90001})");
+    }
+    void Connect()
+    {
+        messages_ = std::make_unique<WebListener>(port_, page_ + "messages");
+        runtime_ = std::make_unique<WebListener>(port_, page_ + "runtime");
+    }
+    /// The connection is lost: the browser was killed, say.
+    void Lose()
+    {
+        messages_.reset();
+        runtime_.reset();
+    }
+    /// Whether the player took the command.
+    bool Await(const std::string& message)
+    {
+        const Json::Value reply = J(client_.Post(page_ + "await", message).body);
+        return reply["code"] == 0 && reply["data"] != false;
+    }
+    /// The next command that it is told: "play 1", or "create 1 http://a/film.mpd".
+    std::string Command()
+    {
+        const Json::Value command = J(runtime_->Read())["media"];
+        const Json::Value url = command["url"];
+        return command["do"].asString() + ' ' + command["player"].asString() +
+               (url.isNull() ? "" : ' ' + url.asString());
+    }
+    /// Tells the host something; `rest` follows the position and the duration of the status.
+    void Tell(int player, const std::string& state, int position, const std::string& rest = "")
+    {
+        runtime_->Send(R"({"tv":"media","player":)" + std::to_string(player) + R"(,"status":{"state":")" +
+                       state + R"(","position":)" + std::to_string(position) +
+                       R"(,"duration":60000,"live":false,"rate":)" + (state == "playing" ? "1" : "0") + '}' +
+                       rest + '}');
+    }
+    /// The type of the next report that the page gets.
+    int Report() { return J(messages_->Read())["type"].asInt(); }
+    std::string Refusal() { return J(runtime_->Read())["error"].asString(); }
+    std::string State(int player) const
+    {
+        const Json::Value tv = J(WebClient(port_).Get("/tv/state").body);
+        for (const Json::Value& one : tv["players"]) {
+            if (one["id"] == player)
+                return one["state"].asString() + ' ' + one["position"].asString();
+        }
+        return "none";
+    }
+    test::WebReply Do(const std::string& verb) { return client_.Post("/tv", verb); }
+
+  private:
+    WebClient client_;
+    std::uint16_t port_;
+    std::string page_;
+    std::unique_ptr<WebListener> messages_;
+    std::unique_ptr<WebListener> runtime_;
+};
+
+const char* const kInit = R"({"command":"Init","url":"http://a/film.mpd","timeOffset":0})";
+const char* const kPlay = R"({"command":"Play"})";
+
+TEST(WebMedia, ABrowserPlaysAndItsRecordingReplaysWithoutOne)
+{
+    const test::TemporaryFolder folder;
+    const std::string recording = (folder / "session.jsonl").string();
+    ServeProcess server({"--media", "browser", "--speed", "0", "--record", recording});
+    Browser browser(server.port());
+    EXPECT_FALSE(browser.Await(kPlay));
+    EXPECT_TRUE(browser.Await(kInit));
+    EXPECT_TRUE(browser.Await(kPlay));
+    EXPECT_TRUE(browser.Await(R"({"command":"SetDisplayRect","x":0,"y":0,"width":1920,"height":1080})"));
+    for (const char* command : {"create 1 http://a/film.mpd", "play 1", "place 1"})
+        EXPECT_EQ(browser.Command(), command);
+    browser.Tell(1, "created", 0, R"(,"type":32,"seq":0)");
+    EXPECT_EQ(browser.Report(), 32);
+    EXPECT_EQ(browser.State(1), "buffering 0") << "the word is from before the play";
+    browser.Tell(1, "playing", 250, R"(,"type":144,"seq":1)");
+    EXPECT_EQ(browser.Report(), 144);
+    // The play time is the TV's: a jump goes on from there.
+    browser.Do(R"({"tv":"advance","ms":1500})");
+    EXPECT_EQ(browser.State(1), "playing 1750");
+    EXPECT_TRUE(browser.Await(R"({"command":"JumpForward","sec":10})"));
+    EXPECT_EQ(browser.Command(), "seek 1");
+    EXPECT_EQ(browser.State(1), "buffering 11750");
+    browser.Tell(1, "buffering", 11750, R"(,"type":98,"value1":3,"detail":"shaka 1001","seq":2)");
+    EXPECT_EQ(browser.Report(), 98);
+
+    // A second player takes the decoder, and the page is told so by the one who plays.
+    EXPECT_TRUE(browser.Await(kInit));
+    EXPECT_TRUE(browser.Await(kPlay));
+    for (const char* command : {"create 2 http://a/film.mpd", "stop 1", "play 2"})
+        EXPECT_EQ(browser.Command(), command);
+    EXPECT_EQ(browser.State(1), "stopped 0");
+
+    // The page is loaded anew: its players are gone, though their numbers come again.
+    browser.Load();
+    EXPECT_EQ(browser.State(1), "none");
+    EXPECT_TRUE(browser.Await(kInit));
+    EXPECT_EQ(browser.Command(), "create 1 http://a/film.mpd");
+    EXPECT_EQ(server.End(SIGINT), 0);
+
+    const test::HostResult replayed = test::RunHost("script --media browser --check " + recording);
+    EXPECT_EQ(replayed.out, "");
+    EXPECT_EQ(replayed.status, 0) << replayed.err;
+    // Nobody told anything of a simulated player.
+    EXPECT_EQ(test::RunHost("script --check " + recording).status, 1);
+}
+
+TEST(WebMedia, WhatIsOutOfReachFails)
+{
+    ServeProcess server({"--media", "browser", "--speed", "0"});
+    Browser browser(server.port());
+    EXPECT_TRUE(browser.Await(kInit));
+    EXPECT_TRUE(browser.Await(kPlay));
+    browser.Tell(1, "playing", 0, R"(,"type":144)");
+    EXPECT_EQ(browser.Report(), 144);
+    browser.Lose();
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (browser.State(1) != "failed 0")
+        ASSERT_LT(std::chrono::steady_clock::now(), patience) << browser.State(1);
+    browser.Connect();
+    EXPECT_EQ(browser.Report(), 98);
+    EXPECT_FALSE(browser.Await(kPlay));
+}
+
+TEST(WebMedia, WhatABrowserCannotTellIsRefused)
+{
+    constexpr char kStatus[] =
+        R"("status":{"state":"paused","position":1,"duration":2,"live":false,"rate":0})";
+    struct Case {
+        std::string line;
+        const char* why;
+    };
+    const auto media = [](const std::string& members) { return R"({"tv":"media",)" + members + '}'; };
+    const auto with = [&](const std::string& members) { return media(kStatus + (',' + members)); };
+    const auto status = [&](const std::string& members) {
+        return media(R"("player":1,"status":{)" + members + '}');
+    };
+    const Case cases[] = {
+        {with(R"("player":7)"), "there is no player 7 that a browser plays for"},
+        {media(kStatus), R"("player" is missing)"},
+        {media(R"("player":1)"), R"("status" is missing)"},
+        {media(R"("player":1,"status":5)"), R"("status" must be an object)"},
+        {with(R"("player":1,"type":"97")"), R"("type" must be a whole number of 32 bits)"},
+        {with(R"("player":1,"seq":-1)"), R"("seq" must be 0 or more)"},
+        {with(R"("player":1,"detail":5)"), R"("detail" must be a string)"},
+        {with(R"("player":1,"valu1":5)"), R"("valu1" is not known; did you mean "value1"?)"},
+        {status(R"("state":"idle","position":1,"duration":2,"live":false,"rate":0)"),
+         R"("state" must be created, buffering, playing, paused, stopped, ended or failed)"},
+        {status(R"("state":"paused","position":-1,"duration":2,"live":false,"rate":0)"),
+         R"("position" must be a whole number from 0 to 2147483647)"},
+        {status(R"("state":"paused","position":1,"live":false,"rate":0)"), R"("duration" is missing)"},
+        {status(R"("state":"paused","position":1,"duration":2,"live":false,"rate":true)"),
+         R"("rate" must be a number from 0 to 100)"},
+        {status(R"("state":"paused","position":1,"duration":2,"live":false,"rate":0,"window":1)"),
+         R"("window" is for live streams only)"},
+    };
+    ServeProcess server({"--media", "browser", "--speed", "0"});
+    Browser browser(server.port());
+    EXPECT_TRUE(browser.Await(kInit));
+    browser.Command();
+    for (const Case& c : cases) {
+        const test::WebReply reply = browser.Do(c.line);
+        EXPECT_EQ(reply.status, 400) << c.line;
+        const std::string error = J(reply.body)["error"].asString();
+        EXPECT_EQ(error.substr(error.find(": ") + 2), c.why) << c.line;
+    }
+    EXPECT_EQ(browser.State(1), "created 0");
+    // By its WebSocket a page can tell of media alone, and is told what is wrong.
+    browser.Tell(9, "paused", 0);
+    EXPECT_EQ(browser.Refusal(), R"(verb "media": there is no player 9 that a browser plays for)");
+
+    ServeProcess simulated({"--speed", "0"});
+    Browser other(simulated.port());
+    EXPECT_TRUE(other.Await(kInit));
+    EXPECT_EQ(other.Do(with(R"("player":1)")).status, 400);
+}
+
+}  // namespace
