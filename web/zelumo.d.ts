@@ -2,11 +2,15 @@
 //
 // Types of the plug-in element and its messages. Take them into a script with
 //   /// <reference path="zelumo.d.ts" />
+// or, from the npm package, with "types": ["zelumo-tv/types"] in tsconfig.json.
 
 declare const zelumoText: unique symbol;
 
 /** JSON text of a T: `JSON.parse` gives a T. */
 type ZelumoText<T> = string & { readonly [zelumoText]: T };
+
+/** A request as JSON text: made by the client's `json`, which checks its type, or any text. */
+type ZelumoInput<T> = ZelumoText<T> | (string & { readonly [zelumoText]?: undefined });
 
 interface JSON {
   parse<T>(text: ZelumoText<T>): T;
@@ -168,22 +172,22 @@ interface ZelumoAvailability {
   available: boolean;
 }
 
-/** A streaming channel. */
-interface ZelumoServiceListEntry {
+/** A streaming channel. `Wide` is the type of what a double may not hold. */
+interface ZelumoServiceListEntry<Wide = number> {
   /** The service id, 18446744073709551615 when it has none: 64 bits, so read it from the text where it may pass 2^53. */
-  id: number;
+  id: Wide;
   /** The major channel number; 65535 when not known. */
   major: number;
   /** The minor channel number; 65535 when not known. */
   minor: number;
 }
 
-/** The streaming channels. */
-interface ZelumoServiceList {
+/** The streaming channels. `Wide` is the type of what a double may not hold. */
+interface ZelumoServiceList<Wide = number> {
   /** Always "ZELumoServices". */
   ListName: string;
   /** The channels in the TV's order; null when there are none. */
-  TCServiceData: ZelumoServiceListEntry[] | null;
+  TCServiceData: ZelumoServiceListEntry<Wide>[] | null;
 }
 
 /** A channel as the TV describes it; the TV may add members and replace these. */
@@ -233,144 +237,157 @@ interface ZelumoFailure<C extends number, N extends string, M extends string, D 
   data: D;
 }
 
-/** Parameters and reply of each command. */
+/** Parameters and reply of each command, and its data with JSON texts parsed. */
 interface ZelumoCommands {
   /** Gives the version of this interface. */
   GetVersion: {
     parameters: {};
     reply: ZelumoSuccess<"1.00">;
+    data: "1.00";
   };
   /** Gives one programme of the guide. */
   GetProgram: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoProgramReply>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetProgram", null>;
+    data: ZelumoProgramReply;
   };
   /** Gives a channel's programmes between two times. */
   GetProgramList: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramListRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoProgramList>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetProgramList", null>;
+    data: ZelumoProgramList;
   };
   /** Gives the programme that is on now on a channel, and the one after it. */
   GetPresentProgram: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoServiceRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoPresentProgram>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetPresentProgram", null>;
+    data: ZelumoPresentProgram;
   };
   /** Gives a channel's logo. */
   GetChannelLogo: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoServiceRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoChannelLogo>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetChannelLogo", null>;
+    data: ZelumoChannelLogo;
   };
   /** Gives a programme's small picture. */
   GetProgramThumbnail: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoProgramPicture>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetProgramThumbnail", null>;
+    data: ZelumoProgramPicture;
   };
   /** Gives a programme's large picture. */
   GetProgramBackground: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoProgramPicture>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetProgramBackground", null>;
+    data: ZelumoProgramPicture;
   };
   /** Marks a programme for watching on demand and gives its identifier there. */
   SetOnDemandProgram: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoOnDemandProgram>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't SetOnDemandProgram", null>;
+    data: ZelumoOnDemandProgram;
   };
   /** Takes a programme's on-demand mark away. */
   UnsetOnDemandProgram: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoOnDemandRemoval>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't UnsetOnDemandProgram", null>;
+    data: ZelumoOnDemandRemoval;
   };
   /** Gives the identifier under which a programme is found on demand. */
   GetOnDemandIdentifier: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProgramRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoOnDemandProgram>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetOnDemandIdentifier", null>;
+    data: ZelumoOnDemandProgram;
   };
   /** Gives the streaming channels' configuration. */
   GetVCConfig: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoEmptyRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoVirtualChannelConfig>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetVCConfig", null>;
+    data: ZelumoVirtualChannelConfig;
   };
   /** Gives the channels of the line-up with their names. */
   GetFeaturedVirtualChannelInfo: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoEmptyRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoFeaturedChannels>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetFeaturedVirtualChannelInfo", null>;
+    data: ZelumoFeaturedChannels;
   };
   /** Finds the service id of a provider's service. */
   GetServiceIdFromOnTVProviderAndService: {
     parameters: {
       /** The request as JSON text; it reaches the content service byte for byte. */
-      input: string;
+      input: ZelumoInput<ZelumoProviderRequest>;
     };
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoServiceReference>>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetServiceIdFromOnTVProviderAndService", null>;
+    data: ZelumoServiceReference;
   };
   /** Subscribes to a content-service event or TV signal by its number; subscribing to it again fails. From the first subscription on the page also gets player events. */
   RegisterEvent: {
@@ -382,6 +399,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<null>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter command is invalid", null>
       | ZelumoFailure<28, "ServiceNotAvailableError", "RegisterEvent failed", null>;
+    data: null;
   };
   /** Ends a subscription; succeeds even without one. */
   UnRegisterEvent: {
@@ -393,6 +411,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<null>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter command is invalid", null>
       | ZelumoFailure<28, "ServiceNotAvailableError", "UnRegisterEvent failed", null>;
+    data: null;
   };
   /** Writes a text to a settings key. */
   SetStringToVconfWithKey: {
@@ -406,6 +425,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<true>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't SetStringToVconfWithKey", null>;
+    data: true;
   };
   /** Reads a text from a settings key. */
   GetStringFromVconfWithKey: {
@@ -417,6 +437,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<string>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetStringToVconfWithKey", null>;
+    data: string;
   };
   /** Writes a whole number to a settings key. */
   SetIntegerToVconfWithKey: {
@@ -430,6 +451,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<true>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't SetIntegerToVconfWithKey", null>;
+    data: true;
   };
   /** Reads a whole number from a settings key. */
   GetIntegerFromVconfWithKey: {
@@ -441,6 +463,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<number>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetIntegerFromVconfWithKey", null>;
+    data: number;
   };
   /** Writes a boolean to a settings key. */
   SetBooleanToVconfWithKey: {
@@ -454,6 +477,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<true>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't SetBooleanToVconfWithKey", null>;
+    data: true;
   };
   /** Reads a boolean from a settings key. */
   GetBooleanFromVconfWithKey: {
@@ -465,6 +489,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<0 | 1>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetBooleanFromVconfWithKey", null>;
+    data: 0 | 1;
   };
   /** Watches a settings key: every write to it is posted to the page. Watching it again fails. */
   AddVconfCallbackWithKey: {
@@ -476,6 +501,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<null>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't AddVconfCallbackWithKey", null>;
+    data: null;
   };
   /** Asks whether programme information is available. */
   ZELumoProgramInfoIsAvailable: {
@@ -483,6 +509,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoAvailability>>
       | ZelumoFailure<9999, "UnknownError ", "Can't ZELumoProgramInfoIsAvailable", null>;
+    data: ZelumoAvailability;
   };
   /** Tells the content service that the page has started. */
   LaunchedZELumoWebApp: {
@@ -490,26 +517,31 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<null>
       | ZelumoFailure<9999, "UnknownError ", "Can't LaunchedZELumoWebApp", null>;
+    data: null;
   };
   /** Asks whether the TV started for the first time. */
   CheckIsFirstBootingInZELumo: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Asks whether the page is entered for the first time. */
   IsFirstEntryToZelumo: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Asks whether the TV came out of suspend. */
   IsInstantOn: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Asks whether the viewer agreed to the collection of viewing data. */
   GetViewingAgreement: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Asks for the first-use state in one go. */
   CheckFirstBootInZELumo: {
@@ -517,6 +549,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<{ isFirstEntry: boolean; isInstantOn: boolean }>
       | ZelumoFailure<9999, "UnknownError ", "Can't CheckFirstBootInZELumo", null>;
+    data: { isFirstEntry: boolean; isInstantOn: boolean };
   };
   /** Makes the content service start over, as if the page had never been started. */
   RestartZelumoInfo: {
@@ -524,6 +557,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<null>
       | ZelumoFailure<9999, "UnknownError ", "Can't RestartZelumoInfo", null>;
+    data: null;
   };
   /** Describes a channel by its service id. */
   ExtractServiceInformationsFromServiceId: {
@@ -535,6 +569,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<{ TCServiceId: string; IsForDirectTune: boolean; EChannelType: number; "channel number": number; "service profile": number; major: number; minor: number; "program number": number }>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter input is invalid", null>
       | ZelumoFailure<9999, "UnknownError ", "Can't ExtractServiceInformationsFromServiceId", null>;
+    data: { TCServiceId: string; IsForDirectTune: boolean; EChannelType: number; "channel number": number; "service profile": number; major: number; minor: number; "program number": number };
   };
   /** Gives the page's application id and address. */
   GetAppIDAndURL: {
@@ -542,6 +577,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<{ appID: string; URL: string }>
       | ZelumoFailure<9999, "UnknownError ", "Can't GetAppIDAndURL", null>;
+    data: { appID: string; URL: string };
   };
   /** Lists the streaming channels. */
   GetZELumoServices: {
@@ -549,6 +585,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoServiceList>>
       | ZelumoFailure<28, "ServiceNotAvailableError", "GetZELumoServices failed", null>;
+    data: ZelumoServiceList<string>;
   };
   /** Tunes to a channel. */
   SetServiceByServiceid: {
@@ -562,6 +599,7 @@ interface ZelumoCommands {
       | ZelumoSuccess<null>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter Serviceid is invalid", null>
       | ZelumoFailure<28, "ServiceNotAvailableError", "SetChannelByServiceid failed", null>;
+    data: null;
   };
   /** Gives the record of the channel that the TV shows. */
   GetCurrentChannelInfo: {
@@ -569,16 +607,19 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<ZelumoText<ZelumoChannelRecord> | "">
       | ZelumoFailure<28, "ServiceNotAvailableError", "GetCurrentChannelInfo failed", null>;
+    data: ZelumoChannelRecord | null;
   };
   /** Tunes to the next channel of the line-up. */
   SetNextService: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Tunes to the previous channel of the line-up. */
   SetPreviousService: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Creates a player for a stream; the commands after it go to that player. */
   Init: {
@@ -597,21 +638,25 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<true>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: true;
   };
   /** Starts the player. */
   Play: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Pauses the player. */
   Pause: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Goes on after a pause. */
   Resume: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Seeks forward from the present position. */
   JumpForward: {
@@ -622,6 +667,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<boolean>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: boolean;
   };
   /** Seeks backward from the present position. */
   JumpBackward: {
@@ -632,6 +678,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<boolean>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: boolean;
   };
   /** Seeks to a position. */
   Seek: {
@@ -642,16 +689,19 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<boolean>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: boolean;
   };
   /** Stops the player. */
   Stop: {
     parameters: {};
     reply: ZelumoSuccess<boolean>;
+    data: boolean;
   };
   /** Calls nothing and answers false. */
   PasueLive: {
     parameters: {};
     reply: ZelumoSuccess<false>;
+    data: false;
   };
   /** Goes to the live edge of a live stream. */
   ResumeLive: {
@@ -662,6 +712,7 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<boolean>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: boolean;
   };
   /** Places the video on the screen. */
   SetDisplayRect: {
@@ -678,32 +729,25 @@ interface ZelumoCommands {
     reply:
       | ZelumoSuccess<boolean>
       | ZelumoFailure<26, "InvalidValuesError", "Parameter is invalid", false>;
+    data: boolean;
   };
   /** Gives the id of the player's window. */
   GetPlayerWindowID: {
     parameters: {};
     reply: ZelumoSuccess<0>;
+    data: 0;
   };
 }
 
 type ZelumoCommand = keyof ZelumoCommands;
-type ZelumoRequest<C extends ZelumoCommand> = { command: C } & ZelumoCommands[C]["parameters"];
+type ZelumoParameters<C extends ZelumoCommand> = ZelumoCommands[C]["parameters"];
+type ZelumoRequest<C extends ZelumoCommand> = { command: C } & ZelumoParameters<C>;
+/** What the element answers: success or one of the command's failures, told apart by `code`. */
 type ZelumoReply<C extends ZelumoCommand> = ZelumoCommands[C]["reply"];
-
-/** The five keys of every posted answer and service message. */
-interface ZelumoPosted<Name extends string, D, C extends number = 0, N extends string = "", M extends string = ""> {
-  command: Name;
-  code: C;
-  errorName: N;
-  errorMessage: M;
-  data: D;
-}
-
-/** The answer to a message that was posted without waiting: it is always refused. */
-type ZelumoRefusal =
-  | ZelumoPosted<"", null, 26, "InvalidValuesError", "Incoming message is invalid">
-  | ZelumoPosted<"", null, 26, "InvalidValuesError", "Parameter command is invalid">
-  | ZelumoPosted<string, null, 9, "NotSupportedError", "Parameters is invalid">;
+/** The data of the success reply as they travel: JSON texts are texts. */
+type ZelumoReplyData<C extends ZelumoCommand> = Extract<ZelumoReply<C>, { code: 0 }>["data"];
+/** What a command gives: the data of its success reply, JSON texts parsed. Ids too long for a double are decimal texts. */
+type ZelumoData<C extends ZelumoCommand> = ZelumoCommands[C]["data"];
 
 /** Content-service events and TV signals, by the name under which they are posted. */
 interface ZelumoEvents {
@@ -743,9 +787,9 @@ interface ZelumoEvents {
   ITVS_Signal_ZELumo_Control_State_ChLoad: {
     event: 90019;
     /** The current channel's record as JSON text (ChannelRecord); empty as in the reply to GetCurrentChannelInfo, and where that would fail. */
-    ch_info: string;
+    ch_info: ZelumoText<ZelumoChannelRecord> | "";
     /** What GetPresentProgram gives for that channel (PresentProgram); empty where that would fail. */
-    program_info: string;
+    program_info: ZelumoText<ZelumoPresentProgram> | "";
   };
   /** The TV has entered a channel. */
   ITVS_Signal_ZELumo_Control_State_ChEnter: { event: 90020 };
@@ -761,44 +805,98 @@ interface ZelumoEvents {
   ITVS_Signal_Instant_Off: { event: 90028 };
   /** The viewer entered the PIN that ends a mute. It needs no subscription. */
   ITVS_Signal_Unmute_by_pincode_input: { event: 99999 };
-  /** An event without a name. */
-  "": { event: number };
 }
 
-type ZelumoEventMessage = { [Name in keyof ZelumoEvents]: ZelumoPosted<Name, ZelumoEvents[Name]> }[keyof ZelumoEvents];
+type ZelumoEventName = keyof ZelumoEvents;
+type ZelumoParsedText<T> = T extends ZelumoText<infer U> ? U : T extends "" ? null : T;
+/** An event's data with its JSON texts parsed; null where they are empty. */
+type ZelumoEventData<Name extends ZelumoEventName> = {
+  [K in keyof ZelumoEvents[Name]]: ZelumoParsedText<ZelumoEvents[Name][K]>;
+};
 
-/** A watched settings key was written, whether or not its value changed: the key is both the message's name and its data. The value is read with the getter of its type. */
-type ZelumoSettingMessage = ZelumoPosted<string, string>;
+/** Player events, by the number of their type. */
+interface ZelumoPlayerEvents {
+  /** InitComplete. The player is ready. param1: The report's first value, decimal, followed by "<BMS_PLAYER-0.5". */
+  32: { name: "InitComplete"; param1: string; param2: "" };
+  /** PauseComplete. The player has paused. */
+  33: { name: "PauseComplete"; param1: ""; param2: "" };
+  /** ResumeComplete. The player goes on. */
+  34: { name: "ResumeComplete"; param1: ""; param2: "" };
+  /** SeekComplete. A seek, or the way to the live edge, is done. param1: The position in milliseconds, decimal. param2: The duration in milliseconds, decimal. */
+  35: { name: "SeekComplete"; param1: string; param2: string };
+  /** StopSuccess. The player has stopped. */
+  36: { name: "StopSuccess"; param1: ""; param2: "" };
+  /** ContentRangeOver. A seek went outside the stream. */
+  37: { name: "ContentRangeOver"; param1: ""; param2: "" };
+  /** EndOfStream. The stream is at its end. */
+  97: { name: "EndOfStream"; param1: ""; param2: "" };
+  /** Error. The player failed. */
+  98: { name: "Error"; param1: ""; param2: "" };
+  /** Buffering. The player is filling its buffer. param1: How much is buffered in percent, decimal. */
+  131: { name: "Buffering"; param1: string; param2: "" };
+  /** FileNotFound. There is no stream at the address. */
+  134: { name: "FileNotFound"; param1: ""; param2: "" };
+  /** CurrentPosition. The position, once a second of playing time. param1: The position in milliseconds, decimal. param2: The duration in milliseconds, decimal. */
+  137: { name: "CurrentPosition"; param1: string; param2: string };
+  /** BeginOfStream. Playing begins. */
+  144: { name: "BeginOfStream"; param1: ""; param2: "" };
+  /** GetWindowID. The player's window was asked for. */
+  200: { name: "GetWindowID"; param1: ""; param2: "" };
+  /** GetInitInfo. The player's first data are there. */
+  201: { name: "GetInitInfo"; param1: ""; param2: "" };
+}
 
-/** A report of the player service. Reports reach the page from its first event subscription on. */
-interface ZelumoPlayerMessage {
-  event: "ZELUMO_EVENT";
-  type: ZelumoPlayerEventType;
-  param1: string;
-  param2: string;
+type ZelumoPlayerEventType = keyof ZelumoPlayerEvents;
+type ZelumoPlayerEventName = ZelumoPlayerEvents[ZelumoPlayerEventType]["name"];
+type ZelumoPlayerTypeOf<Name extends ZelumoPlayerEventName> = {
+  [Type in ZelumoPlayerEventType]: ZelumoPlayerEvents[Type]["name"] extends Name ? Type : never;
+}[ZelumoPlayerEventType];
+
+/** The five keys of every posted answer and service message. */
+interface ZelumoPosted<Name extends string, D, C extends number = 0, N extends string = "", M extends string = ""> {
+  event?: undefined;
+  command: Name;
+  code: C;
+  errorName: N;
+  errorMessage: M;
+  data: D;
 }
 
 /**
- * 32 InitComplete: The player is ready.
- * 33 PauseComplete: The player has paused.
- * 34 ResumeComplete: The player goes on.
- * 35 SeekComplete: A seek, or the way to the live edge, is done.
- * 36 StopSuccess: The player has stopped.
- * 37 ContentRangeOver: A seek went outside the stream.
- * 97 EndOfStream: The stream is at its end.
- * 98 Error: The player failed.
- * 131 Buffering: The player is filling its buffer.
- * 134 FileNotFound: There is no stream at the address.
- * 137 CurrentPosition: The position, once a second of playing time.
- * 144 BeginOfStream: Playing begins.
- * 200 GetWindowID: The player's window was asked for.
- * 201 GetInitInfo: The player's first data are there.
+ * The answer to a message that was posted without waiting: it is always refused. One that names no command of the plug-in
+ * has that name instead.
  */
-type ZelumoPlayerEventType = 32 | 33 | 34 | 35 | 36 | 37 | 97 | 98 | 131 | 134 | 137 | 144 | 200 | 201;
+type ZelumoRefusal =
+  | ZelumoPosted<"", null, 26, "InvalidValuesError", "Incoming message is invalid">
+  | ZelumoPosted<"", null, 26, "InvalidValuesError", "Parameter command is invalid">
+  | ZelumoPosted<ZelumoCommand, null, 9, "NotSupportedError", "Parameters is invalid">;
 
+/** An event or a TV signal; one without a name comes under the empty text. */
+type ZelumoEventMessage =
+  | { [Name in ZelumoEventName]: ZelumoPosted<Name, ZelumoEvents[Name]> }[ZelumoEventName]
+  | ZelumoPosted<"", { event: number }>;
+
+/** A settings key's name. Those of a TV are paths. */
+type ZelumoSettingKey = `${string}/${string}`;
+
+/** A watched settings key was written, whether or not its value changed: the key is both the message's name and its data. The value is read with the getter of its type. */
+type ZelumoSettingMessage = ZelumoPosted<ZelumoSettingKey, ZelumoSettingKey>;
+
+/** A report of the player service. Reports reach the page from its first event subscription on. */
+type ZelumoPlayerMessage = {
+  [Type in ZelumoPlayerEventType]: {
+    command?: undefined;
+    event: "ZELUMO_EVENT";
+    type: Type;
+    param1: ZelumoPlayerEvents[Type]["param1"];
+    param2: ZelumoPlayerEvents[Type]["param2"];
+  };
+}[ZelumoPlayerEventType];
+
+/** All that the plug-in posts, told apart by `command`, or by `event` and `type` where it is the player's. */
 type ZelumoMessage = ZelumoRefusal | ZelumoEventMessage | ZelumoSettingMessage | ZelumoPlayerMessage;
 
-interface ZelumoElementEventMap extends HTMLElementEventMap {
+interface ZelumoElementEventMap {
   message: MessageEvent<ZelumoMessage>;
   /** In a browser: the TV host is gone, or another page has the TV. */
   zelumolost: CustomEvent<{ page: null; reason: "unreachable" | "refused" | "replaced" }>;
@@ -806,23 +904,25 @@ interface ZelumoElementEventMap extends HTMLElementEventMap {
   zelumoopen: CustomEvent<{ page: number }>;
 }
 
-/** `<embed type="application/x-zelumo">`. */
-interface ZelumoElement extends HTMLEmbedElement {
+/** `<embed type="application/x-zelumo">`, however a page comes by it: `createElement("embed")`, a query, a ref in JSX. */
+interface HTMLEmbedElement {
   /** Posts a message and goes on; the plug-in refuses it with a posted answer. */
   postMessage(message: ZelumoValue): void;
   /** Sends a message and waits for the reply. */
   postMessageAndAwaitResponse<C extends ZelumoCommand>(message: ZelumoRequest<C>): ZelumoReply<C>;
   addEventListener<K extends keyof ZelumoElementEventMap>(
     type: K,
-    listener: (this: ZelumoElement, event: ZelumoElementEventMap[K]) => unknown,
+    listener: (this: HTMLEmbedElement, event: ZelumoElementEventMap[K]) => unknown,
     options?: boolean | AddEventListenerOptions,
   ): void;
   removeEventListener<K extends keyof ZelumoElementEventMap>(
     type: K,
-    listener: (this: ZelumoElement, event: ZelumoElementEventMap[K]) => unknown,
+    listener: (this: HTMLEmbedElement, event: ZelumoElementEventMap[K]) => unknown,
     options?: boolean | EventListenerOptions,
   ): void;
 }
+
+type ZelumoElement = HTMLEmbedElement;
 
 interface ParentNode {
   querySelector(selectors: 'embed[type="application/x-zelumo"]'): ZelumoElement | null;

@@ -1,0 +1,32 @@
+// The typings and the client: what compiles and what doesn't, and how large and how modern the client is.
+import assert from "node:assert/strict";
+import { execFile } from "node:child_process";
+import { readFileSync } from "node:fs";
+import { test } from "node:test";
+import { fileURLToPath } from "node:url";
+import { promisify } from "node:util";
+import { gzipSync } from "node:zlib";
+import { transform } from "esbuild";
+
+const CLIENT = fileURLToPath(new URL("../../kit/zelumo-tv/client.js", import.meta.url));
+const MOST = 3000;
+
+const file = (path) => fileURLToPath(new URL(path, import.meta.url));
+const compile = (...options) =>
+  promisify(execFile)(process.execPath, [file("node_modules/typescript/bin/tsc"), ...options], { cwd: file(".") })
+    .then(() => "", ({ stdout, stderr }) => stdout + stderr);
+
+test("pages compile against the typings, and what is wrong in them doesn't", async () => {
+  assert.equal(await compile("-p", "."), "");
+});
+
+test("the client is small and asks for ES2015 alone", async () => {
+  const source = readFileSync(CLIENT, "utf8");
+  const { code } = await transform(source, { minify: true, target: "es2015" });
+  const size = gzipSync(code, { level: 9 }).length;
+  assert.ok(size <= MOST, `${size} bytes`);
+  // Newer syntax would be written otherwise for an old target, and newer built-in functions are unknown to the compiler.
+  const [old, latest] = await Promise.all(["es2015", "esnext"].map((target) => transform(source, { target })));
+  assert.equal(old.code, latest.code);
+  assert.equal(await compile("--noEmit", "--allowJs", "--checkJs", "--target", "es2015", "--lib", "es2015,dom", "--module", "esnext", "--moduleResolution", "bundler", CLIENT), "");
+});

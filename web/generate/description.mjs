@@ -1,0 +1,22 @@
+// The description of the page's interface, and what all that is made from it has in common.
+import { readFileSync } from "node:fs";
+
+export const api = JSON.parse(readFileSync(new URL("../page-api.json", import.meta.url), "utf8"));
+
+export const MADE = "Made by web/generate.mjs from web/page-api.json: don't edit.";
+
+const texts = new Map(api.texts.map((text) => [text.name, text]));
+
+/** Whether a JSON text has whole numbers in it that a double may not hold. */
+export const isWide = (name) => (texts.get(name)?.fields ?? []).some((f) => f.wide || isWide(f.type));
+
+// Markdown
+
+export const code = (text) => `\`${text}\``;
+export const json = (value) => code(JSON.stringify(value));
+const cell = (text) => String(text).replace(/\|/g, "\\|");
+
+export function table(head, rows) {
+  const row = (cells) => `| ${cells.map(cell).join(" | ")} |`;
+  return [row(head), row(head.map(() => "---")), ...rows.map(row), ""].join("\n");
+}
