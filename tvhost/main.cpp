@@ -19,6 +19,7 @@
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
 #include "tvhost/recording_marks.h"
+#include "tvhost/scenario.h"
 #include "tvhost/script.h"
 #include "tvhost/trace_file.h"
 #include "tvhost/web/files.h"
@@ -123,6 +124,7 @@ struct CommonOptions {
     std::string trace;
     bool end_with_input = false;
     std::string date;
+    std::string scenario;
     tv::MediaKind media = tv::MediaKind::Simulated;
 };
 
@@ -142,6 +144,8 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
     const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
     if (!common.settings.empty())
         tv::SettingsStore::Get().OpenDatabase(common.settings);
+    if (!common.scenario.empty())
+        serve.scenario = host::ReadScenario(common.scenario);
     script.plugin = common.plugin.empty() ? host::DefaultPluginPath() : std::filesystem::path(common.plugin);
     // Before the plug-in is loaded: its flag is on from the moment that it registers.
     std::optional<host::TraceFile> trace_file;
@@ -165,6 +169,7 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
                            common.settings.empty() ? "" : common.settings + beside);
         RefuseSameFile(option, file, "--plugin", script.plugin.string());
         RefuseSameFile(option, file, "the script", script_file);
+        RefuseSameFile(option, file, "--scenario", common.scenario);
     }
     RefuseSameFile("--record", record, "--trace", common.trace);
     int status = 0;
@@ -269,6 +274,11 @@ int Run(int argc, char** argv)
                      "The TV's date at the start: ISO 8601, or file; by default the real one")
         ->type_name("WHEN")
         ->check(CLI::Validator(RefuseNoDate, ""));
+    serve_command
+        ->add_option("--scenario", common.scenario,
+                     "What happens at the TV, and at which playing time: JSON lines")
+        ->type_name("FILE")
+        ->check(kNotEmpty);
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
         ->type_name("DIR")
         ->check(kNotEmpty);

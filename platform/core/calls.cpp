@@ -25,6 +25,8 @@ AnyCall::AnyCall(CallTable& table, const char* name, std::size_t args, Slot resu
 
 std::optional<std::string> AnyCall::Mistake(const Answer& answer) const
 {
+    if (answer.works && (answer.result || !answer.out.isNull()))
+        return std::string("\"works\" goes with neither \"result\" nor \"out\"");
     if (answer.result && !result_.fits(*answer.result))
         return std::string("\"result\" of ") + name_ + " must be " + result_.what;
     if (answer.out.size() > outs_.size())
@@ -161,6 +163,8 @@ std::optional<Answer> Calls::Take(const AnyCall& call, const std::function<Json:
     bool waits = answer.delay.count() > 0;
     while (waits && scripted.epoch == epoch && scripted.hurried == 0)
         waits = restored_.WaitUntil(mutex_, end);
+    if (answer.works)
+        return std::nullopt;
     return answer;
 }
 
@@ -182,6 +186,8 @@ Json::Value Calls::AnswersJson() const
                 one["delay"] = static_cast<Json::Int64>(answer.delay.count());
             if (answer.times > 0)
                 one["times"] = answer.times;
+            if (answer.works)
+                one["works"] = true;
             list.append(one);
         }
     }

@@ -38,6 +38,7 @@ struct Answer {
     std::chrono::milliseconds delay{0};
     int times = 0;       ///< calls that it still holds for; 0: until it is replaced or withdrawn
     Json::Value args{};  ///< array, or null: holds for any; an element that is not null must be the call's
+    bool works = false;  ///< there is neither result nor out: after the delay the call works as usual
 };
 
 class AnyCall;
@@ -137,8 +138,8 @@ class PLATFORM_API Calls {
     static bool Watched() { return watchers_.load(std::memory_order_acquire) != 0; }
 
     // For Call and the journal.
-    /// Takes the answer that holds for a call with these arguments, having waited out its delay. `args`
-    /// writes them, and takes no locks.
+    /// Takes the answer that holds for a call with these arguments, having waited out its delay; nothing
+    /// where the call works as usual. `args` writes them, and takes no locks.
     std::optional<Answer> Take(const AnyCall& call, const std::function<Json::Value()>& args)
         EXCLUDES(mutex_);
     static void AddWatcher() { watchers_.fetch_add(1, std::memory_order_release); }

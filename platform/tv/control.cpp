@@ -113,6 +113,7 @@ VerbAction SetAnswer(JsonObject& fields)
         answer.times = times->AtLeast(1);
     if (const auto delay = fields.Find("delay"))
         answer.delay = std::chrono::milliseconds(delay->AtLeast(0));
+    fields.Read("works", answer.works);
     fields.End();
     if (const std::optional<std::string> mistake = call.Mistake(answer))
         fields.node().Fail(*mistake);

@@ -121,6 +121,7 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
               R"(BmsPlay has 1 arguments, "args" gives 2)"},
              {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
              {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
+             {R"({"tv":"answer","call":"BmsPlay","works":true,"result":-1})", R"("works" goes with neither "result" nor "out")"},
              {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
               R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
               "field identifier to value"},

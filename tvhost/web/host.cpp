@@ -179,6 +179,10 @@ void WebHost::BeginRecording()
     line["date"] = static_cast<Json::Int64>(options_.date.value_or(SinceEpoch()).count());
     WebAnswer nobody;
     lines_.CarryOut(line, WriteJson(OrderedObject{{"tv", "clock"}, {"date", line["date"]}}), nobody);
+    for (const Json::Value& verb : options_.scenario) {
+        lines_.CarryOut(verb, WriteJson(OrderedObject{{"tv", "at"}, {"ms", verb["ms"]}, {"do", verb["do"]}}),
+                        nobody);
+    }
 }
 
 void WebHost::Tick()

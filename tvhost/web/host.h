@@ -36,6 +36,7 @@ struct ServeOptions {
     Json::Value kept_settings;      ///< settings from an earlier run, by key: the recording begins with them
     double speed = 1;               ///< how many times as fast playing time runs at first; 0: it stands still
     std::optional<std::chrono::milliseconds> date;  ///< the TV's at the start; absent: the real one
+    std::vector<Json::Value> scenario;              ///< `at` verbs, which are carried out when the TV starts
     /// Whose pages may use the TV beside the host's own; each passes CheckOrigin.
     std::vector<std::string> allow_origins;
     WebServer::Limits limits;
