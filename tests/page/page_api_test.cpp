@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 
 #include "core/calls.h"
 #include "tests/support/host_process.h"
@@ -83,6 +85,69 @@ TEST(PageApi, EveryExampleIsAnsweredAsDescribed)
         if (call != made.at(made.size() - 3) && call != "BmsUnSetCallback [101] -> -1")
             expect_usual(call);
     }
+}
+
+/// Whether the reply is the command's failure, or data that say that nothing was done.
+bool Failed(const Json::Value& command, const Json::Value& reply)
+{
+    return reply["code"] != 0 ? reply == ErrorReply(command, "operation") : reply["data"] == false;
+}
+
+TEST(PageApi, TheCallsOfACommandAreThoseThatItMakes)
+{
+    std::map<std::string, Json::Value> failures;
+    for (const Json::Value& call : Description()["calls"])
+        failures[call["name"].asString()] = call["failure"];
+    std::vector<std::string> known = tv::TheCalls().Names();
+    std::sort(known.begin(), known.end());
+    std::vector<std::string> described;
+    std::transform(failures.begin(), failures.end(), std::back_inserter(described),
+                   [](const auto& call) { return call.first; });
+    EXPECT_EQ(described, known);
+
+    test::Page page;
+    test::Calls calls;
+    for (const Json::Value& command : Description()["commands"]) {
+        // A page that has a player, and has asked for nothing else.
+        const auto try_it = [&](const Json::Value& failing) {
+            page.Do(R"({"tv":"restore"})");
+            page.Close();
+            page.Open();
+            if (command["kind"] == "player" && command["name"] != "Init") {
+                page.Await(R"({"command":"Init","url":"http://sample.tv/film.mpd","timeOffset":0})");
+                page.Await(R"({"command":"Play"})");
+            }
+            for (const Json::Value& call : failing)
+                page.Answer(Text(call) + R"(,"result":)" + Text(failures.at(call.asString())[0]));
+            calls.Take();
+            const Json::Value reply = page.AwaitValue(command["example"]);
+            page.TakeMessages();
+            return reply;
+        };
+        SCOPED_TRACE(command["name"].asString());
+        try_it(Json::arrayValue);
+        std::vector<std::string> expected;
+        for (const Json::Value& call : command["calls"])
+            expected.push_back(call.asString());
+        EXPECT_EQ(calls.TakeNames(), expected);
+
+        // What decides is the last call whose failure, alone, is the command's.
+        if (!command["decidedBy"].empty()) {
+            EXPECT_TRUE(Failed(command, try_it(command["decidedBy"])));
+        }
+        if (command["name"] == "PasueLive")  // always answers false
+            continue;
+        for (auto call = expected.rbegin(); call != expected.rend(); ++call) {
+            const bool decides = std::find(command["decidedBy"].begin(), command["decidedBy"].end(),
+                                           Json::Value(*call)) != command["decidedBy"].end();
+            Json::Value alone(Json::arrayValue);
+            alone.append(*call);
+            EXPECT_EQ(Failed(command, try_it(alone)), decides) << *call;
+            if (decides)
+                break;
+        }
+    }
+    page.Do(R"({"tv":"restore"})");
 }
 
 TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)

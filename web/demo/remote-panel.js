@@ -2,7 +2,7 @@ import { commandForms } from "./command-forms.js";
 import { h } from "./dom.js";
 import { channelNumber, duration } from "./format.js";
 import { LineForm } from "./forms.js";
-import { CALLS, verbs } from "./verbs.js";
+import { verbs } from "./verbs.js";
 
 const TABS = [
   ["tv", "TV"],
@@ -38,7 +38,7 @@ class RemotePanel extends HTMLElement {
     this.#completePlayers();
     this.#completeSettings();
     this.#completeTime();
-    this.#completeFaults();
+    this.#completeFaults(api);
     if (plugin) this.#panels.get("commands").append(commandForms(api, plugin));
     this.stateView = h("dl", { class: "state" });
     this.#panels.get("state").append(this.stateView);
@@ -82,24 +82,24 @@ class RemotePanel extends HTMLElement {
     return list;
   }
 
-  #verbForm({ verb, title, about, fields, presets, now }) {
+  #verbForm({ verb, name = verb, title, about, fields, presets, now, line = (value) => ({ tv: verb, ...value }) }) {
     const form = new LineForm({
       title,
       about,
       fields,
       presets,
       later: !now,
-      label: title === "Answer a platform call" ? "Set" : title === "Restore" ? "Restore" : "Send",
-      line: (value) => ({ tv: verb, ...value }),
+      label: { answer: "Set", restore: "Restore" }[verb] ?? "Send",
+      line,
       send: async (line) => {
         const answer = await this.host.do(line);
         this.update();
         return answer;
       },
     });
-    form.element.dataset.verb = verb;
+    form.element.dataset.verb = name;
     this.forms ??= new Map();
-    this.forms.set(verb, form);
+    this.forms.set(name, form);
     return form;
   }
 
@@ -120,15 +120,15 @@ class RemotePanel extends HTMLElement {
     this.#panels.get("time").append(h("h3", {}, "Scheduled"), this.scheduled);
   }
 
-  #completeFaults() {
+  #completeFaults(api) {
     const form = this.forms.get("answer");
     const call = form.fields.control("call");
-    const hints = new Map(CALLS.map(([name, result, out]) => [name, { result, out }]));
     call.addEventListener("input", () => {
-      const { result, out } = hints.get(call.value);
-      form.fields.control("result").value = result;
-      form.fields.control("out").placeholder = out || "writes nothing";
-      form.fields.control("out").title = out ? `For example ${out}` : "";
+      const { failure, written } = api.calls.find(({ name }) => name === call.value);
+      const example = written.length ? JSON.stringify(written) : "";
+      form.fields.control("result").value = failure.map((value) => JSON.stringify(value)).join("");
+      form.fields.control("out").placeholder = example || "writes nothing";
+      form.fields.control("out").title = example && `For example ${example}`;
       form.refresh();
     });
     this.answers = h("div", { class: "answers" });

@@ -2,10 +2,16 @@ import { KEY_OPTIONS } from "./keys.js";
 
 /**
  * What the TV can be made to do, for the remote's forms. A field is {name, label, kind, value, optional, options, help, rare};
- * kind is number, text, json, choice (options: [value, label] pairs), date or flag. `now`: can't be put off.
+ * kind is number, text, json, choice (options: [value, label] pairs), date or flag. `now`: can't be put off. `line` makes
+ * the script line of the fields' value where it isn't the verb with these, and `name` is the form's where it isn't the verb's.
  */
 const NO_USER = { name: "user", label: "Null user data", kind: "flag", on: null, optional: true, rare: true };
 const SUSPEND = 0x40000000;
+
+// The calls that commands depend on; a command that depends on one or the other has both.
+function decisions(api) {
+  return api.commands.flatMap(({ name, decidedBy }) => decidedBy.map((call) => [`${name} ${call}`, decidedBy.length > 1 ? `${name}: ${call}` : name]));
+}
 
 export function verbs(api) {
   const events = [...api.events]
@@ -92,11 +98,25 @@ export function verbs(api) {
     ],
     faults: [
       {
+        name: "fail",
+        verb: "answer",
+        title: "Fail a command",
+        about: "The platform call that the command depends on fails, and so does the command.",
+        fields: [
+          { name: "command", label: "Command", kind: "choice", value: "SetNextService IServiceNavigation::SetNextService", options: decisions(api) },
+          { name: "times", label: "Times", kind: "number", value: "", optional: true, help: "until restored" },
+        ],
+        line: ({ command, ...rest }) => {
+          const call = command.split(" ")[1];
+          return { tv: "answer", call, result: api.calls.find(({ name }) => name === call).failure[0], ...rest };
+        },
+      },
+      {
         verb: "answer",
         title: "Answer a platform call",
         about: "From now on the call does nothing but return this.",
         fields: [
-          { name: "call", label: "Call", kind: "choice", value: "BmsPlay", options: CALLS.map(([name]) => [name, name]) },
+          { name: "call", label: "Call", kind: "choice", value: "BmsPlay", options: api.calls.map(({ name }) => [name, name]) },
           { name: "result", label: "Result", kind: "json", value: "-1", optional: true, help: "usual success" },
           { name: "out", label: "Out", kind: "json", value: "", optional: true, help: "JSON list" },
           { name: "args", label: "Only for", kind: "json", value: "", optional: true, help: "any arguments" },
@@ -108,87 +128,8 @@ export function verbs(api) {
         verb: "restore",
         title: "Restore",
         about: "A call works as usual again, or every call does.",
-        fields: [{ name: "call", label: "Call", kind: "choice", value: "", optional: true, options: [["", "Every call"], ...CALLS.map(([name]) => [name, name])] }],
+        fields: [{ name: "call", label: "Call", kind: "choice", value: "", optional: true, options: [["", "Every call"], ...api.calls.map(({ name }) => [name, name])] }],
       },
     ],
   };
 }
-
-const CRITERIA_RECORD = '[{"12":"1001","13":1,"14":0,"16":"Made up"}]';
-const TEXT = '["{}"]';
-const TEXT_CALLS = [
-  "GetProgramList",
-  "GetProgram",
-  "GetPresentProgram",
-  "GetChannelLogo",
-  "GetProgramThumbnail",
-  "GetProgramBackground",
-  "SetOnDemandProgram",
-  "UnsetOnDemandProgram",
-  "GetOnDemandIdentifier",
-  "GetFeaturedVirtualChannelInfo",
-  "GetServiceIdFromOnTVProviderAndService",
-  "GetVCConfig",
-  "ProgramInfoIsAvailable",
-];
-
-/** Platform calls, each with a result that means failure and with out arguments that it may write. */
-export const CALLS = [
-  ["BmsCreatePlayer", "-1", "[7]"],
-  ["BmsPlay", "-1", ""],
-  ["BmsPause", "-1", ""],
-  ["BmsResume", "-1", ""],
-  ["BmsStop", "-1", ""],
-  ["BmsResumeLive", "-1", ""],
-  ["BmsSeek", "-1", ""],
-  ["BmsGetPlayTime", "-1", "[20000]"],
-  ["BmsSetVideoPosition", "-1", ""],
-  ["BmsSetCallback", "-1", ""],
-  ["BmsUnSetCallback", "-1", ""],
-  ["FCAPI::GetVirtualChannelsAPI", "null", ""],
-  ["FCAPI::GetZELumoAPI", "null", ""],
-  ...TEXT_CALLS.map((name) => [`FIVirtualChannelsAPI::${name}`, "false", TEXT]),
-  ["FIVirtualChannelsAPI::GetViewingAgreement", "false", ""],
-  ["FIVirtualChannelsAPI::RestartZelumoInfo", "false", ""],
-  [
-    "FIVirtualChannelsAPI::ExtractServiceInformationsFromServiceId",
-    "false",
-    '[{"serviceId":"1001","isForDirectTune":true,"channelType":1,"channelNumber":1,"serviceProfile":1,"major":1,"minor":0,"programNumber":1}]',
-  ],
-  ["FIZELumoAPI::LaunchedZELumoWebApp", "false", ""],
-  ["FIZELumoAPI::CheckIsFirstBootingInZELumo", "false", ""],
-  ["FIZELumoAPI::IsFirstEntryToZelumo", "false", ""],
-  ["FIZELumoAPI::IsInstantOn", "false", ""],
-  ["FIZELumoAPI::GetAppIDAndURL", "false", '["app","http://sample.tv/app/"]'],
-  ["FIZELumoAPI::CheckFirstBootInZELumo", "false", "[true,false]"],
-  ["FIIPCConnection::GetInstance", "null", ""],
-  ["FCEMSProxy::GetInstanceForPlugin", "null", ""],
-  ["FCEMSProxy::Subscribe", "-1", ""],
-  ["FCEMSProxy::Unsubscribe", "-1", ""],
-  ["TVServiceAPI::CreateServiceNavigation", "0", "[null]"],
-  ["TVServiceAPI::CreateSourceControl", "0", "[null]"],
-  ["TVServiceAPI::CreateSignalSubscriber", "0", "[null]"],
-  ["ISignalSubscriber::Subscribe", "-1", ""],
-  ["ISignalSubscriber::Unsubscribe", "-1", ""],
-  ["TCNavigationModeHelper::GetNavigationCriteria", "false", ""],
-  ["IServiceNavigation::TuneService", "0", ""],
-  ["IServiceNavigation::GetTvMode", "0", '[{"antennaMode":1,"serviceMode":1}]'],
-  ["IServiceNavigation::GetCurrentService", "0", CRITERIA_RECORD],
-  ["IServiceNavigation::SetNextService", "0", ""],
-  ["IServiceNavigation::SetPreviousService", "0", ""],
-  ["IServiceNavigation::GetServiceList", "-1", `[${CRITERIA_RECORD}]`],
-  ["ISourceControl::TuneService", "0", ""],
-  ["ISourceControl::GetSourceFlag", "1", "[1]"],
-  ["ISourceControl::GetSourceValue", "1", "[-1]"],
-  ["vconf_set_str", "-1", ""],
-  ["vconf_set_int", "-1", ""],
-  ["vconf_set_bool", "-1", ""],
-  ["vconf_get_str", "null", ""],
-  ["vconf_get_int", "-1", "[1]"],
-  ["vconf_get_bool", "-1", "[1]"],
-  ["vconf_notify_key_changed", "-1", ""],
-  ["vconf_ignore_key_changed", "-1", ""],
-  ["device_power_subscribe_poweroff", "-1", ""],
-  ["device_power_unsubscribe_poweroff", "-1", ""],
-  ["pp::Instance::RegisterMessageHandler", "-2", ""],
-];
