@@ -1,0 +1,5 @@
+import * as React from "react";
+import { createRoot } from "react-dom/client";
+import { App } from "./app.jsx";
+
+createRoot(document.querySelector("#root")).render(<App />);

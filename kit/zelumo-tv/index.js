@@ -1,0 +1,2 @@
+export { TvError, ZelumoError, startTv } from "./lib/tv.js";
+export { verbs } from "./lib/verbs.js";

@@ -1,0 +1,118 @@
+// Starts the program and ends it.
+import { spawn } from "node:child_process";
+import { randomBytes } from "node:crypto";
+import { closeSync, fstatSync, openSync, readSync, unlinkSync, writeSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { checkOptions } from "./near.js";
+import { dateOf } from "./time.js";
+import { program } from "./where.js";
+
+const ENDING_MS = 5000;
+const KEPT_CHARACTERS = 8192;
+export const OPTIONS = [
+  "app", "file", "date", "speed", "clock", "settings", "allowOrigins", "record", "media", "port", "log", "scenario",
+];
+
+/** A file without a name, which is gone with the last process that has it open, however that ends. */
+export function namelessFile(text = "") {
+  const path = join(tmpdir(), `zelumo-tv-${process.pid}-${randomBytes(8).toString("hex")}`);
+  const descriptor = openSync(path, "wx+", 0o600);
+  unlinkSync(path);
+  if (text) writeSync(descriptor, text);
+  return descriptor;
+}
+
+/** What a file without a name holds. */
+export function readNameless(descriptor) {
+  const data = Buffer.alloc(fstatSync(descriptor).size);
+  let length = 0;
+  while (length < data.length) {
+    const count = readSync(descriptor, data, length, data.length - length, length);
+    if (count === 0) break;
+    length += count;
+  }
+  return data.subarray(0, length).toString();
+}
+
+function speedOf({ clock, speed }) {
+  if (clock !== undefined && clock !== "manual" && clock !== "real") throw new TypeError('startTv: "clock" is "manual" or "real"');
+  if (clock === "manual" && speed) throw new TypeError('startTv: with the clock "manual" the speed is 0');
+  return speed ?? (clock === "real" ? 1 : 0);
+}
+
+/** The arguments of `serve`, and the descriptors that it inherits beside the standard ones. */
+function argumentsOf(options) {
+  const { app, file, date, settings, allowOrigins = [], record, media, port = 0, scenario } = options;
+  const args = ["serve", "--end-with-input", "--port", String(port), "--speed", String(speedOf(options))];
+  const inherited = [];
+  const inherit = (descriptor) => `/dev/fd/${2 + inherited.push(descriptor)}`;
+  if (app !== undefined) args.push("--app", app);
+  if (file !== undefined) args.push("--tv", typeof file === "string" ? file : inherit(namelessFile(JSON.stringify(file))));
+  if (date !== undefined) args.push("--date", date === "file" ? date : new Date(dateOf(date)).toISOString());
+  if (typeof settings === "string") args.push("--settings", settings);
+  for (const origin of [allowOrigins].flat()) args.push("--allow-origin", origin);
+  if (record !== undefined) args.push("--record", typeof record === "number" ? inherit(record) : record, "--overwrite");
+  if (media !== undefined) args.push("--media", media);
+  if (scenario !== undefined) args.push("--scenario", scenario);
+  return { args, inherited };
+}
+
+/**
+ * Starts a host. It reads this process's pipe, whose end is its end, so it goes with this process however that dies. Rejects
+ * with what the host said. Keeps this process alive no longer than until it serves.
+ */
+export async function startHost(options) {
+  checkOptions("startTv", options, OPTIONS);
+  const { args, inherited } = argumentsOf(options);
+  const { log } = options;
+  const child = spawn(program(), args, { stdio: ["pipe", "pipe", "pipe", ...inherited] });
+  for (const descriptor of inherited) if (descriptor !== options.record) closeSync(descriptor);
+  const host = { said: "", url: undefined, ending: undefined, status: undefined };
+  host.ended = new Promise((resolve) => {
+    child.once("error", (error) => {
+      host.said ||= error.code === "ENOENT" ? `zelumo-tv: there is no program at ${program()}` : error.message;
+      resolve((host.status = { code: null, signal: null }));
+    });
+    // Once all that it said is read.
+    child.once("close", (code, signal) => resolve((host.status = { code, signal })));
+  });
+  child.stdin.on("error", () => {});
+  child.stderr.setEncoding("utf8");
+  let unfinished = "";
+  child.stderr.on("data", (text) => {
+    host.said = (host.said + text).slice(-KEPT_CHARACTERS);
+    const lines = (unfinished + text).split("\n");
+    unfinished = lines.pop();
+    if (typeof log === "function") for (const line of lines) log(line);
+    else if (log) process.stderr.write(text);
+  });
+  let first = "";
+  const address = new Promise((resolve) => {
+    child.stdout.setEncoding("utf8");
+    child.stdout.on("data", (text) => {
+      if (host.url !== undefined) return;
+      first += text;
+      const found = /http:\/\/\S+?(?=\/?\s*\n)/.exec(first);
+      if (found) resolve(found[0]);
+    });
+  });
+  host.end = async () => {
+    host.ending ??= (async () => {
+      child.ref();
+      child.stdin.end();
+      const late = setTimeout(() => child.kill("SIGKILL"), ENDING_MS);
+      await host.ended;
+      clearTimeout(late);
+    })();
+    return host.ending;
+  };
+  host.url = await Promise.race([address, host.ended.then(() => undefined)]);
+  if (host.url === undefined) {
+    const { code, signal } = host.status;
+    throw new Error(host.said.trim() || `zelumo-tv ended before it served: ${signal ?? `status ${code}`}`);
+  }
+  for (const handle of [child, child.stdin, child.stdout, child.stderr]) handle.unref();
+  host.pid = child.pid;
+  return host;
+}
