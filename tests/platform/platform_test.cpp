@@ -220,7 +220,7 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
 
 TEST_F(Platform, CallsAreAsTheirDocumentSays)
 {
-    const std::regex row(R"(\| (`.*`) \| .*\| (.+) \| (.*?) ?\|)");
+    const std::regex row(R"(\| (`.*`) \| .* \| .+ \| (.*) \| `?(.*?)`? \|)");
     const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
     std::size_t calls = 0;
     for (const std::string& line : test::LinesOf(test::ReadFile(ZELUMO_WEB "/../docs/calls.md"))) {
@@ -228,7 +228,7 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
         if (!std::regex_match(line, cells, row))
             continue;
         Json::Value out(Json::arrayValue);
-        out.resize(static_cast<Json::ArrayIndex>(MatchesOf(cells[3], word).size()));
+        out.resize(static_cast<Json::ArrayIndex>(MatchesOf(cells[2], word).size()));
         std::string prefix;
         for (std::string name : MatchesOf(cells[1], word)) {
             SCOPED_TRACE(name);
@@ -244,6 +244,11 @@ TEST_F(Platform, CallsAreAsTheirDocumentSays)
             more.append(Json::Value());
             EXPECT_NE(call->Mistake({{}, more}), std::nullopt);
             EXPECT_EQ(call->Mistake({call->UsualResult(), {}}), std::nullopt);
+            if (cells[3].length() == 0)
+                continue;
+            const Json::Value failure = J(cells[3]);
+            EXPECT_EQ(call->Mistake({failure, {}}), std::nullopt);
+            EXPECT_NE(failure, call->UsualResult());
         }
     }
     for (const tv::Service* const service : tv::Services())
