@@ -160,8 +160,11 @@ function makeClient(element) {
       return () => {
         element.removeEventListener("message", listener);
         // The watch of a settings key can't be ended.
-        if (event && !stopped && of.handlers && --of.handlers === 0 && !of.page) ask("UnRegisterEvent", { event }).catch(warn);
+        if (!event || stopped || !of.handlers) return;
         stopped = true;
+        of.handlers -= 1;
+        // An element that has left the document has no plug-in any more that could tell anything.
+        if (!of.handlers && !of.page && element.isConnected !== false) ask("UnRegisterEvent", { event }).catch(warn);
       };
     },
   };

@@ -135,6 +135,13 @@ clientTest("handlers hear what they name until they are stopped", async (page, w
   await page.evaluate(() => stops.forEach((stop) => stop()));
   assert.equal(await made("FCEMSProxy::Unsubscribe", since), 2, "the channel's event and the one that brings the player's");
   assert.equal((await event(90019)).delivered, 0);
+  // As components do that end: their handlers are stopped after the element is gone.
+  await page.evaluate(() => {
+    const stop = hear("ITVS_Signal_Instant_On");
+    element.remove();
+    stop();
+  });
+  await until(async () => (await tv.state()).page === null, "the page is closed");
   assert.deepEqual(warnings, []);
 });
 
