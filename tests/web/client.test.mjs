@@ -163,7 +163,24 @@ clientTest("handlers and the page share a subscription", async (page, warnings) 
   assert.equal((await page.evaluate(() => fails(zelumo.registerEvent({ event: 90027 })))).code, 28);
   await page.evaluate(() => zelumo.unRegisterEvent({ event: 90027 }));
   assert.equal((await event(90027)).delivered, 0);
-  // One that fails is told, and isn't taken for granted afterwards.
+  // What the page ends is ended for handlers, too; the next one subscribes anew, and the earlier ones' stops are none of its.
+  await page.evaluate(async (name) => {
+    const first = hear(name);
+    await zelumo.unRegisterEvent({ event: 90027 });
+    stop = hear(name);
+    first();
+  }, on);
+  await event(90027);
+  assert.equal((await heard(page, 1)).length, 1);
+  await page.evaluate(() => stop());
+  assert.deepEqual([(await event(90027)).delivered, warnings], [0, []]);
+  // One that fails is told, and isn't taken for granted afterwards, by whomever.
+  await tv.do({ tv: "answer", call: "FCEMSProxy::GetInstanceForPlugin", result: null, times: 1 });
+  assert.equal((await page.evaluate(() => fails(zelumo.registerEvent({ event: 90027 })))).code, 28);
+  await page.evaluate((name) => (stop = hear(name)), on);
+  assert.equal((await event(90027)).delivered, 1);
+  await heard(page, 1);
+  await page.evaluate(() => stop());
   await tv.do({ tv: "answer", call: "FCEMSProxy::GetInstanceForPlugin", result: null, times: 1 });
   await page.evaluate((name) => hear(name), on);
   await until(() => warnings.some((text) => text.includes("RegisterEvent failed")), "a warning");

@@ -83,11 +83,11 @@ function makeClient(element) {
     return JSON.parse(LONG[command] ? text.replace(LONG[command], '$1"$2"') : text);
   };
 
-  // What the TV was asked to tell: whether the page asked, and how many handlers need it.
+  // What the TV was asked to tell: whether the page asked, and which handlers need it.
   const subscriptions = new Map();
   const subscription = (command, parameters) => {
     const id = command + json(parameters);
-    if (!subscriptions.has(id)) subscriptions.set(id, { page: false, handlers: 0, asked: null, ask: () => ask(command, parameters) });
+    if (!subscriptions.has(id)) subscriptions.set(id, { page: false, handlers: new Set(), asked: null, ask: () => ask(command, parameters) });
     return subscriptions.get(id);
   };
   const warn = (error) => console.warn(error);
@@ -97,20 +97,20 @@ function makeClient(element) {
     const of = subscription(command, parameters);
     const before = of.page;
     of.page = true;
-    return (of.handlers && !before && of.asked ? of.asked.catch(of.ask) : of.ask()).catch((error) => {
+    return (of.handlers.size && !before && of.asked ? of.asked.catch(of.ask) : of.ask()).catch((error) => {
       of.page = before;
       throw error;
     });
   };
-  const byHandler = (of) => {
-    if (!of.handlers && !of.page) {
+  const byHandler = (of, listener) => {
+    if (!of.handlers.size && !of.page) {
       of.asked = of.ask();
       of.asked.catch(warn);
     }
-    of.handlers += 1;
+    of.handlers.add(listener);
   };
   // On the desk a plug-in that was opened again knows of no subscription.
-  element.addEventListener("zelumoopen", () => subscriptions.forEach((of) => (of.page || of.handlers) && of.ask().catch(warn)));
+  element.addEventListener("zelumoopen", () => subscriptions.forEach((of) => (of.page || of.handlers.size) && of.ask().catch(warn)));
 
   // The message is the other listeners' as well, so its data are copied.
   const told = (data) => {
@@ -137,16 +137,12 @@ function makeClient(element) {
         }
       };
       element.addEventListener("message", listener);
-      if (of) byHandler(of);
-      let stopped = false;
+      if (of) byHandler(of, listener);
       return () => {
         element.removeEventListener("message", listener);
-        // The watch of a settings key can't be ended.
-        if (!event || stopped || !of.handlers) return;
-        stopped = true;
-        of.handlers -= 1;
-        // An element that has left the document has no plug-in any more that could tell anything.
-        if (!of.handlers && !of.page && element.isConnected !== false) ask("UnRegisterEvent", { event }).catch(warn);
+        // The watch of a settings key can't be ended, and an element that has left the document has no plug-in to be asked.
+        if (!event || !of.handlers.delete(listener) || of.handlers.size || of.page || element.isConnected === false) return;
+        ask("UnRegisterEvent", { event }).catch(warn);
       };
     },
   };
@@ -158,7 +154,9 @@ function makeClient(element) {
   client.registerEvent = byPage("RegisterEvent");
   client.addVconfCallbackWithKey = byPage("AddVconfCallbackWithKey");
   client.unRegisterEvent = (parameters) => {
-    Object.assign(subscription("RegisterEvent", parameters), { page: false, handlers: 0 });
+    const of = subscription("RegisterEvent", parameters);
+    of.page = false;
+    of.handlers.clear();
     return ask("UnRegisterEvent", parameters);
   };
   return client;
