@@ -1,3 +1,4 @@
+/// <reference lib="esnext.disposable" />
 import type {
   ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData,
 } from "./types.js";
@@ -97,7 +98,7 @@ export interface ReplyLine {
 /** A line of the journal, as the host writes it. */
 export type JournalLine = CallLine | MessageLine | ReplyLine | { [kind: string]: unknown };
 
-/** A message's name, some of its members, or what a function says. */
+/** A message's name, a player report's name or number, some of a message's members, or what a function says. */
 export type MessageFilter = string | number | Record<string, unknown> | ((message: any) => boolean);
 
 /** What happened since the test began. */

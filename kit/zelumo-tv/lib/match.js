@@ -1,3 +1,5 @@
+import { reportType } from "./api.js";
+
 function read(text) {
   try {
     return JSON.parse(text);
@@ -21,10 +23,11 @@ export function matches(actual, expected) {
 export const matchesArgs = (actual, expected) =>
   expected === undefined || (expected.length <= actual.length && expected.every((item, i) => item === null || matches(actual[i], item)));
 
-/** What a filter asks of a message: its name, some of its members, or what a function says. */
+/** What a filter asks of a message: its name, that of a player's report, some of its members, or what a function says. */
 export function messageFilter(filter) {
   if (filter === undefined) return () => true;
   if (typeof filter === "function") return filter;
   if (typeof filter === "object") return (message) => matches(message, filter);
-  return (message) => message?.command === filter || message?.event === filter || message?.type === filter;
+  const type = reportType(filter);
+  return (message) => message?.command === filter || message?.event === filter || (type !== undefined && message?.type === type);
 }
