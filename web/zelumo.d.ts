@@ -786,9 +786,9 @@ interface ZelumoEvents {
   /** A channel is loading. */
   ITVS_Signal_ZELumo_Control_State_ChLoad: {
     event: 90019;
-    /** The current channel's record as JSON text (ChannelRecord); empty as in the reply to GetCurrentChannelInfo, and where that would fail. */
+    /** The current channel's record; empty as in the reply to GetCurrentChannelInfo, and where that would fail. */
     ch_info: ZelumoText<ZelumoChannelRecord> | "";
-    /** What GetPresentProgram gives for that channel (PresentProgram); empty where that would fail. */
+    /** What GetPresentProgram gives for that channel; empty where that would fail. */
     program_info: ZelumoText<ZelumoPresentProgram> | "";
   };
   /** The TV has entered a channel. */

@@ -5,6 +5,7 @@ const texts = new Set(api.texts.map((t) => t.name));
 const textLink = (name) => `[${name}](#${name.toLowerCase()})`;
 
 function fieldType(f) {
+  if (f.text) return `${f.type}, JSON text of ${textLink(f.text)}${f.mayBeEmpty ? ", or empty" : ""}`;
   const base = texts.has(f.type) ? textLink(f.type) : f.type;
   return `${f.list ? "list of " : ""}${base}${f.nullable ? " or null" : ""}`;
 }
@@ -64,7 +65,8 @@ export function pageDocument() {
     "# The page's interface",
     "",
     "What a page says to the plug-in, and what it hears from it. [`web/page-api.json`](../web/page-api.json) describes it for",
-    "programs; this page, [`web/zelumo.d.ts`](../web/zelumo.d.ts) and the demo page's forms are made from it.",
+    "programs; this page, [`web/zelumo.d.ts`](../web/zelumo.d.ts), the [client](testing.md#the-pages-client) of the npm package, the",
+    "tables of [calls.md](calls.md) and the demo page's forms are made from it.",
     "",
     "- [The description file](#the-description-file)",
     "- [Messages and replies](#messages-and-replies)",
