@@ -13,7 +13,8 @@ type ZelumoText<T> = string & { readonly [zelumoText]: T };
 type ZelumoInput<T> = ZelumoText<T> | (string & { readonly [zelumoText]?: undefined });
 
 interface JSON {
-  parse<T>(text: ZelumoText<T>): T;
+  /** Throws for the empty text, where there may be one. */
+  parse<T>(text: ZelumoText<T> | ""): T;
 }
 
 /** What a message can be made of; anything else makes the element throw a DataCloneError. */

@@ -53,7 +53,8 @@ function texts(line) {
   line("type ZelumoInput<T> = ZelumoText<T> | (string & { readonly [zelumoText]?: undefined });");
   line();
   line("interface JSON {");
-  line("  parse<T>(text: ZelumoText<T>): T;");
+  line("  /** Throws for the empty text, where there may be one. */");
+  line('  parse<T>(text: ZelumoText<T> | ""): T;');
   line("}");
   line();
   line("/** What a message can be made of; anything else makes the element throw a DataCloneError. */");

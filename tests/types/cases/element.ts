@@ -56,6 +56,10 @@ holds<Same<ReturnType<typeof parsed>, any>>();
 function parsed(value: any) {
   return [JSON.parse(text), JSON.parse(value)][0];
 }
+// @ts-expect-error: a list asks for its channel
+element.postMessageAndAwaitResponse({ command: "GetProgramList", input: typed({ from: 1 }) });
+element.postMessageAndAwaitResponse({ command: "GetProgramList", input: typed({ TCServiceId: "1001" }) });
+declare function typed<T>(value: T): ZelumoText<T>;
 const unmarked: { free: number } = JSON.parse(text);
 const fromAny: { free: number } = JSON.parse(text as any);
 void [unmarked, fromAny];
@@ -70,6 +74,10 @@ element.addEventListener("message", (message) => {
       if (channel) holds<Same<typeof channel, ZelumoText<ZelumoChannelRecord>>>();
       if (channel) void JSON.parse(channel).channelName.length;
       if (program) void JSON.parse(program).present.title.length;
+      holds<Same<ReturnType<typeof record>, ZelumoChannelRecord>>();
+      function record() {
+        return JSON.parse(channel);
+      }
       // @ts-expect-error: an event has no such key
       void message.data.data.channel;
       return number;
