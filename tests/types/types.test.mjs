@@ -1,7 +1,9 @@
 // The typings and the client: what compiles and what doesn't, and how large and how modern the client is.
 import assert from "node:assert/strict";
 import { execFile } from "node:child_process";
-import { readFileSync } from "node:fs";
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
 import { test } from "node:test";
 import { fileURLToPath } from "node:url";
 import { promisify } from "node:util";
@@ -18,6 +20,19 @@ const compile = (...options) =>
 
 test("pages compile against the typings, and what is wrong in them doesn't", async () => {
   assert.equal(await compile("-p", "."), "");
+});
+
+test("what docs/testing.md shows of the types compiles", async () => {
+  const [, shown] = readFileSync(file("../../docs/testing.md"), "utf8").match(/```ts\n([^]*?)```/);
+  const folder = mkdtempSync(join(tmpdir(), "zelumo-types-"));
+  try {
+    writeFileSync(join(folder, "shown.ts"), `import { json } from "zelumo-tv/client";\n${shown}`);
+    const compilerOptions = { types: [], paths: { "zelumo-tv/*": [file("../../kit/zelumo-tv/*.d.ts")] } };
+    writeFileSync(join(folder, "tsconfig.json"), JSON.stringify({ extends: file("tsconfig.json"), compilerOptions, include: ["*.ts"] }));
+    assert.equal(await compile("-p", folder), "");
+  } finally {
+    rmSync(folder, { recursive: true });
+  }
 });
 
 test("the client is small and asks for ES2015 alone", async () => {
