@@ -1,0 +1,230 @@
+// The driver, from node:test, without a browser.
+import assert from "node:assert/strict";
+import { mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { after, test } from "node:test";
+import { TvError, ZelumoError, startTv } from "zelumo-tv";
+import { isUp, runs, script, start, until } from "./support.mjs";
+
+const folder = mkdtempSync(join(tmpdir(), "kit-driver-"));
+const tvs = new Set();
+after(async () => {
+  for (const tv of tvs) await tv.close();
+  rmSync(folder, { recursive: true });
+});
+async function begin(options) {
+  const tv = await startTv(options);
+  tvs.add(tv);
+  return tv;
+}
+
+const GET_VOLUME = ["GetIntegerFromVconfWithKey", { key: "db/menu/volume" }];
+
+test("what fails, answers and is slow, and works again", async () => {
+  const tv = await begin({ settings: { "db/menu/volume": 7 } });
+  const volume = () => tv.send(...GET_VOLUME);
+  const failure = { name: "ZelumoError", code: 9999, errorName: "UnknownError ", errorMessage: "Can't GetIntegerFromVconfWithKey" };
+  assert.equal(await volume(), 7);
+  for (const [what, act, expected] of [
+    ["a command", () => tv.fail(GET_VOLUME[0]), [failure, failure]],
+    ["a call", () => tv.fail("vconf_get_int"), [failure, failure]],
+    ["once", () => tv.fail(GET_VOLUME[0], { times: 1 }), [failure, 7]],
+    ["with a result", () => tv.fail("vconf_get_int", { result: -3, times: 1 }), [failure, 7]],
+    ["with a code", () => tv.fail(GET_VOLUME[0], { code: -9, times: 1 }), [failure, 7]],
+    ["with other arguments", () => tv.fail("vconf_get_int", { args: ["other"] }), [7, 7]],
+    ["with its arguments", () => tv.fail("vconf_get_int", { args: ["db/menu/volume"] }), [failure, failure]],
+    ["an answer", () => tv.answer("vconf_get_int", { result: 0, out: [99], times: 1 }), [99, 7]],
+    ["a verb", () => tv.verb(tv.verbs.answer("vconf_get_int", { out: [98], times: 1 })), [98, 7]],
+    ["a delay of no time", () => tv.delay(GET_VOLUME[0], 0), [7, 7]],
+  ]) {
+    await act();
+    for (const one of expected) {
+      if (typeof one === "number") assert.equal(await volume(), one, what);
+      else await assert.rejects(volume(), (error) => error instanceof ZelumoError && Object.keys(one).every((key) => error[key] === one[key]), what);
+    }
+    await tv.restore(what === "a call" ? undefined : GET_VOLUME[0]);
+    assert.equal(await volume(), 7, `${what}, restored`);
+  }
+  const codes = tv.journal.calls("vconf_get_int").map(({ result }) => result);
+  assert.ok(codes.includes(-3) && codes.includes(-9));
+
+  await tv.delay(GET_VOLUME[0], 60_000);
+  const slow = volume();
+  assert.equal(await Promise.race([slow, tv.state().then(() => "state")]), "state");
+  await tv.restore(GET_VOLUME[0]);
+  assert.equal(await slow, 7);
+});
+
+test("a wrong name, option, time or verb is refused with what is close, and changes nothing", async () => {
+  const tv = await begin();
+  for (const [act, message] of [
+    [() => tv.fail("SetNextServce"), /there is no platform call or command "SetNextServce"; did you mean "SetNextService"\?/],
+    [() => tv.fail("BmsPlayy"), /did you mean "BmsPlay"\?/],
+    [() => tv.fail("GetVersion"), /no platform call decides whether GetVersion works/],
+    [() => tv.fail("BmsPlay", { time: 1 }), /there is no option "time"; did you mean "times"\?/],
+    [() => tv.fail("ht_register_library"), /give a result/],
+    [() => tv.answer("SetNextService"), /there is no platform call "SetNextService"; did you mean "IServiceNavigation::SetNextService"\?/],
+    [() => tv.delay("Plaz", 1), /did you mean "Play"\?/],
+    [() => tv.restore("Sekk"), /did you mean "Seek"\?/],
+    [() => tv.fire("ITVS_Signal_Instant_Offf"), /did you mean "ITVS_Signal_Instant_Off"\?/],
+    [() => tv.report("EndOfStreem", { player: 1 }), /did you mean "EndOfStream"\?/],
+    [() => tv.report("EndOfStream"), /there is no player/],
+    [() => tv.press("ChannelUpp"), /did you mean "ChannelUp"\?/],
+    [() => tv.advance("1:60"), /is no playing time/],
+    [() => tv.advance(-1), /is no playing time/],
+    [() => tv.date("yesterday"), /is no date/],
+    [() => tv.at("00:01", { tv: "advance", ms: 1 }), /"do" can't be "advance"/],
+    [() => tv.verb({ tv: "signall" }), /there is no verb "signall"; did you mean "signal"\?/],
+    [() => tv.waitForCall("BmsPlayy"), /did you mean "BmsPlay"\?/],
+    [() => startTv({ dat: "file" }), /there is no option "dat"; did you mean "date"\?/],
+    [() => startTv({ clock: "manual", speed: 2 }), /the speed is 0/],
+    [() => startTv({ file: "/no/such/file" }), /zelumo-tv: \/no\/such\/file: No such file or directory/],
+    [() => startTv({ app: "/no/such/folder" }), /zelumo-tv: .*No such file or directory/],
+    [() => startTv({ file: { channels: [{ id: 7 }] } }), /channels\[0\]\.id: must be/],
+    [() => startTv({ port: Number(new URL(tv.url).port) }), /in use/],
+  ]) {
+    await assert.rejects(act, message, String(act));
+  }
+  assert.throws(() => tv.journal.calls("BmsPlayy"), /did you mean "BmsPlay"\?/);
+  const { answers, scheduled, playingTime } = await tv.state();
+  assert.deepEqual({ answers, scheduled, playingTime }, { answers: [], scheduled: [], playingTime: 0 });
+});
+
+test("time is in the test's hand", async () => {
+  const tv = await begin({ date: "2026-01-01T20:00:00+01:00" });
+  assert.deepEqual([(await tv.state()).time, (await tv.state()).speed], [Date.UTC(2026, 0, 1, 19), 0]);
+  await tv.at("00:02.5", tv.verbs.set("k", 1));
+  await tv.at("01:00:00", [tv.verbs.set("k", 2), tv.verbs.speed(3)]);
+  for (const [time, position, k] of [[2499, 2499, undefined], [1, 2500, 1], ["59:57", 3599500, 1], ["00:00.500", 3600000, 2]]) {
+    assert.equal((await tv.advance(time)).position, position);
+    assert.equal((await tv.state()).settings.k, k);
+  }
+  assert.equal((await tv.state()).speed, 3);
+  await tv.speed(0);
+  await tv.date(new Date(Date.UTC(2030, 5, 1)));
+  assert.equal((await tv.state()).time, Date.UTC(2030, 5, 1));
+
+  const scenario = join(folder, "own.jsonl");
+  writeFileSync(scenario, '# comment\n\n{"at":"00:10","tv":"setting","key":"k","value":10}\n{"at":5,"tv":"setting","key":"k","value":11}\n');
+  await tv.play(scenario);
+  await tv.advance(5);
+  assert.equal((await tv.state()).settings.k, 11);
+  await tv.advance("00:09.995");
+  assert.equal((await tv.state()).settings.k, 10);
+  for (const [line, mistake] of [
+    ['{"at":"00:10"}', /own\.jsonl: line 1: expected/],
+    ['\n{"at":"ten","tv":"restore"}', /line 2: "ten" is no playing time/],
+    ['{"at":1,"tv":"restor"}', /line 1: .*did you mean "restore"\?/],
+    ["{", /line 1: /],
+  ]) {
+    writeFileSync(scenario, line);
+    await assert.rejects(tv.play(scenario), mistake);
+  }
+});
+
+test("the journal is what happened until now, however much that is", async () => {
+  const tv = await begin({ date: "file" });
+  await tv.send("RegisterEvent", { event: 90019 });
+  const sent = 1500;
+  for (let i = 0; i < sent; i++) await tv.send("SetIntegerToVconfWithKey", { key: "k", input: i });
+  const values = tv.journal.calls("vconf_set_int").map(({ args }) => args[1]);
+  assert.deepEqual(values, Array.from({ length: sent }, (_, i) => i));
+  assert.equal(tv.journal.replies().length, sent + 1);
+  assert.equal(tv.journal.filter((line) => line.await?.command === "RegisterEvent").length, 1);
+
+  assert.deepEqual(tv.messages, []);
+  assert.equal(await tv.send("SetNextService"), true);
+  await tv.waitForMessage("ITVS_Signal_ZELumo_Control_State_ChLoad");
+  assert.deepEqual(tv.messages.map(({ command }) => command), ["ITVS_Signal_ZELumo_Control_State_ChLoad"]);
+  assert.equal((await tv.channel()).name, "Pellmoor News");
+  assert.equal(tv.journal.messages({ data: { event: 90019 } }).length, 1);
+  assert.equal(tv.journal.messages((message) => message.data.event === 1).length, 0);
+  // A verb about a call is no call.
+  await tv.fail("BmsPlay");
+  assert.equal(tv.journal.calls("BmsPlay").length, 0);
+});
+
+test("what is waited for came already, comes, or is told to have stayed away", async () => {
+  const tv = await begin();
+  assert.equal(await tv.player(), null);
+  await tv.send("RegisterEvent", { event: 90027 });
+  await tv.send("Init", { url: "http://sample.tv/film.mpd", timeOffset: 0 });
+  assert.equal(await tv.send("GetProgram", { input: { programId: "1001-1767225600" } }).then((data) => JSON.parse(data).program.programId), "1001-1767225600");
+  assert.equal((await tv.waitForCall("BmsCreatePlayer")).result, 0);
+  const played = tv.waitForCall("BmsPlay", { args: [null] });
+  const message = tv.waitForMessage({ type: 97, param1: "" });
+  await tv.send("Play");
+  assert.deepEqual((await played).args, [(await tv.player()).id]);
+  await tv.report("EndOfStream");
+  assert.equal((await message).event, "ZELUMO_EVENT");
+  await assert.rejects(tv.waitForMessage("ITVS_Signal_Instant_On", { timeout: 30 }), (error) => {
+    assert.ok(error instanceof TvError);
+    assert.match(error.message, /a message "ITVS_Signal_Instant_On" did not come within 30 ms; messages that came:\n(.*\n)*.*"type":97/);
+    return true;
+  });
+  await tv.fire(90027);
+  assert.equal((await tv.waitForMessage(({ command }) => command === "ITVS_Signal_Instant_On")).code, 0);
+  const lost = tv.waitForMessage("never");
+  await Promise.all([assert.rejects(lost, /the TV ended before/), tv.close()]);
+  await assert.rejects(tv.press("Enter"), /the TV is closed/);
+  assert.ok(tv.journal.calls("BmsPlay").length, "the journal stays");
+});
+
+test("a recording replays, pages of allowed origins are let in, and a settings file is kept", async () => {
+  const record = join(folder, "recording.jsonl");
+  writeFileSync(join(folder, "index.html"), "mine");
+  writeFileSync(record, "an older one");
+  const options = { record, settings: join(folder, "settings.db"), allowOrigins: ["http://localhost:5173"], app: folder, log: () => {} };
+  const tv = await begin(options);
+  const status = async (origin) => (await fetch(`${tv.url}/tv/state`, { headers: { Origin: origin } })).status;
+  assert.equal(await (await fetch(tv.url)).text(), "mine");
+  assert.deepEqual([await status("http://localhost:5173"), await status("http://localhost:5174")], [200, 403]);
+  await tv.set("k", 5);
+  await tv.send("GetIntegerFromVconfWithKey", { key: "k" });
+  await tv.advance(1000);
+  await tv.close();
+  const replayed = start("node_modules/.bin/zelumo-tv", ["script", "--check", record]);
+  assert.deepEqual([await replayed.ended, replayed.out, replayed.err], [{ code: 0, signal: null }, "", ""]);
+  assert.match(readFileSync(record, "utf8"), /"advance","ms":1000/);
+  const again = await begin({ ...options, record: undefined });
+  assert.equal((await again.state()).settings.k, 5);
+});
+
+test("the TV ends with its parent, however that ends, and leaves nothing", async () => {
+  const file = JSON.stringify({ channels: [{ id: "7", name: "Only One" }] });
+  const text = (then) => `
+    import { startTv } from "zelumo-tv";
+    const tv = await startTv({ file: ${file} });
+    console.log(tv.url, tv.pid, tv.journal.all().length);
+    ${then}`;
+  const temporary = mkdtempSync(join(folder, "tmp-"));
+  for (const [what, then, end] of [
+    ["killed", "setInterval(() => {}, 1000);", (child) => child.kill("SIGKILL")],
+    ["forgets to close it", "", () => {}],
+    ["throws", "throw new Error('expected here');", () => {}],
+    ["exits", "process.exit(3);", () => {}],
+    ["closes it", "await tv.close();", () => {}],
+    ["disposes of it", "await tv[Symbol.asyncDispose]();", () => {}],
+  ]) {
+    const run = script(text(then), { env: { ...process.env, TMPDIR: temporary } });
+    const [url, pid] = await until(() => run.out.includes("\n") && run.out.trim().split(" "), `${what}: ${run.err}`);
+    end(run.child);
+    await run.ended;
+    await until(() => isUp(url).then((up) => !up), `${what}: ${url} is up`);
+    await until(() => !runs(pid), `${what}: the process`);
+    assert.deepEqual(readdirSync(temporary), [], what);
+  }
+});
+
+test("a host that is killed is told", async () => {
+  const tv = await begin();
+  process.kill(tv.pid, "SIGKILL");
+  await assert.rejects(
+    async () => {
+      for (;;) await tv.state();
+    },
+    /the TV host has ended: .*SIGKILL|ECONN|socket hang up/,
+  );
+  await until(() => tv.state().then(() => false, (error) => /the TV host has ended: .*SIGKILL/.test(error.message)), "the reason");
+});

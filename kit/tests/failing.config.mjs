@@ -1,0 +1,4 @@
+// A test that fails, whose attachments are looked at.
+import config from "./playwright.config.mjs";
+
+export default { ...config, testDir: "failing", workers: 1, expect: { timeout: 700 } };

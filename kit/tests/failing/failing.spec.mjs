@@ -1,0 +1,34 @@
+import { test, expect } from "zelumo-tv/playwright";
+
+test.use({ tvOptions: { date: "2026-01-01T20:00:00Z" } });
+
+for (const [name, act] of [
+  ["toHaveSent", (tv) => expect(tv).toHaveSent("SetNextService", {}, { times: 2 })],
+  ["not.toHaveSent", (tv) => expect(tv).not.toHaveSent("SetNextService")],
+  ["toHaveCalled", (tv) => expect(tv).toHaveCalled("IServiceNavigation::SetNextService", { args: [{ mode: 99 }] })],
+  ["toHavePosted", (tv) => expect(tv).toHavePosted("ITVS_Signal_Instant_On")],
+  ["toBeTunedTo", (tv) => expect(tv).toBeTunedTo("Fernwick One")],
+  ["toBePlaying", (tv) => expect(tv).toBePlaying("http://sample.tv/film.mpd")],
+  ["toHaveSetting", (tv) => expect(tv).toHaveSetting("db/menu/volume", -1)],
+  ["typo", (tv) => expect(tv).not.toHaveCalled("IServiceNavigation::SetNextServce")],
+  ["page", (tv) => expect(tv.url).toBe("")],
+]) {
+  test(name, async ({ page, tv }) => {
+    await page.goto("/");
+    await expect(page.locator("#started")).toBeAttached();
+    await tv.press("ChannelUp");
+    await expect(tv).toBeTunedTo("Pellmoor News", { timeout: 10_000 });
+    await tv.advance("00:05");
+    await act(tv);
+  });
+}
+
+test.describe("one for a worker", () => {
+  test.use({ tvScope: "worker" });
+  test("worker", async ({ page, tv }) => {
+    await page.goto("/");
+    await expect(tv).toHaveSent("RegisterEvent", {}, { timeout: 10_000 });
+    await tv.advance("00:05");
+    expect(tv.url).toBe("");
+  });
+});

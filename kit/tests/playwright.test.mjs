@@ -1,0 +1,115 @@
+// The fixture, run by Playwright itself: 40 cases over 8 workers, and tests that fail.
+import assert from "node:assert/strict";
+import { mkdtempSync, readFileSync, readdirSync, rmSync } from "node:fs";
+import { createServer } from "node:net";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { after, before, test } from "node:test";
+import { commandOf, isUp, processesWith, start, until } from "./support.mjs";
+
+const MOST_SECONDS = 60;
+const PROCESSORS = 2;
+const MOST_FRESH_MS = 150;
+const folder = mkdtempSync(join(tmpdir(), "kit-playwright-"));
+after(() => rmSync(folder, { recursive: true }));
+
+const port = await new Promise((resolve) => {
+  const server = createServer().listen(0, "127.0.0.1", () => {
+    const { port: free } = server.address();
+    server.close(() => resolve(free));
+  });
+});
+
+let runs = 0;
+/** Runs Playwright; gives its report, each test's results by its title, and what of it still runs. */
+async function playwright(args, onStart = () => {}) {
+  const mark = `playwright-${process.pid}-${++runs}`;
+  const report = join(folder, `${mark}.json`);
+  const temporary = mkdtempSync(join(folder, "tmp-"));
+  const begin = Date.now();
+  const env = { ...process.env, KIT_MARK: mark, KIT_REPORT: report, KIT_DEV_PORT: String(port), TMPDIR: temporary };
+  // The shell says at last what processor time all of it has taken.
+  const command = [process.execPath, "node_modules/@playwright/test/cli.js", "test", "--output", join(folder, mark), ...args];
+  const run = start("bash", ["-c", '"$@"; status=$?; times >&2; exit $status', "bash", ...command], { env });
+  await onStart(run, () => processesWith("KIT_MARK", mark));
+  const { code, signal } = await run.ended;
+  const ms = Date.now() - begin;
+  const tests = new Map();
+  const walk = (suite) => {
+    for (const spec of suite.specs ?? []) tests.set(`${spec.file}: ${spec.title}`, spec.tests[0].results.at(-1));
+    for (const inner of suite.suites ?? []) walk(inner);
+  };
+  if (signal === null) JSON.parse(readFileSync(report, "utf8")).suites.forEach(walk);
+  await until(() => !processesWith("KIT_MARK", mark).length, `no process is left of ${args}`);
+  assert.ok(!(await isUp(`http://localhost:${port}`)), "the dev server is gone");
+  assert.deepEqual(readdirSync(temporary).filter((name) => name.startsWith("zelumo")), []);
+  const [minutes, seconds, more, rest] = (/(\d+)m([\d.]+)s (\d+)m([\d.]+)s\n$/.exec(run.err) ?? []).slice(1).map(Number);
+  return { code, tests, ms, processorSeconds: (minutes + more) * 60 + seconds + rest, said: run.out + run.err };
+}
+
+before(async () => {
+  const build = start(process.execPath, ["node_modules/vite/bin/vite.js", "build", "react-page"]);
+  assert.equal((await build.ended).code, 0, build.err);
+});
+
+test("40 cases over 8 workers pass in time, and leave nothing", async (t) => {
+  const { code, tests, ms, processorSeconds, said } = await playwright([]);
+  const bad = [...tests].filter(([, { status }]) => status !== "passed").map(([title]) => title);
+  assert.deepEqual([code, bad], [0, []], said.slice(-6000));
+  assert.ok(tests.size >= 40, `${tests.size} tests`);
+  t.diagnostic(`${tests.size} cases took ${(ms / 1000).toFixed(1)} s, and ${processorSeconds.toFixed(1)} s of processors`);
+  // Of two processors, whatever else the machine does at the time.
+  assert.ok(processorSeconds / PROCESSORS < MOST_SECONDS, `${processorSeconds} s`);
+});
+
+test("a test that fails says what did happen, and attaches it", async () => {
+  const { code, tests } = await playwright(["--config", "failing.config.mjs"]);
+  assert.equal(code, 1);
+  for (const [name, message] of [
+    ["toHaveSent", /expected the page to have sent SetNextService, 2 times; it was so 1 time; commands that came.*\n(.*\n)*.*"command":"SetNextService"/],
+    ["not.toHaveSent", /not\.toHaveSent: expected not the page to have sent SetNextService/],
+    ["toHaveCalled", /the call IServiceNavigation::SetNextService with \[\{"mode":99\}\]; calls that came/],
+    ["toHavePosted", /posted "ITVS_Signal_Instant_On"; messages that came:\n(.*\n)*.*ChLoad/],
+    ["toBeTunedTo", /tuned to "Fernwick One"; it shows "Pellmoor News", 1002/],
+    ["toBePlaying", /play "http:\/\/sample.tv\/film.mpd"; there is no player/],
+    ["toHaveSetting", /db\/menu\/volume to be -1; it is \d+/],
+    ["typo", /there is no platform call "IServiceNavigation::SetNextServce"; did you mean "IServiceNavigation::SetNextService"\?/],
+    ["page", /Expected: ""/],
+    ["worker", /Expected: ""/],
+  ]) {
+    const { status, error, attachments } = tests.get(`failing.spec.mjs: ${name}`);
+    assert.equal(status, "failed", name);
+    assert.match(error.message.replaceAll(/\x1b\[\d+m/g, ""), message, name);
+    const attached = (wanted) => attachments.find((one) => one.name === wanted);
+    const journal = Buffer.from(attached("zelumo-journal").body, "base64").toString().trim().split("\n").map((line) => JSON.parse(line));
+    assert.ok(journal.some((line) => line.await?.command === "RegisterEvent"), name);
+    const state = JSON.parse(Buffer.from(attached("zelumo-state").body, "base64"));
+    assert.notEqual(state.page, null, "the page had the TV then");
+    assert.equal(state.playingTime, 5000, name);
+    const { path } = attached("zelumo-recording");
+    assert.match(path, /\.jsonl$/);
+    const replay = start("node_modules/.bin/zelumo-tv", ["script", "--check", path]);
+    assert.deepEqual([await replay.ended, replay.out], [{ code: 0, signal: null }, ""], name);
+    assert.match(readFileSync(path, "utf8"), /"advance","ms":5000/, name);
+  }
+});
+
+test("a TV of its own takes a test little time", async (t) => {
+  const { code, tests, said } = await playwright(["--config", "figures.config.mjs"]);
+  assert.equal(code, 0, said.slice(-3000));
+  // Of each kind the test in the middle of the quicker half: the others were held up by something else.
+  const usual = (kind) => {
+    const all = [...tests].filter(([title]) => title.includes(`: ${kind} `)).map(([, { duration }]) => duration).sort((a, b) => a - b);
+    return all[Math.floor(all.length / 4)];
+  };
+  const [plain, tv] = [usual("plain"), usual("tv")];
+  t.diagnostic(`a new page takes ${plain} ms, with a fresh TV ${tv} ms`);
+  assert.ok(tv - plain < MOST_FRESH_MS, `${tv - plain} ms`);
+});
+
+test("a run that is killed leaves nothing", async () => {
+  await playwright(["specs/dev.spec.mjs", "--workers", "2"], async (run, processes) => {
+    await until(async () => (await isUp(`http://localhost:${port}`)) && processes().length > 5, "tests that run");
+    for (const pid of processes().filter((one) => commandOf(one).includes("@playwright/test/cli.js"))) process.kill(pid, "SIGKILL");
+  });
+});
