@@ -5,7 +5,7 @@ import { dirname, join } from "node:path";
 import { after, test } from "node:test";
 import { HERE, start } from "./support.mjs";
 
-const guide = readFileSync(process.env.KIT_GUIDE ?? join(HERE, "../../docs/testing.md"), "utf8");
+const guide = readFileSync(process.env.KIT_GUIDE, "utf8");
 // Inside this folder, so that the packages are found.
 const folder = mkdtempSync(join(HERE, "guide-"));
 after(() => rmSync(folder, { recursive: true }));
