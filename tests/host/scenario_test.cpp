@@ -64,7 +64,7 @@ TEST(Scenario, MistakesAreToldWithTheirLine)
              {R"({"at":1,"tv":"advance","ms":5})", "\"do\" can't be \"advance\""},
          }) {
         const std::string file = folder.Write("bad.jsonl", "# first\n" + line + "\n");
-        const test::HostResult result = test::RunHost("serve --port 0 --end-with-input --scenario " + file);
+        const test::HostResult result = test::RunHost("serve --port 0 --scenario " + file);
         EXPECT_EQ(result.status, 2) << line;
         EXPECT_EQ(result.out, "") << line;
         EXPECT_NE(result.err.find("zelumo-tv: scenario " + file + ": line 2: "), std::string::npos)
@@ -75,8 +75,7 @@ TEST(Scenario, MistakesAreToldWithTheirLine)
         }
     }
     for (const std::string& missing : {(folder / "none").string(), std::string("/")})
-        EXPECT_EQ(test::RunHost("serve --port 0 --end-with-input --scenario " + missing).status, 2)
-            << missing;
+        EXPECT_EQ(test::RunHost("serve --port 0 --scenario " + missing).status, 2) << missing;
 }
 
 }  // namespace
