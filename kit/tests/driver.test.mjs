@@ -150,7 +150,8 @@ test("what is waited for came already, comes, or is told to have stayed away", a
   assert.equal(await tv.player(), null);
   await tv.send("RegisterEvent", { event: 90027 });
   await tv.send("Init", { url: "http://sample.tv/film.mpd", timeOffset: 0 });
-  assert.equal(await tv.send("GetProgram", { input: { programId: "1001-1767225600" } }).then((data) => JSON.parse(data).program.programId), "1001-1767225600");
+  const programId = "1001-1767225600";
+  assert.equal(JSON.parse(await tv.send("GetProgram", { input: { programId } })).program.programId, programId);
   assert.equal((await tv.waitForCall("BmsCreatePlayer")).result, 0);
   const played = tv.waitForCall("BmsPlay", { args: [null] });
   const message = tv.waitForMessage({ type: 97, param1: "" });

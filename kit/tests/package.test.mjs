@@ -13,7 +13,9 @@ const NEWEST_GLIBC = [2, 35];
 
 const json = (name) => JSON.parse(readFileSync(join(MODULES, name, "package.json"), "utf8"));
 const files = (name) =>
-  readdirSync(join(MODULES, name), { recursive: true, withFileTypes: true }).filter((entry) => !entry.isDirectory()).map((entry) => join(entry.parentPath, entry.name));
+  readdirSync(join(MODULES, name), { recursive: true, withFileTypes: true })
+    .filter((entry) => !entry.isDirectory())
+    .map((entry) => join(entry.parentPath, entry.name));
 const platforms = Object.keys(json("zelumo-tv").optionalDependencies);
 
 test("the packages run no scripts, hold no links, and name each other", () => {
@@ -64,7 +66,8 @@ test("nothing but glibc 2.35 is asked of the system", (t) => {
 });
 
 test("the libraries beside the program are those that it runs with", async () => {
-  const run = start(LAUNCHER, ["serve", "--port", "0", "--end-with-input"], { env: { ...process.env, LD_LIBRARY_PATH: "/usr/lib/x86_64-linux-gnu" } });
+  const env = { ...process.env, LD_LIBRARY_PATH: "/usr/lib/x86_64-linux-gnu" };
+  const run = start(LAUNCHER, ["serve", "--port", "0", "--end-with-input"], { env });
   await until(() => run.out.includes("http://"), "the address");
   const { page } = await (await fetch(`${run.out.match(/http:\S+/)[0]}page/open`, { method: "POST" })).json();
   assert.ok(page);
@@ -89,7 +92,11 @@ test("status, streams and signals are the program's", async () => {
   assert.equal((await script.ended).code, 1);
   assert.match(script.out, /^\{"reply":\{"code":0,"data":"1.00"\}\}\n\{"error":"line 2: /);
 
-  for (const [signal, ending] of [["SIGINT", { code: 0, signal: null }], ["SIGTERM", { code: 0, signal: null }], ["SIGKILL", { code: null, signal: "SIGKILL" }]]) {
+  for (const [signal, ending] of [
+    ["SIGINT", { code: 0, signal: null }],
+    ["SIGTERM", { code: 0, signal: null }],
+    ["SIGKILL", { code: null, signal: "SIGKILL" }],
+  ]) {
     const serving = start(LAUNCHER, ["serve", "--port", "0"]);
     await until(() => serving.out.includes("http://"), "the address");
     serving.child.kill(signal);
@@ -102,7 +109,10 @@ test("ZELUMO_TV names another program, and a missing one is told", async () => {
   const other = start(LAUNCHER, ["a b", "c"], { env: { ...process.env, ZELUMO_TV: "/bin/echo" } });
   assert.deepEqual([(await other.ended).code, other.out], [0, "a b c\n"]);
   const text = 'import { startTv } from "zelumo-tv"; await startTv().catch((error) => console.log(error.message));';
-  for (const [program, said] of [["/no/such/program", "zelumo-tv: there is no program at /no/such/program\n"], ["/bin/false", "zelumo-tv ended before it served: status 1\n"]]) {
+  for (const [program, said] of [
+    ["/no/such/program", "zelumo-tv: there is no program at /no/such/program\n"],
+    ["/bin/false", "zelumo-tv ended before it served: status 1\n"],
+  ]) {
     const driver = start(process.execPath, ["--input-type=module", "-e", text], { env: { ...process.env, ZELUMO_TV: program } });
     await driver.ended;
     assert.equal(driver.out, said);

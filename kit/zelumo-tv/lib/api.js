@@ -59,5 +59,3 @@ export function reportType(type) {
 }
 
 export const reportNames = () => names(api().playerEvents.types);
-/** Names of the messages that a page can be posted, settings keys aside. */
-export const messageNames = () => [...new Set([...api().events, ...api().signals, ...api().commands.map(({ name }) => ({ command: name }))].map(({ command }) => command))];

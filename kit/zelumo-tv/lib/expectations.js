@@ -54,7 +54,8 @@ function lines(wanted, kind, fits, options) {
     const came = keeper.sinceBegin().filter(is[kind]);
     const count = came.filter(fits).length;
     const pass = options.times === undefined ? count > 0 : count === options.times;
-    return { pass, tell: () => (count ? `it was so ${count} ${count === 1 ? "time" : "times"}; ` : "") + told(came, kind === "sent" ? "command" : kind) };
+    const often = count ? `it was so ${count} ${count === 1 ? "time" : "times"}; ` : "";
+    return { pass, tell: () => often + told(came, kind === "sent" ? "command" : kind) };
   };
   return { wanted: wanted + times(options.times), look, timeout: options.timeout };
 }

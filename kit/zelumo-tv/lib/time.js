@@ -19,6 +19,8 @@ export function dateOf(when) {
   let date = when;
   if (typeof when === "string") date = new Date(/T.*(Z|[+-]\d\d:?\d\d)$/.test(when) || !when.includes("T") ? when : `${when}Z`);
   const ms = date instanceof Date ? date.getTime() : date;
-  if (typeof ms !== "number" || !Number.isFinite(ms)) throw new TypeError(`${JSON.stringify(when)} is no date: write 2026-01-01T20:00:00Z, or give a Date`);
+  if (typeof ms !== "number" || !Number.isFinite(ms)) {
+    throw new TypeError(`${JSON.stringify(when)} is no date: write 2026-01-01T20:00:00Z, or give a Date`);
+  }
   return Math.trunc(ms);
 }
