@@ -585,13 +585,13 @@ interface ZelumoCommands {
     parameters: {
       /** The stream's address. */
       url: string;
-      /** Where to start, in seconds; passed on to the player service unchecked. */
+      /** Where to start, in seconds, not milliseconds; passed on to the player service unchecked. One outside the stream means its nearer end; of a live stream 0 is the live edge. */
       timeOffset: number;
       /** The kind of player; 0 when absent. */
       playerType?: number;
       /** The kind of content protection; used only together with drmData. */
       drmType?: string;
-      /** The content-protection data; used only together with drmType. */
+      /** The content-protection data; used only together with drmType. Where the browser plays: JSON with licenseServer, headers, clearKeys. */
       drmData?: string;
     };
     reply:
@@ -770,7 +770,7 @@ type ZelumoEventMessage = { [Name in keyof ZelumoEvents]: ZelumoPosted<Name, Zel
 /** A watched settings key was written, whether or not its value changed: the key is both the message's name and its data. The value is read with the getter of its type. */
 type ZelumoSettingMessage = ZelumoPosted<string, string>;
 
-/** A report of the player service. Reports reach the page from its first event subscription on. */
+/** A report of the player service. Reports reach the page from its first event subscription on: one that came before the page's first RegisterEvent is dropped, not kept, so a page subscribes before its first Init. */
 interface ZelumoPlayerMessage {
   event: "ZELUMO_EVENT";
   type: ZelumoPlayerEventType;
@@ -791,8 +791,8 @@ interface ZelumoPlayerMessage {
  * 134 FileNotFound: There is no stream at the address.
  * 137 CurrentPosition: The position, once a second of playing time.
  * 144 BeginOfStream: Playing begins.
- * 200 GetWindowID: The player's window was asked for.
- * 201 GetInitInfo: The player's first data are there.
+ * 200 GetWindowID: The player's window was asked for. No player off the TV sends it.
+ * 201 GetInitInfo: The player's first data are there. No player off the TV sends it.
  */
 type ZelumoPlayerEventType = 32 | 33 | 34 | 35 | 36 | 37 | 97 | 98 | 131 | 134 | 137 | 144 | 200 | 201;
 
