@@ -229,7 +229,7 @@
 
   function play(command) {
     const tell = (line) => sockets.get("runtime")?.send(JSON.stringify(line));
-    media ??= import(`${HOST}/zelumo-media.js`).then(({ Media }) => new Media({ tell }));
+    media ??= import(`${HOST}/zelumo-media.js`).then(({ start }) => start(tell, command.url));
     media.then((player) => player.do(command), ({ message }) => {
       const status = { state: "failed", position: 0, duration: 0, live: false, rate: 0 };
       if (command.do === "create") tell({ tv: "media", player: command.player, status, type: 98, detail: message });

@@ -1,79 +1,20 @@
-// Plays in the browser the streams that the page's commands ask for: the TV host has accepted the commands, and hears
-// how the streams stand and what has become of them. docs/player.md says how a player behaves.
-import { Notices } from "./zelumo-media/notices.js";
-import { Player } from "./zelumo-media/player.js";
-import { ERROR } from "./zelumo-media/reports.js";
-import { Sound } from "./zelumo-media/sound.js";
-import { Stage } from "./zelumo-media/stage.js";
-import { Trouble } from "./zelumo-media/trouble.js";
+// Where the browser plays: fetches what does so (zelumo-media/media.js), and gets it going. Everything is asked for at once, and
+// not one after the other as the modules name each other, so that the first picture is there sooner.
+const FOLDER = new URL("./zelumo-media/", import.meta.url);
+const MODULES = [
+  "codecs", "dash", "library", "media", "notices", "player", "reports", "rights", "sound", "source", "sources", "stage", "ticks", "timeline",
+  "trouble",
+];
+const PLAIN = /\.(mp4|m4v|webm|ogv|mp3|m4a)$/i; // files that need no library, as most are named
 
-export class Media {
-  #tell;
-  #players = new Map(); // by their ids
-  #newest = null; // the player that was created last
-  #stage = new Stage();
-  #notices = new Notices((id) => {
-    const rect = this.#players.get(id)?.rect;
-    return rect ? this.#stage.areaOf(rect) : null;
-  });
-  #sound = new Sound(this.#notices);
+function ask(rel, name, more = {}) {
+  document.documentElement.append(Object.assign(document.createElement("link"), { rel, href: new URL(name, FOLDER).href, crossOrigin: "anonymous", ...more }));
+}
 
-  /** tell(line) sends one object to the TV host. */
-  constructor({ tell }) {
-    this.#tell = tell;
-  }
-
-  /** Carries out one command; they come in order. Never throws: what goes wrong is the end of that player. */
-  do(command) {
-    try {
-      this.#carryOut(command);
-    } catch (error) {
-      console.error("zelumo-media:", error, command);
-      this.#players.get(command?.player)?.fail(new Trouble(ERROR, `${command?.do}: ${error}`));
-    }
-  }
-
-  /** Every player goes. Nothing is told of them any more. */
-  releaseAll() {
-    for (const player of this.#players.values()) player.release();
-    this.#players.clear();
-    this.#newest = null;
-    this.#notices.clear();
-  }
-
-  #carryOut(command) {
-    const id = command.player;
-    const player = this.#players.get(id);
-    if (command.do === "create") {
-      player?.release();
-      this.#create(command);
-    } else if (command.do === "release") {
-      player?.release();
-      this.#players.delete(id);
-      if (this.#newest === player) this.#newest = null;
-    } else {
-      player?.do(command);
-    }
-  }
-
-  #create(command) {
-    const player = new Player(command, {
-      tell: (line) => this.#tell(line),
-      stage: this.#stage,
-      notices: this.#notices,
-      sound: this.#sound,
-      begins: () => this.#begins(player),
-    });
-    // Only the newest is kept loaded ahead of its "play".
-    this.#newest?.letGo();
-    this.#newest = player;
-    this.#players.set(command.player, player);
-    player.load();
-  }
-
-  // A stream begins: the last picture of those that have ended gives way, and so does what was said of failures.
-  #begins(beginner) {
-    for (const player of this.#players.values()) if (player !== beginner) player.giveWay();
-    this.#notices.clearFailures();
-  }
+/** What carries out the host's commands, and tells it by tell(line) what becomes of them. `address`: of the first stream. */
+export async function start(tell, address = "") {
+  for (const name of MODULES) ask("modulepreload", `${name}.js`);
+  if (!PLAIN.test(address.split(/[?#]/, 1)[0])) ask("preload", "shaka-player.dash.js", { as: "fetch" });
+  const { Media } = await import("./zelumo-media/media.js");
+  return new Media({ tell });
 }
