@@ -128,6 +128,21 @@ struct CommonOptions {
     tv::MediaKind media = tv::MediaKind::Simulated;
 };
 
+/// Web mode. `usual_settings`: those that no database adds to. Returns the exit status. Throws as RunServe.
+int Serve(const CommonOptions& common, host::ServeOptions& serve, const Json::Value& usual_settings)
+{
+    serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
+    if (!common.date.empty())
+        serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
+    const bool in_browser = common.media == tv::MediaKind::Browser;
+    serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
+                  "zelumo-tv " + (common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ') + "script " +
+                      (in_browser ? "--media browser " : "") + "--check " + serve.record.string()};
+    if (in_browser && !host::HasDashPlayer(serve.web))
+        std::fputs("zelumo-tv: warning: DASH streams need shaka-player; ./setup media installs it\n", stderr);
+    return host::RunServe(serve);
+}
+
 /// Web mode or script mode, of which the options of one count. Returns the exit status. Throws Interrupted,
 /// and as Run.
 int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, host::ScriptOptions script)
@@ -175,18 +190,7 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
     int status = 0;
     if (is_serve) {
         serve.plugin = script.plugin;
-        serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
-        const std::string tv_option = common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ';
-        if (!common.date.empty())
-            serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
-        const bool in_browser = common.media == tv::MediaKind::Browser;
-        serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
-                      "zelumo-tv " + tv_option + "script " + (in_browser ? "--media browser " : "") +
-                          "--check " + record};
-        if (in_browser && !host::HasDashPlayer(serve.web))
-            std::fputs("zelumo-tv: warning: DASH streams need shaka-player; ./setup media installs it\n",
-                       stderr);
-        status = host::RunServe(serve);
+        status = Serve(common, serve, usual_settings);
     } else {
         status = host::RunScript(script);
     }

@@ -107,6 +107,7 @@
   function enter(next) {
     const own = [...sockets.values()];
     sockets.clear();
+    release();
     for (const socket of own) socket.close();
     clearTimeout(timer);
     state = next;
@@ -120,6 +121,7 @@
     },
     runtime(line) {
       if ("key" in line) press(line);
+      else if ("media" in line) play(line.media);
     },
   };
 
@@ -135,6 +137,8 @@
       own.onclose = () => {
         if (sockets.get(name) !== own) return;
         sockets.delete(name);
+        // The host takes what plays for lost then.
+        if (name === "runtime") release();
         findOut();
       };
     }
@@ -215,6 +219,21 @@
       if (failure.reason === "unreachable") lose("unreachable");
       throw failure;
     }
+  }
+
+  // ---- Streams, where the host lets the browser play them. What does so is fetched with the first one.
+
+  let media = null; // a promise
+
+  const release = () => media?.then((player) => player.releaseAll(), () => {});
+
+  function play(command) {
+    const tell = (line) => sockets.get("runtime")?.send(JSON.stringify(line));
+    media ??= import(`${HOST}/zelumo-media.js`).then(({ start }) => start(tell, command.url));
+    media.then((player) => player.do(command), ({ message }) => {
+      const status = { state: "failed", position: 0, duration: 0, live: false, rate: 0 };
+      if (command.do === "create") tell({ tv: "media", player: command.player, status, type: 98, detail: message });
+    });
   }
 
   // ---- Keys of the remote

@@ -627,13 +627,13 @@ interface ZelumoCommands {
     parameters: {
       /** The stream's address. */
       url: string;
-      /** Where to start, in seconds; passed on to the player service unchecked. */
+      /** Where to start, in seconds, not milliseconds; passed on to the player service unchecked. One outside the stream means its nearer end; of a live stream 0 is the live edge. */
       timeOffset: number;
       /** The kind of player; 0 when absent. */
       playerType?: number;
       /** The kind of content protection; used only together with drmData. */
       drmType?: string;
-      /** The content-protection data; used only together with drmType. */
+      /** The content-protection data; used only together with drmType. Where the browser plays: JSON with licenseServer, headers, clearKeys. */
       drmData?: string;
     };
     reply:
@@ -841,9 +841,9 @@ interface ZelumoPlayerEvents {
   137: { name: "CurrentPosition"; param1: string; param2: string };
   /** BeginOfStream. Playing begins. */
   144: { name: "BeginOfStream"; param1: ""; param2: "" };
-  /** GetWindowID. The player's window was asked for. */
+  /** GetWindowID. The player's window was asked for. No player off the TV sends it. */
   200: { name: "GetWindowID"; param1: ""; param2: "" };
-  /** GetInitInfo. The player's first data are there. */
+  /** GetInitInfo. The player's first data are there. No player off the TV sends it. */
   201: { name: "GetInitInfo"; param1: ""; param2: "" };
 }
 
@@ -883,7 +883,7 @@ type ZelumoSettingKey = `${string}/${string}`;
 /** A watched settings key was written, whether or not its value changed: the key is both the message's name and its data. The value is read with the getter of its type. */
 type ZelumoSettingMessage = ZelumoPosted<ZelumoSettingKey, ZelumoSettingKey>;
 
-/** A report of the player service. Reports reach the page from its first event subscription on. */
+/** A report of the player service. Reports reach the page from its first event subscription on: one that came before the page's first RegisterEvent is dropped, not kept, so a page subscribes before its first Init. */
 type ZelumoPlayerMessage = {
   [Type in ZelumoPlayerEventType]: {
     command?: undefined;

@@ -12,7 +12,6 @@ namespace {
 
 using test::J;
 using test::ServeProcess;
-using test::Text;
 using test::WebClient;
 using test::WebListener;
 

@@ -57,13 +57,13 @@ export class Tv {
   }
 }
 
-/** Waits until `ask` gives something true, and gives that. */
+/** Waits until `ask` gives something true, and gives that. `what` may be a function that says so in the end. */
 export async function until(ask, what) {
   const end = Date.now() + WAIT_MS;
   for (;;) {
     const value = await ask();
     if (value) return value;
-    assert.ok(Date.now() < end, `waited in vain: ${what}`);
+    if (Date.now() >= end) assert.fail(`waited in vain: ${typeof what === "function" ? await what() : what}`);
     await new Promise((resolve) => setTimeout(resolve, 10));
   }
 }
@@ -76,8 +76,8 @@ after(async () => {
 });
 
 /** A test with a browser of its own state; where it fails, pictures of its pages stay in build/web-failures. */
-export function browserTest(name, body, options = {}) {
-  test(name, { timeout: 90_000 }, async (t) => {
+export function browserTest(name, body, { timeout = 90_000, ...options } = {}) {
+  test(name, { timeout }, async (t) => {
     browser ??= await launch();
     const context = await browser.newContext({ viewport: { width: 1280, height: 720 }, ...options });
     context.setDefaultTimeout(WAIT_MS);

@@ -24,9 +24,11 @@ fs::path Folder(const fs::path& path)
 std::string TypeOf(const fs::path& file)
 {
     // clang-format off
-    static constexpr std::array<std::pair<std::string_view, const char*>, 31> kTypes{{
+    static constexpr std::array<std::pair<std::string_view, const char*>, 41> kTypes{{
+        {".aac",         "audio/aac"},
         {".avif",        "image/avif"},
         {".css",         "text/css; charset=utf-8"},
+        {".flac",        "audio/flac"},
         {".gif",         "image/gif"},
         {".htm",         "text/html; charset=utf-8"},
         {".html",        "text/html; charset=utf-8"},
@@ -36,13 +38,20 @@ std::string TypeOf(const fs::path& file)
         {".js",          "text/javascript; charset=utf-8"},
         {".json",        "application/json"},
         {".m3u8",        "application/vnd.apple.mpegurl"},
+        {".m4a",         "audio/mp4"},
+        {".m4s",         "video/iso.segment"},
+        {".m4v",         "video/mp4"},
         {".map",         "application/json"},
         {".md",          "text/markdown; charset=utf-8"},
         {".mjs",         "text/javascript; charset=utf-8"},
+        {".mov",         "video/quicktime"},
         {".mp3",         "audio/mpeg"},
         {".mp4",         "video/mp4"},
         {".mpd",         "application/dash+xml"},
+        {".oga",         "audio/ogg"},
         {".ogg",         "audio/ogg"},
+        {".ogv",         "video/ogg"},
+        {".opus",        "audio/ogg"},
         {".otf",         "font/otf"},
         {".png",         "image/png"},
         {".svg",         "image/svg+xml"},
@@ -51,6 +60,7 @@ std::string TypeOf(const fs::path& file)
         {".txt",         "text/plain; charset=utf-8"},
         {".vtt",         "text/vtt; charset=utf-8"},
         {".wasm",        "application/wasm"},
+        {".wav",         "audio/wav"},
         {".webm",        "video/webm"},
         {".webmanifest", "application/manifest+json"},
         {".webp",        "image/webp"},
@@ -186,6 +196,12 @@ std::optional<WebFiles::Found> WebFiles::Find(std::string_view path, bool wants_
             return FindIn(app_, "index.html", "index.html");
     }
     return *names == "favicon.ico" ? FindIn(web_, "demo/icon.svg", path) : std::nullopt;
+}
+
+bool HasDashPlayer(const fs::path& web)
+{
+    std::error_code error;
+    return fs::exists(web / "zelumo-media" / "shaka-player.dash.js", error);
 }
 
 fs::path DefaultWebPath()

@@ -75,6 +75,7 @@ class ChannelApp extends HTMLElement {
     this.setAttribute("aria-label", "TV screen. Arrow keys, Enter, Escape and digits work as on the remote.");
     this.backdrop = h("div", { class: "backdrop" });
     this.plane = h("div", { class: "video-plane", hidden: true });
+    const video = h("div", { class: "video-screen", dataset: { zelumoScreen: "" } });
     this.clock = h("div", { class: "tv-clock" });
     this.digits = h("div", { class: "tv-digits", hidden: true, role: "status" });
     this.notice = h("div", { class: "tv-notice", role: "status", hidden: true });
@@ -84,6 +85,7 @@ class ChannelApp extends HTMLElement {
       "div",
       { class: "screen" },
       this.backdrop,
+      video,
       this.plane,
       Object.values(this.views).map((view) => view.element),
       this.clock,

@@ -1,13 +1,17 @@
 import { h } from "./dom.js";
 import { duration } from "./format.js";
 
-const STREAMS = [
-  ["http://sample.tv/film.mpd", "Film", "Ten minutes"],
-  ["http://sample.tv/short.mpd", "Short", "Half a minute"],
-  ["http://sample.tv/live.mpd", "Live", "A live stream"],
-  ["http://sample.tv/missing.mpd", "Missing", "There is no such stream"],
-  ["http://sample.tv/broken.mpd", "Broken", "Can't be played"],
+// What the sample TV plays.
+const SAMPLES = [
+  { url: "http://sample.tv/film.mpd", name: "Film", about: "Ten minutes" },
+  { url: "http://sample.tv/short.mpd", name: "Short", about: "Half a minute" },
+  { url: "http://sample.tv/live.mpd", name: "Live", about: "A live stream" },
+  { url: "http://sample.tv/stalling.mpd", name: "Stalling", about: "Buffers again at 6 s and 15 s" },
+  { url: "http://sample.tv/failing.mpd", name: "Failing", about: "Fails after 8 s" },
+  { url: "http://sample.tv/missing.mpd", name: "Missing", about: "There is no such stream" },
+  { url: "http://sample.tv/broken.mpd", name: "Broken", about: "Can't be played" },
 ];
+const OWN_STREAMS = "/streams.json"; // a list of the same form, of the person's own page, for real playback
 // Where the video goes, in screen pixels.
 const SIZES = {
   window: { x: 620, y: 130, width: 1200, height: 675 },
@@ -19,6 +23,9 @@ const NO_STREAM = "Nothing is playing";
 
 /** Streams on the TV's media player. */
 export class PlayerView {
+  #list = SAMPLES;
+  #media = "simulated"; // who plays
+  #isLive = false;
   #chosen = 0;
   #size = "window";
   #stream = null; // the stream that was opened last
@@ -56,7 +63,7 @@ export class PlayerView {
 
   show() {
     this.streams.replaceChildren(
-      ...STREAMS.map(([url, name, about], i) =>
+      ...this.#list.map(({ url, name, about }, i) =>
         h(
           "button",
           {
@@ -84,7 +91,7 @@ export class PlayerView {
 
   key(key) {
     if (key === "up" || key === "down") {
-      this.#chosen = (this.#chosen + (key === "down" ? 1 : -1) + STREAMS.length) % STREAMS.length;
+      this.#chosen = (this.#chosen + (key === "down" ? 1 : -1) + this.#list.length) % this.#list.length;
       this.#draw();
     } else if (key === "ok") {
       this.#open();
@@ -107,7 +114,7 @@ export class PlayerView {
     }
     if (type === 34 || type === 137 || type === 144) this.#playing = true;
     if ([33, 36, 97, 98, 134].includes(type)) this.#playing = false;
-    if (type in EVENT) this.status.textContent = this.#stream ? `${this.#stream[1]}: ${EVENT[type]}` : EVENT[type];
+    if (type in EVENT) this.status.textContent = this.#stream ? `${this.#stream.name}: ${EVENT[type]}` : EVENT[type];
     this.heardList.prepend(h("li", {}, h("b", {}, String(type)), ` ${EVENT[type] ?? ""} `, h("span", {}, [param1, param2].filter(Boolean).join(" / "))));
     while (this.heardList.childElementCount > 6) this.heardList.lastChild.remove();
     this.#drawTime();
@@ -116,15 +123,29 @@ export class PlayerView {
   /** The TV's state came: draws the video where the TV has put it. */
   tvState(state) {
     const { plane } = this.app;
+    if (state && state.media !== this.#media) this.#playsIn(state.media);
     const player = (state?.players ?? []).filter((p) => p.rect && p.state !== "stopped" && p.state !== "failed").at(-1);
-    plane.hidden = !player;
+    // A real picture needs none that is drawn.
+    plane.hidden = !player || this.#media === "browser";
     if (!player) return;
+    this.#isLive = player.live;
     const { x, y, width, height } = player.rect;
     for (const [name, value] of Object.entries({ left: x, top: y, width, height })) plane.style.setProperty(name, `${value}px`);
     plane.dataset.state = player.state;
     const file = player.url.split("/").at(-1);
     plane.replaceChildren(h("p", { class: "what" }, file), h("p", {}, `${player.state} · ${duration(player.position)}${player.live ? " · live" : ` of ${duration(player.duration)}`}`));
     this.app.dataset.video = width >= 1900 ? "full" : "part";
+  }
+
+  // Where the browser plays, the samples are no streams; the person's page may list some that are.
+  async #playsIn(media) {
+    this.#media = media;
+    if (media !== "browser") return;
+    const response = await fetch(OWN_STREAMS);
+    const isJson = /json/.test(response.headers.get("Content-Type") ?? "");
+    if (response.ok && isJson) this.#list = await response.json();
+    else this.app.tell("The samples are no real streams: serve a page with streams.json, as examples/stream");
+    this.show();
   }
 
   #ask(command, parameters) {
@@ -136,12 +157,13 @@ export class PlayerView {
 
   #open() {
     if (this.#stream) this.#ask("Stop");
-    const stream = STREAMS[this.#chosen];
+    const stream = this.#list[this.#chosen];
     this.#stream = stream;
+    this.#isLive = false;
     this.#position = this.#length = 0;
     this.heardList.replaceChildren();
-    this.status.textContent = `${stream[1]}: opening`;
-    if (!this.#ask("Init", { url: stream[0], timeOffset: 0 })) return;
+    this.status.textContent = `${stream.name}: opening`;
+    if (!this.#ask("Init", { url: new URL(stream.url, location.href).href, timeOffset: 0 })) return;
     this.#place(this.#size);
     this.#ask("Play");
     this.#draw();
@@ -166,7 +188,7 @@ export class PlayerView {
   #draw() {
     [...this.streams.children].forEach((row, i) => {
       row.setAttribute("aria-selected", String(i === this.#chosen));
-      row.classList.toggle("current", row.dataset.url === this.#stream?.[0]);
+      row.classList.toggle("current", row.dataset.url === this.#stream?.url);
     });
     for (const control of this.controls.children) control.setAttribute("aria-pressed", String(control.dataset.act === this.#size));
     this.element.dataset.size = this.#size;
@@ -174,7 +196,7 @@ export class PlayerView {
   }
 
   #drawTime() {
-    const live = this.#stream?.[1] === "Live";
+    const live = this.#isLive;
     this.seekBar.max = Math.floor(this.#length / 1000);
     if (document.activeElement !== this.seekBar || this.#playing) this.seekBar.value = Math.floor(this.#position / 1000);
     this.seekBar.disabled = !this.#length;

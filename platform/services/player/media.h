@@ -40,7 +40,7 @@ struct PLATFORM_API MediaStatus {
     /// The first position that there is.
     Time Start() const;
     /// Whether a seek may lead there.
-    bool Reaches(Time position) const;
+    bool Reaches(Time to) const;
 
     /// How it stands when nothing happens for that long. What falls out of the window moves with its start.
     MediaStatus After(Time passed) const;

@@ -89,10 +89,10 @@ std::optional<BmsPlayerId> PlayerService::Create(const MediaSource& source)
     if (next_id_ == kReservedId)
         ++next_id_;
     const BmsPlayerId id = next_id_++;
-    Entry& entry = players_.emplace(id, Make(id, source)).first->second;
+    const auto made = players_.emplace(id, Make(id, source)).first;
     const std::vector<BmsPlayerId> registered = registrations_.Topics();
     if (std::find(registered.begin(), registered.end(), id) != registered.end())
-        Announce(entry);
+        Announce(made->second);
     return id;
 }
 

@@ -1,0 +1,359 @@
+// Real streams in the browser page: what is seen, what the page hears, and what a recording of it replays.
+import assert from "node:assert/strict";
+import { spawnSync } from "node:child_process";
+import { mkdtemp, rm, writeFile } from "node:fs/promises";
+import { tmpdir } from "node:os";
+import { join } from "node:path";
+import { after } from "node:test";
+import { KEY, KEY_ID, StreamServer, UNKNOWN_CODEC, makeStreams } from "./streams.mjs";
+import { PAGES, Tv, browserTest, until } from "./support.mjs";
+
+const streams = await StreamServer.start(await makeStreams());
+const folder = await mkdtemp(join(tmpdir(), "media-"));
+const tvFile = join(folder, "tv.json");
+await writeFile(tvFile, JSON.stringify({ drm: { own: "org.w3.clearkey", lacking: "com.example.rights" } }));
+const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", "browser");
+after(async () => {
+  await streams.close();
+  await rm(folder, { recursive: true });
+});
+
+const FULL = { x: 0, y: 0, width: 1920, height: 1080 };
+
+/** A page with player events. */
+class Viewer {
+  static async open(context, host = tv) {
+    const viewer = new Viewer();
+    viewer.tv = host;
+    viewer.page = await context.newPage();
+    await viewer.load();
+    return viewer;
+  }
+
+  async load() {
+    await this.page.goto(this.tv.url);
+    await this.send({ command: "RegisterEvent", event: 90001 });
+    const state = await (await fetch(`${this.tv.url}/journal`)).json();
+    this.since = state.next;
+  }
+
+  send(message) {
+    return this.page.evaluate((asked) => ask(asked).data, message);
+  }
+
+  /** Makes a player and lets it play. `name`: of a file of the server, or an address. */
+  async play(name, more = {}) {
+    const url = name.includes("://") ? name : `${streams.url}/${name}`;
+    assert.equal(await this.send({ command: "Init", url, timeOffset: 0, ...more }), true);
+    await this.send({ command: "SetDisplayRect", ...FULL });
+    await this.send({ command: "Play" });
+  }
+
+  /** The reports so far: [{type, param1, param2}]. */
+  reports() {
+    return this.page.evaluate(() => heard.filter(({ event }) => event === "ZELUMO_EVENT"));
+  }
+
+  /** The first report of that type that comes after `count` others have come; all since then. */
+  async hears(type, count = 0, fits = () => true) {
+    const has = (all) => all.slice(count).some((report) => report.type === type && fits(report));
+    let all;
+    await until(async () => has((all = await this.reports())), async () => `report ${type} after ${count}: ${JSON.stringify(all)}`);
+    return all.slice(count);
+  }
+
+  async count() {
+    return (await this.reports()).length;
+  }
+
+  async player() {
+    return (await this.tv.state()).players.at(-1);
+  }
+
+  /** What the browser told beside its reports since the page was loaded. */
+  async details() {
+    const { lines } = await (await fetch(`${this.tv.url}/journal?since=${this.since}`)).json();
+    return lines.filter((line) => line.tv === "media" && line.detail).map(({ detail }) => detail);
+  }
+
+  async detail(part) {
+    await until(async () => (await this.details()).some((detail) => detail.includes(part)), async () => `${part}: ${await this.details()}`);
+  }
+
+  videos() {
+    return this.page.evaluate(() => document.querySelectorAll("video").length);
+  }
+
+  /** The text of what is said on the screen. */
+  notice(part) {
+    return this.page.getByText(part);
+  }
+}
+
+const types = (reports) => reports.map(({ type }) => type).filter((type) => type !== 131 && type !== 137);
+
+browserTest("a film plays under the page where it is placed, to its end", async (context) => {
+  for (const name of ["film.mpd", "film.mp4", "film.webm"]) {
+    const viewer = await Viewer.open(context);
+    await viewer.play(name, { timeOffset: 16 });
+    await viewer.send({ command: "SetDisplayRect", x: 960, y: 540, width: 480, height: 270 });
+    await viewer.hears(137);
+    const seen = await viewer.page.evaluate(() => {
+      const video = document.querySelector("video");
+      const { x, y, width, height } = video.getBoundingClientRect();
+      const above = document.elementFromPoint(x + 5, y + 5);
+      return { place: [x, y, width, height], size: [video.videoWidth, video.videoHeight], above: above.tagName };
+    });
+    assert.deepEqual(seen, { place: [640, 360, 320, 180], size: [320, 180], above: "HTML" }, name);
+    await viewer.hears(97);
+    const reports = await viewer.reports();
+    assert.deepEqual(types(reports), [32, 144, 97], name);
+    for (const { type, param1, param2 } of reports) {
+      if (type !== 137) continue;
+      // A second of playing each, give or take what it takes to begin.
+      assert.ok(Math.abs(((Number(param1) + 500) % 1000) - 500) < 250, `${name}: told ${param1}`);
+      assert.ok(Math.abs(Number(param2) - 20_000) < 100, `${name}: of ${param2}`);
+    }
+    const { state, position, duration } = await viewer.player();
+    assert.equal(state, "ended");
+    assert.equal(position, duration);
+    await viewer.send({ command: "Stop" });
+    await viewer.hears(36);
+    assert.equal(await viewer.videos(), 0);
+    await viewer.page.close();
+  }
+});
+
+browserTest("a live stream has an edge and a window that slides", async (context) => {
+  streams.startLive();
+  const viewer = await Viewer.open(context);
+  await viewer.play("live.mpd");
+  await viewer.hears(137);
+  const edge = await viewer.player();
+  assert.ok(edge.live && edge.duration - edge.position < 6000, JSON.stringify(edge));
+  await viewer.send({ command: "JumpBackward", sec: 4 });
+  await viewer.hears(35);
+  await viewer.send({ command: "Pause" });
+  await viewer.hears(33);
+  const paused = (await viewer.player()).position;
+  // Held where it is, until the window's start comes by and takes it along.
+  await until(async () => (await viewer.player()).position > paused + 500, "the window slides");
+  await viewer.send({ command: "Resume" });
+  await viewer.hears(34);
+  const count = await viewer.count();
+  await viewer.hears(137, count);
+  const late = await viewer.player();
+  assert.ok(late.duration - late.position > 6000, JSON.stringify(late));
+  await viewer.send({ command: "ResumeLive", reason: "test" });
+  const [{ param1, param2 }] = (await viewer.hears(35, count)).filter(({ type }) => type === 35);
+  assert.ok(param2 - param1 < 6000, `${param1} of ${param2}`);
+  const again = await viewer.count();
+  await viewer.send({ command: "Seek", sec: 0 });
+  await viewer.hears(37, again);
+  streams.stopLive();
+});
+
+browserTest("streams that can't be played say why, to the page, in the journal and on the screen", async (context) => {
+  const other = await StreamServer.start(await makeStreams());
+  const rights = (drmType, drmData) => ({ drmType, drmData: typeof drmData === "string" ? drmData : JSON.stringify(drmData) });
+  const cases = [
+    ["a manifest that isn't there", "nothing.mpd", {}, [134], "1001", null],
+    ["a file that isn't there", "nothing.mp4", {}, [134], "nothing.mp4", null],
+    ["a codec that no browser here has", "hevc.mpd", {}, [98], UNKNOWN_CODEC],
+    ["no CORS headers", "film.mpd", { cors: false }, [98], "Access-Control-Allow-Origin"],
+    ["nobody there", "http://127.0.0.1:9/film.mpd", {}, [98], "can't be reached"],
+    ["HLS", "film.m3u8", {}, [98], "HLS"],
+    ["rights that aren't mapped", "clear.mpd", rights("unknown", {}), [98], 'drmType "unknown"'],
+    ["rights that the browser lacks", "clear.mpd", rights("lacking", {}), [98], "com.example.rights"],
+    ["rights that are no JSON", "clear.mpd", rights("own", "{"), [98], "drmData"],
+    ["rights of a wrong form", "clear.mpd", rights("own", { clearKeys: 5 }), [98], "clearKeys"],
+  ];
+  for (const [what, name, { cors = true, ...more }, expected, part, shown = part] of cases) {
+    const viewer = await Viewer.open(context);
+    other.cors = cors;
+    await viewer.play(name.includes("://") ? name : `${other.url}/${name}`, more);
+    await viewer.hears(expected[0]);
+    assert.deepEqual(types(await viewer.reports()), expected, what);
+    await viewer.detail(part);
+    // A page knows by itself what to say of a stream that isn't there.
+    if (shown) await viewer.notice(shown).first().waitFor();
+    assert.equal((await viewer.player()).state, "failed", what);
+    assert.equal(await viewer.send({ command: "Play" }), false, what);
+    assert.equal(await viewer.videos(), 0, what);
+    await viewer.page.close();
+  }
+  await other.close();
+});
+
+browserTest("a page that came by https learns that it can load nothing by http", async (context) => {
+  const origin = "https://page.example";
+  const host = await Tv.start("--media", "browser", "--allow-origin", origin);
+  await context.grantPermissions(["local-network-access"], { origin });
+  await context.route(`${origin}/`, (route) =>
+    route.fulfill({ contentType: "text/html", body: `<script>const heard = [];</script><script crossorigin src="${host.url}/zelumo-embed.js"></script>
+      <embed id="tv" type="application/x-zelumo"><script>const ask = (message) => tv.postMessageAndAwaitResponse(message);</script>` }));
+  const viewer = Object.assign(new Viewer(), { tv: host, page: await context.newPage(), since: 1 });
+  await viewer.page.goto(`${origin}/`);
+  await viewer.play("http://stream.example/film.mpd");
+  await viewer.detail("mixed content");
+  await viewer.notice("mixed content").first().waitFor();
+});
+
+browserTest("what is lost or held up in the middle of a stream", async (context) => {
+  const viewer = await Viewer.open(context);
+  // It is asked for at once, and needed 4 s later.
+  streams.stall("long/video-8", 7000);
+  await viewer.play("long.mpd", { timeOffset: 10 });
+  await viewer.hears(144);
+  const begun = await viewer.count();
+  const stalled = await viewer.hears(131, begun, ({ param1 }) => param1 === "100");
+  assert.deepEqual(stalled.filter(({ type }) => type === 131).map(({ param1 }) => param1)[0], "0");
+  const count = await viewer.count();
+  await viewer.hears(137, count);
+  // Another player begins, and its stream has a hole.
+  streams.missing.add("film/video-4");
+  await viewer.play("film.mpd", { timeOffset: 3 });
+  await viewer.hears(98, count);
+  streams.missing.clear();
+  const after = types((await viewer.reports()).slice(count));
+  assert.deepEqual(after.sort(), [144, 32, 36, 98]);
+  await viewer.detail("1001");
+  assert.ok((await viewer.player()).position > 3000);
+});
+
+browserTest("rights reach the browser", async (context) => {
+  const viewer = await Viewer.open(context);
+  await viewer.play("clear.mpd", { drmType: "own", drmData: JSON.stringify({ clearKeys: { [KEY_ID]: KEY } }) });
+  await viewer.hears(137);
+  assert.ok(await viewer.page.evaluate(() => document.querySelector("video").mediaKeys !== null));
+});
+
+browserTest("where no page may start with sound, it comes with the first click", async (context) => {
+  const viewer = Object.assign(new Viewer(), { tv, page: await context.newPage(), since: (await (await fetch(`${tv.url}/journal`)).json()).next });
+  // By itself: what a test evaluates in the page counts as somebody's click.
+  await viewer.page.goto(`${tv.url}/plays.html?url=${encodeURIComponent(`${streams.url}/film.mpd`)}`);
+  await viewer.detail("muted");
+  await until(async () => (await viewer.player()).state === "playing", "it plays all the same");
+  await viewer.page.getByRole("button").click();
+  assert.equal(await viewer.page.evaluate(() => document.querySelector("video").muted), false);
+  assert.equal(await viewer.page.getByRole("button").count(), 0);
+});
+
+browserTest("the position is what the reports say, wherever it is sought", async (context) => {
+  const viewer = await Viewer.open(context);
+  await viewer.play("long.mpd");
+  await viewer.hears(144);
+  await viewer.page.evaluate(() => {
+    window.compared = [];
+    tv.addEventListener("message", ({ data: { type, param1 } }) => {
+      const video = document.querySelector("video");
+      if (type === 35 || type === 137) compared.push([type, Number(param1) - video.currentTime * 1000]);
+    });
+  });
+  // What the page asks for between two reports runs on the TV's clock, which moves in steps of a tenth of a second.
+  let seed = 7;
+  const random = (below) => (seed = (seed * 48271) % 2147483647) % below;
+  const end = Date.now() + 60_000;
+  for (let sought = 0; Date.now() < end; sought += 1) {
+    const count = await viewer.count();
+    const sec = random(57);
+    const burst = random(3);
+    for (let i = 0; i < burst; i += 1) await viewer.send({ command: "Seek", sec: random(57) });
+    await viewer.send({ command: "Seek", sec });
+    const seen = await viewer.hears(35, count, ({ param1 }) => Math.abs(param1 - sec * 1000) < 250);
+    assert.ok(seen.filter(({ type }) => type === 35).length <= burst + 1);
+    const now = () => viewer.page.evaluate(() => document.querySelector("video").currentTime * 1000);
+    const before = await now();
+    const { position } = await viewer.player();
+    const after = await now();
+    assert.ok(position > before - 600 && position < after + 600, `${before}, ${position}, ${after}`);
+  }
+  const compared = await viewer.page.evaluate(() => compared);
+  assert.ok(compared.length > 20);
+  for (const [type, by] of compared) assert.ok(Math.abs(by) <= 250, `${type} is off by ${by} ms`);
+});
+
+browserTest("many players leave nothing behind", async (context) => {
+  const viewer = await Viewer.open(context);
+  const heap = async () => {
+    const session = await context.newCDPSession(viewer.page);
+    await session.send("HeapProfiler.collectGarbage");
+    const { usedSize } = await session.send("Runtime.getHeapUsage");
+    await session.detach();
+    return usedSize;
+  };
+  let first = 0;
+  for (let i = 0; i < 200; i += 1) {
+    const count = await viewer.count();
+    await viewer.play("film.mpd");
+    await viewer.hears(144, count);
+    assert.ok((await viewer.videos()) <= 2);
+    if (i === 20) first = await heap();
+    if (i % 20 === 0) await viewer.page.evaluate(() => heard.splice(0));
+  }
+  await viewer.send({ command: "Stop" });
+  await viewer.hears(36);
+  assert.equal(await viewer.videos(), 0);
+  const grown = (await heap()) - first;
+  assert.ok(grown < 3_000_000, `${grown} bytes more`);
+}, { timeout: 180_000 });
+
+browserTest("a recording replays without a browser", async (context) => {
+  const recording = join(folder, "session.jsonl");
+  const host = await Tv.start("--app", PAGES, "--media", "browser", "--record", recording);
+  streams.startLive();
+  const viewer = await Viewer.open(context, host);
+  await viewer.play("long.mpd");
+  await viewer.hears(137);
+  await viewer.send({ command: "Pause" });
+  await viewer.hears(33);
+  await viewer.send({ command: "Seek", sec: 30 });
+  await viewer.hears(35);
+  await viewer.send({ command: "Resume" });
+  await viewer.hears(34);
+  await viewer.send({ command: "JumpForward", sec: 5 });
+  let count = await viewer.count();
+  await viewer.hears(137, count);
+  streams.stall("long/video-27", 2500);
+  await viewer.send({ command: "Seek", sec: 51 });
+  count = await viewer.count();
+  await viewer.hears(131, count, ({ param1 }) => param1 === "100");
+  await viewer.send({ command: "Seek", sec: 59 });
+  await viewer.hears(97);
+  await viewer.play("live.mpd");
+  await viewer.hears(144, count);
+  await viewer.send({ command: "ResumeLive", reason: "test" });
+  await viewer.load();
+  // Two players, one takes the decoder; then a failure.
+  await viewer.play("film.mpd");
+  await viewer.hears(144);
+  await viewer.play("film.mp4");
+  await viewer.hears(36);
+  count = await viewer.count();
+  await viewer.hears(137, count);
+  await viewer.play("nothing.mpd");
+  await viewer.hears(134);
+  await viewer.page.close();
+  await until(async () => (await host.state()).page === null, "the page has gone");
+  await host.end();
+  streams.stopLive();
+  const { status, stdout } = spawnSync(process.env.ZELUMO_TV, ["script", "--media", "browser", "--check", recording], { encoding: "utf8" });
+  assert.equal(stdout, "");
+  assert.equal(status, 0);
+});
+
+browserTest("pages that play nothing ask for nothing more, and a host that goes takes what plays along", async (context) => {
+  const host = await Tv.start("--app", PAGES, "--media", "browser");
+  const page = await context.newPage();
+  const asked = [];
+  page.on("request", (request) => asked.push(new URL(request.url()).pathname));
+  await page.goto(host.url);
+  await page.evaluate(() => ask({ command: "GetVersion" }));
+  assert.ok(!asked.some((path) => path.includes("media")), String(asked));
+  const viewer = Object.assign(new Viewer(), { tv: host, page });
+  await viewer.load();
+  await viewer.play("long.mpd");
+  await viewer.hears(144);
+  await host.end("SIGKILL");
+  await until(async () => (await viewer.videos()) === 0, "nothing plays without a host");
+});
