@@ -198,7 +198,7 @@ export interface Tv extends AsyncDisposable {
   /** When so much more playing time has passed, the TV does this. */
   at(time: PlayingTime, verb: Verb | Verb[]): Promise<void>;
   /** From now on the TV does what the scenario says. */
-  play(scenarioFile: string): Promise<void>;
+  play(scenarioFile: string | URL): Promise<void>;
   verb(verb: Verb): Promise<Did>;
 
   state(): Promise<State>;

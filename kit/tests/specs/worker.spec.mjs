@@ -24,3 +24,11 @@ test("the next test has the same TV, whose faults and journal are its own", asyn
   await expect(tv).toHaveSetting("my/key", 5);
   expect(await tv.send("GetIntegerFromVconfWithKey", { key: "my/key" })).toBe(5);
 });
+
+test.describe("with an address of the project's own", () => {
+  test.use({ baseURL: "http://localhost:9" });
+  test("it is kept", ({ baseURL, tv }) => {
+    expect(baseURL).toBe("http://localhost:9");
+    expect(tv.url).toMatch(/^http:\/\/127\.0\.0\.1:\d+$/);
+  });
+});
