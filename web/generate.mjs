@@ -22,7 +22,6 @@ function current(name) {
 
 const files = {
   "web/zelumo.d.ts": typings(),
-  "kit/zelumo-tv/zelumo.d.ts": typings(),
   "kit/zelumo-tv/types.d.ts": typesModule(),
   "kit/zelumo-tv/client.js": client(),
   "kit/zelumo-tv/client.d.ts": clientTypings(),
