@@ -35,27 +35,39 @@ function written(heard) {
 /** Whether these are the reports that are expected. What really plays may stall at any time, on a busy machine say. */
 function fits(heard, expected, media) {
   if (media === "simulated") return heard === expected;
-  const pattern = expected.replace(/[()]/g, "\\$&").replace(/\b(144|34|35|37|32|134)\b/g, "$1(?: 131 131\\(100\\))*");
-  return new RegExp(`^${pattern}$`).test(heard);
+  const due = expected.split(" ");
+  let hasBegun = false;
+  for (const report of heard.split(" ")) {
+    if (report === due[0]) hasBegun = due.shift() === "144" || hasBegun;
+    else if (!hasBegun || !report.startsWith("131")) return false;
+  }
+  return due.length === 0;
 }
 
 const joined = (...parts) => parts.filter(Boolean).join(" ");
 const told = (commands) => commands.map(([{ command, stream, sec }]) => joined(command, stream, sec?.toString())).join(", ");
 
 const LANES = 4; // so many TVs side by side: most of the time goes by in waiting
+const STEP_MS = 200; // by which a simulation's time is moved on while something is waited for
 
 async function keeps(rules, media, context) {
-  const speed = media === "simulated" ? 3 : 1;
-  const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", media, "--speed", String(speed));
+  const isSimulated = media === "simulated";
+  const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", media, "--speed", isSimulated ? "0" : "1");
   const page = await context.newPage();
   const send = (commands) =>
     page.evaluate(
       (all) => all.map((message) => ask(message).data === true),
       commands.map(({ stream, ...message }) => (stream ? { ...message, url: addressOf(stream) } : message)),
     );
-  const hears = (reports, what) => {
+  const hears = (reports, what, also = reports) => {
     const hear = async () => written(await page.evaluate(() => heard));
-    return until(async () => fits(await hear(), reports, media), async () => `${what}: ${reports}, not ${await hear()}`);
+    const isIt = async () => {
+      const now = await hear();
+      if ([reports, also].some((one) => fits(now, one, media))) return true;
+      if (isSimulated) await tv.do({ tv: "advance", ms: STEP_MS });
+      return false;
+    };
+    return until(isIt, async () => `${what}: ${reports}, not ${await hear()}`);
   };
   for (const [state, commands, reports, then, differs] of rules) {
     const here = media === "browser" ? differs : undefined;
@@ -70,12 +82,13 @@ async function keeps(rules, media, context) {
     }
     const accepted = await send(commands.map(([command]) => command));
     assert.deepEqual(accepted, here?.accepted ?? commands.map(([, is]) => is), what);
+    const also = here?.also && joined(expected, here.also);
     expected = joined(expected, here?.reports ?? reports);
-    await hears(expected, what);
+    await hears(expected, what, also);
     await until(async () => (await tv.state()).players.at(-1).state === then, `${what}: ${then}`);
     // Reports come in order: behind this one none is left that nobody expects.
     await send([{ command: "Init", stream: "missing", timeOffset: 0 }]);
-    await hears(joined(expected, "134"), what);
+    await hears(joined(expected, "134"), what, also && joined(also, "134"));
   }
   await tv.end();
 }

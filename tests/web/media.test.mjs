@@ -266,7 +266,7 @@ browserTest("the position is what the reports say, wherever it is sought", async
     const before = await now();
     const { position } = await viewer.player();
     const after = await now();
-    assert.ok(position > before - 600 && position < after + 600, `${before}, ${position}, ${after}`);
+    assert.ok(position > before - 400 && position < after + 400, `${before}, ${position}, ${after}`);
   }
   const compared = await viewer.page.evaluate(() => compared);
   assert.ok(compared.length > 20);

@@ -2,9 +2,9 @@
 
 /** The streams of the rules, which a simulation and a real server both have. */
 export const STREAMS = {
-  film: { duration: 20_000, bufferMs: 1200 },
-  other: { duration: 20_000, bufferMs: 1200 },
-  live: { duration: 10_000, live: true, windowMs: 10_000, bufferMs: 1200 },
+  film: { duration: 20_000, bufferMs: 600 },
+  other: { duration: 20_000, bufferMs: 600 },
+  live: { duration: 10_000, live: true, windowMs: 10_000, bufferMs: 600 },
   missing: { fault: "missing" },
 };
 
@@ -34,13 +34,16 @@ export const STATES = {
   "paused live": [[[init("live"), play], `32 ${BEGUN}`], [[pause], "33"]],
 };
 
+// What was loaded ahead may be through with one command before the next one has arrived.
+const sooner = (also) => ({ also, why: "the browser may be through with the first before the next one has arrived" });
+
 const YES = true;
 const NO = false;
 
 /**
  * Rows: the state; commands that are sent at once, each with whether it is accepted; the reports that follow, of buffering only
  * the begin and the end, of the position none; the state then. Where a browser can't do as a simulation does, what it does
- * instead, and why.
+ * instead, or may do also, and why.
  */
 // prettier-ignore
 export const RULES = [
@@ -57,11 +60,11 @@ export const RULES = [
   ["created", [[play, YES], [pause, YES], [pause, NO]],  `${BEGUN} 33`, "paused"],
   ["created", [[play, YES], [resume, NO]],               BEGUN, "playing"],
   ["created", [[play, YES], [pause, YES], [resume, YES]], `${BEGUN} 33 34`, "playing"],
-  ["created", [[play, YES], [stop, YES]],                "131 36", "stopped"],
-  ["created", [[play, YES], [pause, YES], [stop, YES]],  "131 36", "stopped"],
-  ["created", [[play, YES], [seek, YES]],                `131 ${BEGUN} 35`, "playing"],
-  ["created", [[play, YES], [pause, YES], [seek, YES]],  `131 ${BEGUN} 33 35`, "paused"],
-  ["created", [[play, YES], [seekPast, YES]],            "131 37 131(100) 144", "playing"],
+  ["created", [[play, YES], [stop, YES]],                "131 36", "stopped", sooner(`${BEGUN} 36`)],
+  ["created", [[play, YES], [pause, YES], [stop, YES]],  "131 36", "stopped", sooner(`${BEGUN} 33 36`)],
+  ["created", [[play, YES], [seek, YES]],                `131 ${BEGUN} 35`, "playing", sooner(`${BEGUN} ${BUFFERED} 35`)],
+  ["created", [[play, YES], [pause, YES], [seek, YES]],  `131 ${BEGUN} 33 35`, "paused", sooner(`${BEGUN} 33 ${BUFFERED} 35`)],
+  ["created", [[play, YES], [seekPast, YES]],            "131 37 131(100) 144", "playing", sooner(`${BEGUN} 37`)],
   ["created", [[play, YES], [toEdge, NO]],               BEGUN, "playing"],
 
   ["playing", [[play, NO]],        "", "playing"],
@@ -75,13 +78,13 @@ export const RULES = [
 
   // A later buffering, in which everything is told at once, and holds when it is done.
   ["playing", [[seek, YES], [play, NO]],                "131 131(100) 35", "playing"],
-  ["playing", [[seek, YES], [pause, YES]],              "131 33 131(100) 35", "paused"],
+  ["playing", [[seek, YES], [pause, YES]],              "131 33 131(100) 35", "paused", sooner(`${BUFFERED} 35 33`)],
   ["playing", [[seek, YES], [resume, NO]],              "131 131(100) 35", "playing"],
-  ["playing", [[seek, YES], [stop, YES]],               "131 36", "stopped"],
-  ["playing", [[seek, YES], [seek, YES]],               "131 131 131(100) 35", "playing"],
-  ["playing", [[seek, YES], [seekPast, YES]],           "131 37 131(100) 35", "playing"],
+  ["playing", [[seek, YES], [stop, YES]],               "131 36", "stopped", sooner(`${BUFFERED} 35 36`)],
+  ["playing", [[seek, YES], [seek, YES]],               "131 131 131(100) 35", "playing", sooner(`${BUFFERED} 35 ${BUFFERED} 35`)],
+  ["playing", [[seek, YES], [seekPast, YES]],           "131 37 131(100) 35", "playing", sooner(`${BUFFERED} 35 37`)],
   ["playing", [[seek, YES], [toEdge, NO]],              "131 131(100) 35", "playing"],
-  ["paused",  [[seek, YES], [resume, YES]],             "131 34 131(100) 35", "playing"],
+  ["paused",  [[seek, YES], [resume, YES]],             "131 34 131(100) 35", "playing", sooner(`${BUFFERED} 35 34`)],
   ["paused",  [[seek, YES], [pause, NO]],               "131 131(100) 35", "paused"],
 
   ["paused", [[play, NO]],         "", "paused"],
@@ -123,7 +126,7 @@ export const RULES = [
   ["paused live",  [[resume, YES]],     "34", "playing"],
 
   // From the end that a seek led to while paused, playing on is over at once.
-  ["paused", [[seekToEnd, YES], [resume, YES]], "131 34 131(100) 35 97", "ended"],
+  ["paused", [[seekToEnd, YES], [resume, YES]], "131 34 131(100) 35 97", "ended", sooner(`${BUFFERED} 35 34 97`)],
 
   // One player has the decoder.
   ["playing", [[init("other"), YES]],               "32", "created"],

@@ -365,7 +365,7 @@ export class Player {
       position: this.#position,
       duration: this.#timeline.duration,
       live: this.#timeline.live,
-      rate: this.#state === "playing" ? (this.#source?.video.playbackRate ?? 0) : 0,
+      rate: this.#state === "playing" ? this.#source?.video.playbackRate || 1 : 0,
       ...(this.#timeline.live && { window: this.#timeline.window }),
     };
   }
