@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstdio>
 #include <exception>
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -40,6 +39,8 @@ Json::Value Differing(const Json::Value& object, const Json::Value& usual)
 }
 
 constexpr char kDateOfFile[] = "file";
+constexpr char kSimulated[] = "simulated";
+constexpr char kBrowser[] = "browser";
 
 /// What is wrong with the text of --date, or "".
 std::string RefuseNoDate(const std::string& date)
@@ -73,6 +74,13 @@ void HoldClosedStreams()
 /// What an option may be given for.
 const CLI::Validator kNotEmpty(
     [](const std::string& value) { return value.empty() ? "must not be empty" : ""; }, "");
+const CLI::Validator kMedia(
+    [](const std::string& value) {
+        return value == kSimulated || value == kBrowser
+                   ? ""
+                   : tv::Quoted(value) + " is neither simulated nor browser";
+    },
+    "");
 const CLI::Validator kOrigin([](const std::string& value) { return host::CheckOrigin(value).value_or(""); },
                              "");
 
@@ -114,9 +122,6 @@ void RefuseSameFile(const char* option, const std::string& file, const char* oth
                                  other_option);
 }
 
-const std::map<std::string, tv::MediaKind> kMediaKinds{{"simulated", tv::MediaKind::Simulated},
-                                                       {"browser", tv::MediaKind::Browser}};
-
 struct CommonOptions {
     std::string plugin;
     std::string tv_file;
@@ -125,7 +130,7 @@ struct CommonOptions {
     bool end_with_input = false;
     std::string date;
     std::string scenario;
-    tv::MediaKind media = tv::MediaKind::Simulated;
+    std::string media = kSimulated;
 };
 
 /// Web mode. `usual_settings`: those that no database adds to. Returns the exit status. Throws as RunServe.
@@ -134,7 +139,7 @@ int Serve(const CommonOptions& common, host::ServeOptions& serve, const Json::Va
     serve.kept_settings = Differing(tv::SettingsStore::Get().ValuesJson(), usual_settings);
     if (!common.date.empty())
         serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
-    const bool in_browser = common.media == tv::MediaKind::Browser;
+    const bool in_browser = common.media == kBrowser;
     serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
                   "zelumo-tv " + (common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ') + "script " +
                       (in_browser ? "--media browser " : "") + "--check " + serve.record.string()};
@@ -155,7 +160,8 @@ int Play(const CommonOptions& common, bool is_serve, host::ServeOptions serve, h
             throw host::Interrupted();
         tv::LoadTv(*read);
     }
-    tv::PlayerService::Get().SetMedia(common.media);
+    tv::PlayerService::Get().SetMedia(common.media == kBrowser ? tv::MediaKind::Browser
+                                                               : tv::MediaKind::Simulated);
     const Json::Value usual_settings = tv::SettingsStore::Get().ValuesJson();
     if (!common.settings.empty())
         tv::SettingsStore::Get().OpenDatabase(common.settings);
@@ -291,8 +297,8 @@ int Run(int argc, char** argv)
             ->add_option("--media", common.media,
                          "Who plays streams: simulated, or browser: the browser page does")
             ->type_name("ENGINE")
-            ->default_str("simulated")
-            ->transform(CLI::CheckedTransformer(kMediaKinds));
+            ->check(kMedia)
+            ->capture_default_str();
         command->footer(
             "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
     }

@@ -228,9 +228,13 @@
   const release = () => media?.then((player) => player.releaseAll(), () => {});
 
   function play(command) {
-    const tell = (line) => sockets.get("runtime")?.send(JSON.stringify(line));
+    const tell = (line) => {
+      const socket = sockets.get("runtime");
+      if (socket?.readyState === WebSocket.OPEN) socket.send(JSON.stringify(line));
+    };
     media ??= import(`${HOST}/zelumo-media.js`).then(({ start }) => start(tell, command.url));
     media.then((player) => player.do(command), ({ message }) => {
+      media = null;
       const status = { state: "failed", position: 0, duration: 0, live: false, rate: 0 };
       if (command.do === "create") tell({ tv: "media", player: command.player, status, type: 98, detail: message });
     });

@@ -3,12 +3,14 @@
 const FOLDER = new URL("./zelumo-media/", import.meta.url);
 const MODULES = [
   "codecs", "dash", "library", "media", "notices", "player", "reports", "rights", "sound", "source", "sources", "stage", "ticks", "timeline",
-  "trouble",
+  "trouble", "voice",
 ];
 const PLAIN = /\.(mp4|m4v|webm|ogv|mp3|m4a)$/i; // files that need no library, as most are named
 
 function ask(rel, name, more = {}) {
-  document.documentElement.append(Object.assign(document.createElement("link"), { rel, href: new URL(name, FOLDER).href, crossOrigin: "anonymous", ...more }));
+  const link = Object.assign(document.createElement("link"), { rel, href: new URL(name, FOLDER).href, crossOrigin: "anonymous", ...more });
+  link.onload = link.onerror = () => link.remove();
+  document.documentElement.append(link);
 }
 
 /** What carries out the host's commands, and tells it by tell(line) what becomes of them. `address`: of the first stream. */

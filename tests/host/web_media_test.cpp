@@ -44,6 +44,11 @@ class Browser {
         const Json::Value reply = J(client_.Post(page_ + "await", message).body);
         return reply["code"] == 0 && reply["data"] != false;
     }
+    /// The page sends a message, and waits for no answer.
+    void Begin(WebClient& client, const std::string& message)
+    {
+        client.Begin("POST", page_ + "await", message);
+    }
     /// The next command that it is told: "play 1", or "create 1 http://a/film.mpd".
     std::string Command()
     {
@@ -136,17 +141,46 @@ TEST(WebMedia, WhatIsOutOfReachFails)
 {
     ServeProcess server({"--media", "browser", "--speed", "0"});
     Browser browser(server.port());
+    for (int player : {1, 2}) {
+        EXPECT_TRUE(browser.Await(kInit));
+        EXPECT_TRUE(browser.Await(kPlay));
+        browser.Tell(player, "playing", 0, R"(,"type":144)");
+        EXPECT_EQ(browser.Report(), 144);
+    }
     EXPECT_TRUE(browser.Await(kInit));
-    EXPECT_TRUE(browser.Await(kPlay));
-    browser.Tell(1, "playing", 0, R"(,"type":144)");
-    EXPECT_EQ(browser.Report(), 144);
     browser.Lose();
     const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (browser.State(1) != "failed 0")
         ASSERT_LT(std::chrono::steady_clock::now(), patience) << browser.State(1);
     browser.Connect();
+    // One of them was playing. The others are out of reach as well, and say nothing.
     EXPECT_EQ(browser.Report(), 98);
+    for (int player : {1, 2, 3})
+        EXPECT_EQ(browser.State(player), "failed 0");
     EXPECT_FALSE(browser.Await(kPlay));
+    EXPECT_TRUE(browser.Await(kInit));
+    browser.Tell(4, "created", 0, R"(,"type":32)");
+    EXPECT_EQ(browser.Report(), 32);
+}
+
+TEST(WebMedia, APageThatIsGoneHasNoMoreToTell)
+{
+    ServeProcess server({"--media", "browser", "--speed", "0"});
+    Browser browser(server.port());
+    EXPECT_TRUE(browser.Await(kInit));
+    browser.Do(R"({"tv":"answer","call":"vconf_get_int","delay":60000})");
+    // While a call takes its time, another page comes, and then the first one's word of its player 1.
+    WebClient slow(server.port());
+    browser.Begin(slow, R"({"command":"GetIntegerFromVconfWithKey","key":"db/menu/volume"})");
+    WebClient other(server.port());
+    other.Begin("POST", "/page/open");
+    browser.State(1);  // a round trip: the server has taken what was sent before it
+    browser.Tell(1, "playing", 7000, R"(,"type":144)");
+    browser.Do(R"({"tv":"restore"})");
+    const std::string page = "/page/" + J(other.Finish().body)["page"].asString() + '/';
+    EXPECT_EQ(other.Post(page + "await", kInit).status, 200);
+    EXPECT_EQ(browser.State(1), "created 0");
+    EXPECT_EQ(WebClient(server.port()).Get("/journal").body.find("7000"), std::string::npos);
 }
 
 TEST(WebMedia, WhatABrowserCannotTellIsRefused)

@@ -131,9 +131,9 @@ export const RULES = [
   // One player has the decoder.
   ["playing", [[init("other"), YES]],               "32", "created"],
   ["playing", [[init("other"), YES], [play, YES]],  "32 36 131 131(100) 144", "playing",
-    { reports: "36 32 131 131(100) 144", why: "what is stopped is told at once, and whether a stream is there is known only later" }],
+    { reports: "36 32 131 131(100) 144", also: "32 36 131 131(100) 144", why: "what is stopped is told at once, and whether a stream is there when it is known" }],
   ["paused",  [[init("other"), YES], [play, YES]],  "32 36 131 131(100) 144", "playing",
-    { reports: "36 32 131 131(100) 144", why: "as above" }],
+    { reports: "36 32 131 131(100) 144", also: "32 36 131 131(100) 144", why: "as above" }],
 
   // What isn't known yet.
   ["created", [[init("missing"), YES], [play, NO]], "134", "failed",

@@ -122,9 +122,22 @@ void WebHost::Run(const std::function<void()>& ready)
 
 void WebHost::OnUnheard(long long page)
 {
-    const std::vector<int> players = tv::PlayerService::Get().PlayersInBrowser();
+    std::vector<int> players;
+    for (const auto& [id, has_decoder] : tv::PlayerService::Get().PlayersInBrowser())
+        players.push_back(id);
     if (!players.empty())
-        server_.After(kFarewell, [this, page, players] { routes_.LosePlayers(page, players); });
+        LosePlayers(page, players);
+}
+
+void WebHost::LosePlayers(long long page, const std::vector<int>& players)
+{
+    server_.After(kFarewell, [this, page, players] {
+        try {
+            routes_.LosePlayers(page, players);
+        } catch (const Refused&) {
+            LosePlayers(page, players);  // once less waits
+        }
+    });
 }
 
 void WebHost::WaitForTick()

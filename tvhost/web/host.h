@@ -71,6 +71,7 @@ class WebHost {
     // The server's thread.
     /// Nobody listens to the page's runtime any more: what plays in the browser is out of reach.
     void OnUnheard(long long page);
+    void LosePlayers(long long page, const std::vector<int>& players);
     void WaitForTick();
     /// Takes a turn for the clock, before all that wait, or with `last` behind them.
     void TakeTick(bool last);

@@ -68,6 +68,24 @@ bool CanBeRead(const Json::Value& verb)
     }
 }
 
+/// What a browser would tell of a player that it can't play any more. Only one that has the decoder has
+/// something to report.
+Json::Value LossLine(int player, bool has_decoder)
+{
+    Json::Value line;
+    line["tv"] = "media";
+    line["player"] = player;
+    Json::Value& status = line["status"];
+    status["state"] = "failed";
+    for (const char* const member : {"position", "duration", "rate"})
+        status[member] = 0;
+    status["live"] = false;
+    if (has_decoder)
+        line["type"] = BMS_EVENT_ERROR;
+    line["detail"] = "the page has lost its connection to the TV host";
+    return line;
+}
+
 /// The next name of the path, which is taken from it.
 std::string_view TakeName(std::string_view& path)
 {
@@ -333,23 +351,20 @@ void Routes::HearByRuntime(long long page, std::string text)
 
 void Routes::LosePlayers(long long page, const std::vector<int>& players)
 {
-    for (const int player : players) {
-        Json::Value line;
-        line["tv"] = "media";
-        line["player"] = player;
-        Json::Value& status = line["status"];
-        status["state"] = "failed";
-        for (const char* const member : {"position", "duration", "rate"})
-            status[member] = 0;
-        status["live"] = false;
-        line["type"] = BMS_EVENT_ERROR;
-        line["detail"] = "the page has lost its connection to the TV host";
-        WebAnswer nobody;
-        Answering(nobody, [&] {
-            const std::string text = WriteJson(line);
-            TakeVerb(std::move(line), text, nobody, nullptr, [this, page] { pages_.ChannelsOf(page); });
-        });
-    }
+    const auto lose = [this, players](WebAnswer&) {
+        const std::map<int, bool> left = tv::PlayerService::Get().PlayersInBrowser();
+        for (const int player : players) {
+            if (const auto found = left.find(player); found != left.end())
+                lines_.CarryOut(LossLine(player, found->second));
+        }
+    };
+    WebAnswer nobody;
+    turns_.Take(
+        [this, page, lose](WebAnswer&, Turns::Turn turn) {
+            pages_.ChannelsOf(page);
+            turns_.OnPluginThread(lose, {}, std::move(turn));
+        },
+        nobody);
 }
 
 void Routes::Journal(Asked& asked)

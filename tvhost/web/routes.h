@@ -31,7 +31,8 @@ class Routes {
     /// A page tells its runtime something: a line in, as JSON. What is wrong with it comes back. Nothing
     /// comes of it once the page was closed.
     void HearByRuntime(long long page, std::string text);
-    /// These players of the page can't be reached any more: they fail, in their turn.
+    /// These players of the page can't be reached any more: they fail, in a turn. Throws Refused where there
+    /// is no room for it.
     void LosePlayers(long long page, const std::vector<int>& players);
 
   private:

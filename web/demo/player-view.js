@@ -140,11 +140,15 @@ export class PlayerView {
   // Where the browser plays, the samples are no streams; the person's page may list some that are.
   async #playsIn(media) {
     this.#media = media;
-    if (media !== "browser") return;
-    const response = await fetch(OWN_STREAMS);
-    const isJson = /json/.test(response.headers.get("Content-Type") ?? "");
-    if (response.ok && isJson) this.#list = await response.json();
-    else this.app.tell("The samples are no real streams: serve a page with streams.json, as examples/stream");
+    this.#list = SAMPLES;
+    if (media === "browser") {
+      try {
+        this.#list = await (await fetch(OWN_STREAMS)).json();
+      } catch {
+        this.app.tell("The samples are no real streams: serve a page with streams.json, as examples/stream");
+      }
+    }
+    this.#chosen = 0;
     this.show();
   }
 

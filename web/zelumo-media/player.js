@@ -5,6 +5,7 @@ import { makeSource } from "./sources.js";
 import { Ticks } from "./ticks.js";
 import { Timeline, inMs } from "./timeline.js";
 import { Trouble } from "./trouble.js";
+import { Voice } from "./voice.js";
 
 const LOOK_MS = 250; // between two looks at what is buffered
 const SLIDE_MS = 1000; // between two looks at a live window that slides away from a pause
@@ -16,17 +17,15 @@ export class Player {
   rect = null; // where it has been placed, in the TV's pixels
   #command; // by which it was created
   #tv;
-  #seq = 0; // of the last command that was carried out
+  #voice;
   #waiting = []; // commands that came while it wasn't known whether the stream is there, or why it can't be played on
-  #reports = 0;
-  #detail = ""; // to be said with the next report
 
   #state = "created";
   #source = null; // null: it holds nothing
   #isKnown = false; // whether the stream is there
-  #isFailing = false;
+  #failure = 0; // of the failures; which one it is about to end by, while that is looked into; else 0
+  #failures = 0;
   #isAhead = true; // may be loaded ahead of "play"
-  #isReleased = false;
 
   #willPlay = false; // when what it does now is done
   #isFirst = false; // it is the first buffering since "play"
@@ -44,6 +43,7 @@ export class Player {
   constructor(command, tv) {
     this.#command = command;
     this.#tv = tv;
+    this.#voice = new Voice(command.player, tv.tell, () => this.#status);
     this.#target = inMs(command.offset);
   }
 
@@ -53,14 +53,14 @@ export class Player {
 
   /** Loads the stream ahead of "play". Once, to begin with. */
   load() {
-    this.#tellStatus();
+    this.#voice.tellStatus();
     this.#open();
   }
 
   /** Another player is loaded ahead now. */
   letGo() {
     this.#isAhead = false;
-    if (this.#state === "created" && this.#isKnown) this.#close();
+    if (this.#state === "created" && !this.#waiting.length) this.#close();
   }
 
   /** Another stream begins. */
@@ -70,28 +70,44 @@ export class Player {
 
   /** The end; nothing is told any more. */
   release() {
-    this.#isReleased = true;
+    this.#voice.isSilent = true;
     this.#close();
   }
 
   do(command) {
     if (command.do === "place") this.#place(command.rect);
-    else if (!this.#isKnown || this.#isFailing) this.#waiting.push(command);
-    else this.#carryOut(command);
+    else if (this.#isKnown && !this.#failure) this.#carryOut(command);
+    else if (command.do === "stop") this.#giveUp(command.seq);
+    else {
+      this.#waiting.push(command);
+      if (!this.#source && !this.#failure) this.#open();
+    }
+  }
+
+  // A stop doesn't wait for what may never come; what was asked for before it is not reported any more.
+  #giveUp(seq) {
+    this.#voice.seq = seq;
+    this.#waiting = [];
+    this.#failure = 0;
+    this.#target = 0;
+    this.#close();
+    this.#willPlay = this.#isSeeking = false;
+    this.#state = "stopped";
+    this.#voice.report(STOPPED);
   }
 
   // ---- Commands. The state says which make sense; the others change nothing.
 
   #carryOut(command) {
-    const before = this.#reports;
-    this.#seq = command.seq;
+    const before = this.#voice.reports;
+    this.#voice.seq = command.seq;
     if (command.do === "play") this.#play();
     else if (command.do === "pause") this.#pause();
     else if (command.do === "resume") this.#resume();
     else if (command.do === "stop") this.#stop();
     else if (command.do === "seek") this.#seek(command.position);
     else if (command.do === "live") this.#toEdge();
-    if (this.#reports === before) this.#tellStatus();
+    if (this.#voice.reports === before) this.#voice.tellStatus();
   }
 
   get #isRunning() {
@@ -121,7 +137,7 @@ export class Player {
     this.#willPlay = true;
     if (this.#state === "buffering") return this.#reportInTurn(RESUMED);
     this.#enter("playing");
-    this.#report(RESUMED);
+    this.#voice.report(RESUMED);
     const source = this.#source;
     if (source.atEnd) return this.#end();
     const { start } = source.range();
@@ -135,12 +151,12 @@ export class Player {
     this.#close();
     this.#willPlay = this.#isSeeking = false;
     this.#state = "stopped";
-    this.#report(STOPPED);
+    this.#voice.report(STOPPED);
   }
 
   #seek(position) {
     if ((!this.#isRunning && this.#state !== "ended") || !Number.isFinite(position)) return;
-    if (position < this.#timeline.first || position > this.#timeline.reach) return this.#report(OUTSIDE);
+    if (position < this.#timeline.first || position > this.#timeline.reach) return this.#voice.report(OUTSIDE);
     if (this.#state === "ended") this.#willPlay = true;
     this.#goTo(position);
   }
@@ -165,7 +181,7 @@ export class Player {
     this.rect = rect;
     this.#show();
     this.#tv.notices.follow(this.#id);
-    this.#tellStatus();
+    this.#voice.tellStatus();
   }
 
   // ---- The stream
@@ -199,7 +215,7 @@ export class Player {
       if (this.#target !== this.#aimed) this.#aim();
     } else {
       this.#isKnown = true;
-      this.#report(READY, 0);
+      this.#voice.report(READY, 0);
       for (const command of this.#waiting.splice(0)) this.#carryOut(command);
       if (!this.#isAhead) this.letGo();
     }
@@ -233,7 +249,7 @@ export class Player {
     this.#state = state;
     this.#rest();
     if (state === "buffering") this.#timer = setInterval(() => this.#look(), LOOK_MS);
-    else if (state === "paused" && this.#timeline.live) this.#timer = setInterval(() => this.#tellStatus(), SLIDE_MS);
+    else if (state === "paused" && this.#timeline.live) this.#timer = setInterval(() => this.#voice.tellStatus(), SLIDE_MS);
   }
 
   #rest() {
@@ -249,7 +265,7 @@ export class Player {
     this.#enter("buffering");
     if (source?.loaded && this.#target !== null && !this.#isThere) this.#aim();
     if (source?.loaded) this.#aimed = null;
-    this.#report(BUFFERING, 0);
+    this.#voice.report(BUFFERING, 0);
     if (source) this.#check();
     else this.#open();
   }
@@ -267,7 +283,7 @@ export class Player {
     const { percent } = this.#source;
     if (percent <= this.#percent) return;
     this.#percent = percent;
-    this.#report(BUFFERING, percent);
+    this.#voice.report(BUFFERING, percent);
   }
 
   // Something about the element has changed.
@@ -300,8 +316,8 @@ export class Player {
     this.#target = null;
     if (isFirst) this.#tv.begins();
     this.#enter(this.#willPlay ? "playing" : "paused");
-    this.#report(BUFFERING, 100);
-    if (isFirst) for (const type of [BEGINS, ...this.#held.splice(0)]) this.#report(type);
+    this.#voice.report(BUFFERING, 100);
+    if (isFirst) for (const type of [BEGINS, ...this.#held.splice(0)]) this.#voice.report(type);
     if (isSeeking) this.#reportPosition(SEEK_DONE);
     if (!this.#willPlay) return;
     if (source.atEnd) this.#end();
@@ -311,7 +327,7 @@ export class Player {
   #start() {
     const source = this.#source;
     source.play(() => {
-      this.#detail = MUTED;
+      this.#voice.detail = MUTED;
       this.#tv.sound.mute(this.#id, source.video);
       this.#start();
     });
@@ -321,30 +337,30 @@ export class Player {
     this.#willPlay = false;
     this.#ticks.reset();
     this.#enter("ended");
-    this.#report(ENDED);
+    this.#voice.report(ENDED);
   }
 
   // ---- Failures
 
   // `why`: Trouble, or a promise of it. What is asked for until that is known waits.
   async #failFor(why) {
-    this.#isFailing = true;
+    const mine = (this.#failure = ++this.#failures);
     this.#close();
     const trouble = await Promise.resolve(why).catch((error) => error);
-    this.fail(trouble instanceof Trouble ? trouble : new Trouble(ERROR, trouble));
+    if (this.#failure === mine) this.fail(trouble instanceof Trouble ? trouble : new Trouble(ERROR, trouble));
   }
 
   /** Ends it for `trouble`. */
   fail(trouble) {
-    if (this.#isReleased) return;
+    if (this.#voice.isSilent) return;
     this.#close();
     this.#isKnown = true;
-    this.#isFailing = false;
-    this.#seq = this.#waiting.at(-1)?.seq ?? this.#seq;
+    this.#failure = 0;
+    this.#voice.seq = this.#waiting.at(-1)?.seq ?? this.#voice.seq;
     this.#waiting = [];
     this.#enter("failed");
-    this.#detail = trouble.message;
-    this.#report(trouble.type, 0);
+    this.#voice.detail = trouble.message;
+    this.#voice.report(trouble.type, 0);
     if (trouble.notice) this.#tv.notices.tellFailure(this.#id, trouble.notice);
   }
 
@@ -359,39 +375,32 @@ export class Player {
     return this.#target === EDGE ? duration : this.#target;
   }
 
+  get #rate() {
+    if (this.#state === "playing") return this.#source?.video.playbackRate || 1;
+    // Until it plays, it moves with the edge.
+    return this.#target === EDGE && (this.#state === "created" || this.#state === "buffering") ? 1 : 0;
+  }
+
   get #status() {
     return {
       state: this.#state,
       position: this.#position,
       duration: this.#timeline.duration,
       live: this.#timeline.live,
-      rate: this.#state === "playing" ? this.#source?.video.playbackRate || 1 : 0,
+      rate: this.#rate,
       ...(this.#timeline.live && { window: this.#timeline.window }),
     };
   }
 
-  #tellStatus(more) {
-    if (!this.#isReleased) this.#tv.tell({ tv: "media", player: this.#id, status: this.#status, seq: this.#seq, ...more });
-  }
-
-  #report(type, ...values) {
-    this.#reports += 1;
-    const more = { type, ...Object.fromEntries(values.map((value, i) => [`value${i + 1}`, value])) };
-    // What there is to say waits for a report that isn't only of buffering.
-    if (this.#detail && type !== BUFFERING) {
-      more.detail = this.#detail;
-      this.#detail = "";
-    }
-    this.#tellStatus(more);
-  }
-
   #reportPosition(type) {
-    this.#report(type, this.#position, this.#timeline.duration);
+    // The page may have made its screen anew.
+    if (this.#source?.video.isConnected === false) this.#show();
+    this.#voice.report(type, this.#position, this.#timeline.duration);
   }
 
   // In the first buffering it waits for the stream to begin.
   #reportInTurn(type) {
     if (this.#state === "buffering" && this.#isFirst) this.#held.push(type);
-    else this.#report(type);
+    else this.#voice.report(type);
   }
 }

@@ -70,6 +70,11 @@ export class Stage {
     const screen = document.querySelector(SCREEN);
     const home = screen ?? document.documentElement;
     if (this.#layer?.parentNode === home && this.#layer.isConnected) return this.#layer;
+    // What lies behind the screen's content must not lie behind the screen, too.
+    if (screen) {
+      screen.style.isolation = "isolate";
+      if (getComputedStyle(screen).position === "static") screen.style.position = "relative";
+    }
     const layer = document.createElement("div");
     layer.dataset.zelumo = "video";
     dress(layer, {

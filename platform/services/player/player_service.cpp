@@ -243,15 +243,18 @@ Json::Value PlayerService::PlayersJson() const
     return list;
 }
 
-std::vector<BmsPlayerId> PlayerService::PlayersInBrowser() const
+std::map<BmsPlayerId, bool> PlayerService::PlayersInBrowser() const
 {
     const MutexLock lock(mutex_);
-    std::vector<BmsPlayerId> ids;
+    std::map<BmsPlayerId, bool> players;
     for (const auto& [id, entry] : players_) {
-        if (entry.told != nullptr && entry.told->StatusAt(clock_.Now()).state != MediaState::Failed)
-            ids.push_back(id);
+        if (entry.told == nullptr)
+            continue;
+        const MediaStatus status = entry.told->StatusAt(clock_.Now());
+        if (status.state != MediaState::Failed)
+            players[id] = status.HasDecoder();
     }
-    return ids;
+    return players;
 }
 
 void PlayerService::AddState(Json::Value& state) const

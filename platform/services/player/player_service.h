@@ -75,8 +75,9 @@ class PLATFORM_API PlayerService : public Service {
 
     /// An array of {"id", "url", "state", "position", "duration", "live", "rect"}, in the order of creation.
     Json::Value PlayersJson() const EXCLUDES(mutex_);
-    /// The players that a browser plays for, and that haven't failed.
-    std::vector<BmsPlayerId> PlayersInBrowser() const EXCLUDES(mutex_);
+    /// The players that a browser plays for, and that haven't failed, by their ids; and whether they have the
+    /// decoder.
+    std::map<BmsPlayerId, bool> PlayersInBrowser() const EXCLUDES(mutex_);
 
     const CallTable* calls() const override;
     std::vector<Verb> verbs() const override;
