@@ -16,7 +16,11 @@ function ask(rel, name, more = {}) {
 /** What carries out the host's commands, and tells it by tell(line) what becomes of them. `address`: of the first stream. */
 export async function start(tell, address = "") {
   for (const name of MODULES) ask("modulepreload", `${name}.js`);
-  if (!PLAIN.test(address.split(/[?#]/, 1)[0])) ask("preload", "shaka-player.dash.js", { as: "fetch" });
+  if (!PLAIN.test(address.split(/[?#]/, 1)[0])) {
+    ask("preload", "shaka-player.dash.js", { as: "fetch" });
+    // What fails here is tried again, and told, when the stream is loaded.
+    import("./zelumo-media/library.js").then(({ loadShaka }) => loadShaka()).catch(() => {});
+  }
   const { Media } = await import("./zelumo-media/media.js");
   return new Media({ tell });
 }

@@ -16,45 +16,56 @@ const tv = await Tv.start("--app", PAGES, "--media", "browser");
 const browser = await launch();
 const url = `${streams.url}/long.mpd`;
 
-// In the page. Each gives the milliseconds from the moment at which a page asks for playing to the first picture.
-// `ahead`: the stream was opened before.
-async function alone([address, ahead]) {
-  const begin = performance.now();
+// In the page. Each gives the milliseconds from the moment at which a page asks for playing to the first picture. `known`: "nothing"
+// is there before, or the "library", as after an earlier stream, or the "stream" is open.
+async function alone([address, known]) {
+  let asked = performance.now();
   const script = Object.assign(document.createElement("script"), { src: "/zelumo-media/shaka-player.dash.js" });
   await new Promise((resolve) => {
     script.onload = resolve;
     document.head.append(script);
   });
+  if (known === "library") asked = performance.now();
   const video = document.createElement("video");
   video.style.cssText = "position:fixed;inset:0;width:100%;height:100%;z-index:-1";
   document.body.append(video);
   const player = new shaka.Player();
   await player.attach(video);
   await player.load(address);
-  if (ahead) await new Promise((resolve) => setTimeout(resolve, 500));
-  const asked = ahead ? performance.now() : begin;
+  if (known === "stream") {
+    await new Promise((resolve) => setTimeout(resolve, 500));
+    asked = performance.now();
+  }
   const picture = new Promise((resolve) => video.requestVideoFrameCallback((now) => resolve(now)));
   await video.play();
   return (await picture) - asked;
 }
 
-async function viaPlugin([address, ahead]) {
-  const begin = performance.now();
+async function viaPlugin([address, known]) {
   const is = (type) => heard.some((message) => message.type === type);
   const come = async (there) => {
     while (!there()) await new Promise((resolve) => setTimeout(resolve, 1));
   };
   ask({ command: "RegisterEvent", event: 90001 });
+  if (known === "library") {
+    ask({ command: "Init", url: `${address}?earlier`, timeOffset: 0 });
+    await come(() => is(32));
+    heard.length = 0;
+  }
+  let asked = performance.now();
   ask({ command: "Init", url: address, timeOffset: 0 });
   ask({ command: "SetDisplayRect", x: 0, y: 0, width: 1920, height: 1080 });
-  if (ahead) {
+  if (known === "stream") {
     await come(() => is(32));
     await new Promise((resolve) => setTimeout(resolve, 500));
+    asked = performance.now();
   }
-  const asked = ahead ? performance.now() : begin;
+  const next = () => new Promise((resolve) => document.querySelector("video").requestVideoFrameCallback((now) => resolve(now)));
+  let picture = known === "stream" ? next() : null;
   ask({ command: "Play" });
   await come(() => document.querySelector("video"));
-  return (await new Promise((resolve) => document.querySelector("video").requestVideoFrameCallback((now) => resolve(now)))) - asked;
+  picture ??= next();
+  return (await picture) - asked;
 }
 
 /** Milliseconds of processor time that a process and all below it have taken. */
@@ -98,14 +109,14 @@ const row = (what, ours, floor, unit) =>
   console.log(`${what}: ${median(ours).toFixed(0)} ${unit}, alone ${median(floor).toFixed(0)} ${unit}, ratio ${(median(ours) / median(floor)).toFixed(2)}`);
 
 try {
-  for (const ahead of [false, true]) {
+  for (const known of ["nothing", "library", "stream"]) {
     const ours = [];
     const floor = [];
     for (let round = 0; round < ROUNDS; round += 1) {
-      ours.push(await onPage((page) => page.evaluate(viaPlugin, [url, ahead])));
-      floor.push(await onPage((page) => page.evaluate(alone, [url, ahead])));
+      ours.push(await onPage((page) => page.evaluate(viaPlugin, [url, known])));
+      floor.push(await onPage((page) => page.evaluate(alone, [url, known])));
     }
-    row(ahead ? "first picture, opened ahead" : "first picture, from nothing", ours, floor, "ms");
+    row(`first picture, ${known} there before`, ours, floor, "ms");
   }
   const ours = [];
   const floor = [];
@@ -113,7 +124,7 @@ try {
     for (const [play, times] of [[viaPlugin, ours], [alone, floor]]) {
       times.push(
         await onPage(async (page) => {
-          await page.evaluate(play, [url, false]);
+          await page.evaluate(play, [url, "nothing"]);
           await page.waitForTimeout(1000);
           const before = processorTime(root);
           await page.waitForTimeout(PLAYING_MS);
