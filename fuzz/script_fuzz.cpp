@@ -2,11 +2,15 @@
 
 #include "core/calls.h"
 #include "fuzz/session.h"
+#include "tv/tv.h"
 
 /// Lines in, separated by line ends.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     host::Session& session = fuzz::TheSession();
+    // The last bit says who plays, so that media lines are heard, too.
+    const bool in_browser = size != 0 && data[size - 1] % 2 != 0;
+    tv::PlayerService::Get().SetMedia(in_browser ? tv::MediaKind::Browser : tv::MediaKind::Simulated);
     std::string_view text(reinterpret_cast<const char*>(data), size);
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
