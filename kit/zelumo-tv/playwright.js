@@ -1,18 +1,17 @@
 // Playwright's `test` and `expect` with a TV for each test.
 import { closeSync } from "node:fs";
 import { writeFile } from "node:fs/promises";
-import { dirname, isAbsolute, resolve } from "node:path";
+import { dirname } from "node:path";
 import { test as base, expect as baseExpect } from "@playwright/test";
 
 import { devServer } from "./lib/dev-server.js";
 import { embedBefore } from "./lib/embed.js";
 import { expectations } from "./lib/expectations.js";
-import { namelessFile, readNameless } from "./lib/host.js";
+import { namelessFile, pathsFrom, readNameless } from "./lib/host.js";
 import { BEGIN, KEEPER, startTv } from "./lib/tv.js";
 
 export const expect = baseExpect.extend(expectations);
 
-const PATHS = ["app", "file", "settings", "record", "scenario"];
 const failed = (testInfo) => testInfo.status !== testInfo.expectedStatus;
 
 /** The origins of pages that the TV is there for, beside its own. */
@@ -22,11 +21,7 @@ const originsOf = ({ allowOrigins = [], devServer: server }) => [allowOrigins, s
 function startOptions({ devServer: _, ...options }, testInfo) {
   const { configFile, rootDir } = testInfo.config;
   const root = configFile ? dirname(configFile) : rootDir;
-  for (const name of PATHS) {
-    const path = options[name];
-    if (typeof path === "string" && !isAbsolute(path)) options[name] = resolve(root, path);
-  }
-  return { root, options };
+  return { root, options: pathsFrom(root, options) };
 }
 
 /** A TV that is recorded, unless the test has it recorded itself. */

@@ -3,7 +3,7 @@ import { spawn } from "node:child_process";
 import { randomBytes } from "node:crypto";
 import { closeSync, fstatSync, openSync, readSync, unlinkSync, writeSync } from "node:fs";
 import { tmpdir } from "node:os";
-import { join } from "node:path";
+import { isAbsolute, join, resolve } from "node:path";
 import { checkOptions } from "./near.js";
 import { dateOf } from "./time.js";
 import { program } from "./where.js";
@@ -13,6 +13,14 @@ const KEPT_CHARACTERS = 8192;
 export const OPTIONS = [
   "app", "file", "date", "speed", "clock", "settings", "allowOrigins", "record", "media", "port", "log", "scenario",
 ];
+
+const PATHS = ["app", "file", "settings", "record", "scenario"];
+
+/** The options with their paths taken from the folder `root`. */
+export function pathsFrom(root, options) {
+  const paths = PATHS.filter((name) => typeof options[name] === "string" && !isAbsolute(options[name]));
+  return { ...options, ...Object.fromEntries(paths.map((name) => [name, resolve(root, options[name])])) };
+}
 
 /** A file without a name, which is gone with the last process that has it open, however that ends. */
 export function namelessFile(text = "") {
