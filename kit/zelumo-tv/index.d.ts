@@ -1,6 +1,6 @@
 /// <reference lib="esnext.disposable" />
 import type {
-  ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData,
+  ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData, ZelumoText,
 } from "./types.js";
 
 /** Playing time: milliseconds, `"mm:ss"` or `"hh:mm:ss"`, a fraction of a second allowed (`"00:02.5"`). */
@@ -214,21 +214,23 @@ export interface Tv extends AsyncDisposable {
   /** The same for a platform call. */
   waitForCall(name: string, options?: { args?: readonly unknown[]; timeout?: number }): Promise<CallLine>;
 
-  /** Plays the page, where no browser is. */
+  /** Plays the page, where no browser is: the reply's data as they travel, JSON texts as texts. */
   send<C extends ZelumoCommand>(
     command: C,
     ...parameters: {} extends ZelumoParameters<C> ? [parameters?: SentParameters<C>] : [parameters: SentParameters<C>]
   ): Promise<ZelumoReplyData<C>>;
-  send(command: string, parameters?: Record<string, unknown>): Promise<unknown>;
+  /** The same with a command that the page doesn't have. */
+  send<Name extends string>(command: Name extends ZelumoCommand ? never : Name, parameters?: Record<string, unknown>): Promise<unknown>;
 
   /** Ends the host. */
   close(): Promise<void>;
 }
 
-/** A command's parameters; `input` may be an object in place of its JSON text. */
+/** A command's parameters; `input` may be what its JSON text would hold. */
 export type SentParameters<C extends ZelumoCommand> = {
-  [K in keyof ZelumoParameters<C>]: ZelumoParameters<C>[K] | (K extends "input" ? object : never);
+  [K in keyof ZelumoParameters<C>]: ZelumoParameters<C>[K] | (K extends "input" ? TextOf<ZelumoParameters<C>[K]> : never);
 };
+type TextOf<Input> = Input extends ZelumoText<infer T> ? T : never;
 
 /** A command that the TV answered with an error. */
 export class ZelumoError extends Error {
