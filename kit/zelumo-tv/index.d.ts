@@ -111,13 +111,13 @@ export interface Journal {
 }
 
 export interface FailOptions {
-  /** What calls that return a number return; by default their usual failure. */
+  /** What calls that return a number return, one of their failures; by default the usual one. */
   code?: number;
   /** What the calls return, whatever they return. */
   result?: unknown;
   /** For so many calls only. */
   times?: number;
-  /** Only with these arguments; null stands for any. */
+  /** Only with these arguments; null stands for any. Of a command's calls those that take so many. */
   args?: readonly unknown[];
 }
 export interface AnswerOptions {
@@ -197,7 +197,7 @@ export interface Tv extends AsyncDisposable {
   date(when: string | Date | number): Promise<Did>;
   /** When so much more playing time has passed, the TV does this. */
   at(time: PlayingTime, verb: Verb | Verb[]): Promise<void>;
-  /** From now on the TV does what the scenario says. */
+  /** From now on the TV does what the scenario says. Where a line of it is wrong it rejects, and schedules nothing. */
   play(scenarioFile: string | URL): Promise<void>;
   verb(verb: Verb): Promise<Did>;
 
@@ -232,11 +232,13 @@ export type SentParameters<C extends ZelumoCommand> = {
 };
 type TextOf<Input> = Input extends ZelumoText<infer T> ? T : never;
 
-/** A command that the TV answered with an error. */
+/** A command that the TV answered with an error. Its message names the command. */
 export class ZelumoError extends Error {
+  readonly command: string;
   readonly code: number;
   readonly errorName: string;
   readonly errorMessage: string;
+  readonly data: null | boolean;
 }
 
 /** What the TV doesn't do. */
