@@ -84,8 +84,9 @@ function hasProgram(pid) {
  */
 export async function startHost(options) {
   checkOptions("startTv", options, OPTIONS);
+  for (const [name, value] of Object.entries(options)) if (value === null) throw new TypeError(`startTv: "${name}" is null; leave it out`);
   const { settings } = options;
-  if (settings !== undefined && typeof settings !== "string" && (settings === null || typeof settings !== "object" || Array.isArray(settings))) {
+  if (settings !== undefined && typeof settings !== "string" && (typeof settings !== "object" || Array.isArray(settings))) {
     throw new TypeError('startTv: "settings" is an object with the settings by key, or the name of a file');
   }
   const { args, inherited } = argumentsOf(options);

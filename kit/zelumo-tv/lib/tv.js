@@ -58,6 +58,7 @@ class Tv {
   }
 
   async verb(verb) {
+    if (verb === null || typeof verb !== "object") throw new TypeError('verb: expected { tv: "…", … }');
     const { status, json } = await this.#host.request("POST", "/tv", verb);
     if (status !== 200) throw new TvError(json.error);
     return json;
