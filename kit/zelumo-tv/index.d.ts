@@ -98,7 +98,10 @@ export interface ReplyLine {
 /** A line of the journal, as the host writes it. */
 export type JournalLine = CallLine | MessageLine | ReplyLine | { [kind: string]: unknown };
 
-/** A message's name, a player report's name or number, some of a message's members, or what a function says. */
+/**
+ * A message's name, a player report's name or number, some of a message's members, or what a function says. A name under which
+ * nothing is posted is refused; settings keys are paths.
+ */
 export type MessageFilter = string | number | Record<string, unknown> | ((message: any) => boolean);
 
 /** What happened since the test began. */

@@ -138,7 +138,7 @@ export async function startHost(options) {
     throw new TvError(`the TV host has ended: ${[host.said.trim(), signal ?? `status ${code}`].filter(Boolean).join("; ")}`);
   };
   // Throws what a request's failure comes from. The connection may break before it is known that the process has ended.
-  const explain = async (error) => {
+  host.explain = async (error) => {
     if (host.ending) throw new TvError("the TV is closed");
     if (error.code) {
       let timer;
@@ -148,7 +148,7 @@ export async function startHost(options) {
     host.checkRuns();
     throw error;
   };
-  host.request = (method, path, body) => request(host.url, method, path, body).catch(explain);
+  host.request = (method, path, body) => request(host.url, method, path, body).catch(host.explain);
   host.getNow = (path) => {
     try {
       return getNow(host.url + path);

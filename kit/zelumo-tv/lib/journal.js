@@ -31,7 +31,7 @@ export class JournalKeeper {
   async connect() {
     this.#stop = await listen(this.#host.url, "/journal?since=1", (text) => {
       if (++this.#received > this.lines.length) this.#add([JSON.parse(text)]);
-    });
+    }).catch(this.#host.explain);
   }
 
   /** No more lines come. */
