@@ -24,7 +24,8 @@ const GET_VOLUME = ["GetIntegerFromVconfWithKey", { key: "db/menu/volume" }];
 test("what fails, answers and is slow, and works again", async () => {
   const tv = await begin({ settings: { "db/menu/volume": 7 } });
   const volume = () => tv.send(...GET_VOLUME);
-  const failure = { name: "ZelumoError", code: 9999, errorName: "UnknownError ", errorMessage: "Can't GetIntegerFromVconfWithKey" };
+  const errorMessage = "Can't GetIntegerFromVconfWithKey";
+  const failure = { code: 9999, errorName: "UnknownError ", errorMessage, command: GET_VOLUME[0], message: `${GET_VOLUME[0]}: ${errorMessage}`, name: "ZelumoError" };
   assert.equal(await volume(), 7);
   for (const [what, act, expected] of [
     ["a command", () => tv.fail(GET_VOLUME[0]), [failure, failure]],
@@ -32,6 +33,7 @@ test("what fails, answers and is slow, and works again", async () => {
     ["once", () => tv.fail(GET_VOLUME[0], { times: 1 }), [failure, 7]],
     ["with a result", () => tv.fail("vconf_get_int", { result: -3, times: 1 }), [failure, 7]],
     ["with a code", () => tv.fail(GET_VOLUME[0], { code: -9, times: 1 }), [failure, 7]],
+    ["another with a code", () => tv.fail("IServiceNavigation::SetNextService", { code: -9 }), [7]],
     ["with other arguments", () => tv.fail("vconf_get_int", { args: ["other"] }), [7, 7]],
     ["with its arguments", () => tv.fail("vconf_get_int", { args: ["db/menu/volume"] }), [failure, failure]],
     ["an answer", () => tv.answer("vconf_get_int", { result: 0, out: [99], times: 1 }), [99, 7]],
@@ -54,6 +56,20 @@ test("what fails, answers and is slow, and works again", async () => {
   assert.equal(await Promise.race([slow, tv.state().then(() => "state")]), "state");
   await tv.restore(GET_VOLUME[0]);
   assert.equal(await slow, 7);
+
+  // Of two calls that decide about a command those that have such an argument, and of one that always works the last.
+  for (const [act, calls] of [
+    [() => tv.fail("SetServiceByServiceid", { args: [null, "1001"] }), ["IServiceNavigation::TuneService", "ISourceControl::TuneService"]],
+    [() => tv.fail("SetServiceByServiceid", { args: [null, null, null, 5] }), ["IServiceNavigation::TuneService"]],
+    [() => tv.delay("UnRegisterEvent", 5), ["FCEMSProxy::Unsubscribe"]],
+  ]) {
+    await tv.restore();
+    await act();
+    assert.deepEqual((await tv.state()).answers.map(({ call }) => call), calls);
+  }
+  assert.equal(await tv.send("UnRegisterEvent", { event: 90019 }), null);
+  await tv.restore("UnRegisterEvent");
+  assert.deepEqual((await tv.state()).answers, []);
 });
 
 test("a wrong name, option, time or verb is refused with what is close, and changes nothing", async () => {
@@ -64,19 +80,47 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     [() => tv.fail("GetVersion"), /no platform call decides whether GetVersion works/],
     [() => tv.fail("BmsPlay", { time: 1 }), /there is no option "time"; did you mean "times"\?/],
     [() => tv.fail("ht_register_library"), /give a result/],
+    [() => tv.fail("FIVirtualChannelsAPI::GetProgram", { code: -4 }), /GetProgram has no code to fail with; give a result/],
+    [() => tv.fail("BmsPlay", { code: 0 }), /BmsPlay doesn't fail with the code 0: its failures are other than 0/],
+    [() => tv.fail("SetNextService", { code: 1 }), /SetNextService doesn't fail with the code 1: its failures are 0 or below/],
+    [() => tv.fail("vconf_notify_key_changed", { code: 2 }), /its failures are below 0/],
+    [() => tv.fail("BmsPlay", { code: "-1" }), /the code "-1"/],
+    [() => tv.fail("BmsPlay", { args: 7 }), /"args" must be a list/],
+    [() => tv.fail("Play", { args: [null, 5] }), /no call that decides whether Play works has 2 arguments: BmsPlay/],
+    [() => tv.fail(null), /no platform call or command null/],
     [() => tv.answer("SetNextService"), /there is no platform call "SetNextService"; did you mean "IServiceNavigation::SetNextService"\?/],
+    [() => tv.delay("Play"), /delay: give the milliseconds/],
+    [() => tv.delay("GetVersion", 1), /GetVersion makes no platform call/],
     [() => tv.delay("Plaz", 1), /did you mean "Play"\?/],
     [() => tv.restore("Sekk"), /did you mean "Seek"\?/],
     [() => tv.fire("ITVS_Signal_Instant_Offf"), /did you mean "ITVS_Signal_Instant_Off"\?/],
+    [() => tv.fire(90027, { use: null }), /fire: there is no option "use"; did you mean "user"\?/],
+    [() => tv.signal(177, { times: 1 }), /signal: there is no option "times"/],
+    [() => tv.powerOff("suspend", { usr: null }), /powerOff: there is no option "usr"/],
+    [() => tv.report("EndOfStream", { plaier: 1 }), /report: there is no option "plaier"; did you mean "player"\?/],
+    [() => tv.set("k", 1, { forse: true }), /set: there is no option "forse"/],
+    [() => tv.set("k", 1, null), /set: the options must be an object/],
     [() => tv.report("EndOfStreem", { player: 1 }), /did you mean "EndOfStream"\?/],
     [() => tv.report("EndOfStream"), /there is no player/],
     [() => tv.press("ChannelUpp"), /did you mean "ChannelUp"\?/],
     [() => tv.advance("1:60"), /is no playing time/],
     [() => tv.advance(-1), /is no playing time/],
     [() => tv.date("yesterday"), /is no date/],
+    [() => tv.date("file"), /at the start alone/],
     [() => tv.at("00:01", { tv: "advance", ms: 1 }), /"do" can't be "advance"/],
     [() => tv.verb({ tv: "signall" }), /there is no verb "signall"; did you mean "signal"\?/],
     [() => tv.waitForCall("BmsPlayy"), /did you mean "BmsPlay"\?/],
+    [() => tv.waitForCall("BmsPlay", { args: null }), /"args" must be a list/],
+    [() => tv.waitForMessage("ITVS_Signal_Instant_Onn"), /nothing is posted under "ITVS_Signal_Instant_Onn"; did you mean "ITVS_Signal_Instant_On"\?/],
+    [() => tv.waitForMessage("EndOfStreem"), /did you mean "EndOfStream"\?/],
+    [() => tv.waitForMessage(96), /nothing is posted under the type 96/],
+    [() => tv.waitForMessage(null), /null is no filter/],
+    [() => tv.send("GetVersion", null), /the parameters must be an object/],
+    [() => startTv({ settings: [] }), /"settings" is an object/],
+    [() => tv.verb(), /verb: expected \{ tv:/],
+    [() => tv.at("00:01", null), /"do" must be a verb/],
+    [() => startTv({ record: null }), /"record" is null; leave it out/],
+    [() => startTv(null), /startTv: the options must be an object/],
     [() => startTv({ dat: "file" }), /there is no option "dat"; did you mean "date"\?/],
     [() => startTv({ clock: "manual", speed: 2 }), /the speed is 0/],
     [() => startTv({ file: "/no/such/file" }), /zelumo-tv: \/no\/such\/file: No such file or directory/],
@@ -87,6 +131,7 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     await assert.rejects(act, message, String(act));
   }
   assert.throws(() => tv.journal.calls("BmsPlayy"), /did you mean "BmsPlay"\?/);
+  assert.throws(() => tv.journal.messages("GetVersio"), /did you mean "GetVersion"\?/);
   const { answers, scheduled, playingTime } = await tv.state();
   assert.deepEqual({ answers, scheduled, playingTime }, { answers: [], scheduled: [], playingTime: 0 });
 });
@@ -112,15 +157,26 @@ test("time is in the test's hand", async () => {
   assert.equal((await tv.state()).settings.k, 11);
   await tv.advance("00:09.995");
   assert.equal((await tv.state()).settings.k, 10);
+  const good = '{"at":1,"tv":"restore"}\n';
   for (const [line, mistake] of [
-    ['{"at":"00:10"}', /own\.jsonl: line 1: expected/],
-    ['\n{"at":"ten","tv":"restore"}', /line 2: "ten" is no playing time/],
-    ['{"at":1,"tv":"restor"}', /line 1: .*did you mean "restore"\?/],
-    ["{", /line 1: /],
+    ['{"at":"00:10"}', /own\.jsonl: line 2: expected/],
+    ["null", /line 2: expected/],
+    ["[]", /line 2: expected/],
+    ['\n{"at":"ten","tv":"restore"}', /line 3: "ten" is no playing time/],
+    ['{"at":1,"tv":"restor"}', /line 2: .*did you mean "restore"\?/],
+    ['# "restore"\n{"at":1,"tv":"answer","call":"BmsSeek","args":[1,2,3]}', /line 3: .*BmsSeek has 2 arguments, "args" gives 3/],
+    ["{", /line 2: /],
   ]) {
-    writeFileSync(scenario, line);
-    await assert.rejects(tv.play(scenario), mistake);
+    writeFileSync(scenario, good + line);
+    await assert.rejects(tv.play(scenario), (error) => mistake.test(error.message) && /; nothing is scheduled$/.test(error.message), line);
+    assert.deepEqual((await tv.state()).scheduled, [], line);
   }
+  // What waits already isn't known beforehand: 16 MiB at most.
+  writeFileSync(scenario, `{"at":1,"tv":"setting","key":"k","value":"${"x".repeat(1_000_000)}"}\n`.repeat(10));
+  await tv.play(scenario);
+  const waiting = (await tv.state()).scheduled.length;
+  await assert.rejects(tv.play(scenario), /own\.jsonl: line [3-9]: .*; what stands before it is scheduled$/);
+  assert.ok((await tv.state()).scheduled.length > waiting);
 });
 
 test("the journal is what happened until now, however much that is", async () => {
@@ -166,7 +222,7 @@ test("what is waited for came already, comes, or is told to have stayed away", a
   });
   await tv.fire(90027);
   assert.equal((await tv.waitForMessage(({ command }) => command === "ITVS_Signal_Instant_On")).code, 0);
-  const lost = tv.waitForMessage("never");
+  const lost = tv.waitForMessage("ITVS_Signal_Instant_Off");
   await Promise.all([assert.rejects(lost, /the TV ended before/), tv.close()]);
   await assert.rejects(tv.press("Enter"), /the TV is closed/);
   assert.ok(tv.journal.calls("BmsPlay").length, "the journal stays");
@@ -218,14 +274,23 @@ test("the TV ends with its parent, however that ends, and leaves nothing", async
   }
 });
 
-test("a host that is killed is told", async () => {
+test("a host that is killed is told, whatever is asked of it", async () => {
+  for (const [what, ask] of [
+    ["a state", (tv) => tv.state()],
+    ["a verb", (tv) => tv.press("Enter")],
+    ["a command", (tv) => tv.send("GetVersion")],
+    ["a wait", (tv) => tv.waitForMessage("ITVS_Signal_Instant_On")],
+  ]) {
+    const tv = await begin();
+    process.kill(tv.pid, "SIGKILL");
+    // What is on its way when it dies may still be answered.
+    const asked = (async () => {
+      for (let asked = 0; asked < 100; asked++) await ask(tv);
+    })();
+    await assert.rejects(asked, /^TvError: the TV host has ended: SIGKILL$/, what);
+  }
   const tv = await begin();
   process.kill(tv.pid, "SIGKILL");
-  await assert.rejects(
-    async () => {
-      for (;;) await tv.state();
-    },
-    /the TV host has ended: .*SIGKILL|ECONN|socket hang up/,
-  );
-  await until(() => tv.state().then(() => false, (error) => /the TV host has ended: .*SIGKILL/.test(error.message)), "the reason");
+  while (runs(tv.pid)); // this thread stands still, so that nothing has told it yet
+  assert.throws(() => tv.journal.all(), /^TvError: the TV host has ended$/);
 });

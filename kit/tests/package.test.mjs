@@ -46,6 +46,30 @@ test("an architecture takes less than 12 MB", (t) => {
   }
 });
 
+test("what others have made comes with its licence", () => {
+  for (const name of platforms.filter((one) => existsSync(join(MODULES, one)))) {
+    const folder = join(MODULES, name);
+    const libraries = readdirSync(join(folder, "lib")).filter((file) => !file.startsWith("libzelumo"));
+    assert.ok(libraries.length >= 4);
+    for (const one of [...libraries, "libcli11-dev", "GPL-3"]) {
+      assert.match(readFileSync(join(folder, "share/zelumo/licences", `${one}.txt`), "utf8"), /copyright|public domain/i, one);
+    }
+    const media = join(folder, "share/zelumo/web/zelumo-media");
+    assert.match(readFileSync(join(media, "shaka-player.LICENSE"), "utf8"), /Apache License/);
+    assert.ok(lstatSync(join(media, "shaka-player.dash.js")).size > 100_000);
+  }
+});
+
+test("streams are played in the browser with what is packed", async () => {
+  const run = start(LAUNCHER, ["serve", "--port", "0", "--media", "browser", "--end-with-input"]);
+  await until(() => run.out.includes("http://"), "the address");
+  const address = `${run.out.match(/http:\S+?(?=\/?\s)/)[0]}/zelumo-media/shaka-player.dash.js`;
+  assert.equal((await fetch(address)).status, 200, address);
+  run.child.stdin.end();
+  await run.ended;
+  assert.doesNotMatch(run.err, /warning/);
+});
+
 test("nothing but glibc 2.35 is asked of the system", (t) => {
   const binaries = files("zelumo-tv-linux-x64").filter((file) => readFileSync(file).subarray(0, 4).toString("latin1") === "\x7fELF");
   assert.ok(binaries.length >= 4);

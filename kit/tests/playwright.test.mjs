@@ -2,13 +2,14 @@
 import assert from "node:assert/strict";
 import { mkdtempSync, readFileSync, readdirSync, rmSync } from "node:fs";
 import { createServer } from "node:net";
-import { tmpdir } from "node:os";
+import { availableParallelism, loadavg, tmpdir } from "node:os";
 import { join } from "node:path";
 import { after, before, test } from "node:test";
 import { commandOf, isUp, processesWith, start, until } from "./support.mjs";
 
 const MOST_SECONDS = 60;
 const PROCESSORS = 2;
+const FREE_LOAD = 1.5; // for each processor
 const MOST_FRESH_MS = 150;
 const folder = mkdtempSync(join(tmpdir(), "kit-playwright-"));
 after(() => rmSync(folder, { recursive: true }));
@@ -53,17 +54,21 @@ before(async () => {
 });
 
 test("40 cases over 8 workers pass in time, and leave nothing", async (t) => {
+  const [load] = loadavg();
   const { code, tests, ms, processorSeconds, said } = await playwright([]);
   const bad = [...tests].filter(([, { status }]) => status !== "passed").map(([title]) => title);
   assert.deepEqual([code, bad], [0, []], said.slice(-6000));
   assert.ok(tests.size >= 40, `${tests.size} tests`);
-  t.diagnostic(`${tests.size} cases took ${(ms / 1000).toFixed(1)} s, and ${processorSeconds.toFixed(1)} s of processors`);
-  // Of two processors, whatever else the machine does at the time.
-  assert.ok(processorSeconds / PROCESSORS < MOST_SECONDS, `${processorSeconds} s`);
+  // Where the machine has much else to do, what two processors would have taken.
+  const free = load < FREE_LOAD * availableParallelism();
+  const [seconds, what] = free ? [ms / 1000, "by the clock"] : [processorSeconds / PROCESSORS, `of each of ${PROCESSORS} processors`];
+  const took = `${tests.size} cases took ${(ms / 1000).toFixed(1)} s, and ${processorSeconds.toFixed(1)} s of processors`;
+  t.diagnostic(`${took}; with a load of ${load.toFixed(1)} before, checked: ${seconds.toFixed(1)} s ${what}`);
+  assert.ok(seconds < MOST_SECONDS, `${seconds} s ${what}`);
 });
 
 test("a test that fails says what did happen, and attaches it", async () => {
-  const { code, tests } = await playwright(["--config", "failing.config.mjs"]);
+  const { code, tests } = await playwright(["--config", "failing.config.mjs", "--grep-invert", "dev server|option"]);
   assert.equal(code, 1);
   for (const [name, message] of [
     ["toHaveSent", /expected the page to have sent SetNextService, 2 times; it was so 1 time; commands that came.*\n(.*\n)*.*"command":"SetNextService"/],
@@ -73,6 +78,8 @@ test("a test that fails says what did happen, and attaches it", async () => {
     ["toBeTunedTo", /tuned to "Fernwick One"; it shows "Pellmoor News", 1002/],
     ["toBePlaying", /play "http:\/\/sample.tv\/film.mpd"; there is no player/],
     ["toHaveSetting", /db\/menu\/volume to be -1; it is \d+/],
+    ["misspelt message", /nothing is posted under "ITVS_Signal_Instant_Onn"; did you mean "ITVS_Signal_Instant_On"\?/],
+    ["no parameters", /toHaveSent: the parameters must be an object/],
     ["typo", /there is no platform call "IServiceNavigation::SetNextServce"; did you mean "IServiceNavigation::SetNextService"\?/],
     ["page", /Expected: ""/],
     ["worker", /Expected: ""/],
@@ -94,13 +101,26 @@ test("a test that fails says what did happen, and attaches it", async () => {
   }
 });
 
+test("a TV that can't be had says why", async () => {
+  const { tests } = await playwright(["--config", "failing.config.mjs", "-g", "dev server|option"]);
+  for (const [name, message] of [
+    ["a dev server that ends", /devServer: "echo no luck; exit 3" ended with status 3: no luck/],
+    ["a dev server without an address", /devServer: "localhost:5173" is no address: write http:/],
+    ["an option that isn't there", /tvOptions: there is no option "devserver"; did you mean "devServer"\?/],
+  ]) {
+    const { status, error } = tests.get(`failing.spec.mjs: ${name}`);
+    assert.equal(status, "failed", name);
+    assert.match(error.message.replaceAll(/\x1b\[\d+m/g, ""), message, name);
+  }
+});
+
 test("a TV of its own takes a test little time", async (t) => {
   const { code, tests, said } = await playwright(["--config", "figures.config.mjs"]);
   assert.equal(code, 0, said.slice(-3000));
-  // Of each kind the test in the middle of the quicker half: the others were held up by something else.
+  // Of each kind the test in the middle.
   const usual = (kind) => {
     const all = [...tests].filter(([title]) => title.includes(`: ${kind} `)).map(([, { duration }]) => duration).sort((a, b) => a - b);
-    return all[Math.floor(all.length / 4)];
+    return all[Math.floor(all.length / 2)];
   };
   const [plain, tv] = [usual("plain"), usual("tv")];
   t.diagnostic(`a new page takes ${plain} ms, with a fresh TV ${tv} ms`);

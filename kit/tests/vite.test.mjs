@@ -1,19 +1,20 @@
-// The plug-in for Vite.
+// The plug-in for Vite, with an older Vite and a newer one.
 import assert from "node:assert/strict";
-import { readFileSync, readdirSync } from "node:fs";
+import { cpSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
-import { test } from "node:test";
-import { HERE, isUp, processesWith, programOf, start, until } from "./support.mjs";
+import { after, test } from "node:test";
+import { HERE, isUp, processesWith, programOf, script, start, until } from "./support.mjs";
 
-const VITE = ["node_modules/vite/bin/vite.js"];
+const VITES = ["vite", "vite8"];
+const cli = (vite) => `node_modules/${vite}/bin/vite.js`;
 const mark = `vite-${process.pid}`;
 const environment = (more) => ({ ...process.env, NO_COLOR: "1", KIT_MARK: mark, ...more });
 const left = () => processesWith("KIT_MARK", mark);
 const tvs = () => left().map(programOf).filter((program) => program.endsWith("/zelumo-tv"));
 
 test("in the dev server the TV comes and goes with it, and its pages have the script", async () => {
-  for (const signal of ["SIGTERM", "SIGKILL"]) {
-    const vite = start(process.execPath, [...VITE, "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment() });
+  for (const [version, signal] of VITES.flatMap((one) => [[one, "SIGTERM"], [one, "SIGKILL"]])) {
+    const vite = start(process.execPath, [cli(version), "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment() });
     await until(() => /Remote: .*\n/.test(vite.out), `the banner: ${vite.out}${vite.err}`);
     const tv = /TV: +(http\S+)\//.exec(vite.out)[1];
     const page = /Local: +(http\S+)\//.exec(vite.out)[1];
@@ -29,13 +30,56 @@ test("in the dev server the TV comes and goes with it, and its pages have the sc
     assert.ok(Math.abs(state.time - Date.UTC(2026, 0, 1, 20)) < 60_000);
     vite.child.kill(signal);
     await vite.ended;
-    await until(async () => !(await isUp(tv)) && !left().length, `nothing is left after ${signal}`);
+    await until(async () => !(await isUp(tv)) && !left().length, `nothing is left of ${version} after ${signal}`);
+  }
+});
+
+test("a restart brings another TV in the place of the one before, whose paths are those of Vite's root", async () => {
+  const folder = mkdtempSync(join(HERE, "restarted-"));
+  after(() => rmSync(folder, { recursive: true }));
+  cpSync(join(HERE, "react-page/index.html"), join(folder, "index.html"));
+  writeFileSync(join(folder, "tv.json"), '{ "channels": [{ "id": "7", "name": "Only One" }] }');
+  const configure = (volume) =>
+    writeFileSync(
+      join(folder, "vite.config.js"),
+      `import { zelumoTv } from "zelumo-tv/vite";
+      export default { plugins: [zelumoTv({ file: "tv.json", settings: { "db/menu/volume": ${volume} } })] };`,
+    );
+  for (const version of VITES) {
+    configure(0);
+    const vite = script(
+      `import { createServer } from "${version}";
+      const server = await createServer({ root: ${JSON.stringify(folder)}, server: { host: "127.0.0.1", port: 0, watch: null } });
+      await server.listen();
+      server.printUrls();
+      process.stdin.on("data", (text) => (String(text) === "restart" ? server.restart() : server.close()));`,
+      { env: environment() },
+    );
+    let earlier;
+    for (const volume of [0, 1, 2]) {
+      if (volume) {
+        configure(volume);
+        vite.child.stdin.write("restart");
+      }
+      const told = () => [...vite.out.matchAll(/TV: +(http\S+)\//g)];
+      await until(() => told().length === volume + 1, `${version}: TV ${volume} is told: ${vite.out}${vite.err}`);
+      const [, tv] = told().at(-1);
+      const state = await (await fetch(`${tv}/tv/state`)).json();
+      assert.deepEqual([state.channel.name, state.settings["db/menu/volume"]], ["Only One", volume], version);
+      if (earlier) await until(async () => !(await isUp(earlier)), `${version}: the TV before number ${volume} is gone`);
+      assert.equal(tvs().length, 1, version);
+      earlier = tv;
+    }
+    vite.child.stdin.end("close");
+    await until(() => !tvs().length, `${version}: the TV is gone with the server`);
+    vite.child.kill();
+    await vite.ended;
   }
 });
 
 test("with a TV that is given there is no other", async () => {
   for (const [url, has] of [["http://127.0.0.1:9", true], ["", false]]) {
-    const vite = start(process.execPath, [...VITE, "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment({ ZELUMO_TV_URL: url }) });
+    const vite = start(process.execPath, [cli("vite"), "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment({ ZELUMO_TV_URL: url }) });
     await until(() => /Local: .*\n/.test(vite.out), "the banner");
     const html = await (await fetch(/Local: +(http\S+)\//.exec(vite.out)[1])).text();
     assert.equal(html.includes(`src="http://127.0.0.1:9/zelumo-embed.js"`), has);
@@ -46,19 +90,21 @@ test("with a TV that is given there is no other", async () => {
 });
 
 test("a TV that can't start is told, and the dev server with it", async () => {
-  const vite = start(process.execPath, [...VITE, "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment({ ZELUMO_TV: "/no/such" }) });
+  const vite = start(process.execPath, [cli("vite"), "react-page", "--host", "127.0.0.1", "--port", "0"], { env: environment({ ZELUMO_TV: "/no/such" }) });
   assert.notEqual((await vite.ended).code, 0);
   assert.match(vite.err, /there is no program at \/no\/such/);
 });
 
 test("of a build nothing is left", async () => {
-  const vite = start(process.execPath, [...VITE, "build", "react-page", "--outDir", `dist-${mark}`], { env: environment() });
-  assert.equal((await vite.ended).code, 0, vite.err);
-  const folder = join(HERE, "react-page", `dist-${mark}`);
-  const texts = readdirSync(folder, { recursive: true, withFileTypes: true })
-    .filter((entry) => entry.isFile())
-    .map((entry) => readFileSync(join(entry.parentPath, entry.name), "utf8"));
-  assert.ok(texts.length >= 2);
-  for (const text of texts) assert.ok(!/<script[^>]*zelumo-embed|127\.0\.0\.1|tv\/state/.test(text));
-  assert.deepEqual(tvs(), []);
+  for (const version of VITES) {
+    const out = `dist-${version}-${mark}`;
+    const vite = start(process.execPath, [cli(version), "build", "react-page", "--outDir", out], { env: environment() });
+    assert.equal((await vite.ended).code, 0, vite.err);
+    const texts = readdirSync(join(HERE, "react-page", out), { recursive: true, withFileTypes: true })
+      .filter((entry) => entry.isFile())
+      .map((entry) => readFileSync(join(entry.parentPath, entry.name), "utf8"));
+    assert.ok(texts.length >= 2);
+    for (const text of texts) assert.ok(!/<script[^>]*zelumo-embed|127\.0\.0\.1|tv\/state/.test(text));
+    assert.deepEqual(tvs(), []);
+  }
 });

@@ -54,7 +54,7 @@ export interface ZelumoClient {
 
   /**
    * Hears an event or a TV signal, to which it subscribes unless the page has; the last handler's stop ends that. The data's JSON
-   * texts are parsed, null where they are empty.
+   * texts are parsed, null where they are empty. Throws a TypeError where nothing is posted under that name.
    */
   on<Name extends ZelumoEventName>(name: Name, handler: (data: ZelumoEventData<Name>) => void): Stop;
   /** Hears one kind of the player's events. */

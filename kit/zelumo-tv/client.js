@@ -73,6 +73,25 @@ const PLAYER_TYPES = {
   GetInitInfo: 201,
 };
 
+const NAMES = Object.keys(events).concat(Object.keys(PLAYER_TYPES), PLAYER_EVENT, "ITVS_Signal_Unmute_by_pincode_input");
+
+// How many letters must be put in, left out or replaced to make one name of the other.
+function distance(one, other) {
+  let row = Array.from({ length: other.length + 1 }, (_, i) => i);
+  for (const letter of one) {
+    row = row.slice(1).reduce((next, above, i) => next.concat(Math.min(next[i] + 1, above + 1, row[i] + (letter === other[i] ? 0 : 1))), [row[0] + 1]);
+  }
+  return row[other.length];
+}
+
+// Settings keys are paths.
+function checkName(name) {
+  if (NAMES.indexOf(name) >= 0 || String(name).indexOf("/") >= 0) return;
+  const far = (known) => distance(String(name), known);
+  const near = NAMES.slice().sort((a, b) => far(a) - far(b))[0];
+  throw new TypeError(`on: nothing is posted under "${name}"${far(near) < 4 ? `; did you mean "${near}"?` : ""}`);
+}
+
 const method = (command) => command.replace(/^[A-Z]+(?=[A-Z][a-z])|^[A-Z]/, (head) => head.toLowerCase());
 
 /** JSON text of a value. */
@@ -143,6 +162,7 @@ function makeClient(element) {
   const client = {
     json,
     on(name, handler) {
+      checkName(name);
       const player = name === PLAYER_EVENT || PLAYER_TYPES[name];
       // Any subscription brings the player's events; this one is of what is posted anyway.
       const event = player ? events.ITVS_Signal_Instant_Off : events[name];

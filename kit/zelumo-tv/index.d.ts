@@ -1,6 +1,6 @@
 /// <reference lib="esnext.disposable" />
 import type {
-  ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData,
+  ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData, ZelumoText,
 } from "./types.js";
 
 /** Playing time: milliseconds, `"mm:ss"` or `"hh:mm:ss"`, a fraction of a second allowed (`"00:02.5"`). */
@@ -98,7 +98,10 @@ export interface ReplyLine {
 /** A line of the journal, as the host writes it. */
 export type JournalLine = CallLine | MessageLine | ReplyLine | { [kind: string]: unknown };
 
-/** A message's name, a player report's name or number, some of a message's members, or what a function says. */
+/**
+ * A message's name, a player report's name or number, some of a message's members, or what a function says. A name under which
+ * nothing is posted is refused; settings keys are paths.
+ */
 export type MessageFilter = string | number | Record<string, unknown> | ((message: any) => boolean);
 
 /** What happened since the test began. */
@@ -111,13 +114,13 @@ export interface Journal {
 }
 
 export interface FailOptions {
-  /** What calls that return a number return; by default their usual failure. */
+  /** What calls that return a number return, one of their failures; by default the usual one. */
   code?: number;
   /** What the calls return, whatever they return. */
   result?: unknown;
   /** For so many calls only. */
   times?: number;
-  /** Only with these arguments; null stands for any. */
+  /** Only with these arguments; null stands for any. Of a command's calls those that take so many. */
   args?: readonly unknown[];
 }
 export interface AnswerOptions {
@@ -197,7 +200,7 @@ export interface Tv extends AsyncDisposable {
   date(when: string | Date | number): Promise<Did>;
   /** When so much more playing time has passed, the TV does this. */
   at(time: PlayingTime, verb: Verb | Verb[]): Promise<void>;
-  /** From now on the TV does what the scenario says. */
+  /** From now on the TV does what the scenario says. Where a line of it is wrong it rejects, and schedules nothing. */
   play(scenarioFile: string | URL): Promise<void>;
   verb(verb: Verb): Promise<Did>;
 
@@ -214,27 +217,31 @@ export interface Tv extends AsyncDisposable {
   /** The same for a platform call. */
   waitForCall(name: string, options?: { args?: readonly unknown[]; timeout?: number }): Promise<CallLine>;
 
-  /** Plays the page, where no browser is. */
+  /** Plays the page, where no browser is: the reply's data as they travel, JSON texts as texts. */
   send<C extends ZelumoCommand>(
     command: C,
     ...parameters: {} extends ZelumoParameters<C> ? [parameters?: SentParameters<C>] : [parameters: SentParameters<C>]
   ): Promise<ZelumoReplyData<C>>;
-  send(command: string, parameters?: Record<string, unknown>): Promise<unknown>;
+  /** The same with a command that the page doesn't have. */
+  send<Name extends string>(command: Name extends ZelumoCommand ? never : Name, parameters?: Record<string, unknown>): Promise<unknown>;
 
   /** Ends the host. */
   close(): Promise<void>;
 }
 
-/** A command's parameters; `input` may be an object in place of its JSON text. */
+/** A command's parameters; `input` may be what its JSON text would hold. */
 export type SentParameters<C extends ZelumoCommand> = {
-  [K in keyof ZelumoParameters<C>]: ZelumoParameters<C>[K] | (K extends "input" ? object : never);
+  [K in keyof ZelumoParameters<C>]: ZelumoParameters<C>[K] | (K extends "input" ? TextOf<ZelumoParameters<C>[K]> : never);
 };
+type TextOf<Input> = Input extends ZelumoText<infer T> ? T : never;
 
-/** A command that the TV answered with an error. */
+/** A command that the TV answered with an error. Its message names the command. */
 export class ZelumoError extends Error {
+  readonly command: string;
   readonly code: number;
   readonly errorName: string;
   readonly errorMessage: string;
+  readonly data: null | boolean;
 }
 
 /** What the TV doesn't do. */

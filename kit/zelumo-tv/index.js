@@ -1,2 +1,3 @@
-export { TvError, ZelumoError, startTv } from "./lib/tv.js";
+export { TvError, ZelumoError } from "./lib/errors.js";
+export { startTv } from "./lib/tv.js";
 export { verbs } from "./lib/verbs.js";

@@ -1,32 +1,28 @@
 // Playwright's `test` and `expect` with a TV for each test.
 import { closeSync } from "node:fs";
 import { writeFile } from "node:fs/promises";
-import { dirname, isAbsolute, resolve } from "node:path";
+import { dirname } from "node:path";
 import { test as base, expect as baseExpect } from "@playwright/test";
 
-import { devServer } from "./lib/dev-server.js";
+import { devServer, devServerOrigin } from "./lib/dev-server.js";
 import { embedBefore } from "./lib/embed.js";
 import { expectations } from "./lib/expectations.js";
-import { namelessFile, readNameless } from "./lib/host.js";
+import { OPTIONS, namelessFile, pathsFrom, readNameless } from "./lib/host.js";
+import { checkOptions } from "./lib/near.js";
 import { BEGIN, KEEPER, startTv } from "./lib/tv.js";
 
 export const expect = baseExpect.extend(expectations);
 
-const PATHS = ["app", "file", "settings", "record", "scenario"];
 const failed = (testInfo) => testInfo.status !== testInfo.expectedStatus;
 
 /** The origins of pages that the TV is there for, beside its own. */
-const originsOf = ({ allowOrigins = [], devServer: server }) => [allowOrigins, server ? new URL(server.url).origin : []].flat();
+const originsOf = ({ allowOrigins = [], devServer: server }) => [allowOrigins, server ? devServerOrigin(server) : []].flat();
 
 // Paths are those of the project that is tested, wherever the runner was started.
 function startOptions({ devServer: _, ...options }, testInfo) {
   const { configFile, rootDir } = testInfo.config;
   const root = configFile ? dirname(configFile) : rootDir;
-  for (const name of PATHS) {
-    const path = options[name];
-    if (typeof path === "string" && !isAbsolute(path)) options[name] = resolve(root, path);
-  }
-  return { root, options };
+  return { root, options: pathsFrom(root, options) };
 }
 
 /** A TV that is recorded, unless the test has it recorded itself. */
@@ -84,6 +80,7 @@ export const test = base.extend({
   tv: [
     async ({ tvOptions, tvScope, zelumoTvs }, use, testInfo) => {
       if (tvScope !== "test" && tvScope !== "worker") throw new TypeError('tvScope is "test" or "worker"');
+      checkOptions("tvOptions", tvOptions, [...OPTIONS, "devServer"]);
       const { root, options } = startOptions({ ...tvOptions, allowOrigins: originsOf(tvOptions) }, testInfo);
       if (tvOptions.devServer) await devServer(tvOptions.devServer, root);
       if (tvScope === "test") {

@@ -1,6 +1,6 @@
 // A plug-in for Vite: while pages are developed, there is a TV for them.
 import { checkOptions } from "./lib/near.js";
-import { OPTIONS } from "./lib/host.js";
+import { OPTIONS, pathsFrom } from "./lib/host.js";
 import { startTv } from "./lib/tv.js";
 
 /** The origins by which the dev server's pages are opened. */
@@ -16,15 +16,18 @@ export function zelumoTv(options = {}) {
   checkOptions("zelumoTv", options, OPTIONS);
   // A TV that runs already, or, empty, none: a test has its own.
   const given = process.env.ZELUMO_TV_URL;
-  let tv;
+  let started;
   let address = given === undefined ? undefined : Promise.resolve(given.replace(/\/$/, ""));
 
   async function start(server) {
     const clock = options.speed === undefined ? { clock: "real" } : {};
     const origins = [options.allowOrigins ?? [], originsOf(server)].flat();
-    tv = await startTv({ log: (line) => server.config.logger.info(line), ...clock, ...options, allowOrigins: [...new Set(origins)] });
-    return tv.url;
+    const own = pathsFrom(server.config.root, { log: (line) => server.config.logger.info(line), ...clock, ...options });
+    started = startTv({ ...own, allowOrigins: [...new Set(origins)] });
+    return (await started).url;
   }
+  // One that is still starting, too; where it couldn't, that was told.
+  const end = async () => (await started?.catch(() => {}))?.close();
 
   return {
     name: "zelumo-tv",
@@ -41,19 +44,24 @@ export function zelumoTv(options = {}) {
         address ??= Promise.resolve("");
         return;
       }
+      const tell = (url) => url && logger.info(`  ➜  TV:      ${url}/\n  ➜  Remote:  ${url}/demo/remote.html`);
       const { listen, printUrls, close } = server;
-      server.listen = async (...given) => {
-        const listening = await listen.apply(server, given);
+      server.listen = async (port, isRestart) => {
+        const listening = await listen.call(server, port, isRestart);
         address ??= start(server);
-        await address;
+        const url = await address;
+        // After a restart Vite tells no addresses that are as they were, but the TV is another.
+        if (isRestart) tell(url);
         return listening;
       };
       server.printUrls = () => {
         printUrls.call(server);
-        address?.then((url) => url && logger.info(`  ➜  TV:      ${url}/\n  ➜  Remote:  ${url}/demo/remote.html`));
+        address?.then(tell, () => {});
       };
+      // Whoever closes the server waits for the TV; a restart closes it otherwise, and only the port tells.
+      server.httpServer.once("close", end);
       server.close = async () => {
-        await tv?.close();
+        await end();
         return close.call(server);
       };
     },

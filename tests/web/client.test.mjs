@@ -145,6 +145,19 @@ clientTest("handlers hear what they name until they are stopped", async (page, w
   assert.deepEqual(warnings, []);
 });
 
+clientTest("a handler of what is never posted is refused with what is close", async (page) => {
+  const since = await now();
+  for (const [name, message] of [
+    ["ITVS_Signal_Instant_Onn", 'on: nothing is posted under "ITVS_Signal_Instant_Onn"; did you mean "ITVS_Signal_Instant_On"?'],
+    ["EndofStrem", 'on: nothing is posted under "EndofStrem"; did you mean "EndOfStream"?'],
+    ["GetVersion", 'on: nothing is posted under "GetVersion"'],
+    [undefined, 'on: nothing is posted under "undefined"'],
+  ]) {
+    assert.equal(await page.evaluate((one) => fails(new Promise(() => hear(one))).then((error) => error.message), name), message);
+  }
+  assert.equal(await made("FCEMSProxy::Subscribe", since), 0);
+});
+
 clientTest("handlers and the page share a subscription", async (page, warnings) => {
   const since = await now();
   const on = "ITVS_Signal_Instant_On";

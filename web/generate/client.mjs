@@ -55,6 +55,25 @@ ${api.events.map((e) => `  ${e.command}: ${e.event},\n`).join("")}};
 const PLAYER_TYPES = {
 ${api.playerEvents.types.map((t) => `  ${t.name}: ${t.type},\n`).join("")}};
 
+const NAMES = Object.keys(events).concat(Object.keys(PLAYER_TYPES), PLAYER_EVENT, ${api.signals.map((s) => JSON.stringify(s.command)).join(", ")});
+
+// How many letters must be put in, left out or replaced to make one name of the other.
+function distance(one, other) {
+  let row = Array.from({ length: other.length + 1 }, (_, i) => i);
+  for (const letter of one) {
+    row = row.slice(1).reduce((next, above, i) => next.concat(Math.min(next[i] + 1, above + 1, row[i] + (letter === other[i] ? 0 : 1))), [row[0] + 1]);
+  }
+  return row[other.length];
+}
+
+// Settings keys are paths.
+function checkName(name) {
+  if (NAMES.indexOf(name) >= 0 || String(name).indexOf("/") >= 0) return;
+  const far = (known) => distance(String(name), known);
+  const near = NAMES.slice().sort((a, b) => far(a) - far(b))[0];
+  throw new TypeError(\`on: nothing is posted under "\${name}"\${far(near) < 4 ? \`; did you mean "\${near}"?\` : ""}\`);
+}
+
 const method = (command) => command.replace(/^[A-Z]+(?=[A-Z][a-z])|^[A-Z]/, (head) => head.toLowerCase());
 
 /** JSON text of a value. */
@@ -125,6 +144,7 @@ function makeClient(element) {
   const client = {
     json,
     on(name, handler) {
+      checkName(name);
       const player = name === PLAYER_EVENT || PLAYER_TYPES[name];
       // Any subscription brings the player's events; this one is of what is posted anyway.
       const event = player ? events.ITVS_Signal_Instant_Off : events[name];
@@ -212,7 +232,7 @@ export interface ZelumoClient {
 
   /**
    * Hears an event or a TV signal, to which it subscribes unless the page has; the last handler's stop ends that. The data's JSON
-   * texts are parsed, null where they are empty.
+   * texts are parsed, null where they are empty. Throws a TypeError where nothing is posted under that name.
    */
   on<Name extends ZelumoEventName>(name: Name, handler: (data: ZelumoEventData<Name>) => void): Stop;
   /** Hears one kind of the player's events. */

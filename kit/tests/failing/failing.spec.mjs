@@ -10,6 +10,8 @@ for (const [name, act] of [
   ["toBeTunedTo", (tv) => expect(tv).toBeTunedTo("Fernwick One")],
   ["toBePlaying", (tv) => expect(tv).toBePlaying("http://sample.tv/film.mpd")],
   ["toHaveSetting", (tv) => expect(tv).toHaveSetting("db/menu/volume", -1)],
+  ["misspelt message", (tv) => expect(tv).not.toHavePosted("ITVS_Signal_Instant_Onn")],
+  ["no parameters", (tv) => expect(tv).toHaveSent("SetNextService", null)],
   ["typo", (tv) => expect(tv).not.toHaveCalled("IServiceNavigation::SetNextServce")],
   ["page", (tv) => expect(tv.url).toBe("")],
 ]) {
@@ -32,3 +34,14 @@ test.describe("one for a worker", () => {
     expect(tv.url).toBe("");
   });
 });
+
+for (const [name, tvOptions] of [
+  ["a dev server that ends", { devServer: { command: "echo no luck; exit 3", url: "http://127.0.0.1:9" } }],
+  ["a dev server without an address", { devServer: { command: "true", url: "localhost:5173" } }],
+  ["an option that isn't there", { devserver: {} }],
+]) {
+  test.describe("with", () => {
+    test.use({ tvOptions });
+    test(name, ({ tv }) => tv);
+  });
+}

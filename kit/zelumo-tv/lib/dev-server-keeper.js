@@ -49,16 +49,16 @@ async function run() {
   // The TV of a test is injected by the test, so the plug-in for Vite has nothing to do.
   child = spawn(command, { cwd: root, shell: true, detached: true, stdio: ["ignore", "pipe", "pipe"], env: { ...process.env, ZELUMO_TV_URL: "" } });
   for (const stream of [child.stdout, child.stderr]) stream.on("data", (text) => (said = (said + text).slice(-KEPT_CHARACTERS)));
-  let ended = false;
+  let ended;
   child.on("error", (error) => {
-    ended = true;
+    ended = "couldn't be started";
     said += error.message;
   });
-  child.on("exit", () => (ended = true));
+  child.on("exit", (code, signal) => (ended = `ended with ${signal ?? `status ${code}`}`));
   const end = Date.now() + timeout;
   for (;;) {
     if (await answers()) return tell("ready");
-    if (ended) return tell(`${JSON.stringify(command)} ended: ${said.trim().replaceAll("\n", " | ")}`);
+    if (ended) return tell(`${JSON.stringify(command)} ${ended}: ${said.trim().replaceAll("\n", " | ")}`);
     if (Date.now() > end) return tell(`${url} doesn't answer after ${timeout} ms: ${said.trim().replaceAll("\n", " | ")}`);
     await pause(50);
   }

@@ -10,14 +10,22 @@ const AGAIN_MS = 20;
 
 const connected = new Map();
 
+/** The origin of its pages. */
+export function devServerOrigin(options) {
+  checkOptions("devServer", options, ["command", "url", "timeout"]);
+  const { url } = options;
+  if (!url) throw new TypeError("devServer: a url is required");
+  if (!URL.canParse(url) || !/^https?:/.test(url)) throw new TypeError(`devServer: ${JSON.stringify(url)} is no address: write http://localhost:5173`);
+  return new URL(url).origin;
+}
+
 /**
  * Resolves when the server of `{ command, url }` answers: one that runs already, or one that is started, in the folder `root`.
  * The connection that is held until this process ends says that it is needed.
  */
 export async function devServer(options, root) {
-  checkOptions("devServer", options, ["command", "url", "timeout"]);
+  devServerOrigin(options);
   const { command, url, timeout = 60_000 } = options;
-  if (!url) throw new TypeError("devServer: a url is required");
   const task = JSON.stringify({ command, url, root, timeout, runner: process.ppid });
   // In the abstract name space, so that there is no file to be left over.
   const name = `\0zelumo-tv-${createHash("sha256").update(task).digest("hex").slice(0, 32)}`;

@@ -1,8 +1,8 @@
 // What can be expected of a TV. All retry until the time-out of `expect`, and tell what did happen.
-import { checkCall, checkCommand, reportType } from "./api.js";
+import { checkCall, checkCommand, checkPosted, reportType } from "./api.js";
 import { is } from "./journal.js";
 import { matches, matchesArgs } from "./match.js";
-import { checkOptions } from "./near.js";
+import { checkList, checkOptions } from "./near.js";
 import { KEEPER, told } from "./tv.js";
 
 const LOOK_MS = 100; // how often a state is looked at
@@ -74,6 +74,7 @@ export const expectations = {
   toHaveSent: expectation("toHaveSent", (command, parameters = {}, options = {}) => {
     checkCommand(command);
     checkOptions("toHaveSent", options, ["times", "timeout"]);
+    if (parameters === null || typeof parameters !== "object") throw new TypeError("toHaveSent: the parameters must be an object");
     const fits = (line) => {
       const message = line.await ?? line.post;
       return message?.command === command && matches(message, parameters);
@@ -84,11 +85,13 @@ export const expectations = {
   toHaveCalled: expectation("toHaveCalled", (call, options = {}) => {
     checkCall(call);
     checkOptions("toHaveCalled", options, ["args", "times", "timeout"]);
+    checkList('toHaveCalled: "args"', options.args);
     const what = options.args ? ` with ${shown(options.args)}` : "";
     return lines(`the call ${call}${what}`, "call", (line) => line.call === call && matchesArgs(line.args, options.args), options);
   }),
   toHavePosted: expectation("toHavePosted", (nameOrType, data, options = {}) => {
     checkOptions("toHavePosted", options, ["times", "timeout"]);
+    checkPosted(nameOrType);
     const type = reportType(nameOrType);
     const fits = ({ message }) => {
       if (type !== undefined && message?.type === type) return data === undefined || matches(message, data);

@@ -1,18 +1,29 @@
 // Starts the program and ends it.
 import { spawn } from "node:child_process";
 import { randomBytes } from "node:crypto";
-import { closeSync, fstatSync, openSync, readSync, unlinkSync, writeSync } from "node:fs";
+import { closeSync, fstatSync, openSync, readSync, readlinkSync, unlinkSync, writeSync } from "node:fs";
 import { tmpdir } from "node:os";
-import { join } from "node:path";
+import { isAbsolute, join, resolve } from "node:path";
+import { TvError } from "./errors.js";
 import { checkOptions } from "./near.js";
 import { dateOf } from "./time.js";
+import { getNow, request } from "./web.js";
 import { program } from "./where.js";
 
 const ENDING_MS = 5000;
+const NOTICED_MS = 1000; // how soon it is known that a process has ended
 const KEPT_CHARACTERS = 8192;
 export const OPTIONS = [
   "app", "file", "date", "speed", "clock", "settings", "allowOrigins", "record", "media", "port", "log", "scenario",
 ];
+
+const PATHS = ["app", "file", "settings", "record", "scenario"];
+
+/** The options with their paths taken from the folder `root`. */
+export function pathsFrom(root, options) {
+  const paths = PATHS.filter((name) => typeof options[name] === "string" && !isAbsolute(options[name]));
+  return { ...options, ...Object.fromEntries(paths.map((name) => [name, resolve(root, options[name])])) };
+}
 
 /** A file without a name, which is gone with the last process that has it open, however that ends. */
 export function namelessFile(text = "") {
@@ -58,12 +69,26 @@ function argumentsOf(options) {
   return { args, inherited };
 }
 
+// Whether the process still runs: while this thread stands still, nobody is told that it ended.
+function hasProgram(pid) {
+  try {
+    return Boolean(readlinkSync(`/proc/${pid}/exe`));
+  } catch {
+    return false;
+  }
+}
+
 /**
  * Starts a host. It reads this process's pipe, whose end is its end, so it goes with this process however that dies. Rejects
  * with what the host said. Keeps this process alive no longer than until it serves.
  */
 export async function startHost(options) {
   checkOptions("startTv", options, OPTIONS);
+  for (const [name, value] of Object.entries(options)) if (value === null) throw new TypeError(`startTv: "${name}" is null; leave it out`);
+  const { settings } = options;
+  if (settings !== undefined && typeof settings !== "string" && (typeof settings !== "object" || Array.isArray(settings))) {
+    throw new TypeError('startTv: "settings" is an object with the settings by key, or the name of a file');
+  }
   const { args, inherited } = argumentsOf(options);
   const { log } = options;
   const child = spawn(program(), args, { stdio: ["pipe", "pipe", "pipe", ...inherited] });
@@ -106,6 +131,31 @@ export async function startHost(options) {
       clearTimeout(late);
     })();
     return host.ending;
+  };
+  host.checkRuns = () => {
+    if (!host.status || host.ending) return;
+    const { code, signal } = host.status;
+    throw new TvError(`the TV host has ended: ${[host.said.trim(), signal ?? `status ${code}`].filter(Boolean).join("; ")}`);
+  };
+  // Throws what a request's failure comes from. The connection may break before it is known that the process has ended.
+  host.explain = async (error) => {
+    if (host.ending) throw new TvError("the TV is closed");
+    if (error.code) {
+      let timer;
+      await Promise.race([host.ended, new Promise((resolve) => (timer = setTimeout(resolve, NOTICED_MS)))]);
+      clearTimeout(timer);
+    }
+    host.checkRuns();
+    throw error;
+  };
+  host.request = (method, path, body) => request(host.url, method, path, body).catch(host.explain);
+  host.getNow = (path) => {
+    try {
+      return getNow(host.url + path);
+    } catch (error) {
+      host.checkRuns();
+      throw hasProgram(child.pid) ? error : new TvError("the TV host has ended");
+    }
   };
   host.url = await Promise.race([address, host.ended.then(() => undefined)]);
   if (host.url === undefined) {

@@ -1,7 +1,7 @@
 // What happened at a TV: the host's journal, line by line.
 import { checkCall } from "./api.js";
 import { messageFilter } from "./match.js";
-import { getNow, listen, request } from "./web.js";
+import { listen } from "./web.js";
 
 /** What a line is. A verb may be about a call. */
 export const is = {
@@ -18,20 +18,20 @@ export const is = {
 export class JournalKeeper {
   lines = [];
   begin = 0; // where the test began
-  #url;
+  #host;
   #received = 0;
   #listeners = new Set();
   #stop;
   #ended = false;
 
-  constructor(url) {
-    this.#url = url;
+  constructor(host) {
+    this.#host = host;
   }
 
   async connect() {
-    this.#stop = await listen(this.#url, "/journal?since=1", (text) => {
+    this.#stop = await listen(this.#host.url, "/journal?since=1", (text) => {
       if (++this.#received > this.lines.length) this.#add([JSON.parse(text)]);
-    });
+    }).catch(this.#host.explain);
   }
 
   /** No more lines come. */
@@ -59,12 +59,13 @@ export class JournalKeeper {
 
   /** All that happened until now is there; this thread stands still meanwhile. */
   catchUp() {
-    if (!this.#ended) this.#take(JSON.parse(getNow(`${this.#url}/journal?since=${this.lines.length + 1}`)));
+    if (!this.#ended) this.#take(JSON.parse(this.#host.getNow(`/journal?since=${this.lines.length + 1}`)));
   }
 
   async caughtUp() {
+    this.#host.checkRuns();
     if (this.#ended) return;
-    const { json } = await request(this.#url, "GET", `/journal?since=${this.lines.length + 1}`);
+    const { json } = await this.#host.request("GET", `/journal?since=${this.lines.length + 1}`);
     this.#take(json);
   }
 

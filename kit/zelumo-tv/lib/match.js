@@ -1,4 +1,4 @@
-import { reportType } from "./api.js";
+import { checkPosted, reportType } from "./api.js";
 
 function read(text) {
   try {
@@ -27,7 +27,9 @@ export const matchesArgs = (actual, expected) =>
 export function messageFilter(filter) {
   if (filter === undefined) return () => true;
   if (typeof filter === "function") return filter;
+  if (filter === null) throw new TypeError("null is no filter: give a name, members, or a function");
   if (typeof filter === "object") return (message) => matches(message, filter);
+  checkPosted(filter);
   const type = reportType(filter);
   return (message) => message?.command === filter || message?.event === filter || (type !== undefined && message?.type === type);
 }

@@ -30,9 +30,14 @@ export function didYouMean(name, known) {
   return nearest ? `; did you mean ${JSON.stringify(nearest)}?` : "";
 }
 
+/** Throws where it is no list. */
+export function checkList(what, given) {
+  if (given !== undefined && !Array.isArray(given)) throw new TypeError(`${what} must be a list`);
+}
+
 /** Throws where an option isn't known. */
 export function checkOptions(what, given, known) {
-  if (given === null || typeof given !== "object") throw new TypeError(`${what}: the options must be an object`);
+  if (given === null || typeof given !== "object" || Array.isArray(given)) throw new TypeError(`${what}: the options must be an object`);
   for (const name of Object.keys(given)) {
     if (!known.includes(name)) throw new TypeError(`${what}: there is no option "${name}"${didYouMean(name, known)}`);
   }

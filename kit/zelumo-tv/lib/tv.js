@@ -1,30 +1,16 @@
 // The driver: a TV, and all that somebody in front of it can do.
 import { checkCall } from "./api.js";
+import { TvError, ZelumoError } from "./errors.js";
 import { startHost } from "./host.js";
 import { Journal, JournalKeeper, is } from "./journal.js";
 import { matchesArgs, messageFilter } from "./match.js";
-import { checkOptions } from "./near.js";
+import { checkList, checkOptions } from "./near.js";
 import { readScenario } from "./scenario.js";
 import { playingTime } from "./time.js";
 import { verbs } from "./verbs.js";
-import { request } from "./web.js";
 
 const WAIT_MS = 5000;
 const TOLD = 20; // how much of what came instead is told
-
-/** A command that the TV answered with an error. */
-export class ZelumoError extends Error {
-  constructor({ code, errorName, errorMessage }) {
-    super(errorMessage || errorName || `code ${code}`);
-    this.name = "ZelumoError";
-    Object.assign(this, { code, errorName, errorMessage });
-  }
-}
-
-/** What the TV doesn't do. */
-export class TvError extends Error {
-  name = "TvError";
-}
 
 /** For the fixture: the test begins, the journal as it is kept. */
 export const BEGIN = Symbol("begin");
@@ -71,18 +57,9 @@ class Tv {
     this.#keeper.begin = this.#keeper.lines.length;
   }
 
-  async #request(method, path, body) {
-    try {
-      return await request(this.url, method, path, body);
-    } catch (error) {
-      if (this.#host.ending) throw new TvError("the TV is closed");
-      if (!this.#host.status) throw error;
-      throw new TvError(`the TV host has ended: ${this.#host.said.trim() || JSON.stringify(this.#host.status)}`);
-    }
-  }
-
   async verb(verb) {
-    const { status, json } = await this.#request("POST", "/tv", verb);
+    if (verb === null || typeof verb !== "object") throw new TypeError('verb: expected { tv: "…", … }');
+    const { status, json } = await this.#host.request("POST", "/tv", verb);
     if (status !== 200) throw new TvError(json.error);
     return json;
   }
@@ -113,6 +90,7 @@ class Tv {
     return this.verb(verbs.powerOff(type, options));
   }
   async report(type, options = {}) {
+    verbs.report(type, options); // what is wrong is told first
     const player = options.player ?? (await this.player())?.id;
     if (player === undefined) throw new TvError("there is no player that could report");
     return this.verb(verbs.report(type, { ...options, player }));
@@ -137,16 +115,17 @@ class Tv {
     for (const verb of [list].flat()) await this.verb({ tv: "at", ms, do: verb });
   }
   async play(scenarioFile) {
-    for (const { place, verb } of readScenario(scenarioFile)) {
+    const lines = await readScenario(scenarioFile);
+    for (const [i, { place, verb }] of lines.entries()) {
       await this.verb(verb).catch((error) => {
-        error.message = `${place}: ${error.message}`;
+        error.message = `${place}: ${error.message}; ${i ? "what stands before it is scheduled" : "nothing is scheduled"}`;
         throw error;
       });
     }
   }
 
   async state() {
-    return (await this.#request("GET", "/tv/state")).json;
+    return (await this.#host.request("GET", "/tv/state")).json;
   }
   async channel() {
     return (await this.state()).channel;
@@ -177,7 +156,10 @@ class Tv {
         try {
           const found = look();
           if (found) finish(resolve, found);
-          else if (keeper.ended) finish(reject, new TvError(`the TV ended before ${wanted} came`));
+          else if (keeper.ended) {
+            this.#host.checkRuns();
+            finish(reject, new TvError(`the TV ended before ${wanted} came`));
+          }
         } catch (error) {
           finish(reject, error);
         }
@@ -201,22 +183,25 @@ class Tv {
     checkOptions("waitForCall", options, ["args", "timeout"]);
     checkCall(name);
     const { args, timeout } = options;
+    checkList('waitForCall: "args"', args);
     const wanted = `the call ${name}${args ? ` with ${JSON.stringify(args)}` : ""}`;
     return this.#waitFor((line) => line.call === name && matchesArgs(line.args, args), "call", wanted, timeout);
   }
 
   async send(command, parameters = {}) {
+    if (parameters === null || typeof parameters !== "object" || Array.isArray(parameters)) throw new TypeError("send: the parameters must be an object");
     if (this.#page === undefined) {
       if ((await this.state()).page !== null) throw new TvError("a page in a browser has the TV, so it can't be played");
-      this.#page = (await this.#request("POST", "/page/open")).json.page;
+      this.#page = (await this.#host.request("POST", "/page/open")).json.page;
     }
     const input = parameters.input !== null && typeof parameters.input === "object" ? { input: JSON.stringify(parameters.input) } : {};
-    const { status, json } = await this.#request("POST", `/page/${this.#page}/await`, { ...parameters, ...input, command });
+    const { status, json } = await this.#host.request("POST", `/page/${this.#page}/await`, { ...parameters, ...input, command });
     if (status !== 200) {
       this.#page = undefined;
       throw new TvError(status === 410 ? "another page has the TV now" : json.error);
     }
-    if (json?.code !== 0) throw new ZelumoError(json);
+    if (json === null) throw new TvError(`${command}: the reply is undefined`);
+    if (json.code !== 0) throw new ZelumoError(command, json);
     return json.data;
   }
 
@@ -232,7 +217,7 @@ class Tv {
 
 export async function startTv(options = {}) {
   const host = await startHost(options);
-  const keeper = new JournalKeeper(host.url);
+  const keeper = new JournalKeeper(host);
   const tv = new Tv(host, keeper);
   try {
     await keeper.connect();
