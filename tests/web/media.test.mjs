@@ -312,7 +312,7 @@ browserTest("the position is what the reports say, wherever it is sought", async
     if (random(3) === 0) await viewer.hears(137, await viewer.count());
   }
   const compared = await viewer.page.evaluate(() => compared);
-  assert.ok(compared.length > SEEKING_MS / 1000);
+  assert.ok(compared.length > 5, `${compared.length} reports`);
   for (const [type, by] of compared) assert.ok(Math.abs(by) <= 250, `${type} is off by ${by} ms`);
 });
 
