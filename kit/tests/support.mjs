@@ -51,11 +51,21 @@ export function runs(pid) {
   }
 }
 
-/** The command line of a process. */
-export const commandOf = (pid) => readFileSync(`/proc/${pid}/cmdline`, "utf8").replaceAll("\0", " ");
+// Of a process that has ended meanwhile: nothing.
+function ofProcess(read) {
+  try {
+    return read();
+  } catch (error) {
+    if (error.code === "ENOENT" || error.code === "ESRCH") return "";
+    throw error;
+  }
+}
 
-/** The program of a process. */
-export const programOf = (pid) => readlinkSync(`/proc/${pid}/exe`);
+/** The command line of a process, or "" where it has ended. */
+export const commandOf = (pid) => ofProcess(() => readFileSync(`/proc/${pid}/cmdline`, "utf8").replaceAll("\0", " "));
+
+/** The program of a process, or "" where it has ended. */
+export const programOf = (pid) => ofProcess(() => readlinkSync(`/proc/${pid}/exe`));
 
 /** Processes that run with this in their environment, so that what a test started can be told from anything else. */
 export const processesWith = (name, value) =>
