@@ -23,8 +23,8 @@ function current(name) {
 const files = {
   "web/zelumo.d.ts": typings(),
   "kit/zelumo-tv/types.d.ts": typesModule(),
-  "kit/zelumo-tv/client.js": client(),
-  "kit/zelumo-tv/client.d.ts": clientTypings(),
+  "kit/zelumo-tv/client.js": client(current("kit/zelumo-tv/client.js")),
+  "kit/zelumo-tv/client.d.ts": clientTypings(current("kit/zelumo-tv/client.d.ts")),
   "docs/page-api.md": pageDocument(),
   "docs/calls.md": callsDocument(current("docs/calls.md")),
 };

@@ -1,4 +1,4 @@
-// Made by web/generate.mjs from web/page-api.json: don't edit.
+// The page's client: client.js.
 /// <reference path="./zelumo.d.ts" />
 
 /** A command that failed. Its message names the command. */
@@ -13,6 +13,7 @@ export class ZelumoError<C extends ZelumoCommand = ZelumoCommand> extends Error 
 
 /** The numbers of events, for registerEvent and unRegisterEvent. */
 export const events: {
+  // made: events, by web/generate.mjs from web/page-api.json
   readonly PLOOMIA_EVENT_GET_CONTENT_FROM_DATABASE_COMPLETE: 90000;
   readonly PLOOMIA_EVENT_GET_CONTENT_FROM_SERVER_COMPLETE: 90001;
   readonly PLOOMIA_EVENT_GET_RECOMMENDATION_FROM_SERVER_COMPLETE: 90002;
@@ -36,6 +37,7 @@ export const events: {
   readonly ITVS_Signal_ZELumo_Control_State_ChLeave: 90023;
   readonly ITVS_Signal_Instant_On: 90027;
   readonly ITVS_Signal_Instant_Off: 90028;
+  // made
 };
 
 /** JSON text of a value, for a command's input. */
@@ -64,6 +66,7 @@ export interface ZelumoClient {
   /** Hears that a settings key was written, and watches it unless the page does. */
   on(name: ZelumoSettingKey, handler: (key: ZelumoSettingKey) => void): Stop;
 
+  // made: methods, likewise
   /** Gives the version of this interface. */
   getVersion(): Promise<ZelumoData<"GetVersion">>;
 
@@ -210,6 +213,7 @@ export interface ZelumoClient {
 
   /** Gives the id of the player's window. */
   getPlayerWindowID(): Promise<ZelumoData<"GetPlayerWindowID">>;
+  // made
 }
 
 /** The client of a plug-in element, the same one each time; throws a TypeError where there is none. */

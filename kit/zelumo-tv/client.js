@@ -1,5 +1,3 @@
-// Made by web/generate.mjs from web/page-api.json: don't edit.
-//
 // The plug-in's commands as methods that give promises. The same on a TV and on the desk.
 
 /** A command that failed. */
@@ -15,6 +13,7 @@ export class ZelumoError extends Error {
   }
 }
 
+// made: data, by web/generate.mjs from web/page-api.json
 // Commands by what goes in and comes out: values; a JSON text comes out; JSON texts go in and come out.
 const PLAIN = "GetVersion RegisterEvent UnRegisterEvent SetStringToVconfWithKey GetStringFromVconfWithKey SetIntegerToVconfWithKey GetIntegerFromVconfWithKey SetBooleanToVconfWithKey GetBooleanFromVconfWithKey AddVconfCallbackWithKey LaunchedZELumoWebApp CheckIsFirstBootingInZELumo IsFirstEntryToZelumo IsInstantOn GetViewingAgreement CheckFirstBootInZELumo RestartZelumoInfo ExtractServiceInformationsFromServiceId GetAppIDAndURL SetServiceByServiceid SetNextService SetPreviousService Init Play Pause Resume JumpForward JumpBackward Seek Stop PasueLive ResumeLive SetDisplayRect GetPlayerWindowID";
 const TEXT = "ZELumoProgramInfoIsAvailable GetZELumoServices GetCurrentChannelInfo";
@@ -73,7 +72,10 @@ const PLAYER_TYPES = {
   GetInitInfo: 201,
 };
 
-const NAMES = Object.keys(events).concat(Object.keys(PLAYER_TYPES), PLAYER_EVENT, "ITVS_Signal_Unmute_by_pincode_input");
+const SIGNALS = ["ITVS_Signal_Unmute_by_pincode_input"];
+// made
+
+const NAMES = Object.keys(events).concat(Object.keys(PLAYER_TYPES), PLAYER_EVENT, SIGNALS);
 
 // How many letters must be put in, left out or replaced to make one name of the other.
 function distance(one, other) {

@@ -1,5 +1,5 @@
 // The tables of docs/calls.md, from the description of the page's interface.
-import { api, code, json, table } from "./description.mjs";
+import { api, code, json, remake, table } from "./description.mjs";
 
 const alike = (a, b) => ["args", "result", "out", "failure"].every((key) => JSON.stringify(a[key]) === JSON.stringify(b[key]));
 
@@ -31,15 +31,9 @@ function commandRows() {
   });
 }
 
-const SECTIONS = {
-  calls: () => table(["name", "args", "result", "out", "fails with"], rows()),
-  commands: () => table(["command", "calls"], commandRows()),
-};
-
-/** The document with its tables made anew: what stands between the comments "made: NAME" and "made". */
-export function callsDocument(text) {
-  return text.replace(/(<!-- made: (\w+) -->\n)[^]*?(?=<!-- made -->)/g, (whole, head, name) => {
-    if (!SECTIONS[name]) throw new Error(`docs/calls.md: nothing makes "${name}"`);
-    return `${head}${SECTIONS[name]().trimEnd()}\n`;
+/** The document with its tables made anew. */
+export const callsDocument = (text) =>
+  remake(text, {
+    calls: () => table(["name", "args", "result", "out", "fails with"], rows()),
+    commands: () => table(["command", "calls"], commandRows()),
   });
-}

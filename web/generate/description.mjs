@@ -20,3 +20,16 @@ export function table(head, rows) {
   const row = (cells) => `| ${cells.map(cell).join(" | ")} |`;
   return [row(head), row(head.map(() => "---")), ...rows.map(row), ""].join("\n");
 }
+
+// Files that people write, and of which parts are made
+
+/**
+ * The text with its made parts made anew: what stands between a line that holds "made: NAME" and the next one that holds "made",
+ * each in a comment of the file's kind. `parts` makes them, by their names.
+ */
+export function remake(text, parts) {
+  return text.replace(/(^.*\bmade: (\w+).*\n)[^]*?(?=^ *(?:\/\/|<!--) made\b)/gm, (whole, head, name) => {
+    if (!parts[name]) throw new Error(`nothing makes "${name}"`);
+    return `${head}${parts[name]().trimEnd()}\n`;
+  });
+}
