@@ -93,6 +93,13 @@ class PLATFORM_API JsonObject {
     }
     /// The same for a number of milliseconds, 0 or more.
     void Read(const std::string& key, std::chrono::milliseconds& target);
+    /// The same for what may be absent.
+    template <typename T>
+    void Read(const std::string& key, std::optional<T>& target)
+    {
+        if (Find(key))
+            Read(key, target.emplace());
+    }
     /// Reads the member, an object, by `read(JsonObject&)`, which asks for all of its members.
     template <typename ReadMembers>
     void ReadObject(const std::string& key, ReadMembers read)

@@ -23,8 +23,6 @@ constexpr auto kTick = 100ms;
 constexpr auto kMaxTurn = 10ms;
 /// How much real time the clock may be behind when its turn was too short; what is more never passes.
 constexpr std::chrono::duration<double, std::milli> kMaxBehind = 1s;
-/// How long a page that has left may take to say so, before its connection counts as lost.
-constexpr auto kFarewell = 300ms;
 constexpr char kEnding[] = "the TV host ends";
 
 std::chrono::milliseconds SinceEpoch()
@@ -50,14 +48,8 @@ WebHost::WebHost(const ServeOptions& options)
           {[this](std::size_t listeners) { journal_.SetHeard(listeners != 0); }, nullptr})),
       pages_(
           [this](long long page) {
-              Channel::Events runtime;
-              runtime.listeners = [this, page](std::size_t listeners) {
-                  if (listeners == 0)
-                      OnUnheard(page);
-              };
-              runtime.text = [this, page](std::string text) { routes_.HearByRuntime(page, std::move(text)); };
               return Pages::Channels{server_.MakeChannel(Channel::Unheard::Keep),
-                                     server_.MakeChannel(Channel::Unheard::Keep, std::move(runtime))};
+                                     server_.MakeChannel(Channel::Unheard::Keep, runtime_.EventsOf(page))};
           },
           [this](const char* verb) {
               Json::Value line;
@@ -65,6 +57,7 @@ WebHost::WebHost(const ServeOptions& options)
               lines_.CarryOut(line);
           }),
       lines_(turns_, pages_, journal_, recording_.get()),
+      runtime_(server_, turns_, pages_, lines_),
       routes_(files_, turns_, pages_, lines_, journal_)
 {
     lines_.SetTick([this] {
@@ -92,13 +85,7 @@ void WebHost::Run(const std::function<void()>& ready)
     options_.loaded();
     BeginRecording();
     ready();
-    tv::RemoteControl::Get().SetOnKey([this](const tv::RemoteKey& key) {
-        pages_.TellByRuntime(
-            WriteJson(OrderedObject{{"key", key.key}, {"keyCode", key.key_code}, {"code", key.code}}));
-    });
-    tv::PlayerService::Get().SetOnMedia([this](const Json::Value& command) {
-        pages_.TellByRuntime(WriteJson(OrderedObject{{"media", command}}));
-    });
+    runtime_.Begin();
     tv::TheClock().SetSpeed(options_.speed);
     counted_ = Clock::now();
     WaitForTick();
@@ -113,31 +100,10 @@ void WebHost::Run(const std::function<void()>& ready)
         recording_->Flush();
         recording_->Comment(kRecordingEnds);
     }
-    tv::RemoteControl::Get().SetOnKey(nullptr);
-    tv::PlayerService::Get().SetOnMedia(nullptr);
+    runtime_.End();
     server_.Stop();
     const tv::MutexLock lock(mutex_);
     no_delay_.reset();
-}
-
-void WebHost::OnUnheard(long long page)
-{
-    std::vector<int> players;
-    for (const auto& [id, has_decoder] : tv::PlayerService::Get().PlayersInBrowser())
-        players.push_back(id);
-    if (!players.empty())
-        LosePlayers(page, players);
-}
-
-void WebHost::LosePlayers(long long page, const std::vector<int>& players)
-{
-    server_.After(kFarewell, [this, page, players] {
-        try {
-            routes_.LosePlayers(page, players);
-        } catch (const Refused&) {
-            LosePlayers(page, players);  // once less waits
-        }
-    });
 }
 
 void WebHost::WaitForTick()

@@ -19,6 +19,7 @@
 #include "tvhost/web/pages.h"
 #include "tvhost/web/recording.h"
 #include "tvhost/web/routes.h"
+#include "tvhost/web/runtime.h"
 #include "tvhost/web/server.h"
 #include "tvhost/web/turns.h"
 
@@ -69,9 +70,6 @@ class WebHost {
     using Clock = std::chrono::steady_clock;
 
     // The server's thread.
-    /// Nobody listens to the page's runtime any more: what plays in the browser is out of reach.
-    void OnUnheard(long long page);
-    void LosePlayers(long long page, const std::vector<int>& players);
     void WaitForTick();
     /// Takes a turn for the clock, before all that wait, or with `last` behind them.
     void TakeTick(bool last);
@@ -89,6 +87,7 @@ class WebHost {
     WebJournal journal_;
     Pages pages_;
     Lines lines_;
+    Runtime runtime_;
     Routes routes_;
 
     tv::Mutex mutex_{tv::LockLevel::Turns};

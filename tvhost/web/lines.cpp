@@ -13,6 +13,16 @@ namespace {
 /// Deeper than any line is that was taken.
 constexpr int kMaxDepth = kMaxMessageDepth + 1;
 
+/// The JSON text as a line can hold it.
+std::string TextInLine(const std::string& json)
+{
+    std::string line = json;
+    // They stand between tokens only: inside of strings no JSON has any.
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
+    return line;
+}
+
 std::string LineOf(tv::EmbeddedInstance::Kind kind, const std::string& message)
 {
     const bool blocking = kind == tv::EmbeddedInstance::Kind::Blocking;
@@ -21,13 +31,35 @@ std::string LineOf(tv::EmbeddedInstance::Kind kind, const std::string& message)
 
 }  // namespace
 
-std::string TextInLine(const std::string& json)
+Json::Value ParseRequest(const std::string& text, int max_depth)
 {
-    std::string line = json;
-    // They stand between tokens only: inside of strings no JSON has any.
-    std::replace_if(
-        line.begin(), line.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; }, ' ');
-    return line;
+    try {
+        return ParseJson(text, max_depth);
+    } catch (const JsonError& error) {
+        throw Refused(400, error.what());
+    }
+}
+
+void Lines::TakeVerb(Json::Value line, const std::string& text, WebAnswer& taken,
+                     std::shared_ptr<tv::Calls::NoDelay> no_delay, std::function<void()> check)
+{
+    // What has to wait stays text here, too.
+    std::optional<Json::Value> at_once;
+    if (turns_.is_free())
+        at_once = std::move(line);
+    const bool brings_on = no_delay != nullptr;
+    Turns::Work work = [this, at_once = std::move(at_once), line_in = TextInLine(text),
+                        no_delay = std::move(no_delay)](WebAnswer& done) {
+        CarryOut(at_once ? *at_once : ParseRequest(line_in, kMaxDepth), line_in, done);
+    };
+    turns_.Take(
+        [this, work = std::move(work), check = std::move(check)](WebAnswer& answer,
+                                                                 Turns::Turn turn) mutable {
+            if (check)
+                check();
+            turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
+        },
+        taken, text.size(), brings_on);
 }
 
 void Lines::Begin(const std::string& text, WebAnswer& answer)

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "core/calls.h"
 #include "core/mutex.h"
 #include "ppapi/cpp/var.h"
 #include "services/web-runtime/web_runtime.h"
@@ -20,8 +21,8 @@
 
 namespace host {
 
-/// The JSON text as a line can hold it.
-std::string TextInLine(const std::string& json);
+/// The JSON that somebody sent. Throws Refused, with 400.
+Json::Value ParseRequest(const std::string& text, int max_depth);
 
 /// Carries out the lines of the turns, and passes on what they cause: to the page, to the journal, to the
 /// recording, and to whoever asked.
@@ -40,6 +41,14 @@ class Lines {
     /// `tick` lets the time pass that has passed until now, in a turn, on the plug-in's thread: before a line
     /// that is about how time goes on.
     void SetTick(std::function<void()> tick) { tick_ = std::move(tick); }
+
+    // The server's thread.
+    /// A turn for a verb, given as JSON and as it was sent. `no_delay` lasts until the turn is over. `check`
+    /// is asked when the turn begins, and throws where nothing is to be done; may be empty. Throws as
+    /// Turns::Take.
+    void TakeVerb(Json::Value line, const std::string& text, WebAnswer& taken,
+                  std::shared_ptr<tv::Calls::NoDelay> no_delay, std::function<void()> check = nullptr)
+        EXCLUDES(mutex_);
 
     // In a turn, on the plug-in's thread.
     /// `text` is the line as it was sent. `answer` gets what was done, and is left to the caller where this

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "core/calls.h"
 #include "core/nearest.h"
 #include "services/web-runtime/json_var.h"
 #include "tv/control.h"
@@ -48,15 +49,6 @@ namespace {
 
 constexpr char kClosed[] = "the page was closed";
 
-Json::Value ParseBody(const std::string& body, int max_depth)
-{
-    try {
-        return ParseJson(body, max_depth);
-    } catch (const JsonError& error) {
-        throw Refused(400, error.what());
-    }
-}
-
 /// Whether the verb is one that is carried out in its turn, and not refused.
 bool CanBeRead(const Json::Value& verb)
 {
@@ -66,24 +58,6 @@ bool CanBeRead(const Json::Value& verb)
     } catch (const tv::VerbError&) {
         return false;
     }
-}
-
-/// What a browser would tell of a player that it can't play any more. Only one that has the decoder has
-/// something to report.
-Json::Value LossLine(int player, bool has_decoder)
-{
-    Json::Value line;
-    line["tv"] = "media";
-    line["player"] = player;
-    Json::Value& status = line["status"];
-    status["state"] = "failed";
-    for (const char* const member : {"position", "duration", "rate"})
-        status[member] = 0;
-    status["live"] = false;
-    if (has_decoder)
-        line["type"] = BMS_EVENT_ERROR;
-    line["detail"] = "the page has lost its connection to the TV host";
-    return line;
 }
 
 /// The next name of the path, which is taken from it.
@@ -245,7 +219,7 @@ void Routes::Post(Asked& asked)
 void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer)
 {
     pages_.ChannelsOf(asked.page);
-    const Json::Value json = ParseBody(asked.request.body, kMaxMessageDepth);
+    const Json::Value json = ParseRequest(asked.request.body, kMaxMessageDepth);
     Lines::Message message{kind, std::nullopt, std::move(asked.request.body)};
     // What has to wait stays text, since its values take many times as much.
     if (turns_.is_free())
@@ -263,7 +237,7 @@ void Routes::Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answ
 void Routes::DoVerb(Asked& asked)
 {
     const std::string& body = asked.request.body;
-    Json::Value line = ParseBody(body, kMaxMessageDepth + 1);
+    Json::Value line = ParseRequest(body, kMaxMessageDepth + 1);
     if (!line.isObject() || !line["tv"].isString())
         throw Refused(400, "expected {\"tv\": VERB, …}");
     const std::string verb = line["tv"].asString();
@@ -275,29 +249,7 @@ void Routes::DoVerb(Asked& asked)
     if (verb == "restore" && CanBeRead(line))
         no_delay = std::make_shared<tv::Calls::NoDelay>(
             tv::TheCalls(), line.isMember("call") ? tv::TheCalls().Find(line["call"].asString()) : nullptr);
-    TakeVerb(std::move(line), body, asked.answer, std::move(no_delay));
-}
-
-void Routes::TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
-                      std::shared_ptr<tv::Calls::NoDelay> no_delay, std::function<void()> check)
-{
-    // What has to wait stays text here, too.
-    std::optional<Json::Value> at_once;
-    if (turns_.is_free())
-        at_once = std::move(line);
-    const bool brings_on = no_delay != nullptr;
-    Turns::Work work = [this, at_once = std::move(at_once), text = TextInLine(body),
-                        no_delay = std::move(no_delay)](WebAnswer& done) {
-        lines_.CarryOut(at_once ? *at_once : ParseBody(text, kMaxMessageDepth + 1), text, done);
-    };
-    turns_.Take(
-        [this, work = std::move(work), check = std::move(check)](WebAnswer& answer,
-                                                                 Turns::Turn turn) mutable {
-            if (check)
-                check();
-            turns_.OnPluginThread(std::move(work), std::move(answer), std::move(turn));
-        },
-        taken, body.size(), brings_on);
+    lines_.TakeVerb(std::move(line), body, asked.answer, std::move(no_delay));
 }
 
 void Routes::State(Asked& asked)
@@ -327,44 +279,6 @@ void Routes::RuntimeIsASocket(Asked&)
 Subscription Routes::Runtime(Asked& asked)
 {
     return {pages_.ChannelsOf(asked.page).runtime, {}};
-}
-
-void Routes::HearByRuntime(long long page, std::string text)
-{
-    static const WebResponse unanswered = ErrorResponse(500, "the line was given up");
-    WebAnswer answer(
-        [this, page](const WebResponse& response) {
-            if (response.status != 200)
-                pages_.TellByRuntime(response.body, page);
-        },
-        unanswered);
-    Answering(answer, [&] {
-        Json::Value line = ParseBody(text, kMaxMessageDepth + 1);
-        if (!line.isObject() || line["tv"] != "media")
-            throw Refused(400, "expected {\"tv\": \"media\", …}");
-        // Its players are gone with a page, and their numbers may be another page's by now.
-        const auto check = [this, page] { pages_.ChannelsOf(page); };
-        check();
-        TakeVerb(std::move(line), text, answer, nullptr, check);
-    });
-}
-
-void Routes::LosePlayers(long long page, const std::vector<int>& players)
-{
-    const auto lose = [this, players](WebAnswer&) {
-        const std::map<int, bool> left = tv::PlayerService::Get().PlayersInBrowser();
-        for (const int player : players) {
-            if (const auto found = left.find(player); found != left.end())
-                lines_.CarryOut(LossLine(player, found->second));
-        }
-    };
-    WebAnswer nobody;
-    turns_.Take(
-        [this, page, lose](WebAnswer&, Turns::Turn turn) {
-            pages_.ChannelsOf(page);
-            turns_.OnPluginThread(lose, {}, std::move(turn));
-        },
-        nobody);
 }
 
 void Routes::Journal(Asked& asked)

@@ -2,14 +2,11 @@
 
 #include <json/value.h>
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <variant>
-#include <vector>
 
-#include "core/calls.h"
 #include "tvhost/web/files.h"
 #include "tvhost/web/lines.h"
 #include "tvhost/web/pages.h"
@@ -28,12 +25,6 @@ class Routes {
     void Answer(WebRequest request, WebAnswer answer);
     /// What a WebSocket listens to, or why there is nothing.
     std::variant<Subscription, WebResponse> Listen(WebRequest request);
-    /// A page tells its runtime something: a line in, as JSON. What is wrong with it comes back. Nothing
-    /// comes of it once the page was closed.
-    void HearByRuntime(long long page, std::string text);
-    /// These players of the page can't be reached any more: they fail, in a turn. Throws Refused where there
-    /// is no room for it.
-    void LosePlayers(long long page, const std::vector<int>& players);
 
   private:
     /// A request whose path fits a route.
@@ -64,10 +55,6 @@ class Routes {
     Subscription HearJournal(Asked& asked);
     void File(Asked& asked);
 
-    /// A turn for a verb, given as JSON and as it was sent. `no_delay` lasts until the turn is over. `check`
-    /// is asked when the turn begins, and throws where nothing is to be done; may be empty.
-    void TakeVerb(Json::Value line, const std::string& body, WebAnswer& taken,
-                  std::shared_ptr<tv::Calls::NoDelay> no_delay, std::function<void()> check = nullptr);
     void Send(tv::EmbeddedInstance::Kind kind, Asked& asked, WebAnswer& answer);
 
     const WebFiles& files_;

@@ -58,11 +58,9 @@ MediaStatus ReadStatus(JsonObject& status)
     read.rate = rate.json().isNumeric() ? rate.json().asDouble() : -1;
     if (!(read.rate >= 0 && read.rate <= kMaxRate))
         rate.Fail("must be a number from 0 to 100");
-    if (const auto window = status.Find("window")) {
-        if (!read.live)
-            window->Fail("is for live streams only");
-        status.Read("window", read.window.emplace());
-    }
+    status.Read("window", read.window);
+    if (read.window && !read.live)
+        status.Get("window").Fail("is for live streams only");
     return read;
 }
 
@@ -74,8 +72,7 @@ VerbAction TellOfMedia(JsonObject& fields)
     fields.Get("status");
     fields.ReadObject("status", [&news](JsonObject& status) { news.status = ReadStatus(status); });
     std::optional<int> type;
-    if (const auto given = fields.Find("type"))
-        type = given->As<int>();
+    fields.Read("type", type);
     int value1 = 0;
     int value2 = 0;
     fields.Read("value1", value1);

@@ -58,15 +58,6 @@ bool Fits(std::string_view pattern, std::string_view text)
     return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
-/// A member that is a number of milliseconds, where there is one.
-std::optional<std::chrono::milliseconds> ReadTime(JsonObject& object, const char* key)
-{
-    std::optional<std::chrono::milliseconds> time;
-    if (object.Find(key))
-        object.Read(key, time.emplace());
-    return time;
-}
-
 std::vector<StreamStall> ReadStalls(const JsonNode& node)
 {
     std::vector<StreamStall> stalls;
@@ -108,10 +99,10 @@ StreamConfig ReadStream(const JsonNode& node)
     }
     if (const auto steps = object.Find("bufferSteps"))
         stream.buffer_steps = static_cast<int>(steps->Whole(1, kMaxSteps));
-    stream.fail_after = ReadTime(object, "failAfterMs");
+    object.Read("failAfterMs", stream.fail_after);
     if (const auto stalls = object.Find("stalls"))
         stream.stalls = ReadStalls(*stalls);
-    stream.window = ReadTime(object, "windowMs");
+    object.Read("windowMs", stream.window);
     if (stream.window && !stream.live)
         object.Get("windowMs").Fail("is for live streams only");
     object.End();
