@@ -338,7 +338,7 @@ void StartToFirstReply(benchmark::State& state)
 }
 BENCHMARK(StartToFirstReply)->UseRealTime()->Unit(benchmark::kMillisecond);
 
-/// Both ways of one message in a browser, in nanoseconds: the medians of measure.mjs.
+/// Both ways of one message in a browser, in nanoseconds: the medians of messages.mjs.
 struct InBrowser {
     double await = 0;
     double echo = 0;

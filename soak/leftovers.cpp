@@ -51,6 +51,7 @@ std::string Census::Excess(const Census& before)
         }
         if (excess.empty())
             return excess;
+        // A thread that was joined leaves /proc a moment later, and nobody tells when.
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return excess.substr(0, excess.size() - 2);

@@ -351,6 +351,7 @@ void PlayTv(Scene& scene, Seat& seat, Dice& dice)
 void TellThings(Scene& scene, Dice& dice, const std::atomic<bool>& stop)
 {
     for (int left = dice.Below(300); left > 0 || !stop; --left) {
+        // Its share is done: what is more only keeps the others company, and must not crowd them out.
         if (left <= 0)
             std::this_thread::sleep_for(std::chrono::microseconds(200));
         const int kind = dice.Below(10);

@@ -80,6 +80,7 @@ TEST(Life, AnInterruptEndsItInOrderFromTheFirstMomentOn)
         if (process == 0)
             Become(arguments, none, none);
         pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        // Nothing is waited for: each moment of the start is to meet a signal.
         std::this_thread::sleep_for(delay * 1ms);
         kill(process, signal);
         EXPECT_EQ(StatusOf(process), status)

@@ -60,7 +60,9 @@ export class Player {
   /** Another player is loaded ahead now. */
   letGo() {
     this.#isAhead = false;
-    if (this.#state === "created" && !this.#waiting.length) this.#close();
+    if (this.#state !== "created" || this.#waiting.length) return;
+    this.#failure = 0; // nobody waits for what it was
+    this.#close();
   }
 
   /** Another stream begins. */
@@ -90,23 +92,24 @@ export class Player {
     this.#waiting = [];
     this.#failure = 0;
     this.#target = 0;
-    this.#close();
-    this.#willPlay = this.#isSeeking = false;
-    this.#state = "stopped";
-    this.#voice.report(STOPPED);
+    this.#halt();
   }
 
   // ---- Commands. The state says which make sense; the others change nothing.
 
+  static #COMMANDS = {
+    play: (player) => player.#play(),
+    pause: (player) => player.#pause(),
+    resume: (player) => player.#resume(),
+    stop: (player) => player.#stop(),
+    seek: (player, { position }) => player.#seek(position),
+    live: (player) => player.#toEdge(),
+  };
+
   #carryOut(command) {
     const before = this.#voice.reports;
     this.#voice.seq = command.seq;
-    if (command.do === "play") this.#play();
-    else if (command.do === "pause") this.#pause();
-    else if (command.do === "resume") this.#resume();
-    else if (command.do === "stop") this.#stop();
-    else if (command.do === "seek") this.#seek(command.position);
-    else if (command.do === "live") this.#toEdge();
+    Player.#COMMANDS[command.do]?.(this, command);
     if (this.#voice.reports === before) this.#voice.tellStatus();
   }
 
@@ -147,7 +150,10 @@ export class Player {
   }
 
   #stop() {
-    if (!this.#isRunning && this.#state !== "ended") return;
+    if (this.#isRunning || this.#state === "ended") this.#halt();
+  }
+
+  #halt() {
     this.#close();
     this.#willPlay = this.#isSeeking = false;
     this.#state = "stopped";

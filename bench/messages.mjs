@@ -1,8 +1,8 @@
 // Measures a blocking message of a page against a bare synchronous request of the same tab to an echo:
-//   node measure.mjs TV ECHO    (addresses, without a slash at their ends)
+//   node bench/messages.mjs TV ECHO    (addresses, without a slash at their ends)
 // Prints the two medians, in nanoseconds. The page of the TV holds one of the echo in a frame, so that both ask their own
 // origin from one thread of one process, and they take turns, so that whatever else the machine does meets both.
-import { launch } from "./browser.mjs";
+import { launch } from "../tests/web/browser.mjs";
 
 const ROUNDS = 150;
 const [tv, echo] = process.argv.slice(2);

@@ -1,12 +1,12 @@
-// Makes the picture of the desk that the README shows: node tests/web/picture.mjs, with ZELUMO_TV naming the built program.
+// Makes the picture of the desk that the README shows: node docs/desk.mjs, with ZELUMO_TV naming the built program.
 // The TV's date is that of its file and its time stands still, so that the picture changes only where the desk does.
 import { spawn } from "node:child_process";
 import { once } from "node:events";
 import { writeFileSync } from "node:fs";
-import { launch } from "./browser.mjs";
+import { launch } from "../tests/web/browser.mjs";
 
 const MOST = 200_000;
-const file = new URL("../../docs/desk.png", import.meta.url);
+const file = new URL("desk.png", import.meta.url);
 
 // Its input is ours, so that it ends with this script however that ends.
 const serve = ["serve", "--port", "0", "--date", "file", "--speed", "0", "--end-with-input"];

@@ -1,10 +1,10 @@
 // Measures what plays in the browser against shaka-player alone on the same page: the time to the first picture, and the
 // processor time of the browser while it plays.
-//   ZELUMO_TV=build/run/bin/zelumo-tv node tests/web/measure-media.mjs [ROUNDS]
+//   ZELUMO_TV=build/run/bin/zelumo-tv node bench/media.mjs [ROUNDS]
 import { readFileSync, readdirSync } from "node:fs";
-import { launch } from "./browser.mjs";
-import { StreamServer, makeStreams } from "./streams.mjs";
-import { PAGES, Tv } from "./support.mjs";
+import { launch } from "../tests/web/browser.mjs";
+import { StreamServer, makeStreams } from "../tests/web/streams.mjs";
+import { PAGES, Tv } from "../tests/web/support.mjs";
 
 const ROUNDS = Number(process.argv[2] ?? 15);
 const PLAYING_MS = 15_000;
