@@ -2,7 +2,7 @@
 
 #include <chrono>
 #include <csignal>
-#include <memory>
+#include <optional>
 
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
@@ -14,23 +14,22 @@ using test::J;
 using test::ServeProcess;
 using test::WebClient;
 using test::WebListener;
+using test::WebPage;
 
 /// A browser with the page that has the TV: what it is told to play, and what it tells of that.
 class Browser {
   public:
-    explicit Browser(std::uint16_t port) : client_(port), port_(port) { Load(); }
+    explicit Browser(std::uint16_t port) : page_(port) { Load(); }
 
-    /// Opens the page, or reloads it.
-    void Load()
+    void Reload()
     {
-        page_ = "/page/" + J(client_.Post("/page/open").body)["page"].asString() + '/';
-        Connect();
-        Await(R"({"command":"RegisterEvent","event":90001})");
+        page_.path = page_.client.OpenPage();
+        Load();
     }
     void Connect()
     {
-        messages_ = std::make_unique<WebListener>(port_, page_ + "messages");
-        runtime_ = std::make_unique<WebListener>(port_, page_ + "runtime");
+        messages_.emplace(page_.port, page_.path + "messages");
+        runtime_.emplace(page_.port, page_.path + "runtime");
     }
     /// The connection is lost: the browser was killed, say.
     void Lose()
@@ -41,13 +40,8 @@ class Browser {
     /// Whether the player took the command.
     bool Await(const std::string& message)
     {
-        const Json::Value reply = J(client_.Post(page_ + "await", message).body);
+        const Json::Value reply = J(page_.Await(message).body);
         return reply["code"] == 0 && reply["data"] != false;
-    }
-    /// The page sends a message, and waits for no answer.
-    void Begin(WebClient& client, const std::string& message)
-    {
-        client.Begin("POST", page_ + "await", message);
     }
     /// The next command that it is told: "play 1", or "create 1 http://a/film.mpd".
     std::string Command()
@@ -68,23 +62,28 @@ class Browser {
     /// The type of the next report that the page gets.
     int Report() { return J(messages_->Read())["type"].asInt(); }
     std::string Refusal() { return J(runtime_->Read())["error"].asString(); }
-    std::string State(int player) const
+    std::string State(int player)
     {
-        const Json::Value tv = J(WebClient(port_).Get("/tv/state").body);
+        const Json::Value tv = page_.State();
         for (const Json::Value& one : tv["players"]) {
             if (one["id"] == player)
                 return one["state"].asString() + ' ' + one["position"].asString();
         }
         return "none";
     }
-    test::WebReply Do(const std::string& verb) { return client_.Post("/tv", verb); }
+    test::WebReply Do(const std::string& verb) { return page_.Do(verb); }
+    WebPage& page() { return page_; }
 
   private:
-    WebClient client_;
-    std::uint16_t port_;
-    std::string page_;
-    std::unique_ptr<WebListener> messages_;
-    std::unique_ptr<WebListener> runtime_;
+    void Load()
+    {
+        Connect();
+        Await(R"({"command":"RegisterEvent","event":90001})");
+    }
+
+    WebPage page_;
+    std::optional<WebListener> messages_;
+    std::optional<WebListener> runtime_;
 };
 
 const char* const kInit = R"({"command":"Init","url":"http://a/film.mpd","timeOffset":0})";
@@ -124,15 +123,13 @@ TEST(WebMedia, ABrowserPlaysAndItsRecordingReplaysWithoutOne)
     EXPECT_EQ(browser.State(1), "stopped 0");
 
     // The page is loaded anew: its players are gone, though their numbers come again.
-    browser.Load();
+    browser.Reload();
     EXPECT_EQ(browser.State(1), "none");
     EXPECT_TRUE(browser.Await(kInit));
     EXPECT_EQ(browser.Command(), "create 1 http://a/film.mpd");
     EXPECT_EQ(server.End(SIGINT), 0);
 
-    const test::HostResult replayed = test::RunHost("script --media browser --check " + recording);
-    EXPECT_EQ(replayed.out, "");
-    EXPECT_EQ(replayed.status, 0) << replayed.err;
+    EXPECT_EQ(test::ReplayFault(recording, "--media browser"), "");
     // Nobody told anything of a simulated player.
     EXPECT_EQ(test::RunHost("script --check " + recording).status, 1);
 }
@@ -168,10 +165,8 @@ TEST(WebMedia, APageThatIsGoneHasNoMoreToTell)
     ServeProcess server({"--media", "browser", "--speed", "0"});
     Browser browser(server.port());
     EXPECT_TRUE(browser.Await(kInit));
-    browser.Do(R"({"tv":"answer","call":"vconf_get_int","delay":60000})");
     // While a call takes its time, another page comes, and then the first one's word of its player 1.
-    WebClient slow(server.port());
-    browser.Begin(slow, R"({"command":"GetIntegerFromVconfWithKey","key":"db/menu/volume"})");
+    test::HeldUp held(browser.page());
     WebClient other(server.port());
     other.Begin("POST", "/page/open");
     browser.State(1);  // a round trip: the server has taken what was sent before it
@@ -187,16 +182,12 @@ TEST(WebMedia, WhatABrowserCannotTellIsRefused)
 {
     constexpr char kStatus[] =
         R"("status":{"state":"paused","position":1,"duration":2,"live":false,"rate":0})";
-    struct Case {
-        std::string line;
-        const char* why;
-    };
     const auto media = [](const std::string& members) { return R"({"tv":"media",)" + members + '}'; };
     const auto with = [&](const std::string& members) { return media(kStatus + (',' + members)); };
     const auto status = [&](const std::string& members) {
-        return media(R"("player":1,"status":{)" + members + '}');
+        return media(R"("player":1,"status":{)" + members + R"(,"live":false})");
     };
-    const Case cases[] = {
+    const std::vector<std::pair<std::string, const char*>> cases{
         {with(R"("player":7)"), "there is no player 7 that a browser plays for"},
         {media(kStatus), R"("player" is missing)"},
         {media(R"("player":1)"), R"("status" is missing)"},
@@ -205,25 +196,25 @@ TEST(WebMedia, WhatABrowserCannotTellIsRefused)
         {with(R"("player":1,"seq":-1)"), R"("seq" must be 0 or more)"},
         {with(R"("player":1,"detail":5)"), R"("detail" must be a string)"},
         {with(R"("player":1,"valu1":5)"), R"("valu1" is not known; did you mean "value1"?)"},
-        {status(R"("state":"idle","position":1,"duration":2,"live":false,"rate":0)"),
+        {status(R"("state":"idle")"),
          R"("state" must be created, buffering, playing, paused, stopped, ended or failed)"},
-        {status(R"("state":"paused","position":-1,"duration":2,"live":false,"rate":0)"),
+        {status(R"("state":"paused","position":-1)"),
          R"("position" must be a whole number from 0 to 2147483647)"},
-        {status(R"("state":"paused","position":1,"live":false,"rate":0)"), R"("duration" is missing)"},
-        {status(R"("state":"paused","position":1,"duration":2,"live":false,"rate":true)"),
+        {status(R"("state":"paused","position":1)"), R"("duration" is missing)"},
+        {status(R"("state":"paused","position":1,"duration":2,"rate":true)"),
          R"("rate" must be a number from 0 to 100)"},
-        {status(R"("state":"paused","position":1,"duration":2,"live":false,"rate":0,"window":1)"),
+        {status(R"("state":"paused","position":1,"duration":2,"rate":0,"window":1)"),
          R"("window" is for live streams only)"},
     };
     ServeProcess server({"--media", "browser", "--speed", "0"});
     Browser browser(server.port());
     EXPECT_TRUE(browser.Await(kInit));
     browser.Command();
-    for (const Case& c : cases) {
-        const test::WebReply reply = browser.Do(c.line);
-        EXPECT_EQ(reply.status, 400) << c.line;
+    for (const auto& [line, why] : cases) {
+        const test::WebReply reply = browser.Do(line);
+        EXPECT_EQ(reply.status, 400) << line;
         const std::string error = J(reply.body)["error"].asString();
-        EXPECT_EQ(error.substr(error.find(": ") + 2), c.why) << c.line;
+        EXPECT_EQ(error.substr(error.find(": ") + 2), why) << line;
     }
     EXPECT_EQ(browser.State(1), "created 0");
     // By its WebSocket a page can tell of media alone, and is told what is wrong.

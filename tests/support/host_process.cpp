@@ -58,6 +58,13 @@ HostResult RunHost(const std::string& arguments, const std::string& input)
     return {exit_status, ReadFile(out), ReadFile(err)};
 }
 
+std::string ReplayFault(const std::string& recording, const std::string& options)
+{
+    const HostResult replayed = RunHost("script " + options + " --check " + recording);
+    const std::string fault = replayed.out.substr(0, 2000) + replayed.err;
+    return replayed.status == 0 || !fault.empty() ? fault : "status " + std::to_string(replayed.status);
+}
+
 ServeProcess::ServeProcess(const std::vector<std::string>& arguments, const std::string& before)
 {
     // The shell tells its number, which the program takes over.

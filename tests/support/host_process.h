@@ -35,6 +35,9 @@ struct HostResult {
 /// Runs `zelumo-tv ARGUMENTS` in a shell, with `input` on its standard input, to its end.
 HostResult RunHost(const std::string& arguments, const std::string& input = std::string());
 
+/// Plays a recording again: "" when all comes out as it was, else what does not.
+std::string ReplayFault(const std::string& recording, const std::string& options = std::string());
+
 /// `zelumo-tv serve --port 0 ARGUMENTS`, running beside the test.
 class ServeProcess {
   public:

@@ -31,7 +31,7 @@ Web::~Web()
 
 std::string Web::OpenPage() const
 {
-    return "/page/" + J(WebClient(port_).Post("/page/open").body)["page"].asString() + '/';
+    return WebClient(port_).OpenPage();
 }
 
 }  // namespace test

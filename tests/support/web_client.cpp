@@ -9,6 +9,8 @@
 #include <cctype>
 #include <stdexcept>
 
+#include "tests/support/page.h"
+
 namespace test {
 namespace {
 
@@ -134,6 +136,30 @@ WebReply WebClient::SendBytes(const std::string& bytes)
     return core_->ReadReply(false);
 }
 
+bool WebClient::IsQuiet() const
+{
+    return core_->buffer.size() == 0 && core_->socket.available() == 0;
+}
+
+std::string WebClient::OpenPage()
+{
+    return "/page/" + J(Post("/page/open").body)["page"].asString() + '/';
+}
+
+Json::Value WebPage::State()
+{
+    return J(client.Get("/tv/state").body);
+}
+
+HeldUp::HeldUp(WebPage& page) : client(page.port)
+{
+    page.Do(R"({"tv":"answer","call":"vconf_get_int","result":-1,"delay":600000})");
+    WebListener journal(page.port, "/journal");
+    client.Begin("POST", page.path + "await", R"({"command":"GetIntegerFromVconfWithKey","key":"k"})");
+    while (journal.Read().find("\"await\"") == std::string::npos) {
+    }
+}
+
 class WebListener::Core {
   public:
     explicit Core(std::uint16_t port) : socket(Connect(io, port)) {}
@@ -165,11 +191,6 @@ WebListener::WebListener(std::uint16_t port, const std::string& target, const He
                 {"Sec-WebSocket-Key", "AAAAAAAAAAAAAAAAAAAAAA=="}};
     all.insert(all.end(), headers.begin(), headers.end());
     core_->status = WebClient(port).Send("GET", target, "", all).status;
-}
-
-bool WebClient::IsQuiet() const
-{
-    return core_->buffer.size() == 0 && core_->socket.available() == 0;
 }
 
 WebListener::~WebListener() = default;

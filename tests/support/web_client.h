@@ -1,5 +1,7 @@
 #pragma once
 
+#include <json/value.h>
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -35,6 +37,8 @@ class WebClient {
     {
         return Send("POST", target, body);
     }
+    /// Opens a page. Its address, to which "await", "post", "close" and "messages" are added: "/page/7/".
+    std::string OpenPage();
     /// Send in two: the request alone, and its reply.
     void Begin(const std::string& method, const std::string& target, const std::string& body = "",
                const Headers& headers = {});
@@ -49,6 +53,29 @@ class WebClient {
   private:
     class Core;
     std::unique_ptr<Core> core_;
+};
+
+/// A page that is open, by a connection of its own, and the TV that it has.
+struct WebPage {
+    explicit WebPage(std::uint16_t server) : port(server), client(server), path(client.OpenPage()) {}
+
+    WebReply Await(const std::string& message) { return client.Post(path + "await", message); }
+    WebReply Post(const std::string& message) { return client.Post(path + "post", message); }
+    WebReply Do(const std::string& verb) { return client.Post("/tv", verb); }
+    Json::Value State();
+
+    const std::uint16_t port;
+    WebClient client;
+    std::string path;
+};
+
+/// A message of a page whose call takes ten minutes unless it is restored, and fails: it holds the plug-in
+/// up.
+struct HeldUp {
+    /// Returns once it has begun.
+    explicit HeldUp(WebPage& page);
+
+    WebClient client;  ///< waits for the reply, whose code is 9999
 };
 
 /// A WebSocket that listens.
