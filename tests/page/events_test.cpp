@@ -56,32 +56,18 @@ TEST(Events, SubscribingStepByStep)
     expect("UnRegisterEvent", 90001, 0, {"FCEMSProxy::Unsubscribe [90001] -> 0"}, {unregisters});
     // What was never subscribed still reaches the proxy.
     expect("UnRegisterEvent", 90001, 0, {"FCEMSProxy::Unsubscribe [90001] -> -1"}, {unregisters});
+    // Without a proxy nothing is listed, and what is listed goes all the same.
+    page.Answer(R"("FCEMSProxy::GetInstanceForPlugin","result":null,"times":1)");
+    expect("RegisterEvent", 90001, 28, {},
+           {"0/3" + registers + "event  90001", "0/6" + registers + "no event proxy"});
+    expect("RegisterEvent", 90001, 0, {player, "FCEMSProxy::Subscribe [90001] -> 0"}, registered("90001"));
+    page.Answer(R"("FIIPCConnection::GetInstance","result":null,"times":1)");
+    expect("UnRegisterEvent", 90001, 0, {}, {unregisters});
     expect("RegisterEvent", 90001, 0, {player, "FCEMSProxy::Subscribe [90001] -> 0"}, registered("90001"));
     page.Close();
     // In the order of subscribing, and once.
     EXPECT_EQ(calls.TakeHolding({"Proxy::Unsubscribe"}),
               (Lines{"FCEMSProxy::Unsubscribe [-5] -> 0", "FCEMSProxy::Unsubscribe [90001] -> 0"}));
-}
-
-TEST(Events, WithoutAnEventProxyNothingChanges)
-{
-    test::Page page;
-    page.Answer(R"("FCEMSProxy::GetInstanceForPlugin","result":null)");
-    test::Calls calls;
-    test::Log log;
-    EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 28);
-    EXPECT_EQ(log.Take().back(),
-              "0/6 zelumo-pepper RegisterEvent: [CZeLumoPluginHandler::RegisterEvent] no event proxy");
-    EXPECT_EQ(calls.TakeHolding({"Bms"}), Lines());
-    EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":90001})")["code"], 0);
-    page.Do(R"({"tv":"restore"})");
-
-    // The refused event was not listed, and unregistering drops the list entry even without a proxy.
-    EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
-    page.Answer(R"("FIIPCConnection::GetInstance","result":null)");
-    EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":90001})")["code"], 0);
-    page.Do(R"({"tv":"restore"})");
-    EXPECT_EQ(page.Await(R"({"command":"RegisterEvent","event":90001})")["code"], 0);
 }
 
 TEST(Events, AreToldUnderTheirNamesAndLogged)

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
 namespace {
@@ -127,29 +126,6 @@ TEST(TvFile, ChannelFieldsComeByNameOrNumber)
               "{\"110\":\"{\\\"\xC3\xA9\\\":[1]}\",\"12\":\"2\",\"13\":65535,\"16\":\"\xF0\x9F\xA6\x8A\","
               "\"6\":-1}");
     EXPECT_EQ(Text(tv::ToJson(tv.line_up.channels[2].service)), R"({"110":"A","12":"3"})");
-}
-
-TEST(TvFile, TheProgramStandsInForTheFilesTv)
-{
-    const test::TemporaryFolder folder;
-    const test::HostResult printed = test::RunHost("tv");
-    EXPECT_EQ(printed.status, 0);
-    const std::string copy = folder.Write("copy.json", printed.out);
-    const std::string script = R"({"await":{"command":"GetZELumoServices"}}
-{"await":{"command":"SetNextService"}}
-{"await":{"command":"GetCurrentChannelInfo"}}
-{"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"1013\"}"}}
-{"await":{"command":"GetAppIDAndURL"}})";
-    const test::HostResult usual = test::RunHost("script", script);
-    EXPECT_EQ(usual.status, 0) << usual.err;
-    EXPECT_EQ(test::RunHost("--tv " + copy + " script", script).out, usual.out);
-
-    const std::string own = folder.Write(
-        "own.json", R"({"date":1000,"channels":[{"id":"7","name":"Own"}],"application":{"id":"own"}})");
-    const test::HostResult result = test::RunHost("--tv " + own + " script", script);
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_NE(result.out.find("\\\"channelName\\\" : \\\"Own\\\""), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("http://sample.tv/channels/index.html\",\"appID\":\"own\""), std::string::npos);
 }
 
 }  // namespace
