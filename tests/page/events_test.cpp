@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <array>
-
 #include "tests/support/page.h"
 #include "tv/tv.h"
 

@@ -3,15 +3,12 @@
 #include <atomic>
 #include <future>
 #include <limits>
-#include <map>
 #include <thread>
 
-#include "content-service/FCEMSProxy.h"
 #include "log/dlog.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
 #include "tests/support/page.h"
-#include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
 #include "tv/schedule.h"
 #include "tv/tv.h"

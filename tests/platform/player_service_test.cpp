@@ -1,32 +1,21 @@
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <map>
 
 #include "tests/support/page.h"
 #include "tv/tv.h"
+#include "tv/tv_file.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using test::Text;
 using Kind = tv::MediaCommand::Kind;
-using tv::StreamConfig;
-using tv::StreamFault;
 
-/// A stream of a TV file: pattern, duration, whether it is live, buffering, and what is special about it.
-StreamConfig Stream(const char* pattern, std::chrono::milliseconds duration, bool live = false,
-                    std::chrono::milliseconds buffer = 0ms,
-                    const std::function<void(StreamConfig&)>& special = nullptr)
+/// Streams as a TV file lists them.
+tv::StreamsConfig Streams(const std::string& list)
 {
-    StreamConfig stream;
-    stream.pattern = pattern;
-    stream.duration = duration;
-    stream.live = live;
-    stream.buffer = buffer;
-    if (special)
-        special(stream);
-    return stream;
+    return tv::ParseTv(R"({"streams":[)" + list + "]}", tv::SampleTv()).streams;
 }
 
 /// A player service with a clock of its own, and one client of its reports.
@@ -40,7 +29,6 @@ class Service {
             service_.UnsetCallback(id, this);
     }
 
-    tv::PlayerService& operator*() { return service_; }
     tv::PlayerService* operator->() { return &service_; }
 
     void Register(int id)
@@ -169,7 +157,7 @@ TEST(PlayerService, PlaysAStreamToItsEnd)
 TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 {
     Service service;
-    service->Load({{Stream("slow", 60s, false, 2s)}, {}});
+    service->Load(Streams(R"({"pattern":"slow","duration":60000,"bufferMs":2000})"));
     Walk(service, service.Create("slow", 10),
          {
              {"play", true, "131", "buffering 10000/60000"},
@@ -218,7 +206,7 @@ TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
 TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
 {
     Service service;
-    service->Load({{Stream("now*", 60s, true)}, {}});
+    service->Load(Streams(R"({"pattern":"now*","duration":60000,"live":true})"));
     Walk(service, service.Create("now"),
          {
              {"pass 5000", true, "", "created 65000/65000"},
@@ -241,7 +229,8 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
     // With an offset it starts there, and its window slides under it until it is stopped. Buffering does not
     // keep a player from the edge.
     Service other;
-    other->Load({{Stream("slow", 60s, true, 2s, [](StreamConfig& stream) { stream.window = 10s; })}, {}});
+    other->Load(
+        Streams(R"({"pattern":"slow","duration":60000,"live":true,"bufferMs":2000,"windowMs":10000})"));
     Walk(other, other.Create("slow", 52),
          {
              {"pass 0", true, "", "created 52000/60000"},
@@ -279,17 +268,15 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
              Case{"a--b", 0, "32", "created 0/1000"},
              Case{"x", 0, "32", "created 0/2000"},
              Case{"a.c.e", 0, "134", "failed 0/0"},
+             Case{"wreck", 0, "98", "failed 0/0"},
              Case{"a.e.c", 0, "32", "created 0/3600000"},
              Case{"window", 7, "32", "created 50000/60000"},
          }) {
         SCOPED_TRACE(c.url);
         if (c.url == std::string("set streams"))
-            service->Load(
-                {{Stream("a*b", 1s), Stream("x", 2s),
-                  Stream("window", 60s, true, 0ms, [](StreamConfig& stream) { stream.window = 10s; }),
-                  Stream("a*c*e", 0s, false, 0ms,
-                         [](StreamConfig& stream) { stream.fault = StreamFault::Missing; })},
-                 {}});
+            service->Load(Streams(R"({"pattern":"a*b","duration":1000},{"pattern":"x","duration":2000},
+                {"pattern":"window","duration":60000,"live":true,"windowMs":10000},
+                {"pattern":"a*c*e","fault":"missing"},{"pattern":"wreck","fault":"broken"})"));
         const int id = service->Create({c.url, c.offset}).value();
         EXPECT_EQ(service.Reports(), "");
         service.Register(id);
@@ -328,14 +315,10 @@ TEST(PlayerService, TellsEachRegistrationOfItsOwnPlayers)
 TEST(PlayerService, StreamsStallAndFailAsTheyAreToldTo)
 {
     Service service;
-    service->Load(
-        {{Stream("stalls", 20s, false, 400ms,
-                 [](StreamConfig& stream) {
-                     stream.buffer_steps = 4;
-                     stream.stalls = {{2s, 3s}, {2500ms, 0s}, {10s, 1s}};
-                 }),
-          Stream("fails", 20s, false, 1s, [](StreamConfig& stream) { stream.fail_after = 1500ms; })},
-         {}});
+    service->Load(Streams(R"(
+        {"pattern":"stalls","duration":20000,"bufferMs":400,"bufferSteps":4,
+         "stalls":[{"atMs":10000,"forMs":1000},{"atMs":2000,"forMs":3000},{"atMs":2500,"forMs":0}]},
+        {"pattern":"fails","duration":20000,"bufferMs":1000,"failAfterMs":1500})"));
     Walk(
         service, service.Create("stalls"),
         {
@@ -378,7 +361,7 @@ TEST(PlayerService, StreamsStallAndFailAsTheyAreToldTo)
 TEST(PlayerService, OnePlayerHasTheDecoder)
 {
     Service service;
-    service->Load({{Stream("slow", 60s, false, 2s)}, {}});
+    service->Load(Streams(R"({"pattern":"slow","duration":60000,"bufferMs":2000})"));
     const int first = service.Create("film");
     const int second = service.Create("short");
     const int third = service.Create("slow");

@@ -85,8 +85,6 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
     EXPECT_EQ(same.date.count(), 1767294000000);
     const tv::TvConfig other = tv::ParseTv(
         R"({"channels":[{"id":"7"}],"date":5,"firstUse":{"instantOn":true},"source":{"flag":3},"settings":{},
-            "streams":[{"pattern":"http://a/*","duration":5000,"live":true,"bufferMs":250},
-                       {"pattern":"*","fault":"missing"},{"pattern":"x","fault":"broken"}],
             "extension":{"embedderName":"E","extensionInfo":[1,{"a":null}],"privileges":["p","q"],"windowId":-4}})",
         sample);
     EXPECT_EQ(other.line_up.channels.size(), 1U);
@@ -96,12 +94,6 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
     EXPECT_EQ(other.line_up.source.value, 0);
     EXPECT_EQ(other.line_up.source.flag, 3);
     EXPECT_TRUE(other.settings.values.empty());
-    std::string streams;
-    for (const tv::StreamConfig& stream : other.streams.streams)
-        streams += stream.pattern + ' ' + std::to_string(stream.duration.count()) +
-                   (stream.live ? " live " : " ") + std::to_string(stream.buffer.count()) + ' ' +
-                   std::to_string(static_cast<int>(stream.fault)) + '|';
-    EXPECT_EQ(streams, "http://a/* 5000 live 250 0|* 0 0 1|x 0 0 2|");
     EXPECT_EQ(other.extension.embedder, "E");
     EXPECT_EQ(Text(other.extension.extension_info), R"([1,{"a":null}])");
     EXPECT_EQ(other.extension.privileges, (std::map<std::string, bool>{{"p", true}, {"q", true}}));
