@@ -71,10 +71,8 @@ TEST_F(ExtensionSystem, TakesResultsOfTheExpectedTypeAlone)
             Case{R"("result":0,"out":[7.5])",           false, 7,           "7.5"},
             Case{R"("result":0,"out":[3000000000])",    false, 2147483647,  "3000000000.0"},
             Case{R"("result":0,"out":["12"])",          false, -1,          R"("12")"},
-            Case{R"("result":0,"out":[[true]])",        false, -1,          "[true]"},
             Case{R"("result":0,"out":[null])",          false, -1,          "null"},
             Case{R"("result":0)",                       false, -1,          "null"},
-            Case{R"("result":-2,"out":[12])",           false, -1,          "null"},
             Case{R"("result":1,"out":[true])",          false, -1,          "null"},
         }) {
         // clang-format on
@@ -254,7 +252,6 @@ TEST_F(ExtensionSystem, IsValidIsFoundOutOnceAProcess)
 {
     for (const auto& [embedder, valid] : std::map<std::string, bool>{{R"("OrvexWRT")", true},
                                                                      {R"("orvexwrt")", false},
-                                                                     {R"("OrvexWRT ")", false},
                                                                      {R"("OrvexWRT\u0000")", false},
                                                                      {"5", false}}) {
         InFreshProcess(embedder, [&, name = embedder, is_valid = valid] {

