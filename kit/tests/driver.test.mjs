@@ -7,22 +7,14 @@ import { after, test } from "node:test";
 import { TvError, ZelumoError, startTv } from "zelumo-tv";
 import { isUp, runs, script, start, until } from "./support.mjs";
 
+// TVs that no test closes end with this process.
 const folder = mkdtempSync(join(tmpdir(), "kit-driver-"));
-const tvs = new Set();
-after(async () => {
-  for (const tv of tvs) await tv.close();
-  rmSync(folder, { recursive: true });
-});
-async function begin(options) {
-  const tv = await startTv(options);
-  tvs.add(tv);
-  return tv;
-}
+after(() => rmSync(folder, { recursive: true }));
 
 const GET_VOLUME = ["GetIntegerFromVconfWithKey", { key: "db/menu/volume" }];
 
 test("what fails, answers and is slow, and works again", async () => {
-  const tv = await begin({ settings: { "db/menu/volume": 7 } });
+  const tv = await startTv({ settings: { "db/menu/volume": 7 } });
   const volume = () => tv.send(...GET_VOLUME);
   const errorMessage = "Can't GetIntegerFromVconfWithKey";
   const failure = { code: 9999, errorName: "UnknownError ", errorMessage, command: GET_VOLUME[0], message: `${GET_VOLUME[0]}: ${errorMessage}`, name: "ZelumoError" };
@@ -73,7 +65,7 @@ test("what fails, answers and is slow, and works again", async () => {
 });
 
 test("a wrong name, option, time or verb is refused with what is close, and changes nothing", async () => {
-  const tv = await begin();
+  const tv = await startTv();
   for (const [act, message] of [
     [() => tv.fail("SetNextServce"), /there is no platform call or command "SetNextServce"; did you mean "SetNextService"\?/],
     [() => tv.fail("BmsPlayy"), /did you mean "BmsPlay"\?/],
@@ -87,11 +79,9 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     [() => tv.fail("BmsPlay", { code: "-1" }), /the code "-1"/],
     [() => tv.fail("BmsPlay", { args: 7 }), /"args" must be a list/],
     [() => tv.fail("Play", { args: [null, 5] }), /no call that decides whether Play works has 2 arguments: BmsPlay/],
-    [() => tv.fail(null), /no platform call or command null/],
     [() => tv.answer("SetNextService"), /there is no platform call "SetNextService"; did you mean "IServiceNavigation::SetNextService"\?/],
     [() => tv.delay("Play"), /delay: give the milliseconds/],
     [() => tv.delay("GetVersion", 1), /GetVersion makes no platform call/],
-    [() => tv.delay("Plaz", 1), /did you mean "Play"\?/],
     [() => tv.restore("Sekk"), /did you mean "Seek"\?/],
     [() => tv.fire("ITVS_Signal_Instant_Offf"), /did you mean "ITVS_Signal_Instant_Off"\?/],
     [() => tv.fire(90027, { use: null }), /fire: there is no option "use"; did you mean "user"\?/],
@@ -99,7 +89,6 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     [() => tv.powerOff("suspend", { usr: null }), /powerOff: there is no option "usr"/],
     [() => tv.report("EndOfStream", { plaier: 1 }), /report: there is no option "plaier"; did you mean "player"\?/],
     [() => tv.set("k", 1, { forse: true }), /set: there is no option "forse"/],
-    [() => tv.set("k", 1, null), /set: the options must be an object/],
     [() => tv.report("EndOfStreem", { player: 1 }), /did you mean "EndOfStream"\?/],
     [() => tv.report("EndOfStream"), /there is no player/],
     [() => tv.press("ChannelUpp"), /did you mean "ChannelUp"\?/],
@@ -107,7 +96,6 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     [() => tv.advance(-1), /is no playing time/],
     [() => tv.date("yesterday"), /is no date/],
     [() => tv.date("file"), /at the start alone/],
-    [() => tv.at("00:01", { tv: "advance", ms: 1 }), /"do" can't be "advance"/],
     [() => tv.verb({ tv: "signall" }), /there is no verb "signall"; did you mean "signal"\?/],
     [() => tv.waitForCall("BmsPlayy"), /did you mean "BmsPlay"\?/],
     [() => tv.waitForCall("BmsPlay", { args: null }), /"args" must be a list/],
@@ -118,13 +106,11 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
     [() => tv.send("GetVersion", null), /the parameters must be an object/],
     [() => startTv({ settings: [] }), /"settings" is an object/],
     [() => tv.verb(), /verb: expected \{ tv:/],
-    [() => tv.at("00:01", null), /"do" must be a verb/],
     [() => startTv({ record: null }), /"record" is null; leave it out/],
     [() => startTv(null), /startTv: the options must be an object/],
     [() => startTv({ dat: "file" }), /there is no option "dat"; did you mean "date"\?/],
     [() => startTv({ clock: "manual", speed: 2 }), /the speed is 0/],
     [() => startTv({ file: "/no/such/file" }), /zelumo-tv: \/no\/such\/file: No such file or directory/],
-    [() => startTv({ app: "/no/such/folder" }), /zelumo-tv: .*No such file or directory/],
     [() => startTv({ file: { channels: [{ id: 7 }] } }), /channels\[0\]\.id: must be/],
     [() => startTv({ port: Number(new URL(tv.url).port) }), /in use/],
   ]) {
@@ -137,7 +123,7 @@ test("a wrong name, option, time or verb is refused with what is close, and chan
 });
 
 test("time is in the test's hand", async () => {
-  const tv = await begin({ date: "2026-01-01T20:00:00+01:00" });
+  const tv = await startTv({ date: "2026-01-01T20:00:00+01:00" });
   assert.deepEqual([(await tv.state()).time, (await tv.state()).speed], [Date.UTC(2026, 0, 1, 19), 0]);
   await tv.at("00:02.5", tv.verbs.set("k", 1));
   await tv.at("01:00:00", [tv.verbs.set("k", 2), tv.verbs.speed(3)]);
@@ -180,7 +166,7 @@ test("time is in the test's hand", async () => {
 });
 
 test("the journal is what happened until now, however much that is", async () => {
-  const tv = await begin({ date: "file" });
+  const tv = await startTv({ date: "file" });
   await tv.send("RegisterEvent", { event: 90019 });
   const sent = 1500;
   for (let i = 0; i < sent; i++) await tv.send("SetIntegerToVconfWithKey", { key: "k", input: i });
@@ -202,13 +188,13 @@ test("the journal is what happened until now, however much that is", async () =>
 });
 
 test("what is waited for came already, comes, or is told to have stayed away", async () => {
-  const tv = await begin();
+  const tv = await startTv();
   assert.equal(await tv.player(), null);
   await tv.send("RegisterEvent", { event: 90027 });
   await tv.send("Init", { url: "http://sample.tv/film.mpd", timeOffset: 0 });
   const programId = "1001-1767225600";
   assert.equal(JSON.parse(await tv.send("GetProgram", { input: { programId } })).program.programId, programId);
-  assert.equal((await tv.waitForCall("BmsCreatePlayer")).result, 0);
+  assert.equal((await tv.waitForCall("BmsCreatePlayer", { args: ["http://sample.tv/film.mpd"] })).result, 0); // the first of them
   const played = tv.waitForCall("BmsPlay", { args: [null] });
   const message = tv.waitForMessage({ type: 97, param1: "" });
   await tv.send("Play");
@@ -233,7 +219,7 @@ test("a recording replays, pages of allowed origins are let in, and a settings f
   writeFileSync(join(folder, "index.html"), "mine");
   writeFileSync(record, "an older one");
   const options = { record, settings: join(folder, "settings.db"), allowOrigins: ["http://localhost:5173"], app: folder, log: () => {} };
-  const tv = await begin(options);
+  const tv = await startTv(options);
   const status = async (origin) => (await fetch(`${tv.url}/tv/state`, { headers: { Origin: origin } })).status;
   assert.equal(await (await fetch(tv.url)).text(), "mine");
   assert.deepEqual([await status("http://localhost:5173"), await status("http://localhost:5174")], [200, 403]);
@@ -244,7 +230,7 @@ test("a recording replays, pages of allowed origins are let in, and a settings f
   const replayed = start("node_modules/.bin/zelumo-tv", ["script", "--check", record]);
   assert.deepEqual([await replayed.ended, replayed.out, replayed.err], [{ code: 0, signal: null }, "", ""]);
   assert.match(readFileSync(record, "utf8"), /"advance","ms":1000/);
-  const again = await begin({ ...options, record: undefined });
+  const again = await startTv({ ...options, record: undefined });
   assert.equal((await again.state()).settings.k, 5);
 });
 
@@ -281,7 +267,7 @@ test("a host that is killed is told, whatever is asked of it", async () => {
     ["a command", (tv) => tv.send("GetVersion")],
     ["a wait", (tv) => tv.waitForMessage("ITVS_Signal_Instant_On")],
   ]) {
-    const tv = await begin();
+    const tv = await startTv();
     process.kill(tv.pid, "SIGKILL");
     // What is on its way when it dies may still be answered.
     const asked = (async () => {
@@ -289,7 +275,7 @@ test("a host that is killed is told, whatever is asked of it", async () => {
     })();
     await assert.rejects(asked, /^TvError: the TV host has ended: SIGKILL$/, what);
   }
-  const tv = await begin();
+  const tv = await startTv();
   process.kill(tv.pid, "SIGKILL");
   while (runs(tv.pid)); // this thread stands still, so that nothing has told it yet
   assert.throws(() => tv.journal.all(), /^TvError: the TV host has ended$/);

@@ -17,10 +17,19 @@ const files = (name) =>
     .filter((entry) => !entry.isDirectory())
     .map((entry) => join(entry.parentPath, entry.name));
 const platforms = Object.keys(json("zelumo-tv").optionalDependencies);
+const installed = platforms.filter((name) => existsSync(join(MODULES, name)));
+
+/** Serves until its input ends; gives the address, too. */
+async function serve(args = [], options = {}) {
+  const run = start(LAUNCHER, ["serve", "--port", "0", ...args], options);
+  await until(() => run.out.includes("http://"), "the address");
+  run.url = run.out.match(/http:\S+?(?=\/?\s)/)[0];
+  return run;
+}
 
 test("the packages run no scripts, hold no links, and name each other", () => {
   assert.ok(platforms.includes("zelumo-tv-linux-x64"));
-  for (const name of ["zelumo-tv", ...platforms.filter((one) => existsSync(join(MODULES, one)))]) {
+  for (const name of ["zelumo-tv", ...installed]) {
     const { scripts, dependencies, version } = json(name);
     assert.deepEqual([scripts, dependencies, version], [undefined, undefined, json("zelumo-tv").version], name);
     assert.ok(!lstatSync(join(MODULES, name)).isSymbolicLink(), name);
@@ -38,16 +47,11 @@ test("every export is there, with its types", () => {
   }
 });
 
-test("an architecture takes less than 12 MB", (t) => {
-  for (const name of platforms.filter((one) => existsSync(join(MODULES, one)))) {
+test("an architecture takes less than 12 MB, and what others have made comes with its licence", (t) => {
+  for (const name of installed) {
     const bytes = ["zelumo-tv", name].flatMap(files).reduce((sum, file) => sum + lstatSync(file).size, 0);
     t.diagnostic(`${name} with zelumo-tv: ${(bytes / 1e6).toFixed(1)} MB`);
     assert.ok(bytes < MOST_BYTES, `${name}: ${bytes}`);
-  }
-});
-
-test("what others have made comes with its licence", () => {
-  for (const name of platforms.filter((one) => existsSync(join(MODULES, one)))) {
     const folder = join(MODULES, name);
     const libraries = readdirSync(join(folder, "lib")).filter((file) => !file.startsWith("libzelumo"));
     assert.ok(libraries.length >= 4);
@@ -58,16 +62,6 @@ test("what others have made comes with its licence", () => {
     assert.match(readFileSync(join(media, "shaka-player.LICENSE"), "utf8"), /Apache License/);
     assert.ok(lstatSync(join(media, "shaka-player.dash.js")).size > 100_000);
   }
-});
-
-test("streams are played in the browser with what is packed", async () => {
-  const run = start(LAUNCHER, ["serve", "--port", "0", "--media", "browser", "--end-with-input"]);
-  await until(() => run.out.includes("http://"), "the address");
-  const address = `${run.out.match(/http:\S+?(?=\/?\s)/)[0]}/zelumo-media/shaka-player.dash.js`;
-  assert.equal((await fetch(address)).status, 200, address);
-  run.child.stdin.end();
-  await run.ended;
-  assert.doesNotMatch(run.err, /warning/);
 });
 
 test("nothing but glibc 2.35 is asked of the system", (t) => {
@@ -89,11 +83,11 @@ test("nothing but glibc 2.35 is asked of the system", (t) => {
   assert.ok(newest[0] === NEWEST_GLIBC[0] && newest[1] <= NEWEST_GLIBC[1], newest.join("."));
 });
 
-test("the libraries beside the program are those that it runs with", async () => {
+test("the program runs with the libraries beside it, and plays streams in the browser with what is packed", async () => {
   const env = { ...process.env, LD_LIBRARY_PATH: "/usr/lib/x86_64-linux-gnu" };
-  const run = start(LAUNCHER, ["serve", "--port", "0", "--end-with-input"], { env });
-  await until(() => run.out.includes("http://"), "the address");
-  const { page } = await (await fetch(`${run.out.match(/http:\S+/)[0]}page/open`, { method: "POST" })).json();
+  const run = await serve(["--media", "browser", "--end-with-input"], { env });
+  assert.ok((await fetch(`${run.url}/zelumo-media/shaka-player.dash.js`)).ok);
+  const { page } = await (await fetch(`${run.url}/page/open`, { method: "POST" })).json();
   assert.ok(page);
   const loaded = [...new Set(readFileSync(`/proc/${run.child.pid}/maps`, "utf8").match(/\/\S+\.so[.\d]*/g))];
   for (const name of ["libstdc++", "libgcc_s", "libjsoncpp", "libsqlite3", "libzelumo-platform", "libzelumo.so"]) {
@@ -102,6 +96,7 @@ test("the libraries beside the program are those that it runs with", async () =>
   }
   run.child.stdin.end();
   assert.deepEqual(await run.ended, { code: 0, signal: null });
+  assert.doesNotMatch(run.err, /warning/);
 });
 
 test("status, streams and signals are the program's", async () => {
@@ -121,8 +116,7 @@ test("status, streams and signals are the program's", async () => {
     ["SIGTERM", { code: 0, signal: null }],
     ["SIGKILL", { code: null, signal: "SIGKILL" }],
   ]) {
-    const serving = start(LAUNCHER, ["serve", "--port", "0"]);
-    await until(() => serving.out.includes("http://"), "the address");
+    const serving = await serve();
     serving.child.kill(signal);
     assert.deepEqual(await serving.ended, ending, signal);
     assert.ok(!runs(serving.child.pid), "the launcher is the program itself");

@@ -61,9 +61,15 @@ test("40 cases over 8 workers pass in time, and leave nothing", async (t) => {
   assert.ok(seconds < most, `${seconds} s, ${most} s at most`);
 });
 
-test("a test that fails says what did happen, and attaches it", async () => {
-  const { code, tests } = await playwright(["--config", "failing.config.mjs", "--grep-invert", "dev server|option"]);
+test("a test that fails says what did happen, and attaches it; a TV that can't be had says why", async () => {
+  const { code, tests } = await playwright(["--config", "failing.config.mjs"]);
   assert.equal(code, 1);
+  const failure = (name, message) => {
+    const result = tests.get(`failing.spec.mjs: ${name}`);
+    assert.equal(result.status, "failed", name);
+    assert.match(result.error.message.replaceAll(/\x1b\[\d+m/g, ""), message, name);
+    return result;
+  };
   for (const [name, message] of [
     ["toHaveSent", /expected the page to have sent SetNextService, 2 times; it was so 1 time; commands that came.*\n(.*\n)*.*"command":"SetNextService"/],
     ["not.toHaveSent", /not\.toHaveSent: expected not the page to have sent SetNextService/],
@@ -78,9 +84,7 @@ test("a test that fails says what did happen, and attaches it", async () => {
     ["page", /Expected: ""/],
     ["worker", /Expected: ""/],
   ]) {
-    const { status, error, attachments } = tests.get(`failing.spec.mjs: ${name}`);
-    assert.equal(status, "failed", name);
-    assert.match(error.message.replaceAll(/\x1b\[\d+m/g, ""), message, name);
+    const { attachments } = failure(name, message);
     const attached = (wanted) => attachments.find((one) => one.name === wanted);
     const journal = Buffer.from(attached("zelumo-journal").body, "base64").toString().trim().split("\n").map((line) => JSON.parse(line));
     assert.ok(journal.some((line) => line.await?.command === "RegisterEvent"), name);
@@ -93,19 +97,9 @@ test("a test that fails says what did happen, and attaches it", async () => {
     assert.deepEqual([await replay.ended, replay.out], [{ code: 0, signal: null }, ""], name);
     assert.match(readFileSync(path, "utf8"), /"advance","ms":5000/, name);
   }
-});
-
-test("a TV that can't be had says why", async () => {
-  const { tests } = await playwright(["--config", "failing.config.mjs", "-g", "dev server|option"]);
-  for (const [name, message] of [
-    ["a dev server that ends", /devServer: "echo no luck; exit 3" ended with status 3: no luck/],
-    ["a dev server without an address", /devServer: "localhost:5173" is no address: write http:/],
-    ["an option that isn't there", /tvOptions: there is no option "devserver"; did you mean "devServer"\?/],
-  ]) {
-    const { status, error } = tests.get(`failing.spec.mjs: ${name}`);
-    assert.equal(status, "failed", name);
-    assert.match(error.message.replaceAll(/\x1b\[\d+m/g, ""), message, name);
-  }
+  failure("a dev server that ends", /devServer: "echo no luck; exit 3" ended with status 3: no luck/);
+  failure("a dev server without an address", /devServer: "localhost:5173" is no address: write http:/);
+  failure("an option that isn't there", /tvOptions: there is no option "devserver"; did you mean "devServer"\?/);
 });
 
 test("a TV of its own takes a test little time", async (t) => {

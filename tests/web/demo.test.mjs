@@ -4,6 +4,7 @@ import { readFileSync } from "node:fs";
 import { Tv, browserTest, until } from "./support.mjs";
 
 const tv = await Tv.start();
+const { commands } = JSON.parse(readFileSync(new URL("../../web/page-api.json", import.meta.url), "utf8"));
 
 async function open(context, host = tv) {
   const page = await context.newPage();
@@ -28,12 +29,6 @@ const press = async (page, ...keys) => {
   for (const key of keys) await page.keyboard.press(key);
 };
 const shows = (page, selector, text) => page.locator(selector).filter({ hasText: text }).first().waitFor();
-async function openRemote(context) {
-  const remote = await context.newPage();
-  await remote.goto(`${tv.url}/demo/remote.html`);
-  await shows(remote, "#connection.good", "Page open");
-  return remote;
-}
 const send = (page, verb) => page.click(`[data-verb="${verb}"] .primary`);
 const channel = async (is, host = tv) => until(async () => ((now) => is(now) && now)((await host.state()).channel), `a channel that ${is}`);
 const player = async (is) => until(async () => ((now) => now && is(now) && now)((await tv.state()).players.at(-1)), `a player that ${is}`);
@@ -158,7 +153,7 @@ demoTest("the remote's forms show the line that they send, and the page sees wha
   await shows(page, ".osd .status", "at the end");
 });
 
-demoTest("faults are set and taken away, and every command can be sent from its form", async (page) => {
+demoTest("faults are set and taken away, and every command that can fail is offered", async (page) => {
   await press(page, "p");
   await page.click("#tab-faults");
   await page.locator('[data-verb="answer"] [name="call"]').selectOption("BmsPlay");
@@ -171,10 +166,23 @@ demoTest("faults are set and taken away, and every command can be sent from its 
   await press(page, "Enter");
   await player((p) => p.state === "playing");
 
-  const api = await (await fetch(`${tv.url}/page-api.json`)).json();
+  const form = page.locator('[data-verb="fail"]');
+  const offered = await form.locator("option").evaluateAll((options) => options.map(({ value, label }) => [value, label]));
+  const decisions = commands.flatMap(({ name, decidedBy }) =>
+    decidedBy.map((call) => [`${name} ${call}`, decidedBy.length > 1 ? `${name}: ${call}` : name]));
+  assert.deepEqual(offered, decisions);
+  await form.locator("select").selectOption("GetZELumoServices IServiceNavigation::GetServiceList");
+  await form.locator('[name="times"]').fill("1");
+  await send(page, "fail");
+  await shows(page, ".answer", '{"call":"IServiceNavigation::GetServiceList","result":-1,"times":1}');
+  const codes = await page.evaluate(() => [1, 2].map(() => document.querySelector("channel-app").plugin.ask("GetZELumoServices").code));
+  assert.deepEqual(codes, [28, 0]);
+});
+
+demoTest("every command can be sent from its form", async (page) => {
   await page.click("#tab-commands");
   const panel = page.locator("#panel-commands");
-  for (const { name, example } of api.commands) {
+  for (const { name, example } of commands) {
     await panel.getByLabel("Command").selectOption(name);
     assert.deepEqual(JSON.parse(await panel.locator(".line").inputValue()), { await: example }, name);
   }
@@ -219,7 +227,7 @@ demoTest("the journal is filtered, searched, paused, cleared and saved", async (
   assert.ok(!kinds.includes("call"));
 });
 
-demoTest("everything can be reached by keyboard, and the remote alone leaves the page its TV", async (page, context) => {
+demoTest("everything can be reached by keyboard", async (page) => {
   await page.focus("channel-app");
   const reached = new Set();
   for (let i = 0; i < 120; ++i) {
@@ -231,20 +239,20 @@ demoTest("everything can be reached by keyboard, and the remote alone leaves the
   await page.keyboard.press("ArrowRight");
   await page.locator("#panel-player").waitFor();
   assert.equal(await page.evaluate(() => document.activeElement.id), "tab-player");
+});
 
+demoTest("the remote alone leaves the page its TV, and its keys reach that like a person's own", async (page, context) => {
+  await press(page, "1", "Enter");
+  await channel((c) => c.major === 1);
   const { page: number } = await tv.state();
-  const remote = await openRemote(context);
+  const remote = await context.newPage();
+  await remote.goto(`${tv.url}/demo/remote.html`);
+  await shows(remote, "#connection.good", "Page open");
+  assert.equal(await remote.getByRole("tab", { name: "Commands" }).count(), 0);
   await send(remote, "signal");
   await shows(page, ".tv-notice", "The sound is on again");
   await shows(remote, ".lines .message", "Unmute");
-  assert.equal(await remote.getByRole("tab", { name: "Commands" }).count(), 0);
   assert.equal((await tv.state()).page, number);
-});
-
-demoTest("the remote's keys reach the page that has the TV, like a person's own", async (page, context) => {
-  await press(page, "1", "Enter");
-  await channel((c) => c.major === 1);
-  const remote = await openRemote(context);
   const viewIs = (name) => page.locator(`channel-app[data-view="${name}"]`).waitFor();
   for (const [where, keys, seen] of [
     [remote, ["ChannelUp"], () => channel((c) => c.major === 2)],
@@ -305,7 +313,7 @@ demoTest("time is in the person's hand", async (page) => {
   await until(async () => (await pace()).speed === 1, "the usual speed");
 });
 
-browserTest("the journal of a remote that is opened later has what was before, each line once, across a lost connection and a new host", async (context) => {
+browserTest("a remote's journal has what was before, each line once, across a lost connection; it and the page go on with a new host", async (context) => {
   let own = await Tv.start("--speed", "0");
   const remote = await context.newPage();
   const signal = (n) => own.do({ tv: "signal", signal: n });
@@ -331,12 +339,21 @@ browserTest("the journal of a remote that is opened later has what was before, e
   await signal(6);
   await shows(remote, ".lines .tv", '"signal":6');
   assert.ok((await remote.locator(".lines li").count()) <= 3000);
+
+  const page = await open(context, own);
   await own.end("SIGKILL");
-  await shows(remote, "#connection.bad", "can't be reached");
+  for (const one of [page, remote]) await shows(one, "#connection.bad", "can't be reached");
   own = await Tv.start("--port", own.port);
   await signal(7);
   await shows(remote, ".lines .note", "started anew");
   await shows(remote, ".lines .tv", '"signal":7');
+  await shows(page, "#connection.good", "Page");
+  await press(page, "5", "Enter");
+  await shows(page, ".banner", (await channel((c) => c.major === 5, own)).name);
+  await shows(page, ".lines .message", "ChEnter");
+  const second = await open(context, own);
+  await shows(page, "#connection.bad", "Another page");
+  await press(second, "ArrowUp");
   await own.end();
 });
 
@@ -378,19 +395,3 @@ for (const [width, height, colorScheme] of [[1280, 720, "light"], [1920, 1080, "
   };
   demoTest(`nothing is cut off at ${width} by ${height}, ${colorScheme}`, body, { viewport: { width, height }, colorScheme });
 }
-
-browserTest("the demo goes on when its host comes back", async (context) => {
-  let own = await Tv.start();
-  const page = await open(context, own);
-  await own.end("SIGKILL");
-  await shows(page, "#connection.bad", "can't be reached");
-  own = await Tv.start("--port", own.port);
-  await shows(page, "#connection.good", "Page");
-  await press(page, "5", "Enter");
-  await shows(page, ".banner", (await channel((c) => c.major === 5, own)).name);
-  await shows(page, ".lines .message", "ChEnter");
-  const second = await open(context, own);
-  await shows(page, "#connection.bad", "Another page");
-  await press(second, "ArrowUp");
-  await own.end();
-});

@@ -1,16 +1,15 @@
 // Pages of a dev server: the example of examples/vite, changed while it runs.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
-import { cpSync, mkdtempSync, rmSync, writeFileSync } from "node:fs";
+import { cpSync, writeFileSync } from "node:fs";
 import { createServer } from "node:net";
-import { tmpdir } from "node:os";
 import { basename, join } from "node:path";
 import { after } from "node:test";
 import { fileURLToPath } from "node:url";
-import { Tv, browserTest, until } from "./support.mjs";
+import { Tv, browserTest, makeFolder, until } from "./support.mjs";
 
 const EXAMPLE = fileURLToPath(new URL("../../examples/vite", import.meta.url));
-const folder = mkdtempSync(join(tmpdir(), "zelumo-vite-"));
+const folder = makeFolder();
 cpSync(EXAMPLE, folder, { recursive: true, filter: (path) => basename(path) !== "node_modules" });
 
 // Which origin is allowed has to be known before the TV starts.
@@ -25,10 +24,7 @@ const vite = spawn(process.execPath, [join(EXAMPLE, "node_modules/vite/bin/vite.
   env: { ...process.env, ZELUMO_TV_URL: tv.url },
   stdio: ["ignore", "pipe", "inherit"],
 });
-after(() => {
-  vite.kill();
-  rmSync(folder, { recursive: true });
-});
+after(() => vite.kill());
 await new Promise((resolve, reject) => {
   vite.once("exit", (code) => reject(new Error(`vite ended with ${code}`)));
   vite.stdout.on("data", (text) => String(text).includes("Local") && resolve());

@@ -1,26 +1,21 @@
 // One table of rules for all who play: a simulation, and the browser.
 import assert from "node:assert/strict";
-import { mkdtemp, rm, writeFile } from "node:fs/promises";
-import { tmpdir } from "node:os";
+import { writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { after } from "node:test";
 import { RULES, STATES, STREAMS } from "./player-rules.mjs";
 import { StreamServer, makeStreams } from "./streams.mjs";
-import { PAGES, Tv, browserTest, until } from "./support.mjs";
+import { PAGES, Tv, browserTest, makeFolder, until } from "./support.mjs";
 
 const streams = await StreamServer.start(await makeStreams());
 streams.startLive();
-const folder = await mkdtemp(join(tmpdir(), "rules-"));
-after(async () => {
-  await streams.close();
-  await rm(folder, { recursive: true });
-});
+after(() => streams.close());
 
 const FILES = { film: "film.mpd", other: "film.mpd?other", live: "live.mpd", missing: "nothing.mpd" };
 const addressOf = (stream) => `${streams.url}/${FILES[stream]}`;
-const tvFile = join(folder, "tv.json");
+const tvFile = join(makeFolder(), "tv.json");
 const described = Object.entries(STREAMS).map(([name, stream]) => ({ pattern: addressOf(name), ...stream }));
-await writeFile(tvFile, JSON.stringify({ streams: described }));
+writeFileSync(tvFile, JSON.stringify({ streams: described }));
 
 /** The reports that a page has heard, as the rules write them. */
 function written(heard) {
@@ -45,7 +40,6 @@ function fits(heard, expected, media) {
 }
 
 const joined = (...parts) => parts.filter(Boolean).join(" ");
-const told = (commands) => commands.map(([{ command, stream, sec }]) => joined(command, stream, sec?.toString())).join(", ");
 
 const LANES = 4; // so many TVs side by side: most of the time goes by in waiting
 const STEP_MS = 200; // by which a simulation's time is moved on while something is waited for
@@ -71,7 +65,7 @@ async function keeps(rules, media, context) {
   };
   for (const [state, commands, reports, then, differs] of rules) {
     const here = media === "browser" ? differs : undefined;
-    const what = `${state}: ${told(commands)}`;
+    const what = `${state}: ${JSON.stringify(commands)}`;
     await page.goto(tv.url);
     await page.evaluate(() => ask({ command: "RegisterEvent", event: 90001 }));
     let expected = "";

@@ -1,42 +1,38 @@
 // Real streams in the browser page: what is seen, what the page hears, and what a recording of it replays.
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";
-import { readdirSync } from "node:fs";
-import { mkdtemp, rm, writeFile } from "node:fs/promises";
-import { tmpdir } from "node:os";
+import { readdirSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { after } from "node:test";
 import { KEY, KEY_ID, StreamServer, UNKNOWN_CODEC, makeStreams } from "./streams.mjs";
-import { PAGES, Tv, browserTest, until } from "./support.mjs";
+import { PAGES, Tv, browserTest, makeFolder, until } from "./support.mjs";
 
 const streams = await StreamServer.start(await makeStreams());
-const folder = await mkdtemp(join(tmpdir(), "media-"));
+after(() => streams.close());
+const folder = makeFolder();
 const tvFile = join(folder, "tv.json");
-await writeFile(tvFile, JSON.stringify({ drm: { own: "org.w3.clearkey", lacking: "com.example.rights" } }));
+writeFileSync(tvFile, JSON.stringify({ drm: { own: "org.w3.clearkey", lacking: "com.example.rights" } }));
 const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", "browser");
-after(async () => {
-  await streams.close();
-  await rm(folder, { recursive: true });
-});
 
 const SEEKING_MS = process.env.CI ? 60_000 : 15_000;
 const FULL = { x: 0, y: 0, width: 1920, height: 1080 };
 
-/** A page with player events. */
+/** A page, with player events where it was loaded by open() or load(). */
 class Viewer {
-  static async open(context, host = tv) {
-    const viewer = new Viewer();
-    viewer.tv = host;
-    viewer.page = await context.newPage();
+  static async open(context, host) {
+    const viewer = new Viewer(await context.newPage(), host);
     await viewer.load();
     return viewer;
   }
 
+  constructor(page, host = tv) {
+    Object.assign(this, { page, tv: host, since: 1 });
+  }
+
   async load() {
+    this.since = (await this.tv.journal()).next;
     await this.page.goto(this.tv.url);
     await this.send({ command: "RegisterEvent", event: 90001 });
-    const state = await (await fetch(`${this.tv.url}/journal`)).json();
-    this.since = state.next;
   }
 
   send(message) {
@@ -64,6 +60,13 @@ class Viewer {
     return all.slice(count);
   }
 
+  /** Sends a command, and gives the reports that come from then on until one of that type has. */
+  async does(message, type) {
+    const count = await this.count();
+    await this.send(message);
+    return this.hears(type, count);
+  }
+
   async count() {
     return (await this.reports()).length;
   }
@@ -72,23 +75,23 @@ class Viewer {
     return (await this.tv.state()).players.at(-1);
   }
 
-  /** What the browser told beside its reports since the page was loaded. */
-  async details() {
-    const { lines } = await (await fetch(`${this.tv.url}/journal?since=${this.since}`)).json();
-    return lines.filter((line) => line.tv === "media" && line.detail).map(({ detail }) => detail);
-  }
-
+  /** The browser tells this beside a report since the page was loaded. */
   async detail(part) {
-    await until(async () => (await this.details()).some((detail) => detail.includes(part)), async () => `${part}: ${await this.details()}`);
+    let told;
+    const has = async () => {
+      told = (await this.tv.journal(this.since)).lines.flatMap((line) => (line.tv === "media" && line.detail) || []);
+      return told.some((detail) => detail.includes(part));
+    };
+    await until(has, () => `${part}: ${told}`);
   }
 
   videos() {
     return this.page.evaluate(() => document.querySelectorAll("video").length);
   }
 
-  /** The text of what is said on the screen. */
-  notice(part) {
-    return this.page.getByText(part);
+  /** The screen says this. */
+  shows(part) {
+    return this.page.getByText(part).first().waitFor();
   }
 }
 
@@ -119,8 +122,7 @@ browserTest("a film plays under the page where it is placed, to its end", async 
     const { state, position, duration } = await viewer.player();
     assert.equal(state, "ended");
     assert.equal(position, duration);
-    await viewer.send({ command: "Stop" });
-    await viewer.hears(36);
+    await viewer.does({ command: "Stop" }, 36);
     assert.equal(await viewer.videos(), 0);
     await viewer.page.close();
   }
@@ -133,30 +135,23 @@ browserTest("a live stream has an edge and a window that slides", async (context
   await viewer.hears(137);
   const edge = await viewer.player();
   assert.ok(edge.live && edge.duration - edge.position < 6000, JSON.stringify(edge));
-  await viewer.send({ command: "JumpBackward", sec: 4 });
-  await viewer.hears(35);
-  await viewer.send({ command: "Pause" });
-  await viewer.hears(33);
+  await viewer.does({ command: "JumpBackward", sec: 4 }, 35);
+  await viewer.does({ command: "Pause" }, 33);
   const paused = (await viewer.player()).position;
   // Held where it is, until the window's start comes by and takes it along.
   await until(async () => (await viewer.player()).position > paused + 500, "the window slides");
-  await viewer.send({ command: "Resume" });
-  await viewer.hears(34);
-  const count = await viewer.count();
-  await viewer.hears(137, count);
+  await viewer.does({ command: "Resume" }, 34);
+  await viewer.hears(137, await viewer.count());
   const late = await viewer.player();
   assert.ok(late.duration - late.position > 6000, JSON.stringify(late));
-  await viewer.send({ command: "ResumeLive", reason: "test" });
-  const [{ param1, param2 }] = (await viewer.hears(35, count)).filter(({ type }) => type === 35);
+  const { param1, param2 } = (await viewer.does({ command: "ResumeLive", reason: "test" }, 35)).find(({ type }) => type === 35);
   assert.ok(param2 - param1 < 6000, `${param1} of ${param2}`);
-  const again = await viewer.count();
-  await viewer.send({ command: "Seek", sec: 0 });
-  await viewer.hears(37, again);
+  await viewer.does({ command: "Seek", sec: 0 }, 37);
   streams.stopLive();
 });
 
-browserTest("streams that can't be played say why, to the page, in the journal and on the screen", async (context) => {
-  const other = await StreamServer.start(await makeStreams());
+browserTest("streams that can't be played say why, to the page, in the journal and on the screen", async (context, t) => {
+  t.after(() => (streams.cors = true));
   const rights = (drmType, drmData) => ({ drmType, drmData: typeof drmData === "string" ? drmData : JSON.stringify(drmData) });
   const cases = [
     ["a manifest that isn't there", "nothing.mpd", {}, [134], "1001", null],
@@ -172,19 +167,18 @@ browserTest("streams that can't be played say why, to the page, in the journal a
   ];
   for (const [what, name, { cors = true, ...more }, expected, part, shown = part] of cases) {
     const viewer = await Viewer.open(context);
-    other.cors = cors;
-    await viewer.play(name.includes("://") ? name : `${other.url}/${name}`, more);
+    streams.cors = cors;
+    await viewer.play(name, more);
     await viewer.hears(expected[0]);
     assert.deepEqual(types(await viewer.reports()), expected, what);
     await viewer.detail(part);
     // A page knows by itself what to say of a stream that isn't there.
-    if (shown) await viewer.notice(shown).first().waitFor();
+    if (shown) await viewer.shows(shown);
     assert.equal((await viewer.player()).state, "failed", what);
     assert.equal(await viewer.send({ command: "Play" }), false, what);
     assert.equal(await viewer.videos(), 0, what);
     await viewer.page.close();
   }
-  await other.close();
 });
 
 browserTest("a page that came by https learns that it can load nothing by http", async (context) => {
@@ -194,11 +188,11 @@ browserTest("a page that came by https learns that it can load nothing by http",
   await context.route(`${origin}/`, (route) =>
     route.fulfill({ contentType: "text/html", body: `<script>const heard = [];</script><script crossorigin src="${host.url}/zelumo-embed.js"></script>
       <embed id="tv" type="application/x-zelumo"><script>const ask = (message) => tv.postMessageAndAwaitResponse(message);</script>` }));
-  const viewer = Object.assign(new Viewer(), { tv: host, page: await context.newPage(), since: 1 });
+  const viewer = new Viewer(await context.newPage(), host);
   await viewer.page.goto(`${origin}/`);
   await viewer.play("http://stream.example/film.mpd");
   await viewer.detail("mixed content");
-  await viewer.notice("mixed content").first().waitFor();
+  await viewer.shows("mixed content");
 });
 
 browserTest("what is lost or held up in the middle of a stream", async (context) => {
@@ -209,7 +203,7 @@ browserTest("what is lost or held up in the middle of a stream", async (context)
   await viewer.hears(144);
   const begun = await viewer.count();
   const stalled = await viewer.hears(131, begun, ({ param1 }) => param1 === "100");
-  assert.deepEqual(stalled.filter(({ type }) => type === 131).map(({ param1 }) => param1)[0], "0");
+  assert.equal(stalled.find(({ type }) => type === 131).param1, "0");
   const count = await viewer.count();
   await viewer.hears(137, count);
   // Another player begins, and its stream has a hole.
@@ -217,8 +211,7 @@ browserTest("what is lost or held up in the middle of a stream", async (context)
   await viewer.play("film.mpd", { timeOffset: 3 });
   await viewer.hears(98, count);
   streams.missing.clear();
-  const after = types((await viewer.reports()).slice(count));
-  assert.deepEqual(after.sort(), [144, 32, 36, 98]);
+  assert.deepEqual(types((await viewer.reports()).slice(count)).sort(), [144, 32, 36, 98]);
   await viewer.detail("1001");
   assert.ok((await viewer.player()).position > 3000);
 });
@@ -228,11 +221,9 @@ browserTest("what can't be loaded in time holds up nothing else", async (context
   // A stop comes at once, and what the server says at last is of no account. Then it can be played all the same.
   streams.stall("film.mpd", 1500);
   await viewer.play("film.mpd");
-  await viewer.send({ command: "Stop" });
-  await viewer.hears(36);
+  await viewer.does({ command: "Stop" }, 36);
   assert.deepEqual(types(await viewer.reports()), [36]);
-  await viewer.send({ command: "Play" });
-  await viewer.hears(144);
+  await viewer.does({ command: "Play" }, 144);
   // Another player takes the decoder of one that has yet to load, and one that nobody plays is forgotten.
   streams.stall("clear.mpd", 1500);
   await viewer.play("clear.mpd");
@@ -267,7 +258,8 @@ browserTest("rights reach the browser", async (context) => {
 });
 
 browserTest("where no page may start with sound, it comes with the first click", async (context) => {
-  const viewer = Object.assign(new Viewer(), { tv, page: await context.newPage(), since: (await (await fetch(`${tv.url}/journal`)).json()).next });
+  const viewer = new Viewer(await context.newPage());
+  viewer.since = (await tv.journal()).next;
   // By itself: what a test evaluates in the page counts as somebody's click.
   await viewer.page.goto(`${tv.url}/plays.html?url=${encodeURIComponent(`${streams.url}/film.mpd`)}`);
   await viewer.detail("muted");
@@ -334,8 +326,7 @@ browserTest("many players leave nothing behind", async (context) => {
     if (i === 20) first = await heap();
     if (i % 20 === 0) await viewer.page.evaluate(() => heard.splice(0));
   }
-  await viewer.send({ command: "Stop" });
-  await viewer.hears(36);
+  await viewer.does({ command: "Stop" }, 36);
   assert.equal(await viewer.videos(), 0);
   const grown = (await heap()) - first;
   assert.ok(grown < 3_000_000, `${grown} bytes more`);
@@ -348,21 +339,15 @@ browserTest("a recording replays without a browser", async (context) => {
   const viewer = await Viewer.open(context, host);
   await viewer.play("long.mpd");
   await viewer.hears(137);
-  await viewer.send({ command: "Pause" });
-  await viewer.hears(33);
-  await viewer.send({ command: "Seek", sec: 30 });
-  await viewer.hears(35);
-  await viewer.send({ command: "Resume" });
-  await viewer.hears(34);
-  await viewer.send({ command: "JumpForward", sec: 5 });
-  let count = await viewer.count();
-  await viewer.hears(137, count);
+  await viewer.does({ command: "Pause" }, 33);
+  await viewer.does({ command: "Seek", sec: 30 }, 35);
+  await viewer.does({ command: "Resume" }, 34);
+  await viewer.does({ command: "JumpForward", sec: 5 }, 137);
   streams.stall("long/video-27", 2500);
   await viewer.send({ command: "Seek", sec: 51 });
-  count = await viewer.count();
+  const count = await viewer.count();
   await viewer.hears(131, count, ({ param1 }) => param1 === "100");
-  await viewer.send({ command: "Seek", sec: 59 });
-  await viewer.hears(97);
+  await viewer.does({ command: "Seek", sec: 59 }, 97);
   await viewer.play("live.mpd");
   await viewer.hears(144, count);
   await viewer.send({ command: "ResumeLive", reason: "test" });
@@ -372,8 +357,7 @@ browserTest("a recording replays without a browser", async (context) => {
   await viewer.hears(144);
   await viewer.play("film.mp4");
   await viewer.hears(36);
-  count = await viewer.count();
-  await viewer.hears(137, count);
+  await viewer.hears(137, await viewer.count());
   await viewer.play("nothing.mpd");
   await viewer.hears(134);
   await viewer.page.close();
@@ -381,8 +365,7 @@ browserTest("a recording replays without a browser", async (context) => {
   await host.end();
   streams.stopLive();
   const { status, stdout } = spawnSync(process.env.ZELUMO_TV, ["script", "--media", "browser", "--check", recording], { encoding: "utf8" });
-  assert.equal(stdout, "");
-  assert.equal(status, 0);
+  assert.deepEqual([status, stdout], [0, ""]);
 });
 
 browserTest("pages that play nothing ask for nothing more, and a host that goes takes what plays along", async (context) => {
@@ -400,7 +383,7 @@ browserTest("pages that play nothing ask for nothing more, and a host that goes 
   const parts = readdirSync(new URL("../../web/zelumo-media", import.meta.url)).filter((name) => name.endsWith(".js")).sort();
   const fetched = asked.slice(0, asked.indexOf("/nothing.mpd")).flatMap((path) => path.match(/zelumo-media\/(.*)/)?.[1] ?? []);
   assert.deepEqual(fetched.sort(), parts);
-  const viewer = Object.assign(new Viewer(), { tv: host, page });
+  const viewer = new Viewer(page, host);
   await viewer.load();
   await viewer.play("long.mpd");
   await viewer.hears(144);

@@ -42,81 +42,55 @@ const NO = false;
 
 /**
  * Rows: the state; commands that are sent at once, each with whether it is accepted; the reports that follow, of buffering only
- * the begin and the end, of the position none; the state then. Where a browser can't do as a simulation does, what it does
- * instead, or may do also, and why.
+ * the begin and the end, of the position none; the state then. What isn't accepted changes nothing, so it stands together; how
+ * a playing one is paused and stopped, STATES says. Where a browser can't do as a simulation does, what it does instead, or may
+ * do also, and why.
  */
 // prettier-ignore
 export const RULES = [
-  ["created", [[play, YES]],     BEGUN, "playing"],
-  ["created", [[pause, NO]],     "", "created"],
-  ["created", [[resume, NO]],    "", "created"],
-  ["created", [[stop, NO]],      "", "created"],
-  ["created", [[seek, NO]],      "", "created"],
-  ["created", [[toEdge, NO]],    "", "created"],
+  ["created", [[pause, NO], [resume, NO], [stop, NO], [seek, NO], [toEdge, NO]], "", "created"],
 
   // The first buffering, in which nothing is told before the begin.
-  ["created", [[play, YES], [play, NO]],                 BEGUN, "playing"],
-  ["created", [[play, YES], [pause, YES]],               `${BEGUN} 33`, "paused"],
+  ["created", [[play, YES], [play, NO], [resume, NO], [toEdge, NO]], BEGUN, "playing"],
   ["created", [[play, YES], [pause, YES], [pause, NO]],  `${BEGUN} 33`, "paused"],
-  ["created", [[play, YES], [resume, NO]],               BEGUN, "playing"],
   ["created", [[play, YES], [pause, YES], [resume, YES]], `${BEGUN} 33 34`, "playing"],
   ["created", [[play, YES], [stop, YES]],                "131 36", "stopped", sooner(`${BEGUN} 36`)],
   ["created", [[play, YES], [pause, YES], [stop, YES]],  "131 36", "stopped", sooner(`${BEGUN} 33 36`)],
   ["created", [[play, YES], [seek, YES]],                `131 ${BEGUN} 35`, "playing", sooner(`${BEGUN} ${BUFFERED} 35`)],
   ["created", [[play, YES], [pause, YES], [seek, YES]],  `131 ${BEGUN} 33 35`, "paused", sooner(`${BEGUN} 33 ${BUFFERED} 35`)],
   ["created", [[play, YES], [seekPast, YES]],            "131 37 131(100) 144", "playing", sooner(`${BEGUN} 37`)],
-  ["created", [[play, YES], [toEdge, NO]],               BEGUN, "playing"],
 
-  ["playing", [[play, NO]],        "", "playing"],
-  ["playing", [[pause, YES]],      "33", "paused"],
-  ["playing", [[resume, NO]],      "", "playing"],
-  ["playing", [[stop, YES]],       "36", "stopped"],
+  ["playing", [[play, NO], [resume, NO], [toEdge, NO]], "", "playing"],
   ["playing", [[seek, YES]],       `${BUFFERED} 35`, "playing"],
   ["playing", [[seekPast, YES]],   "37", "playing"],
   ["playing", [[seekBefore, YES]], "37", "playing"],
-  ["playing", [[toEdge, NO]],      "", "playing"],
 
   // A later buffering, in which everything is told at once, and holds when it is done.
-  ["playing", [[seek, YES], [play, NO]],                "131 131(100) 35", "playing"],
+  ["playing", [[seek, YES], [play, NO], [resume, NO], [toEdge, NO]], "131 131(100) 35", "playing"],
   ["playing", [[seek, YES], [pause, YES]],              "131 33 131(100) 35", "paused", sooner(`${BUFFERED} 35 33`)],
-  ["playing", [[seek, YES], [resume, NO]],              "131 131(100) 35", "playing"],
   ["playing", [[seek, YES], [stop, YES]],               "131 36", "stopped", sooner(`${BUFFERED} 35 36`)],
   ["playing", [[seek, YES], [seek, YES]],               "131 131 131(100) 35", "playing", sooner(`${BUFFERED} 35 ${BUFFERED} 35`)],
   ["playing", [[seek, YES], [seekPast, YES]],           "131 37 131(100) 35", "playing", sooner(`${BUFFERED} 35 37`)],
-  ["playing", [[seek, YES], [toEdge, NO]],              "131 131(100) 35", "playing"],
   ["paused",  [[seek, YES], [resume, YES]],             "131 34 131(100) 35", "playing", sooner(`${BUFFERED} 35 34`)],
   ["paused",  [[seek, YES], [pause, NO]],               "131 131(100) 35", "paused"],
 
-  ["paused", [[play, NO]],         "", "paused"],
-  ["paused", [[pause, NO]],        "", "paused"],
+  ["paused", [[play, NO], [pause, NO], [toEdge, NO]], "", "paused"],
   ["paused", [[resume, YES]],      "34", "playing"],
   ["paused", [[stop, YES]],        "36", "stopped"],
   ["paused", [[seek, YES]],        `${BUFFERED} 35`, "paused"],
   ["paused", [[seekToEnd, YES]],   `${BUFFERED} 35`, "paused"],
   ["paused", [[seekPast, YES]],    "37", "paused"],
-  ["paused", [[toEdge, NO]],       "", "paused"],
 
   ["stopped", [[play, YES]],       BEGUN, "playing"],
-  ["stopped", [[pause, NO]],       "", "stopped"],
-  ["stopped", [[resume, NO]],      "", "stopped"],
-  ["stopped", [[stop, NO]],        "", "stopped"],
-  ["stopped", [[seek, NO]],        "", "stopped"],
-  ["stopped", [[toEdge, NO]],      "", "stopped"],
+  ["stopped", [[pause, NO], [resume, NO], [stop, NO], [seek, NO], [toEdge, NO]], "", "stopped"],
 
   ["ended", [[play, YES]],         BEGUN, "playing"],
-  ["ended", [[pause, NO]],         "", "ended"],
-  ["ended", [[resume, NO]],        "", "ended"],
+  ["ended", [[pause, NO], [resume, NO], [toEdge, NO]], "", "ended"],
   ["ended", [[stop, YES]],         "36", "stopped"],
   ["ended", [[seek, YES]],         `${BUFFERED} 35`, "playing"],
   ["ended", [[seekPast, YES]],     "37", "ended"],
-  ["ended", [[toEdge, NO]],        "", "ended"],
 
-  ["failed", [[play, NO]],         "", "failed"],
-  ["failed", [[pause, NO]],        "", "failed"],
-  ["failed", [[resume, NO]],       "", "failed"],
-  ["failed", [[stop, NO]],         "", "failed"],
-  ["failed", [[seek, NO]],         "", "failed"],
-  ["failed", [[toEdge, NO]],       "", "failed"],
+  ["failed", [[play, NO], [pause, NO], [resume, NO], [stop, NO], [seek, NO], [toEdge, NO]], "", "failed"],
 
   ["playing live", [[toEdge, YES]],     `${BUFFERED} 35`, "playing"],
   ["playing live", [[seekBefore, YES]], "37", "playing"],

@@ -16,15 +16,22 @@ const asks = (page, message = { command: "GetVersion" }) => page.evaluate((asked
 const works = async (page, what) => assert.deepEqual(await asks(page), VERSION, what);
 const isOpen = (is, what) => until(async () => ((await tv.state()).page !== null) === is, what);
 
-browserTest("a blocking call works while the page is still being read", async (context) => {
-  for (const path of ["/", "/after.html"]) {
-    const page = await open(context, path);
-    assert.deepEqual(await page.evaluate(() => early), VERSION, path);
-  }
+/** A page that holds this. */
+async function openHolding(context, content) {
+  const page = await open(context, "/page-api.json");
+  await page.setContent(content);
+  return page;
+}
+const SCRIPT = '<script src="/zelumo-embed.js"></script>';
+
+browserTest("a blocking call works while the page is still being read, wherever the script stands", async (context) => {
+  const ask = '<script>var early = document.querySelector("embed").postMessageAndAwaitResponse({ command: "GetVersion" });</script>';
+  const last = await openHolding(context, `<embed TYPE="Application/X-Zelumo">${SCRIPT}${ask}`);
+  for (const page of [await open(context), last]) assert.deepEqual(await page.evaluate(() => early), VERSION);
 });
 
 browserTest("elements added by script work at once, and leave nothing behind", async (context) => {
-  const page = await open(context, "/none.html");
+  const page = await openHolding(context, SCRIPT);
   const before = (await tv.state()).page;
   const seen = await page.evaluate(() => {
     const make = (type) => Object.assign(document.createElement("embed"), { type });
@@ -208,6 +215,8 @@ browserTest("a host that goes and comes back is taken up again", async (context)
   assert.deepEqual(await asks(page, subscribe), { code: 0, data: null }, "a new instance");
   await own.do({ tv: "event", event: 90001 });
   await page.waitForFunction(() => heard.some((item) => item.data?.event === 90001));
+  await own.do({ tv: "key", key: "Info" });
+  await page.waitForFunction(() => heard.includes("Info"));
   // Gone and back before the page looked.
   await own.end("SIGKILL");
   own = await Tv.start("--app", PAGES, "--port", own.port);

@@ -27,7 +27,7 @@ const LONG_S = 60;
  * Makes the streams, unless they are there, and gives the folder that holds them:
  * - film.mpd (20 s) and long.mpd (60 s): H.264 and AAC in segments of 2 s, film/video-1.m4s, film/audio-1.m4s and so on;
  * - film.mp4 and film.webm (VP8 and Opus): the same 20 s as plain files;
- * - clear.mpd: film.mpd encrypted ("cenc") with KEY, which has the id KEY_ID;
+ * - clear.mpd: film.mpd with its sound encrypted ("cenc") with KEY, which has the id KEY_ID;
  * - hevc.mpd: names UNKNOWN_CODEC.
  * `folder` keeps the streams of this version of the file. Several processes may ask at once: each gets a whole set.
  */
@@ -77,7 +77,9 @@ async function make(folder) {
   // ffmpeg writes no word on how the samples of a segment are encrypted: only its initial segments are of use.
   await segments("clear", FILM_S, "-format_options", `encryption_scheme=cenc-aes-ctr:encryption_key=${KEY}:encryption_kid=${KEY_ID}`);
   for (const name of await readdir(file("film"))) {
-    if (!name.includes("init")) await writeFile(file("clear", name), encrypted(await readFile(file("film", name)), name.startsWith("video")));
+    const data = await readFile(file("film", name));
+    if (name.startsWith("video")) await writeFile(file("clear", name), data);
+    else if (!name.includes("init")) await writeFile(file("clear", name), encrypted(data));
   }
   await rm(file("all.mp4"));
 
@@ -94,7 +96,7 @@ function manifest(name, attributes, { videoCodec = "avc1.42c00d", isProtected = 
   const protection = `<ContentProtection schemeIdUri="urn:mpeg:dash:mp4protection:2011" value="cenc" cenc:default_KID="${keyId}"/>`;
   const set = (kind, codec, rest) => `
     <AdaptationSet contentType="${kind}" mimeType="${kind}/mp4" codecs="${codec}" segmentAlignment="true" startWithSAP="1">
-      ${isProtected ? protection : ""}
+      ${isProtected && kind === "audio" ? protection : ""}
       <SegmentTemplate duration="${SEGMENT_S}" startNumber="1" initialization="${name}/${kind}-init.m4s" media="${name}/${kind}-$Number$.m4s"/>
       <Representation id="${kind}" ${rest}/>
     </AdaptationSet>`;
@@ -123,39 +125,27 @@ function fragment(segment) {
   return { moof, mdat, traf, ...boxes(segment, traf.body, traf.end) };
 }
 
-/** A segment with its samples encrypted. Of video the beginning of every NAL unit, with its headers, stays clear. */
-function encrypted(segment, isVideo) {
+/** A segment of sound with its samples encrypted, each as a whole. */
+function encrypted(segment) {
   const { moof, mdat, traf, trun } = fragment(segment);
   const flags = segment.readUInt32BE(trun.body) & 0xffffff;
   if ((flags & ~0x4) !== 0x201) throw new Error(`a track run with the flags ${flags.toString(16)}`);
   const count = segment.readUInt32BE(trun.body + 4);
   const sizes = trun.body + (flags & 0x4 ? 16 : 12);
-  const entries = [];
-  let at = mdat.body;
-  for (let i = 0; i < count; i += 1) {
-    const end = at + segment.readUInt32BE(sizes + 4 * i);
-    const iv = Buffer.alloc(16);
-    iv.writeUInt32BE(i + 1, 4);
-    const cipher = createCipheriv("aes-128-ctr", Buffer.from(KEY, "hex"), iv);
-    const parts = [];
-    while (at < end) {
-      const unit = isVideo ? 4 + segment.readUInt32BE(at) : end - at;
-      const secret = isVideo ? Math.max(0, unit - 64) & ~15 : unit;
-      const part = Buffer.alloc(6);
-      part.writeUInt16BE(unit - secret);
-      part.writeUInt32BE(secret, 2);
-      parts.push(part);
-      at += unit;
-      segment.set(cipher.update(segment.subarray(at - secret, at)), at - secret);
-    }
-    entries.push(iv.subarray(0, 8));
-    if (isVideo) entries.push(Buffer.from([parts.length >> 8, parts.length & 255]), ...parts);
-  }
-  const senc = Buffer.concat([Buffer.alloc(16), ...entries]);
+  const senc = Buffer.alloc(16 + 8 * count);
   senc.writeUInt32BE(senc.length);
   senc.write("senc", 4);
-  senc.writeUInt32BE(isVideo ? 2 : 0, 8);
   senc.writeUInt32BE(count, 12);
+  let at = mdat.body;
+  for (let i = 0; i < count; i += 1) {
+    const iv = Buffer.alloc(16);
+    iv.writeUInt32BE(i + 1, 4);
+    iv.copy(senc, 16 + 8 * i, 0, 8);
+    const cipher = createCipheriv("aes-128-ctr", Buffer.from(KEY, "hex"), iv);
+    const end = at + segment.readUInt32BE(sizes + 4 * i);
+    segment.set(cipher.update(segment.subarray(at, end)), at);
+    at = end;
+  }
   for (const grown of [moof.start, traf.start, trun.body + 8]) segment.writeUInt32BE(segment.readUInt32BE(grown) + senc.length, grown);
   return Buffer.concat([segment.subarray(moof.start, traf.end), senc, segment.subarray(mdat.start, mdat.end)]);
 }
@@ -172,9 +162,7 @@ const LIVE_AGE_S = 60;
 /** Serves the streams in a folder on 127.0.0.1, at `url`. What it is told holds from the next request on. */
 export class StreamServer {
   cors = true; // whether other origins may read the answers
-  delay = 0; // ms before every answer
   missing = new Set(); // parts of paths: what has one of them is not found
-  requests = []; // the paths that were asked for
   #folder;
   #server;
   #stalls = [];
@@ -212,10 +200,8 @@ export class StreamServer {
 
   async #answer(request, response) {
     const { pathname } = new URL(request.url, this.url);
-    this.requests.push(pathname);
     const stall = this.#stalls.findIndex(({ part }) => pathname.includes(part));
-    const held = stall < 0 ? 0 : this.#stalls.splice(stall, 1)[0].ms;
-    if (this.delay + held > 0) await passed(this.delay + held, null, { ref: false });
+    if (stall >= 0) await passed(this.#stalls.splice(stall, 1)[0].ms, null, { ref: false });
 
     const headers = { "Accept-Ranges": "bytes", "Cache-Control": "no-store" };
     if (this.cors) {
@@ -231,7 +217,6 @@ export class StreamServer {
     const range = request.headers.range?.match(/^bytes=(\d+)-(\d*)$/);
     const first = range ? Number(range[1]) : 0;
     const last = Math.min(range?.[2] ? Number(range[2]) : Infinity, body.length - 1);
-    if (range && first > last) return response.writeHead(416, { ...headers, "Content-Range": `bytes */${body.length}` }).end();
     if (range) headers["Content-Range"] = `bytes ${first}-${last}/${body.length}`;
     headers["Content-Length"] = last - first + 1;
     response.writeHead(range ? 206 : 200, headers).end(request.method === "HEAD" ? undefined : body.subarray(first, last + 1));

@@ -1,7 +1,8 @@
 // Starts the TV host and a browser for the tests.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
-import { mkdirSync } from "node:fs";
+import { mkdirSync, mkdtempSync, rmSync } from "node:fs";
+import { tmpdir } from "node:os";
 import { dirname, join } from "node:path";
 import { after, test } from "node:test";
 import { fileURLToPath } from "node:url";
@@ -48,6 +49,11 @@ export class Tv {
     return (await fetch(`${this.url}/tv/state`)).json();
   }
 
+  /** The journal's lines from number `since` on, and the number of the next: { lines, next }. */
+  async journal(since = 1) {
+    return (await fetch(`${this.url}/journal?since=${since}`)).json();
+  }
+
   /** The TV does something; gives the line out. */
   async do(verb) {
     const response = await fetch(`${this.url}/tv`, { method: "POST", body: JSON.stringify(verb) });
@@ -55,6 +61,13 @@ export class Tv {
     assert.equal(response.status, 200, JSON.stringify(line));
     return line;
   }
+}
+
+/** A folder of these tests' own, which is gone at the end. */
+export function makeFolder() {
+  const folder = mkdtempSync(join(tmpdir(), "zelumo-web-"));
+  after(() => rmSync(folder, { recursive: true }));
+  return folder;
 }
 
 /** Waits until `ask` gives something true, and gives that. `what` may be a function that says so in the end. */

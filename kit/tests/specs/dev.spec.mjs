@@ -5,7 +5,7 @@ const port = Number(process.env.KIT_DEV_PORT ?? 5197);
 const devServer = { command: `npx vite react-page --port ${port} --strictPort`, url: `http://localhost:${port}` };
 test.use({ tvOptions: { date: "2026-01-01T20:00:00Z", devServer } });
 
-for (let n = 1; n <= 5; n++) {
+for (let n = 1; n <= 12; n++) {
   test(`page ${n} of the dev server has the test's TV`, async ({ page, tv, baseURL }) => {
     expect(baseURL).toBe(devServer.url);
     await page.goto("/");

@@ -11,7 +11,6 @@ export async function commands() {
   await zelumo.getProgram('{"programId":"1"}');
   await zelumo.getProgram(zelumo.json({ programId: "1" }));
   await zelumo.getVCConfig();
-  await zelumo.zeLumoProgramInfoIsAvailable();
   // @ts-expect-error: the channel is missing
   await zelumo.getProgramList({ from: 1 });
   // @ts-expect-error: a parameter too many
@@ -20,25 +19,19 @@ export async function commands() {
   await zelumo.getProgram();
   // @ts-expect-error: not a method's name
   await zelumo.GetVersion();
-  const current = await zelumo.getCurrentChannelInfo();
   // @ts-expect-error: there may be none
-  void current.channelName;
+  void (await zelumo.getCurrentChannelInfo()).channelName;
   const done: boolean = await zelumo.setNextService();
   const id: string = (await zelumo.getZELumoServices()).TCServiceData![0].id;
-  await zelumo.setServiceByServiceid({ Serviceid: id });
   await zelumo.registerEvent({ event: events.ITVS_Signal_Instant_On });
-  const width: number = (await zelumo.extractServiceInformationsFromServiceId({ serviceId: id }))["channel number"];
-  await zelumo.setDisplayRect({ x: 0, y: 0, width, height: 1 });
-  return [title, done];
+  const number: number = (await zelumo.extractServiceInformationsFromServiceId({ serviceId: id }))["channel number"];
+  return [title, done, number];
 }
 
-// Typed input for the element itself.
+// Typed input for the element itself, that is right in docs/testing.md.
 const element = document.createElement("embed");
-element.postMessageAndAwaitResponse({ command: "GetProgram", input: json({ programId: "1" }) });
 // @ts-expect-error: a service isn't asked for by a programme's id
 element.postMessageAndAwaitResponse({ command: "GetPresentProgram", input: json({ programId: "1" }) });
-// @ts-expect-error: a number is no id
-element.postMessageAndAwaitResponse({ command: "GetProgram", input: zelumo.json({ programId: 1 }) });
 
 export function heard() {
   const stop: () => void = zelumo.on("ITVS_Signal_Instant_On", (data) => holds<Same<typeof data.event, 90027>>());

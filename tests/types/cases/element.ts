@@ -56,13 +56,6 @@ holds<Same<ReturnType<typeof parsed>, any>>();
 function parsed(value: any) {
   return [JSON.parse(text), JSON.parse(value)][0];
 }
-// @ts-expect-error: a list asks for its channel
-element.postMessageAndAwaitResponse({ command: "GetProgramList", input: typed({ from: 1 }) });
-element.postMessageAndAwaitResponse({ command: "GetProgramList", input: typed({ TCServiceId: "1001" }) });
-declare function typed<T>(value: T): ZelumoText<T>;
-const unmarked: { free: number } = JSON.parse(text);
-const fromAny: { free: number } = JSON.parse(text as any);
-void [unmarked, fromAny];
 
 // ---- Messages
 
