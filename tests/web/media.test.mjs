@@ -297,10 +297,16 @@ browserTest("the position is what the reports say, wherever it is sought", async
     assert.ok(seen.filter(({ type }) => type === 35).length <= targets.length);
     // What the page asks for between two reports runs on the TV's clock, which moves in steps of a tenth of a second.
     const now = () => viewer.page.evaluate(() => document.querySelector("video").currentTime * 1000);
-    const before = await now();
-    const { position } = await viewer.player();
-    const after = await now();
-    assert.ok(position > before - 400 && position < after + 400, `${before}, ${position}, ${after}`);
+    let told = "";
+    const agrees = async () => {
+      const before = await now();
+      const { position } = await viewer.player();
+      const after = await now();
+      told = `${before}, ${position}, ${after}`;
+      return position > before - 400 && position < after + 400;
+    };
+    // A decoder that begins late may leap once.
+    if (!(await agrees())) await until(agrees, () => told);
     if (random(3) === 0) await viewer.hears(137, await viewer.count());
   }
   const compared = await viewer.page.evaluate(() => compared);

@@ -174,6 +174,7 @@ export class StreamServer {
     server.#folder = folder;
     server.#server = createServer((request, response) => server.#answer(request, response).catch((error) => response.destroy(error)));
     await once(server.#server.listen(0, "127.0.0.1"), "listening");
+    server.#server.unref(); // a test that fails before it closes its server ends all the same
     server.url = `http://127.0.0.1:${server.#server.address().port}`;
     return server;
   }

@@ -90,7 +90,9 @@ void ToldEngine::Hear(const MediaNews& news, Time now)
 {
     const MediaStatus known = StatusAt(now);
     MediaStatus status = news.status;
-    if (news.sequence && *news.sequence < sequence_) {
+    // A failure is the end, whatever was asked for meanwhile.
+    const bool failed = status.state == MediaState::Failed;
+    if (news.sequence && *news.sequence < sequence_ && !failed) {
         status.state = known.state;
         status.plays_on = known.plays_on;
         status.position = known.position;
