@@ -5,11 +5,17 @@
 namespace tv {
 namespace {
 
+/// A whole number is the same however it is written.
+bool IsSame(const Json::Value& asked, const Json::Value& given)
+{
+    return asked.isInt() && given.isInt() ? asked.asInt() == given.asInt() : asked == given;
+}
+
 /// Whether each argument that is asked for is the one that was given.
 bool Fits(const Json::Value& asked, const Json::Value& given)
 {
     for (Json::ArrayIndex i = 0; i < asked.size(); ++i) {
-        if (!asked[i].isNull() && asked[i] != given[i])
+        if (!asked[i].isNull() && !IsSame(asked[i], given[i]))
             return false;
     }
     return true;

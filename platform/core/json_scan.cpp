@@ -150,7 +150,9 @@ class Scanner {
                (KindOf(text_[at_]) == Kind::Number || text_[at_] == 'e' || text_[at_] == 'E'))
             ++at_;
         const std::string_view number = text_.substr(begin, at_ - begin);
-        if (!IsNumber(number))
+        if (number == "-0")
+            scan_.has_bare_negative_zero = true;
+        else if (!IsNumber(number))
             Mistake(begin, '\'' + Shortened(number) + "' is not a number.");
     }
     void Character()

@@ -11,8 +11,9 @@ namespace tv {
 /// not.
 struct JsonScan {
     bool is_utf8 = true;
-    int depth = 0;             ///< of nested arrays and objects
-    bool has_escapes = false;  ///< of the form \uXXXX, perhaps
+    int depth = 0;                        ///< of nested arrays and objects
+    bool has_escapes = false;             ///< of the form \uXXXX, perhaps
+    bool has_bare_negative_zero = false;  ///< written -0, whose sign the reader drops
     /// What isn't JSON though the reader takes it: numbers such as 01 and +1, control characters in strings,
     /// NUL, a byte order mark. Of several the first.
     struct Mistake {

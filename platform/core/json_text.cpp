@@ -71,6 +71,18 @@ std::string WithoutLoneSurrogates(std::string_view text)
     return result;
 }
 
+/// Gives each zero that `text` writes as -0 its sign, which the reader drops: it is the number that -0.0 is.
+/// `value` was read from `text`.
+void SignZeros(Json::Value& value, std::string_view text)
+{
+    if (value.isInt() && value.asInt() == 0 && text[static_cast<std::size_t>(value.getOffsetStart())] == '-')
+        value = -0.0;
+    if (value.isArray() || value.isObject()) {
+        for (Json::Value& member : value)
+            SignZeros(member, text);
+    }
+}
+
 /// A complaint with no more than 200 characters of the input, which it quotes between '.
 std::string Bearable(const std::string& complaint)
 {
@@ -245,6 +257,8 @@ Json::Value ParseJson(std::string_view text, int max_depth)
     if (scan.mistake)
         throw JsonError("not JSON: " + Place(text, scan.mistake->at, "Line ", ", Column ") +
                         scan.mistake->what);
+    if (scan.has_bare_negative_zero)
+        SignZeros(value, text);
     return value;
 }
 

@@ -22,9 +22,9 @@ class PLATFORM_API JsonError : public std::runtime_error {
 PLATFORM_API bool IsUtf8(std::string_view text);
 
 /// Reads one JSON value, strictly, as a page's engine would: no numbers such as 01 or +1, no control
-/// characters in strings, no comments, nothing behind it. A number too large for a double is refused. Of two
-/// members of one name the last one counts, and half a surrogate pair becomes U+FFFD. Throws JsonError; text
-/// nested deeper than `max_depth` is refused before it is read.
+/// characters in strings, no comments, nothing behind it. A number too large for a double is refused; -0 is
+/// the double that -0.0 is. Of two members of one name the last one counts, and half a surrogate pair becomes
+/// U+FFFD. Throws JsonError; text nested deeper than `max_depth` is refused before it is read.
 PLATFORM_API Json::Value ParseJson(std::string_view text, int max_depth);
 
 /// The same for a file that a person wrote: two members of one name are a mistake, and the whole is an object

@@ -68,6 +68,8 @@ TEST_F(WebServer, RequestsAreAnsweredAsAgreed)
     // clang-format off
     expect("POST", page + "await?x=1", " {\n\"command\" :\t\"GetVersion\"} ", 200, kVersionReply);
     expect("POST", page + "post", kVersionMessage, 202, "");
+    for (const char* zero : {"-0", "-0.0"})
+        expect("POST", page + "await", std::string(R"({"command":"UnRegisterEvent","event":)") + zero + "}", 200, R"({"code":26,…)");
     expect("POST", page + "await", nested(64), 200, R"({"code":26,…)");
     expect("POST", page + "await", nested(65), 400, R"({"error":"nested too deeply"})");
     expect("POST", page + "await", "", 400, R"({"error":"not JSON: …)");

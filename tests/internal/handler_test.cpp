@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <set>
+#include <stdexcept>
 
 #include "ZeLumoPluginHandler.h"
+#include "ppapi/cpp/var_array.h"
+#include "ppapi/cpp/var_dictionary.h"
 
 namespace {
 
@@ -25,6 +28,27 @@ TEST(Handler, LeadsFromEventNumbersToNamesAndBack)
         ePloomiaEvent back = static_cast<ePloomiaEvent>(5);
         EXPECT_EQ(handler.m_StrEventToePloomiaEvent(name, back), content.count(number) > 0);
         EXPECT_EQ(back, content.count(number) > 0 ? number : 5);
+    }
+}
+
+/// What this program is linked with finds what it is there for.
+TEST(Pepper, StopsWhereAVarIsTakenForAnotherType)
+{
+    for (const pp::Var& var : {pp::Var(), pp::Var(pp::Var::Null()), pp::Var(true), pp::Var(7), pp::Var(2.5),
+                               pp::Var("7"), pp::Var(pp::VarArray()), pp::Var(pp::VarDictionary())}) {
+        SCOPED_TRACE(var.DebugString());
+        const auto asks = [](bool has_type, auto ask) {
+            if (has_type)
+                EXPECT_NO_THROW(ask());
+            else
+                EXPECT_THROW(ask(), std::logic_error);
+        };
+        asks(var.is_bool(), [&] { return var.AsBool(); });
+        asks(var.is_number(), [&] { return var.AsInt(); });
+        asks(var.is_number(), [&] { return var.AsDouble(); });
+        asks(var.is_string(), [&] { return var.AsString(); });
+        asks(var.is_array(), [&] { return pp::VarArray(var); });
+        asks(var.is_dictionary(), [&] { return pp::VarDictionary(var); });
     }
 }
 

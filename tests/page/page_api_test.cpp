@@ -281,6 +281,7 @@ TEST(PageApi, NumbersAreWholeAndNamesHaveNoEndButTheirOwn)
                                                                 {"-2147483648", 0},
                                                                 {"2147483648", 26},
                                                                 {"1.5", 26},
+                                                                {"-0", 26},
                                                                 {"-0.0", 26}})
         EXPECT_EQ(page.Await(R"({"command":"UnRegisterEvent","event":)" + event + "}")["code"], code)
             << event;

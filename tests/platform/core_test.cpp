@@ -85,6 +85,8 @@ TEST(Core, JsonIsStrict)
              "\"\xC0\x80\"", "\"\xE0\x9F\xBF\"", "\"\xED\xA0\x80\"", "\"\xF0\x8F\xBF\xBF\"",
              "\"\xF4\x90\x80\x80\"", "\"\\\xFF\"", "\"\xE2\x82\"", "01\xFF", "\"\xC3"})
         EXPECT_EQ(MistakeIn(text), "not UTF-8") << text;
+    EXPECT_EQ(tv::WriteJson(tv::ParseJson(R"([-0,0,-0.0,"-0",{"\ud800":-0,"b":10,"b":-0}])", 64)),
+              "[-0.0,0,-0.0,\"-0\",{\"b\":-0.0,\"\uFFFD\":-0.0}]");
     const std::string nines(100'000, '9');
     EXPECT_LT(MistakeIn("0" + nines).size(), 300U);
     EXPECT_LT(MistakeIn(nines).size(), 300U);

@@ -36,7 +36,7 @@ TEST_F(Platform, AnswersMayHoldForSomeArguments)
     Do(R"({"tv":"answer","call":"vconf_set_int","result":-1})");
     Do(R"({"tv":"answer","call":"vconf_set_int","result":-2,"args":["a"]})");
     Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"args":[null,5]})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-4,"args":["b",7],"times":1})");
+    Do(R"({"tv":"answer","call":"vconf_set_int","result":-4,"args":["b",7.0],"times":1})");
     EXPECT_EQ(write("a", 5), -2) << "of two that hold, the one that was set first";
     EXPECT_EQ(write("b", 5), -3);
     EXPECT_EQ(write("b", 7), -4);

@@ -44,11 +44,11 @@ std::string Text(const Json::Value& value)
     return host::WriteJson(value);
 }
 
-Page::Page(Deliveries deliveries) : deliveries_(deliveries)
+Page::Page(Deliveries deliveries, const std::filesystem::path& plugin) : deliveries_(deliveries)
 {
     if (deliveries_ == Deliveries::Stepped)
         tv::TheDeliveries().Hold();
-    plugin_ = std::make_unique<host::Plugin>(PluginPath());
+    plugin_ = std::make_unique<host::Plugin>(plugin);
     Open();
 }
 

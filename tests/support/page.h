@@ -38,7 +38,8 @@ void OnMisuse(MisuseHandler handler);
 class Page {
   public:
     enum class Deliveries { Stepped, Free };
-    explicit Page(Deliveries deliveries = Deliveries::Stepped);
+    explicit Page(Deliveries deliveries = Deliveries::Stepped,
+                  const std::filesystem::path& plugin = PluginPath());
     ~Page();
     Page(const Page&) = delete;
     Page& operator=(const Page&) = delete;

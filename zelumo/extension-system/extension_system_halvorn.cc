@@ -1,6 +1,7 @@
 #include "extension_system_halvorn.h"
 
 #include "ppapi/c/pp_errors.h"
+#include "ppapi/c/pp_var.h"
 #include "ppapi/c/ppb_extension_system_halvorn.h"
 #include "ppapi/cpp/module.h"
 

@@ -12,8 +12,11 @@
 #include "content-service/FCEMSProxy.h"
 #include "plugin-support/PPBaseMessageHandler.h"
 #include "plugin-support/simple_thread_await_loop.h"
+#include "ppapi/c/pp_instance.h"
 #include "ppapi/cpp/instance.h"
+#include "ppapi/cpp/instance_handle.h"
 #include "ppapi/cpp/module.h"
+#include "ppapi/cpp/var.h"
 #include "settings/vconf.h"
 #include "tv-service/TVServiceAPI.h"
 

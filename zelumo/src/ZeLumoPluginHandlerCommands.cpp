@@ -1,10 +1,14 @@
 #include <array>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "BmsAdaptor.h"
 #include "ZeLumoPluginHandler.h"
 #include "ZeLumoPluginLog.h"
+#include "ppapi/cpp/instance.h"
+#include "ppapi/cpp/instance_handle.h"
+#include "ppapi/cpp/var.h"
 #include "ppapi/cpp/var_dictionary.h"
 
 namespace {

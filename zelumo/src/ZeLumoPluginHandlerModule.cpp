@@ -1,14 +1,18 @@
 #include <sys/prctl.h>
 
+#include <memory>
 #include <new>
 
 #include "ZeLumoPluginHandler.h"
 #include "ZeLumoPluginLog.h"
 #include "power/device_power.h"
+#include "ppapi/c/pp_errors.h"
+#include "ppapi/cpp/instance_handle.h"
 
 namespace pp {
 
-// The runtime finds it by name, whatever the SDK's header says of its visibility.
+// The runtime finds it by name, whatever the SDK's header says of its visibility and whichever header that
+// is.
 __attribute__((visibility("default"))) Module* CreateModule()
 {
     return new (std::nothrow) CZeLumoPluginModule();

@@ -2,9 +2,13 @@
 
 #include <string>
 
-#include "ppapi/cpp/instance.h"
-#include "ppapi/cpp/message_handler.h"
+// message_handler.h may leave what it speaks of to whoever includes it.
+// clang-format off
+#include "ppapi/cpp/instance_handle.h"
 #include "ppapi/cpp/var.h"
+#include "ppapi/cpp/message_handler.h"
+// clang-format on
+#include "ppapi/cpp/instance.h"
 #include "zelumo-platform/export.h"
 
 /// Base of a plug-in's message handler: passes the page's messages on and builds the dictionaries that

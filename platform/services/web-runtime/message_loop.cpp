@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "ppapi/c/pp_errors.h"
 #include "services/web-runtime/task_queue.h"
 
 namespace pp {

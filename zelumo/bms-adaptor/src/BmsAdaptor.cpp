@@ -37,6 +37,14 @@ bool AnswerInvalidValues(pp::Var& reply, const char* function, int line)
     return true;
 }
 
+/// A number that may be left out or be of any type: what is none is 0, and a double loses its fraction. A
+/// debug build of Pepper stops where a value is asked for that the var doesn't have.
+int Number(const pp::VarDictionary& request, const char* key)
+{
+    const pp::Var value = request.Get(key);
+    return value.is_number() ? value.AsInt() : 0;
+}
+
 std::int32_t Saturate(long long value)
 {
     using Limits = std::numeric_limits<std::int32_t>;
@@ -120,10 +128,10 @@ bool BMSAdaptor::InitializeBMS(pp::VarDictionary& request, pp::Var& reply)
     if (!urlVar.is_string() || !request.HasKey("timeOffset"))
         return AnswerInvalidValues(reply, BMS_HERE);
     const std::string url = urlVar.AsString();
-    const int timeOffset = request.Get("timeOffset").AsInt();
+    const int timeOffset = Number(request, "timeOffset");
     int playerType = 0;
     if (request.HasKey("playerType")) {
-        playerType = request.Get("playerType").AsInt();
+        playerType = Number(request, "playerType");
         BMS_LOG_DEBUG("[%s]playerType %d", __func__, playerType);
     }
     BMS_LOG_ERROR("[BMSAdaptor::InitializeBMS] m_url: %s, timeOffset: %u, bProgram : %d", url.c_str(),
@@ -190,7 +198,7 @@ bool BMSAdaptor::JumpForwardBMS(pp::VarDictionary& request, pp::Var& reply)
     BMS_LOG_ERROR("[BMSAdaptor::JumpForwardBMS] start command");
     if (!request.HasKey("sec"))
         return AnswerInvalidValues(reply, BMS_HERE);
-    const int sec = request.Get("sec").AsInt();
+    const int sec = Number(request, "sec");
     BMS_LOG_ERROR("[MSAdaptor::JumpForwardBMS] sec:[%d]", sec);
     return AnswerSuccess(reply, SeekRelative(sec * kMillisecondsPerSecond), BMS_HERE);
 }
@@ -200,7 +208,7 @@ bool BMSAdaptor::JumpBackwradBMS(pp::VarDictionary& request, pp::Var& reply)
     BMS_LOG_ERROR("[BMSAdaptor::JumpBackwradBMS] start command");
     if (!request.HasKey("sec"))
         return AnswerInvalidValues(reply, BMS_HERE);
-    const int sec = request.Get("sec").AsInt();
+    const int sec = Number(request, "sec");
     BMS_LOG_ERROR("[BMSAdaptor::JumpBackwradBMS] sec: %d", sec);
     return AnswerSuccess(reply, SeekRelative(-(sec * kMillisecondsPerSecond)), BMS_HERE);
 }
@@ -210,7 +218,7 @@ bool BMSAdaptor::SeekBMS(pp::VarDictionary& request, pp::Var& reply)
     BMS_LOG_ERROR("[BMSAdaptor::SeekBMS] start command");
     if (!request.HasKey("sec"))
         return AnswerInvalidValues(reply, BMS_HERE);
-    const int sec = request.Get("sec").AsInt();
+    const int sec = Number(request, "sec");
     BMS_LOG_ERROR("[BMSAdaptor::SeekBMS] sec: %d", sec);
     return AnswerSuccess(reply, BmsSeek(m_playerId, Saturate(sec * kMillisecondsPerSecond)) == 0, BMS_HERE);
 }
@@ -249,10 +257,10 @@ bool BMSAdaptor::SetDisplayRectBMS(pp::VarDictionary& request, pp::Var& reply)
         if (!request.HasKey(key))
             return AnswerInvalidValues(reply, BMS_HERE);
     }
-    const int x = request.Get("x").AsInt();
-    const int y = request.Get("y").AsInt();
-    const int width = request.Get("width").AsInt();
-    const int height = request.Get("height").AsInt();
+    const int x = Number(request, "x");
+    const int y = Number(request, "y");
+    const int width = Number(request, "width");
+    const int height = Number(request, "height");
     BMS_LOG_ERROR("[BMSAdaptor::SetDisplayRectBMS] x: %d", x);
     BMS_LOG_ERROR("[BMSAdaptor::SetDisplayRectBMS] y: %d", y);
     BMS_LOG_ERROR("[BMSAdaptor::SetDisplayRectBMS] width: %d", width);

@@ -3,6 +3,8 @@
 #include <string_view>
 
 #include "BmsEventHandler.h"
+#include "player-service/bms.h"
+#include "ppapi/cpp/var.h"
 #include "ppapi/cpp/var_dictionary.h"
 
 /// Answers the page's player commands, each with at most two calls of the player service, and connects the

@@ -1,12 +1,11 @@
 #pragma once
 
 #include "ppapi/c/pp_completion_callback.h"
-#include "ppapi/c/pp_errors.h"
 
 namespace pp {
 
-/// A function with user data, to be run once with a result, on the thread of whoever runs it. Copies are
-/// the same callback.
+/// A function with user data, to be run once with a result from pp_errors.h, on the thread of whoever runs
+/// it. Copies are the same callback.
 class CompletionCallback {
   public:
     CompletionCallback(PP_CompletionCallback_Func func, void* user_data) : func_(func), user_data_(user_data)

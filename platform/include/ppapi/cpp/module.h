@@ -24,7 +24,4 @@ class PLATFORM_API Module {
     const void* GetBrowserInterface(const char* interface_name);
 };
 
-/// Defined and exported by the plug-in: makes its module, or null when it can't. The runtime owns it.
-PLATFORM_API Module* CreateModule();
-
 }  // namespace pp

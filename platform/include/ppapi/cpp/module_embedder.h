@@ -1,0 +1,12 @@
+#pragma once
+
+#include "zelumo-platform/export.h"
+
+namespace pp {
+
+class Module;
+
+/// Defined and exported by the plug-in: makes its module, or null when it can't. The runtime owns it.
+PLATFORM_API Module* CreateModule();
+
+}  // namespace pp

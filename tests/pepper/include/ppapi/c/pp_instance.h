@@ -1,0 +1,5 @@
+#pragma once
+
+#include "ppapi/c/pp_stdint.h"
+
+typedef int32_t PP_Instance PEPPER("PP_Instance");

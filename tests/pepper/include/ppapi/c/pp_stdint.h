@@ -1,0 +1,4 @@
+#pragma once
+
+#include <stddef.h>
+#include <stdint.h>

@@ -1,0 +1,7 @@
+#pragma once
+
+namespace pp {
+
+class PEPPER("CompletionCallback") CompletionCallback {};
+
+}  // namespace pp

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace pp {
+
+class Module;
+
+PEPPER("CreateModule()") Module* CreateModule();
+
+}  // namespace pp
