@@ -58,17 +58,40 @@ CLI::App* AddDoctor(CLI::App& app, DoctorOptions& options)
     return command;
 }
 
+CLI::App* AddConformance(CLI::App& app, ConformanceOptions& options)
+{
+    CLI::App* const command =
+        app.add_subcommand("conformance", "Play the scripts that hold what they expect against a plug-in");
+    command->add_option("NAME", options.names, "The scripts to play; by default all");
+    command->add_flag("--list", options.list, "Say which scripts there are, and play none");
+    command->add_option("--scripts", options.scripts, "A folder with scripts of one's own (.jsonl)")
+        ->type_name("DIR")
+        ->check(kIsFolder);
+    AddTimeLimit(*command, options.time_limit, "How long each script may take");
+    command->footer(
+        "--plugin names the plug-in, which has to be linked with the stand-ins, and --tv a TV for one's own "
+        "scripts.\nStatus 0: all passed; 1: some failed; 2: no such file, or wrong usage.");
+    return command;
+}
+
 }  // namespace
 
-CheckCommands::CheckCommands(CLI::App& app) : doctor_command_(AddDoctor(app, doctor_)) {}
+CheckCommands::CheckCommands(CLI::App& app)
+    : doctor_command_(AddDoctor(app, doctor_)), conformance_command_(AddConformance(app, conformance_))
+{}
 
-std::optional<int> CheckCommands::Run(const std::string& plugin)
+std::optional<int> CheckCommands::Run(const std::string& plugin, const std::string& tv_file)
 {
     const std::filesystem::path path = plugin.empty() ? DefaultPluginPath() : std::filesystem::path(plugin);
     try {
         if (doctor_command_->parsed()) {
             doctor_.plugin = path;
             return RunDoctor(doctor_);
+        }
+        if (conformance_command_->parsed()) {
+            conformance_.plugin = path;
+            conformance_.tv_file = tv_file;
+            return RunConformance(conformance_);
         }
     } catch (const Interrupted&) {
         return 1;

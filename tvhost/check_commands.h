@@ -3,6 +3,7 @@
 #include <CLI/App.hpp>
 #include <optional>
 
+#include "tvhost/conformance.h"
 #include "tvhost/doctor.h"
 
 namespace host {
@@ -15,13 +16,17 @@ class CheckCommands {
     CheckCommands(const CheckCommands&) = delete;
     CheckCommands& operator=(const CheckCommands&) = delete;
 
-    /// Carries the chosen one out. `plugin` is given for all commands; "": the usual one. Returns its exit
-    /// status, or nothing where another command was chosen. Throws as RunDoctor, but for Interrupted.
-    std::optional<int> Run(const std::string& plugin);
+    /// Carries the chosen one out. `plugin` and `tv_file` are given for all commands;
+    /// "": the usual one. Returns its exit
+    /// status, or nothing where another command was chosen. Throws as RunDoctor and RunConformance, but for
+    /// Interrupted.
+    std::optional<int> Run(const std::string& plugin, const std::string& tv_file);
 
   private:
     DoctorOptions doctor_;
     CLI::App* const doctor_command_;
+    ConformanceOptions conformance_;
+    CLI::App* const conformance_command_;
 };
 
 }  // namespace host

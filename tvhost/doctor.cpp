@@ -17,8 +17,6 @@
 namespace host {
 namespace {
 
-namespace fs = std::filesystem;
-
 /// How architectures are written, and how they are called here. Of several spellings the first is for people.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 11> kTargets{{
     {"x86-64", "x86-64"},

@@ -59,7 +59,7 @@ class Bytes {
     template <class Record>
     Record Read(std::uint64_t offset, const char* what) const
     {
-        Record record;
+        Record record{};
         std::memcpy(&record, Part(offset, sizeof record, what).data(), sizeof record);
         return record;
     }

@@ -1,7 +1,7 @@
 #include "tvhost/libraries.h"
 
 #include <elf.h>
-#include <glob.h>
+#include <fnmatch.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -57,12 +57,12 @@ void AddConfigured(const fs::path& configuration, std::vector<fs::path>& folders
         if (word != "include") {
             folders.emplace_back(word);
         } else if (words >> pattern) {
-            glob_t found{};
-            if (glob((configuration.parent_path() / pattern).c_str(), 0, nullptr, &found) == 0) {
-                for (std::size_t i = 0; i < found.gl_pathc; ++i)
-                    AddConfigured(found.gl_pathv[i], folders, depth - 1);
+            const fs::path included = configuration.parent_path() / pattern;
+            std::error_code error;
+            for (const fs::directory_entry& entry : fs::directory_iterator(included.parent_path(), error)) {
+                if (fnmatch(included.filename().c_str(), entry.path().filename().c_str(), 0) == 0)
+                    AddConfigured(entry.path(), folders, depth - 1);
             }
-            globfree(&found);
         }
     }
 }
@@ -130,6 +130,20 @@ Asking AskFor(const std::string& name, const fs::path& path, const ElfFile& file
     for (const std::string_view folder : file.runpath)
         asking.own.push_back(Expanded(folder, asking.origin));
     return asking;
+}
+
+/// But for the stand-ins'.
+std::vector<fs::path> LibrariesIn(const fs::path& folder)
+{
+    std::vector<fs::path> files;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        const std::string name = entry.path().filename().string();
+        if (name.find(".so") != std::string::npos && name.rfind(kStandIns, 0) != 0)
+            files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
 }
 
 }  // namespace
@@ -210,26 +224,17 @@ std::vector<std::string> WhoDefines(const std::vector<std::string>& symbols, con
     for (std::size_t i = 0; i < symbols.size(); ++i)
         open.emplace(symbols[i], i);
     for (const fs::path& folder : folders) {
-        std::vector<fs::path> files;
-        std::error_code error;
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
-            const std::string name = entry.path().filename().string();
-            if (name.find(".so") != std::string::npos && name.rfind(kStandIns, 0) != 0)
-                files.push_back(entry.path());
-        }
-        std::sort(files.begin(), files.end());
-        for (const fs::path& path : files) {
-            if (open.empty())
-                return libraries;
-            const std::optional<Library> library = Load("", path, like);
+        for (const fs::path& path : LibrariesIn(folder)) {
+            const std::optional<Library> library = open.empty() ? std::nullopt : Load("", path, like);
             if (!library)
                 continue;
+            const std::string name =
+                library->elf.soname.empty() ? path.filename().string() : std::string(library->elf.soname);
             for (const ElfSymbol& symbol : library->elf.symbols) {
                 const auto found = symbol.defined ? open.find(symbol.name) : open.end();
                 if (found == open.end())
                     continue;
-                libraries[found->second] =
-                    library->elf.soname.empty() ? path.filename().string() : std::string(library->elf.soname);
+                libraries[found->second] = name;
                 open.erase(found);
             }
         }

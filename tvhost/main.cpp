@@ -320,7 +320,7 @@ int Run(int argc, char** argv)
         return written && std::fflush(stdout) == 0 ? 0 : 1;
     }
 
-    if (const std::optional<int> status = checks.Run(common.plugin))
+    if (const std::optional<int> status = checks.Run(common.plugin, common.tv_file))
         return *status;
 
     const bool is_serve = serve_command->parsed();

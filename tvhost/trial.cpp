@@ -80,11 +80,12 @@ class Life {
             LiveAsModule(factory);
         Step("it was unloaded, which runs its unload hooks and destructors");
         dlclose(library);
-        if (dlopen(plugin_.c_str(), RTLD_NOW | RTLD_NOLOAD) != nullptr)
+        if (void* const left = dlopen(plugin_.c_str(), RTLD_NOW | RTLD_NOLOAD)) {
+            dlclose(left);
             return Fault(
                 "stays in memory when it is unloaded: a symbol that is to be unique in the process, a "
-                "thread-local "
-                "destructor or -z nodelete keeps it");
+                "thread-local destructor or -z nodelete keeps it");
+        }
         if (calls_.registered != 0)
             CheckOnce(calls_.deregistered, "deregisters", "unloaded", "unload hooks are missing",
                       "ht_deregister_library");

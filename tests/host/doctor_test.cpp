@@ -6,15 +6,14 @@
 #include <random>
 #include <set>
 
+#include "tests/plugins/faulty.h"
 #include "tests/support/host_process.h"
 #include "tvhost/elf_file.h"
 
 namespace {
 
-std::string PluginPath(const std::string& name)
-{
-    return std::string(ZELUMO_WRONG_PLUGINS) + "/libplugin-" + name + ".so";
-}
+using test::Faulty;
+using test::PluginPath;
 
 /// Runs the doctor. What it found of one kind ("fault: "), a line each, without the kind.
 struct Diagnosis {
@@ -34,8 +33,8 @@ struct Diagnosis {
         const std::vector<std::string> lines = Of(kind);
         auto line = lines.begin();
         for (const std::string& text : texts) {
-            line =
-                std::find_if(line, lines.end(), [&](const std::string& l) { return l.find(text) != l.npos; });
+            line = std::find_if(line, lines.end(),
+                                [&](const std::string& l) { return l.find(text) != std::string::npos; });
             if (line == lines.end())
                 return false;
             ++line;
@@ -182,10 +181,9 @@ TEST(Doctor, HoweverAPluginBehavesWhenItIsTriedItIsSaid)
     };
     for (const auto& [fault, said] : cases) {
         SCOPED_TRACE(fault);
-        setenv("PLUGIN_FAULT", fault, 1);
+        const Faulty faulty(fault);
         ExpectFaults("--time-limit 1 --plugin " + PluginPath("good"), {said});
     }
-    unsetenv("PLUGIN_FAULT");
 }
 
 /// Reads it, as often as it may be damaged. Everything that it was read to say lies within its bytes.

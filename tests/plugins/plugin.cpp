@@ -22,7 +22,7 @@ namespace {
 
 bool HasFault(std::string_view fault)
 {
-    const char* const wanted = std::getenv("PLUGIN_FAULT");
+    const char* const wanted = std::getenv("PLUGIN_FAULT");  // NOLINT(concurrency-mt-unsafe)
     return wanted != nullptr && fault == wanted;
 }
 
