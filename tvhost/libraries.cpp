@@ -2,6 +2,7 @@
 
 #include <elf.h>
 #include <fnmatch.h>
+#include <link.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -13,8 +14,6 @@
 #include <system_error>
 #include <unordered_map>
 #include <utility>
-
-#include "tvhost/plugin.h"
 
 namespace host {
 namespace {
@@ -77,6 +76,15 @@ std::vector<std::string> SplitVariable(const char* name)
             split.push_back(folder);
     }
     return split;
+}
+
+/// Adds the folder of a library that this process has loaded.
+int AddLoaded(dl_phdr_info* info, std::size_t, void* folders)
+{
+    const fs::path library = info->dlpi_name;
+    if (library.is_absolute())
+        static_cast<std::vector<fs::path>*>(folders)->push_back(library.parent_path());
+    return 0;
 }
 
 /// With what stands for the folder of the file and for the system's library folder put in.
@@ -170,8 +178,8 @@ std::vector<fs::path> LibraryFolders(const ElfFile& like, const fs::path& sdk)
     add_root("/");
     if (!triplet.empty())
         candidates.push_back(fs::path("/usr") / triplet / "lib");  // where cross compilers have them
-    // This program has its own loaded already, wherever it lies.
-    candidates.push_back(DefaultPluginPath().parent_path());
+    // This program has its own loaded already, wherever they lie.
+    dl_iterate_phdr(AddLoaded, &candidates);
 
     std::vector<fs::path> folders;
     std::set<fs::path> seen;

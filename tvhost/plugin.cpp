@@ -17,7 +17,7 @@ std::filesystem::path DefaultPluginPath()
     std::filesystem::path beside = folder / "libzelumo.so";
     if (std::filesystem::exists(beside, error))
         return beside;
-    return (folder / ZELUMO_LIBDIR_FROM_BINDIR / "libzelumo.so").lexically_normal();
+    return (folder / ZELUMO_PLUGIN_DIR_FROM_BINDIR / "libzelumo.so").lexically_normal();
 }
 
 void Plugin::Unload::operator()(void* library) const

@@ -22,6 +22,8 @@ constexpr std::size_t kMostMissing = 10;
 
 constexpr char kLinkMap[] =
     "link it with -Wl,--version-script=zelumo/libzelumo.map, as zelumo/CMakeLists.txt does";
+constexpr char kNoFolders[] =
+    "link it without -rpath (LDFLAGS, CMAKE_INSTALL_RPATH), or build it with -DCMAKE_SKIP_RPATH=ON";
 constexpr char kAgainstSdk[] = "build it against the SDK's package (-DCMAKE_PREFIX_PATH=/path/to/sdk)";
 
 /// What linkers export of themselves where no map keeps them from it.
@@ -279,10 +281,10 @@ void CheckFolders(const Examined& plugin, Findings& findings)
     } else if (plugin.for_tv) {
         findings.Fault(
             "has libraries looked for in " + FirstOf(wrong) + " (DT_RPATH, DT_RUNPATH), folders of a build",
-            "install it with cmake --install, or build it with -DCMAKE_SKIP_RPATH=ON");
+            kNoFolders);
     } else {
-        findings.Note("has libraries looked for in " + FirstOf(wrong) +
-                      ", folders of a build; cmake --install or -DCMAKE_SKIP_RPATH=ON leaves them out");
+        findings.Note("has libraries looked for in " + FirstOf(wrong) + ", folders of a build; for a TV, " +
+                      kNoFolders);
     }
     if (plugin.elf.text_relocations)
         findings.Fault("has text relocations, so that its code has to be written to when it is loaded",

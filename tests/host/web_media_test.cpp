@@ -147,8 +147,8 @@ TEST(WebMedia, WhatIsOutOfReachFails)
     EXPECT_TRUE(browser.Await(kInit));
     browser.Lose();
     const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (browser.State(1) != "failed 0")
-        ASSERT_LT(std::chrono::steady_clock::now(), patience) << browser.State(1);
+    while (browser.State(3) != "failed 0")
+        ASSERT_LT(std::chrono::steady_clock::now(), patience) << browser.State(3);
     browser.Connect();
     // One of them was playing. The others are out of reach as well, and say nothing.
     EXPECT_EQ(browser.Report(), 98);

@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <future>
+#include <map>
 #include <thread>
 
 #include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var_dictionary.h"
+#include "services/web-runtime/json_var.h"
 #include "tests/support/page.h"
+#include "tv/control.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
 
@@ -181,6 +185,65 @@ TEST(Teardown, InsideACallbackOfAnyService)
             service();
             EXPECT_EQ(messages, 1);
         }
+    }
+}
+
+/// What teardown leaves subscribed, and what the plug-in still posts when everything is told after it was
+/// unloaded: "1 left, 0 posted". The answer is that of one of the services for so many times.
+std::string EndWith(const std::string& answer, int times, bool unregistered)
+{
+    std::atomic<int> posted{0};
+    auto plugin = std::make_unique<host::Plugin>(test::PluginPath());
+    auto instance =
+        std::make_unique<tv::EmbeddedInstance>(plugin->module(), [&](const pp::Var&) { ++posted; });
+    const auto ask = [&](const char* request) { instance->Await(tv::ToVar(test::J(request))); };
+    for (const char* request :
+         {R"({"command":"RegisterEvent","event":90001})", R"({"command":"RegisterEvent","event":90019})",
+          R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})",
+          R"({"command":"Init","url":"film","timeOffset":0})"})
+        ask(request);
+    while (posted == 0)  // the player is there
+        std::this_thread::yield();
+    tv::CarryOut(test::J(R"({"tv":"answer","call":)" + answer + ",\"times\":" + std::to_string(times) + "}"));
+    if (unregistered)
+        ask(R"({"command":"UnRegisterEvent","event":90019})");
+    instance.reset();
+    plugin.reset();
+    tv::TheCalls().RestoreAll();
+    posted = 0;
+    for (const std::function<void()>& tell : Services())
+        tell();
+    return std::to_string(tv::DropLeftovers()) + " left, " + std::to_string(posted) + " posted";
+}
+
+TEST(Teardown, OfServicesThatAreAwayOrRefuse)
+{
+    const std::map<std::string, int> steps{
+        // What is answered, and how many subscriptions that keeps alive when it is answered so for good.
+        {R"("FIIPCConnection::GetInstance","result":null)", 2},
+        {R"("FCEMSProxy::GetInstanceForPlugin","result":null)", 2},
+        {R"("FCEMSProxy::Unsubscribe","result":-1)", 2},
+        {R"("TVServiceAPI::CreateSignalSubscriber","result":0)", 1},
+        {R"("ISignalSubscriber::Unsubscribe","result":0)", 1},
+        {R"("vconf_ignore_key_changed","result":-1)", 1},
+        {R"("device_power_unsubscribe_poweroff","result":-1)", 1},
+        {R"("BmsUnSetCallback","result":-1)", 2},
+    };
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    for (const auto& [answer, left] : steps) {
+        // Each in a process of its own: a plug-in that could not end everything stays in memory.
+        EXPECT_EXIT(
+            {
+                for (const bool unregistered : {false, true}) {
+                    EXPECT_EQ(EndWith(answer, 1, unregistered), "0 left, 0 posted") << unregistered;
+                    EXPECT_EQ(EndWith(answer, 100, unregistered), std::to_string(left) + " left, 0 posted")
+                        << unregistered;
+                }
+                // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else ends this process
+                std::exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+            },
+            testing::ExitedWithCode(EXIT_SUCCESS), "")
+            << answer;
     }
 }
 

@@ -147,10 +147,13 @@ demoTest("the remote's forms show the line that they send, and the page sees wha
   await value("Language").filter({ hasText: "fr" }).waitFor();
 
   await press(page, "l", "p", "Enter");
+  await player((p) => p.state === "playing");
+  await tv.do({ tv: "speed", factor: 0 }); // the next position would say that it plays
   await page.click("#tab-player");
   await page.fill('[data-verb="report"] [name="type"]', "97");
   await send(page, "report");
   await shows(page, ".osd .status", "at the end");
+  await tv.do({ tv: "speed", factor: 1 });
 });
 
 demoTest("faults are set and taken away, and every command that can fail is offered", async (page) => {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <mutex>
 
 // What a lock guards and what a function needs of it, for clang's thread-safety analysis. Other compilers see
@@ -11,6 +12,7 @@
 #endif
 #define ZELUMO_GUARDED_BY(mutex) ZELUMO_THREAD_ANNOTATION(guarded_by(mutex))
 #define ZELUMO_EXCLUDES(mutex) ZELUMO_THREAD_ANNOTATION(locks_excluded(mutex))
+#define ZELUMO_REQUIRES(mutex) ZELUMO_THREAD_ANNOTATION(requires_capability(mutex))
 
 namespace zelumo {
 
@@ -18,7 +20,7 @@ namespace zelumo {
 /// together.
 class ZELUMO_THREAD_ANNOTATION(capability("mutex")) Mutex {
   public:
-    Mutex() = default;
+    constexpr Mutex() = default;
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
@@ -26,6 +28,7 @@ class ZELUMO_THREAD_ANNOTATION(capability("mutex")) Mutex {
     void Unlock() ZELUMO_THREAD_ANNOTATION(release_capability()) { m_mutex.unlock(); }
 
   private:
+    friend class CondVar;
     std::mutex m_mutex;
 };
 
@@ -42,6 +45,21 @@ class ZELUMO_THREAD_ANNOTATION(scoped_lockable) MutexLock {
 
   private:
     Mutex& m_mutex;  // outlives this object
+};
+
+/// A condition variable for Mutex. Waits end without a reason now and then: look at the condition again.
+class CondVar {
+  public:
+    void Wait(Mutex& mutex) ZELUMO_REQUIRES(mutex)
+    {
+        std::unique_lock<std::mutex> lock(mutex.m_mutex, std::adopt_lock);
+        m_condition.wait(lock);
+        lock.release();  // the caller's again
+    }
+    void NotifyAll() { m_condition.notify_all(); }
+
+  private:
+    std::condition_variable m_condition;
 };
 
 }  // namespace zelumo

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "PloomiaEvent.h"
+#include "ZeLumoLiving.h"
 #include "ZeLumoMutex.h"
 #include "content-service/FCAPI.h"
 #include "content-service/FCEMSProxy.h"
@@ -74,11 +75,12 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// Also asks for the events of player 101. False when the event is subscribed to already, or without an
     /// event proxy: then nothing has changed.
     bool RegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
-    /// True, whether or not the event was subscribed to.
+    /// True, whether or not the event was subscribed to, and where its subscription can't be ended: then the
+    /// event comes on, until teardown ends it.
     bool UnRegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
-    /// Ends every event subscription and signal 177's, where the event proxy and the subscriber can be had.
-    /// When it has returned, no callback of them is running or will start, unless it was called from inside
-    /// one. May be called again.
+    /// Ends every event subscription and signal 177's. Those that can't be ended, since there is no proxy or
+    /// subscriber or it refuses, are kept for the next call. No callback of the others is running or will
+    /// start when it has returned, unless it was called from inside one.
     void PurgeAllSubscribedSignal() ZELUMO_EXCLUDES(m_mutexLists);
     /// Any thread: posts an event to the page; a channel load carries the channel and its programme.
     void SendPloomiaEvent(ePloomiaEvent event);
@@ -107,8 +109,8 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// From now on the page is told when the key is written. False when it is watched already, or when the
     /// store refuses.
     bool AddVconfCallbackWithKey(std::string& key) ZELUMO_EXCLUDES(m_mutexLists);
-    /// Ends every watch. When it has returned, no callback is running or will start, unless it was called
-    /// from inside one. May be called again.
+    /// Ends every watch; those that the store refuses to end are kept for the next call. No callback of the
+    /// others is running or will start when it has returned, unless it was called from inside one.
     void PurgeAllVconfCB() ZELUMO_EXCLUDES(m_mutexLists);
     /// Settings store's thread; the user data are the handler, and with null nothing is posted.
     static void t_VconfChangedCallBack(_keynode_t* node, void* userData);
@@ -137,15 +139,21 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     void Initialize();
     /// Null while the content service is not available; the library's.
     FCEMSProxy* GetEventProxy();
+    /// Whether that has ended, or there was none.
+    static bool EndSubscription(FCEMSProxy* proxy, int event);
 
     /// Read by the services' threads; goes from false to true before teardown ends the first subscription.
     std::atomic<bool> m_bDestroyed;
     /// The worker changes the two lists while teardown may be emptying them.
     zelumo::Mutex m_mutexLists;
     std::list<int> m_listSubscribedEvent ZELUMO_GUARDED_BY(m_mutexLists);
+    /// What the page unregistered while it could not be unsubscribed.
+    std::list<int> m_listLeftEvent ZELUMO_GUARDED_BY(m_mutexLists);
     std::list<std::string> m_listVconfKey ZELUMO_GUARDED_BY(m_mutexLists);
-    pp::Instance* instance_;  // not owned; holds this handler
+    bool m_bSignalSubscribed = false;  // plug-in thread
+    pp::Instance* instance_;           // not owned; holds this handler
     std::unique_ptr<BMSAdaptor> m_pBMSAdaptor;
+    zelumo::Living m_living{this};
 };
 
 /// One embedded element: its handler and the worker thread on which the handler answers the page.
@@ -165,6 +173,8 @@ class CZeLumoPluginInstance : public pp::Instance {
   private:
     CZeLumoPluginHandler handler;
     std::unique_ptr<pp::SimpleThreadAwaitLoop> additional_thread_;
+    bool m_bPowerOffSubscribed = false;
+    zelumo::Living m_living{this};
 };
 
 class CZeLumoPluginModule : public pp::Module {

@@ -21,7 +21,7 @@ void CZeLumoPluginHandler::Initialize()
         LOG_ERROR("[CZeLumoPluginHandler::Initialize] no signal subscriber");
         return;
     }
-    subscriber->Subscribe(kSignalUnmuteByPincode, this, 1, 0, 0);
+    m_bSignalSubscribed = subscriber->Subscribe(kSignalUnmuteByPincode, this, 1, 0, 0) > 0;
 }
 
 CZeLumoPluginHandler::~CZeLumoPluginHandler()
@@ -32,6 +32,14 @@ CZeLumoPluginHandler::~CZeLumoPluginHandler()
     PurgeAllSubscribedSignal();
     PurgeAllVconfCB();
     m_pBMSAdaptor->Destory(kPlayerIdPlugin);
+    // From here on this object is nothing to whoever could not be kept from calling.
+    m_living.End();
+    const zelumo::MutexLock lock(m_mutexLists);
+    if (m_listSubscribedEvent.empty() && m_listLeftEvent.empty() && m_listVconfKey.empty() &&
+        !m_bSignalSubscribed)
+        return;
+    LOG_ERROR("[CZeLumoPluginHandler::%s] subscriptions could not be ended", __func__);
+    zelumo::StayLoaded();
 }
 
 void CZeLumoPluginHandler::WasUnregistered(pp::InstanceHandle) {}

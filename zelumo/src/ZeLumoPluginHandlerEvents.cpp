@@ -107,19 +107,30 @@ bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
     LOG_DEBUG("[CZeLumoPluginHandler::%s] SetCallbackBMS PlayerID : 101", __func__);
     proxy->Subscribe(event, this);
     const zelumo::MutexLock lock(m_mutexLists);
+    m_listLeftEvent.remove(event);
     m_listSubscribedEvent.push_back(event);
     return true;
+}
+
+bool CZeLumoPluginHandler::EndSubscription(FCEMSProxy* proxy, int event)
+{
+    return proxy != nullptr && proxy->Unsubscribe(event) >= 0;
 }
 
 bool CZeLumoPluginHandler::UnRegisterEvent(ePloomiaEvent event)
 {
     LOG_DEBUG(" CZeLumoPluginHandler::UnRegisterEvent is called event is %d", event);
-    if (FCEMSProxy* const proxy = GetEventProxy())
-        proxy->Unsubscribe(event);
+    const bool ended = EndSubscription(GetEventProxy(), event);
     const zelumo::MutexLock lock(m_mutexLists);
     const auto listed = std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event);
-    if (listed != m_listSubscribedEvent.end())
-        m_listSubscribedEvent.erase(listed);
+    if (ended)
+        m_listLeftEvent.remove(event);
+    if (listed == m_listSubscribedEvent.end())
+        return true;
+    // Unregistered for the page, which may register it anew; teardown still has to end it.
+    if (!ended)
+        m_listLeftEvent.push_back(event);
+    m_listSubscribedEvent.erase(listed);
     return true;
 }
 
@@ -129,11 +140,16 @@ void CZeLumoPluginHandler::PurgeAllSubscribedSignal()
     std::list<int> events;
     {
         const zelumo::MutexLock lock(m_mutexLists);
-        events.swap(m_listSubscribedEvent);
+        events = m_listSubscribedEvent;
+        events.insert(events.end(), m_listLeftEvent.begin(), m_listLeftEvent.end());
     }
-    if (FCEMSProxy* const proxy = GetEventProxy()) {
-        for (const int event : events)
-            proxy->Unsubscribe(event);
+    FCEMSProxy* const proxy = GetEventProxy();
+    for (const int event : events) {
+        if (!EndSubscription(proxy, event))
+            continue;
+        const zelumo::MutexLock lock(m_mutexLists);
+        m_listSubscribedEvent.remove(event);
+        m_listLeftEvent.remove(event);
     }
     ISignalSubscriber* subscriber = nullptr;
     TVServiceAPI::CreateSignalSubscriber(t_TVSSingalHandler, &subscriber);
@@ -141,7 +157,8 @@ void CZeLumoPluginHandler::PurgeAllSubscribedSignal()
         LOG_ERROR("[CZeLumoPluginHandler::%s] no signal subscriber", __func__);
         return;
     }
-    subscriber->Unsubscribe(kSignalUnmuteByPincode, 1, 0, 0);
+    if (subscriber->Unsubscribe(kSignalUnmuteByPincode, 1, 0, 0) > 0)
+        m_bSignalSubscribed = false;
 }
 
 int CZeLumoPluginHandler::t_VordaOnEvent(int event, FSEventData, void* userData)
@@ -149,8 +166,9 @@ int CZeLumoPluginHandler::t_VordaOnEvent(int event, FSEventData, void* userData)
     LOG_ERROR(" CZeLumoPluginHandler::t_onEvent is called");
     if (userData == nullptr)
         return -1;
+    const zelumo::Living::Visit visit(userData);
     CZeLumoPluginHandler* const pluginVorda = static_cast<CZeLumoPluginHandler*>(userData);
-    if (pluginVorda->m_bDestroyed) {
+    if (!visit || pluginVorda->m_bDestroyed) {
         LOG_ERROR(" pluginVorda is destroyed");
         return -1;
     }
@@ -183,7 +201,7 @@ void CZeLumoPluginHandler::SendPloomiaEvent(ePloomiaEvent event)
 
 int CZeLumoPluginHandler::t_TVSSingalHandler(ESignalType signal, TSSignalData data, void* userData)
 {
-    if (userData != nullptr)
+    if (const zelumo::Living::Visit visit(userData); visit)
         static_cast<CZeLumoPluginHandler*>(userData)->t_SendData(signal, data);
     return 1;
 }
@@ -201,7 +219,7 @@ bool CZeLumoPluginHandler::t_SendData(ESignalType signal, TSSignalData)
 
 void CZeLumoPluginHandler::t_BMSOnEvent(int type, std::string param1, std::string param2, void* userData)
 {
-    if (userData != nullptr)
+    if (const zelumo::Living::Visit visit(userData); visit)
         static_cast<CZeLumoPluginHandler*>(userData)->OnEvent(type, std::move(param1), std::move(param2));
 }
 

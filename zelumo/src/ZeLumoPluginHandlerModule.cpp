@@ -37,7 +37,8 @@ CZeLumoPluginInstance::CZeLumoPluginInstance(PP_Instance instance)
     else
         LOG_SYSTEM_ERROR("[PluginLogging]  RegisterMessageHandler Fail");
 
-    if (device_power_subscribe_poweroff(t_OnPowerOff, this) != 0)
+    m_bPowerOffSubscribed = device_power_subscribe_poweroff(t_OnPowerOff, this) == 0;
+    if (!m_bPowerOffSubscribed)
         LOG_SYSTEM_ERROR("[main] Failed subscribing suspend event");
 }
 
@@ -47,9 +48,16 @@ CZeLumoPluginInstance::~CZeLumoPluginInstance()
     handler.SetDestroyed();
     handler.PurgeAllSubscribedSignal();
     handler.PurgeAllVconfCB();
-    device_power_unsubscribe_poweroff(t_OnPowerOff);
+    const auto isSubscribed = [this] {
+        return device_power_unsubscribe_poweroff(t_OnPowerOff) < 0 && m_bPowerOffSubscribed;
+    };
+    const bool again = isSubscribed();
     // A command that is being handled ends here; what it still subscribes, the handler's own purge drops.
     additional_thread_.reset();
+    const bool stays = again && isSubscribed();
+    m_living.End();
+    if (stays)
+        zelumo::StayLoaded();
     LOG_SYSTEM_ERROR("~CZeLumoPluginInstance");
 }
 
@@ -69,6 +77,7 @@ int CZeLumoPluginInstance::t_OnPowerOff(int type, void* userData)
         LOG_SYSTEM_ERROR("[zelumo-pepper] pInstance is NULL!!");
         return 0;
     }
-    static_cast<CZeLumoPluginInstance*>(userData)->handler.SendPloomiaEvent(ITVS_Signal_Instant_Off);
+    if (const zelumo::Living::Visit visit(userData); visit)
+        static_cast<CZeLumoPluginInstance*>(userData)->handler.SendPloomiaEvent(ITVS_Signal_Instant_Off);
     return 0;
 }

@@ -83,18 +83,23 @@ void CZeLumoPluginHandler::PurgeAllVconfCB()
     std::list<std::string> keys;
     {
         const zelumo::MutexLock lock(m_mutexLists);
-        keys.swap(m_listVconfKey);
+        keys = m_listVconfKey;
     }
-    for (const std::string& key : keys)
-        vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack);
+    for (const std::string& key : keys) {
+        if (vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack) < 0)
+            continue;
+        const zelumo::MutexLock lock(m_mutexLists);
+        m_listVconfKey.remove(key);
+    }
 }
 
 void CZeLumoPluginHandler::t_VconfChangedCallBack(_keynode_t* node, void* userData)
 {
     if (userData == nullptr)
         return;
+    const zelumo::Living::Visit visit(userData);
     CZeLumoPluginHandler* const pluginVorda = static_cast<CZeLumoPluginHandler*>(userData);
-    if (pluginVorda->m_bDestroyed) {
+    if (!visit || pluginVorda->m_bDestroyed) {
         LOG_ERROR("[CZeLumoPluginHandler::%s] pluginVorda is destroyed", __func__);
         return;
     }

@@ -32,8 +32,12 @@ BmsEventHandler::~BmsEventHandler()
         const zelumo::MutexLock lock(m_mutex);
         registered.swap(m_listPlayerId);
     }
+    bool left = false;
     for (const BmsPlayerId id : registered)
-        BmsUnSetCallback(id, this);
+        left = BmsUnSetCallback(id, this) != 0 || left;
+    m_living.End();
+    if (left)
+        zelumo::StayLoaded();
 }
 
 void BmsEventHandler::Init()
@@ -67,9 +71,10 @@ void BmsEventHandler::RegisterSendEventCallback(BmsPlayerId, BmsEventCallback ca
 void BmsEventHandler::UnSetCallback(BmsPlayerId id)
 {
     BMS_LOG_ERROR("[BmsEventHandler::UnSetCallback] is called - playerId:[%d]", id);
-    BmsUnSetCallback(id, this);
+    const bool ended = BmsUnSetCallback(id, this) == 0;
     const zelumo::MutexLock lock(m_mutex);
-    m_listPlayerId.remove(id);
+    if (ended)
+        m_listPlayerId.remove(id);
     m_sendEventCallback = nullptr;
 }
 
@@ -81,7 +86,7 @@ void BmsEventHandler::CallbackFunction(int id, _BmsEvent type, _BmsCallbackStruc
         "[BmsEventHandler::CallbackFunction] is called - id:[%d], callbacktype:[%d], callbackdata:[%llu]", id,
         type, values);
     ZELUMO_TRACE(id);
-    if (userData != nullptr)
+    if (const zelumo::Living::Visit visit(userData); visit)
         static_cast<BmsEventHandler*>(userData)->CallbackHandler(id, type, data);
 }
 

@@ -3,6 +3,7 @@
 #include <list>
 #include <string>
 
+#include "ZeLumoLiving.h"
 #include "ZeLumoMutex.h"
 #include "player-service/bms.h"
 
@@ -70,4 +71,5 @@ class BmsEventHandler {
     void* m_userData ZELUMO_GUARDED_BY(m_mutex) = nullptr;  // not owned
     /// Registered with the player service, each once.
     std::list<BmsPlayerId> m_listPlayerId ZELUMO_GUARDED_BY(m_mutex);
+    zelumo::Living m_living{this};
 };
