@@ -220,7 +220,17 @@ void CheckExports(const Examined& plugin, Findings& findings)
     if (!more.empty())
         findings.Fault("exports " + Counted(more.size(), "symbol") + " more than it should: " + FirstOf(more),
                        kLinkMap);
-    if (has_factory && absent.empty() && more.empty())
+    std::set<std::string> hidden;
+    for (const std::string_view name : plugin.elf.own_names) {
+        if (IsEntryPoint(name) && std::find(exports.begin(), exports.end(), name) == exports.end())
+            hidden.emplace(name);
+    }
+    if (!hidden.empty())
+        findings.Fault(
+            "has Pepper's C++ layer linked in, and hides the way into it: " +
+                FirstOf({hidden.begin(), hidden.end()}),
+            "name that under global in zelumo/libzelumo.map, or link the layer as a shared library");
+    if (has_factory && absent.empty() && more.empty() && hidden.empty())
         findings.Fine("exports pp::CreateModule() and the extension classes, and nothing else");
 }
 

@@ -85,11 +85,16 @@ const TvLibrary* TvLibraryOf(const std::string& readable)
                : &TvLibraries()[found->second];
 }
 
+bool IsEntryPoint(std::string_view name)
+{
+    return BeginsWith(name, "PPP_");
+}
+
 bool IsForExport(const std::string& readable)
 {
     return readable == "pp::CreateModule()" || BeginsWith(readable, "pp::ExtensionSystemHalvorn::") ||
            BeginsWith(readable, "pp::ExtensionSystemHalvornOrvex::") ||
-           BeginsWith(readable, "pp::ExtensionSystemHalvornWRT::");
+           BeginsWith(readable, "pp::ExtensionSystemHalvornWRT::") || IsEntryPoint(readable);
 }
 
 const std::vector<std::string>& RequiredExports()

@@ -20,6 +20,9 @@ const std::vector<TvLibrary>& TvLibraries();
 /// The one that is to define a symbol, by its readable name; null: none of them.
 const TvLibrary* TvLibraryOf(const std::string& readable);
 
+/// Whether a symbol is one of the C functions by which a runtime enters a plug-in that has Pepper's C++ layer
+/// linked in; else they are the runtime's own.
+bool IsEntryPoint(std::string_view name);
 /// Whether a symbol, by its readable name, is one that a plug-in exports.
 bool IsForExport(const std::string& readable);
 /// What a plug-in has to export: the beginnings of readable names, up to the parameters. The first is the

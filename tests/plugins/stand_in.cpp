@@ -1,4 +1,4 @@
-// What a stand-in leaves behind where it is linked into a plug-in.
+// What a stand-in leaves behind where it is linked into a plug-in, and what Pepper's C++ layer does.
 #include "player-service/bms.h"
 
 namespace tv {
@@ -16,4 +16,10 @@ int PlayerService::Play(int player)
 int BmsPlay(int player)
 {
     return tv::PlayerService::Play(player);
+}
+
+extern "C" __attribute__((visibility("default"))) int PPP_InitializeModule();
+int PPP_InitializeModule()
+{
+    return 0;
 }
