@@ -127,10 +127,9 @@ ChildEnd Play(const Script& script, const ConformanceOptions& options)
     arguments.emplace_back("script");
     arguments.insert(arguments.end(), script.options.begin(), script.options.end());
     arguments.insert(arguments.end(), {"--check", script.path.string()});
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments)
-        pointers.push_back(argument.data());
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers(arguments.size() + 1, nullptr);
+    std::transform(arguments.begin(), arguments.end(), pointers.begin(),
+                   [](std::string& argument) { return argument.data(); });
     const auto become = [&pointers](int descriptor) {
         dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
         dup2(descriptor, STDOUT_FILENO);
