@@ -34,7 +34,7 @@ _zelumo_tv() {
   fi
 
   if [[ $current == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -e '^  (-.,)?--[a-z-]+' <<<"$options" | grep -oE -e '--.*')" -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -e '^  (-.,)?--[a-z-]+' <<<"$options" | grep -oE -e '--.*' | sort -u)" -- "$current")
   elif [ -z "$command" ]; then
     mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$current")
   else
