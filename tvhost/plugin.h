@@ -14,8 +14,8 @@ class PluginError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build or
-/// installation; it need not be there.
+/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build
+/// or installation; it need not be there.
 std::filesystem::path DefaultPluginPath();
 
 /// A loaded plug-in library and its module, reached as the TV's runtime reaches them: through the exported
