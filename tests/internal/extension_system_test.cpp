@@ -8,6 +8,7 @@
 #include "extension_system_halvorn_wrt.h"
 #include "services/web-runtime/json_var.h"
 #include "services/web-runtime/var_objects.h"
+#include "tests/fresh_process.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"
@@ -199,20 +200,6 @@ TEST_F(ExtensionSystem, ReleasesEachReferenceOnce)
     }
 }
 
-/// Runs `body` in a process in which nobody has used the interface yet.
-void InFreshProcess(const std::string& what, const std::function<void()>& body)
-{
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_EXIT(
-        {
-            body();
-            // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else ends this process
-            std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
-        },
-        testing::ExitedWithCode(EXIT_SUCCESS), "")
-        << what;
-}
-
 TEST_F(ExtensionSystem, DoesWithoutAnInterface)
 {
     const auto check = [] {
@@ -232,14 +219,14 @@ TEST_F(ExtensionSystem, DoesWithoutAnInterface)
         }
         EXPECT_EQ(calls.Take(), Lines{});
     };
-    InFreshProcess("the runtime has none", [&] {
+    test::InFreshProcess("the runtime has none", [&] {
         tv::ExtensionConfig config;
         config.available = false;
         Runtime().Load(config);
         check();
         EXPECT_EQ(Runtime().CountLookUps(), 1);
     });
-    InFreshProcess("no module is loaded", [&] {
+    test::InFreshProcess("no module is loaded", [&] {
         tv::SetModule(nullptr);
         pp::ExtensionSystemHalvorn(kInstance).GetEmbedderName();
         tv::SetModule(&module_);
@@ -254,7 +241,7 @@ TEST_F(ExtensionSystem, IsValidIsFoundOutOnceAProcess)
                                                                      {R"("orvexwrt")", false},
                                                                      {R"("OrvexWRT\u0000")", false},
                                                                      {"5", false}}) {
-        InFreshProcess(embedder, [&, name = embedder, is_valid = valid] {
+        test::InFreshProcess(embedder, [&, name = embedder, is_valid = valid] {
             test::Calls calls;
             Answer("GetEmbedderName", R"("result":)" + name);
             EXPECT_EQ(pp::ExtensionSystemHalvornWRT(kInstance).IsValid(), is_valid);

@@ -191,7 +191,7 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
     std::uniform_int_distribution<Json::Int64> any_time(0, 4102444800000);  // up to 2100
     std::uniform_int_distribution<Json::Int64> any_span(0, 30 * kHour);
     for (int round = 0; round < 60; ++round) {
-        const std::string id = Ids()[random() % Ids().size()];
+        const std::string id = Ids()[static_cast<std::size_t>(random() % Ids().size())];
         const Json::Int64 now = any_time(random);
         const Json::Int64 from = any_time(random);
         const Json::Int64 to = from + any_span(random);

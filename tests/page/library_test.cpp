@@ -9,6 +9,7 @@
 #include <regex>
 #include <set>
 
+#include "tests/fresh_process.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 
@@ -19,7 +20,7 @@ using test::Lines;
 /// What the library's dynamic symbol table defines, demangled.
 std::set<std::string> Exports()
 {
-    std::FILE* const listing = popen(("nm -DC --defined-only " + test::PluginPath().string()).c_str(), "r");
+    std::FILE* const listing = popen((NM " -DC --defined-only " + test::PluginPath().string()).c_str(), "r");
     std::string text;
     for (int c = std::fgetc(listing); c != EOF; c = std::fgetc(listing))
         text += static_cast<char>(c);
@@ -86,24 +87,26 @@ long ResidentBytes()
 TEST(Library, LoadsAndUnloadsAThousandTimesWithoutGrowth)
 {
     // Each load registers with the tracing library once, and none stays in memory.
-    test::Calls calls;
-    const auto load = [&calls](int times) {
-        for (int i = 0; i < times; ++i) {
-            auto plugin = std::make_unique<host::Plugin>(test::PluginPath());
-            ASSERT_EQ(calls.Take(), Lines{"ht_register_library [] -> null"});
-            plugin.reset();
-            ASSERT_EQ(calls.Take(), Lines{"ht_deregister_library [] -> null"});
-        }
-    };
-    load(50);
-    const long before = ResidentBytes();
-    load(1000);
+    test::InFreshProcess("", [] {
+        test::Calls calls;
+        const auto load = [&calls](int times) {
+            for (int i = 0; i < times; ++i) {
+                auto plugin = std::make_unique<host::Plugin>(test::PluginPath());
+                ASSERT_EQ(calls.Take(), Lines{"ht_register_library [] -> null"});
+                plugin.reset();
+                ASSERT_EQ(calls.Take(), Lines{"ht_deregister_library [] -> null"});
+            }
+        };
+        load(50);
+        const long before = ResidentBytes();
+        load(1000);
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    // The sanitizers keep records of their own of every load.
-    static_cast<void>(before);
+        // The sanitizers keep records of their own of every load.
+        static_cast<void>(before);
 #else
-    EXPECT_LT(ResidentBytes() - before, 128 * 1024);
+        EXPECT_LT(ResidentBytes() - before, 128 * 1024);
 #endif
+    });
 }
 
 }  // namespace

@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <future>
-#include <map>
 #include <thread>
 
 #include "ppapi/cpp/module.h"
 #include "ppapi/cpp/var_dictionary.h"
 #include "services/web-runtime/json_var.h"
+#include "tests/fresh_process.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"
@@ -218,32 +217,31 @@ std::string EndWith(const std::string& answer, int times, bool unregistered)
 
 TEST(Teardown, OfServicesThatAreAwayOrRefuse)
 {
-    const std::map<std::string, int> steps{
-        // What is answered, and how many subscriptions that keeps alive when it is answered so for good.
-        {R"("FIIPCConnection::GetInstance","result":null)", 2},
-        {R"("FCEMSProxy::GetInstanceForPlugin","result":null)", 2},
-        {R"("FCEMSProxy::Unsubscribe","result":-1)", 2},
-        {R"("TVServiceAPI::CreateSignalSubscriber","result":0)", 1},
-        {R"("ISignalSubscriber::Unsubscribe","result":0)", 1},
-        {R"("vconf_ignore_key_changed","result":-1)", 1},
-        {R"("device_power_unsubscribe_poweroff","result":-1)", 1},
-        {R"("BmsUnSetCallback","result":-1)", 2},
+    struct Step {
+        const char* answer;
+        int left_at_once;  ///< subscriptions that stay where the call is answered so a single time
+        int left_for_good;
     };
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
-    for (const auto& [answer, left] : steps) {
-        // Each in a process of its own: a plug-in that could not end everything stays in memory.
-        EXPECT_EXIT(
-            {
-                for (const bool unregistered : {false, true}) {
-                    EXPECT_EQ(EndWith(answer, 1, unregistered), "0 left, 0 posted") << unregistered;
-                    EXPECT_EQ(EndWith(answer, 100, unregistered), std::to_string(left) + " left, 0 posted")
-                        << unregistered;
-                }
-                // NOLINTNEXTLINE(concurrency-mt-unsafe): nobody else ends this process
-                std::exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
-            },
-            testing::ExitedWithCode(EXIT_SUCCESS), "")
-            << answer;
+    const Step steps[] = {
+        {R"("FIIPCConnection::GetInstance","result":null)", 0, 2},
+        {R"("FCEMSProxy::GetInstanceForPlugin","result":null)", 0, 2},
+        {R"("FCEMSProxy::Unsubscribe","result":-1)", 1, 2},
+        {R"("TVServiceAPI::CreateSignalSubscriber","result":0)", 0, 1},
+        {R"("ISignalSubscriber::Unsubscribe","result":0)", 0, 1},
+        {R"("vconf_ignore_key_changed","result":-1)", 1, 1},
+        {R"("device_power_unsubscribe_poweroff","result":-1)", 1, 1},
+        {R"("BmsUnSetCallback","result":-1)", 1, 2},
+    };
+    for (const auto& [answer, left_at_once, left_for_good] : steps) {
+        // A plug-in that could not end everything stays in memory.
+        test::InFreshProcess(answer, [answer = answer, left_at_once = left_at_once,
+                                      left_for_good = left_for_good] {
+            for (const bool unregistered : {false, true}) {
+                for (const auto& [times, left] : {std::pair(1, left_at_once), {100, left_for_good}})
+                    EXPECT_EQ(EndWith(answer, times, unregistered), std::to_string(left) + " left, 0 posted")
+                        << times << unregistered;
+            }
+        });
     }
 }
 

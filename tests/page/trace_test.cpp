@@ -4,6 +4,7 @@
 #include <set>
 
 #include "core/mutex.h"
+#include "tests/fresh_process.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
@@ -192,11 +193,14 @@ TEST(Tracing, CanBeSwitchedWhileScopesAreOpen)
 
 TEST(Tracing, IsOffUntilTheLibraryWasRegistered)
 {
-    tv::CarryOut(J(R"({"tv":"answer","call":"ht_register_library"})"));
-    Tracing tracing;
-    test::Page page;
-    page.Await(R"({"command":"Play"})");
-    EXPECT_EQ(tracing.TakeLines(), Lines());
+    // Where the library isn't loaded yet.
+    test::InFreshProcess("", [] {
+        tv::CarryOut(J(R"({"tv":"answer","call":"ht_register_library"})"));
+        Tracing tracing;
+        test::Page page;
+        page.Await(R"({"command":"Play"})");
+        EXPECT_EQ(tracing.TakeLines(), Lines());
+    });
     // Its flag saves a library the cost of its trace points.
     tv::TraceLibraries libraries;
     tv::ScopeTracer tracer(libraries);

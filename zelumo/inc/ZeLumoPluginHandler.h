@@ -78,12 +78,11 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// Also asks for the events of player 101. False when the event is subscribed to already, or without an
     /// event proxy: then nothing has changed.
     bool RegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
-    /// True, whether or not the event was subscribed to, and where its subscription can't be ended: then the
-    /// event comes on, until teardown ends it.
+    /// True, whether or not the event was subscribed to. Without a proxy it comes on until teardown ends it.
     bool UnRegisterEvent(ePloomiaEvent event) ZELUMO_EXCLUDES(m_mutexLists);
-    /// Ends every event subscription and signal 177's. Those that can't be ended, since there is no proxy or
-    /// subscriber or it refuses, are kept for the next call. No callback of the others is running or will
-    /// start when it has returned, unless it was called from inside one.
+    /// Ends every event subscription and signal 177's. Without a proxy the events stay listed for the next
+    /// call. When it has returned, no callback of what has ended is running or will start, unless it was
+    /// called from inside one.
     void PurgeAllSubscribedSignal() ZELUMO_EXCLUDES(m_mutexLists);
     /// Any thread: posts an event to the page; a channel load carries the channel and its programme.
     void SendPloomiaEvent(ePloomiaEvent event);
@@ -112,8 +111,8 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// From now on the page is told when the key is written. False when it is watched already, or when the
     /// store refuses.
     bool AddVconfCallbackWithKey(std::string& key) ZELUMO_EXCLUDES(m_mutexLists);
-    /// Ends every watch; those that the store refuses to end are kept for the next call. No callback of the
-    /// others is running or will start when it has returned, unless it was called from inside one.
+    /// Ends every watch. When it has returned, no callback of what has ended is running or will start, unless
+    /// it was called from inside one. May be called again.
     void PurgeAllVconfCB() ZELUMO_EXCLUDES(m_mutexLists);
     /// Settings store's thread; the user data are the handler, and with null nothing is posted.
     static void t_VconfChangedCallBack(_keynode_t* node, void* userData);
@@ -142,17 +141,21 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     void Initialize();
     /// Null while the content service is not available; the library's.
     FCEMSProxy* GetEventProxy();
-    /// Whether that has ended, or there was none.
-    static bool EndSubscription(FCEMSProxy* proxy, int event);
+    void EndSubscription(FCEMSProxy& proxy, int event) ZELUMO_EXCLUDES(m_mutexLists);
 
     /// Read by the services' threads; goes from false to true before teardown ends the first subscription.
     std::atomic<bool> m_bDestroyed;
     /// The worker changes the two lists while teardown may be emptying them.
     zelumo::Mutex m_mutexLists;
     std::list<int> m_listSubscribedEvent ZELUMO_GUARDED_BY(m_mutexLists);
-    /// What the page unregistered while it could not be unsubscribed.
+    /// What the page unregistered while there was no proxy to unsubscribe it.
     std::list<int> m_listLeftEvent ZELUMO_GUARDED_BY(m_mutexLists);
     std::list<std::string> m_listVconfKey ZELUMO_GUARDED_BY(m_mutexLists);
+    /// What the proxy said it has subscribed and hasn't been asked to end.
+    std::list<int> m_listStandingEvent ZELUMO_GUARDED_BY(m_mutexLists);
+    std::list<std::string> m_listStandingKey ZELUMO_GUARDED_BY(m_mutexLists);  // likewise
+    /// A service would not end something: it may call on.
+    bool m_bRefused ZELUMO_GUARDED_BY(m_mutexLists) = false;
     bool m_bSignalSubscribed = false;  // plug-in thread
     pp::Instance* instance_;           // not owned; holds this handler
     std::unique_ptr<BMSAdaptor> m_pBMSAdaptor;

@@ -105,51 +105,58 @@ bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
     m_pBMSAdaptor->SetCallBack(kPlayerIdPlugin);
     m_pBMSAdaptor->RegisterSendEvent(kPlayerIdPlugin, t_BMSOnEvent, this);
     LOG_DEBUG("[CZeLumoPluginHandler::%s] SetCallbackBMS PlayerID : 101", __func__);
-    proxy->Subscribe(event, this);
+    const bool subscribed = proxy->Subscribe(event, this) >= 0;
     const zelumo::MutexLock lock(m_mutexLists);
     m_listLeftEvent.remove(event);
+    if (subscribed)
+        m_listStandingEvent.push_back(event);
     m_listSubscribedEvent.push_back(event);
     return true;
 }
 
-bool CZeLumoPluginHandler::EndSubscription(FCEMSProxy* proxy, int event)
+void CZeLumoPluginHandler::EndSubscription(FCEMSProxy& proxy, int event)
 {
-    return proxy != nullptr && proxy->Unsubscribe(event) >= 0;
+    const bool ended = proxy.Unsubscribe(event) >= 0;
+    const zelumo::MutexLock lock(m_mutexLists);
+    const auto standing = std::find(m_listStandingEvent.begin(), m_listStandingEvent.end(), event);
+    if (standing == m_listStandingEvent.end())
+        return;
+    m_listStandingEvent.remove(event);
+    m_bRefused = m_bRefused || !ended;
 }
 
 bool CZeLumoPluginHandler::UnRegisterEvent(ePloomiaEvent event)
 {
     LOG_DEBUG(" CZeLumoPluginHandler::UnRegisterEvent is called event is %d", event);
-    const bool ended = EndSubscription(GetEventProxy(), event);
+    FCEMSProxy* const proxy = GetEventProxy();
+    if (proxy != nullptr)
+        EndSubscription(*proxy, event);
     const zelumo::MutexLock lock(m_mutexLists);
-    const auto listed = std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event);
-    if (ended)
+    if (proxy != nullptr)
         m_listLeftEvent.remove(event);
+    const auto listed = std::find(m_listSubscribedEvent.begin(), m_listSubscribedEvent.end(), event);
     if (listed == m_listSubscribedEvent.end())
         return true;
-    // Unregistered for the page, which may register it anew; teardown still has to end it.
-    if (!ended)
-        m_listLeftEvent.push_back(event);
     m_listSubscribedEvent.erase(listed);
+    // Unregistered for the page, which may register it anew; teardown still has to end it.
+    if (proxy == nullptr)
+        m_listLeftEvent.push_back(event);
     return true;
 }
 
 void CZeLumoPluginHandler::PurgeAllSubscribedSignal()
 {
     LOG_ERROR("[CZeLumoPluginHandler::%s]", __func__);
-    std::list<int> events;
-    {
-        const zelumo::MutexLock lock(m_mutexLists);
-        events = m_listSubscribedEvent;
-        events.insert(events.end(), m_listLeftEvent.begin(), m_listLeftEvent.end());
-    }
-    FCEMSProxy* const proxy = GetEventProxy();
-    for (const int event : events) {
-        if (!EndSubscription(proxy, event))
-            continue;
-        const zelumo::MutexLock lock(m_mutexLists);
-        m_listSubscribedEvent.remove(event);
-        m_listLeftEvent.remove(event);
+    // What is listed stays so while there is no proxy that could end it.
+    if (FCEMSProxy* const proxy = GetEventProxy()) {
+        std::list<int> events;
+        {
+            const zelumo::MutexLock lock(m_mutexLists);
+            events.swap(m_listSubscribedEvent);
+            events.splice(events.end(), m_listLeftEvent);
+        }
+        for (const int event : events)
+            EndSubscription(*proxy, event);
     }
     ISignalSubscriber* subscriber = nullptr;
     TVServiceAPI::CreateSignalSubscriber(t_TVSSingalHandler, &subscriber);

@@ -52,15 +52,11 @@ CZeLumoPluginInstance::~CZeLumoPluginInstance()
     handler.SetDestroyed();
     handler.PurgeAllSubscribedSignal();
     handler.PurgeAllVconfCB();
-    const auto isSubscribed = [this] {
-        return device_power_unsubscribe_poweroff(t_OnPowerOff) < 0 && m_bPowerOffSubscribed;
-    };
-    const bool again = isSubscribed();
+    const bool refused = device_power_unsubscribe_poweroff(t_OnPowerOff) < 0;
     // A command that is being handled ends here; what it still subscribes, the handler's own purge drops.
     additional_thread_.reset();
-    const bool stays = again && isSubscribed();
     m_living.End();
-    if (stays)
+    if (refused && m_bPowerOffSubscribed)
         zelumo::StayLoaded();
     LOG_SYSTEM_ERROR("~CZeLumoPluginInstance");
 }

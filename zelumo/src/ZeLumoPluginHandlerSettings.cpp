@@ -67,13 +67,16 @@ bool CZeLumoPluginHandler::AddVconfCallbackWithKey(std::string& key)
         LOG_ERROR("[CZeLumoPluginHandler::%s] already registered vconf key cb: %s", __func__, key.c_str());
         return false;
     }
-    if (vconf_notify_key_changed(key.c_str(), t_VconfChangedCallBack, this) < 0) {
+    const int watched = vconf_notify_key_changed(key.c_str(), t_VconfChangedCallBack, this);
+    if (watched < 0) {
         LOG_ERROR("[CZeLumoPluginHandler::%s] failed to vconf_notify_key_changed() with key:%s", __func__,
                   key.c_str());
         return false;
     }
     const zelumo::MutexLock lock(m_mutexLists);
     m_listVconfKey.push_back(key);
+    if (watched == 0)
+        m_listStandingKey.push_back(key);
     return true;
 }
 
@@ -83,13 +86,16 @@ void CZeLumoPluginHandler::PurgeAllVconfCB()
     std::list<std::string> keys;
     {
         const zelumo::MutexLock lock(m_mutexLists);
-        keys = m_listVconfKey;
+        keys.swap(m_listVconfKey);
     }
     for (const std::string& key : keys) {
-        if (vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack) < 0)
-            continue;
+        const bool ended = vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack) >= 0;
         const zelumo::MutexLock lock(m_mutexLists);
-        m_listVconfKey.remove(key);
+        const auto standing = std::find(m_listStandingKey.begin(), m_listStandingKey.end(), key);
+        if (standing == m_listStandingKey.end())
+            continue;
+        m_listStandingKey.erase(standing);
+        m_bRefused = m_bRefused || !ended;
     }
 }
 

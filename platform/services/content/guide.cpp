@@ -46,7 +46,7 @@ std::uint64_t Lot(const ChannelConfig& channel, std::int64_t block)
 
 const Pattern& PatternOf(std::uint64_t lot)
 {
-    return kPatterns[lot % kPatterns.size()];
+    return kPatterns[static_cast<std::size_t>(lot % kPatterns.size())];
 }
 
 seconds Floor(std::chrono::milliseconds time)
@@ -105,7 +105,7 @@ Program Guide::InSchedule(const ChannelConfig& channel, seconds time) const
     std::size_t place = 0;
     while (start + pattern[place] * kHalfHour <= time)
         start += pattern[place++] * kHalfHour;
-    std::size_t chosen = (lot / 16 + place) % choice.size();
+    std::size_t chosen = static_cast<std::size_t>((lot / 16 + place) % choice.size());
     if (place == 0 && block > 0 && choice.size() > 2) {
         // What ended the block before doesn't begin this one; nor does what comes second here.
         const std::uint64_t before = Lot(channel, block - 1);

@@ -83,13 +83,13 @@ pp::Var ToVar(const Json::Value& json)
             array.SetLength(json.size());
             for (Json::ArrayIndex i = 0; i < json.size(); ++i)
                 array.Set(i, ToVar(json[i]));
-            return std::move(array);
+            return pp::Var(std::move(array));
         }
         case Json::objectValue: {
             pp::VarDictionary dictionary;
             for (auto member = json.begin(); member != json.end(); ++member)
                 dictionary.Set(member.name(), ToVar(*member));
-            return std::move(dictionary);
+            return pp::Var(std::move(dictionary));
         }
     }
     return pp::Var();

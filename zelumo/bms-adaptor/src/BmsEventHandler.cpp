@@ -28,15 +28,16 @@ const BmsEventHandler::Row BmsEventHandler::kEventTable[] = {
 BmsEventHandler::~BmsEventHandler()
 {
     std::list<BmsPlayerId> registered;
+    bool refused = false;
     {
         const zelumo::MutexLock lock(m_mutex);
         registered.swap(m_listPlayerId);
+        refused = m_refused;
     }
-    bool left = false;
     for (const BmsPlayerId id : registered)
-        left = BmsUnSetCallback(id, this) != 0 || left;
+        refused = BmsUnSetCallback(id, this) != 0 || refused;
     m_living.End();
-    if (left)
+    if (refused)
         zelumo::StayLoaded();
 }
 
@@ -73,8 +74,11 @@ void BmsEventHandler::UnSetCallback(BmsPlayerId id)
     BMS_LOG_ERROR("[BmsEventHandler::UnSetCallback] is called - playerId:[%d]", id);
     const bool ended = BmsUnSetCallback(id, this) == 0;
     const zelumo::MutexLock lock(m_mutex);
-    if (ended)
-        m_listPlayerId.remove(id);
+    const auto listed = std::find(m_listPlayerId.begin(), m_listPlayerId.end(), id);
+    if (listed != m_listPlayerId.end()) {
+        m_listPlayerId.erase(listed);
+        m_refused = m_refused || !ended;
+    }
     m_sendEventCallback = nullptr;
 }
 

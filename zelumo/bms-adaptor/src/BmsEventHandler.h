@@ -71,5 +71,7 @@ class BmsEventHandler {
     void* m_userData ZELUMO_GUARDED_BY(m_mutex) = nullptr;  // not owned
     /// Registered with the player service, each once.
     std::list<BmsPlayerId> m_listPlayerId ZELUMO_GUARDED_BY(m_mutex);
+    /// The player service would not withdraw one: it may call on.
+    bool m_refused ZELUMO_GUARDED_BY(m_mutex) = false;
     zelumo::Living m_living{this};
 };
