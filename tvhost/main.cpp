@@ -15,6 +15,7 @@
 #include "core/nearest.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
+#include "tvhost/check_commands.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/plugin.h"
 #include "tvhost/recording_marks.h"
@@ -302,6 +303,7 @@ int Run(int argc, char** argv)
         command->footer(
             "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
     }
+    host::CheckCommands checks(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -317,6 +319,9 @@ int Run(int argc, char** argv)
         const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
         return written && std::fflush(stdout) == 0 ? 0 : 1;
     }
+
+    if (const std::optional<int> status = checks.Run(common.plugin, common.tv_file))
+        return *status;
 
     const bool is_serve = serve_command->parsed();
     if (is_serve && serve.web.empty())

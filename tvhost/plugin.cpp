@@ -8,13 +8,6 @@
 #include "services/web-runtime/web_runtime.h"
 
 namespace host {
-namespace {
-
-/// pp::CreateModule() as the compiler names it.
-constexpr char kFactorySymbol[] = "_ZN2pp12CreateModuleEv";
-using Factory = pp::Module* (*)();
-
-}  // namespace
 
 std::filesystem::path DefaultPluginPath()
 {
@@ -32,22 +25,28 @@ void Plugin::Unload::operator()(void* library) const
     dlclose(library);
 }
 
-Plugin::Plugin(const std::filesystem::path& path)
+void RequireFile(const std::filesystem::path& plugin)
 {
-    const std::string name = "plug-in " + path.string();
+    const std::string name = "plug-in " + plugin.string();
     std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
+    const std::filesystem::file_status status = std::filesystem::status(plugin, error);
     if (!std::filesystem::exists(status))
         throw PluginError(name + ": no such file");
     if (std::filesystem::is_directory(status))
         throw PluginError(name + ": is a directory");
     if (!std::filesystem::is_regular_file(status))
         throw PluginError(name + ": is no file");
+}
+
+Plugin::Plugin(const std::filesystem::path& path)
+{
+    RequireFile(path);
+    const std::string name = "plug-in " + path.string();
     // A name without a slash would be looked for in the system's library folders.
     library_.reset(dlopen(std::filesystem::absolute(path).c_str(), RTLD_NOW | RTLD_LOCAL));
     if (!library_)
         throw PluginError(name + ": can't be loaded: " + dlerror());
-    const auto factory = reinterpret_cast<Factory>(dlsym(library_.get(), kFactorySymbol));
+    const auto factory = reinterpret_cast<PluginFactory>(dlsym(library_.get(), kFactorySymbol));
     if (factory == nullptr)
         throw PluginError(name + ": exports no module factory (pp::CreateModule)");
     module_.reset(factory());

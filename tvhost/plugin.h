@@ -14,9 +14,16 @@ class PluginError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build or
-/// installation; it need not be there.
+/// pp::CreateModule() as the compiler names it, and its type.
+constexpr char kFactorySymbol[] = "_ZN2pp12CreateModuleEv";
+using PluginFactory = pp::Module* (*)();
+
+/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build
+/// or installation; it need not be there.
 std::filesystem::path DefaultPluginPath();
+
+/// Throws PluginError when there is no such file.
+void RequireFile(const std::filesystem::path& plugin);
 
 /// A loaded plug-in library and its module, reached as the TV's runtime reaches them: through the exported
 /// module factory alone. One at a time in a process; made and destroyed on the plug-in thread, after all

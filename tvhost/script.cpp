@@ -208,15 +208,6 @@ struct Block {
     bool cut_off = false;  ///< the file ends in the middle: there may be more lines out than it holds
 };
 
-bool IsLineOut(const Json::Value& line)
-{
-    if (!line.isObject() || line.isMember("tv"))
-        return false;
-    constexpr const char* kKinds[] = {"reply", "message", "call", "log", "did", "error"};
-    return std::any_of(std::begin(kKinds), std::end(kKinds),
-                       [&](const char* kind) { return line.isMember(kind); });
-}
-
 std::vector<Block> ReadBlocks(LineReader& reader, bool& calls, bool& log)
 {
     std::vector<Block> blocks(1);
@@ -321,6 +312,15 @@ int CheckScript(const ScriptOptions& options, LineReader& reader)
 }
 
 }  // namespace
+
+bool IsLineOut(const Json::Value& line)
+{
+    if (!line.isObject() || line.isMember("tv"))
+        return false;
+    constexpr const char* kKinds[] = {"reply", "message", "call", "log", "did", "error"};
+    return std::any_of(std::begin(kKinds), std::end(kKinds),
+                       [&](const char* kind) { return line.isMember(kind); });
+}
 
 int RunScript(const ScriptOptions& options)
 {

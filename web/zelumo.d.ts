@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Made by web/generate.mjs from web/page-api.json: don't edit.
 //
 // Types of the plug-in element and its messages. Take them into a script with

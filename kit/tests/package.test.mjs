@@ -30,7 +30,9 @@ async function serve(args = [], options = {}) {
 test("the packages run no scripts, hold no links, and name each other", () => {
   assert.ok(platforms.includes("zelumo-tv-linux-x64"));
   for (const name of ["zelumo-tv", ...installed]) {
-    const { scripts, dependencies, version } = json(name);
+    const { scripts, dependencies, version, license } = json(name);
+    assert.equal(license, "Apache-2.0", name);
+    for (const file of ["LICENSE", "NOTICE"]) assert.ok(existsSync(join(MODULES, name, file)), `${name}: ${file}`);
     assert.deepEqual([scripts, dependencies, version], [undefined, undefined, json("zelumo-tv").version], name);
     assert.ok(!lstatSync(join(MODULES, name)).isSymbolicLink(), name);
     for (const file of files(name)) assert.ok(lstatSync(file).isFile(), file);

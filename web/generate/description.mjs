@@ -4,6 +4,8 @@ import { readFileSync } from "node:fs";
 export const api = JSON.parse(readFileSync(new URL("../page-api.json", import.meta.url), "utf8"));
 
 export const MADE = "Made by web/generate.mjs from web/page-api.json: don't edit.";
+/** How typings begin. */
+export const TYPINGS_HEAD = `// SPDX-License-Identifier: Apache-2.0\n// ${MADE}`;
 
 const texts = new Map(api.texts.map((text) => [text.name, text]));
 

@@ -1,5 +1,5 @@
 // web/zelumo.d.ts, from the description of the page's interface.
-import { api, isWide, MADE } from "./description.mjs";
+import { api, isWide, TYPINGS_HEAD } from "./description.mjs";
 
 const SCALARS = { string: "string", integer: "number", number: "number", boolean: "boolean", null: "null" };
 
@@ -248,7 +248,7 @@ function element(line) {
 export function typings() {
   const out = [];
   const line = (text = "") => out.push(text);
-  line(`// ${MADE}`);
+  line(TYPINGS_HEAD);
   line("//");
   line("// Types of the plug-in element and its messages. Take them into a script with");
   line('//   /// <reference path="zelumo.d.ts" />');
@@ -266,5 +266,5 @@ export function typesModule() {
     const names = parameters.split(", ").map((parameter) => parameter.split(" ")[0]);
     return `export type ${name}<${parameters}> = globalThis.${name}<${names.join(", ")}>;\n`;
   });
-  return `// ${MADE}\n/// <reference path="./zelumo.d.ts" />\n\n${exported.join("")}`;
+  return `${TYPINGS_HEAD}\n/// <reference path="./zelumo.d.ts" />\n\n${exported.join("")}`;
 }
