@@ -18,8 +18,8 @@ class PluginError : public std::runtime_error {
 constexpr char kFactorySymbol[] = "_ZN2pp12CreateModuleEv";
 using PluginFactory = pp::Module* (*)();
 
-/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build or
-/// installation; it need not be there.
+/// The `libzelumo.so` in the program's own folder, else the one in the folder of plug-ins of the same build
+/// or installation; it need not be there.
 std::filesystem::path DefaultPluginPath();
 
 /// Throws PluginError when there is no such file.
