@@ -13,6 +13,7 @@
 #include "services/web-runtime/web_runtime.h"
 #include "tv/tv.h"
 #include "tvhost/child.h"
+#include "tvhost/findings.h"
 #include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
@@ -126,9 +127,8 @@ class Life {
         Step("its instance was destroyed");
         instance.reset();
         if (const std::size_t left = tv::DropLeftovers(); left != 0)
-            Fault("leaves " + std::to_string(left) +
-                  " subscriptions with the TV when its instance is destroyed; they would call into what is "
-                  "gone");
+            Fault("leaves " + Counted(left, "subscription") +
+                  " with the TV when its instance is destroyed, which would call into what is gone");
     }
 
     void CheckOnce(int count, const char* does, const char* when, const char* missing, const char* function)

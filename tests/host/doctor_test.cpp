@@ -175,7 +175,7 @@ TEST(Doctor, HoweverAPluginBehavesWhenItIsTriedItIsSaid)
         {"no handler", "does not answer the page"},
         {"no answer", "does not answer the page"},
         {"wrong answer", "answers GetVersion with {\"code\":9"},
-        {"leaves a watch", "leaves 1 subscriptions with the TV"},
+        {"leaves a watch", "leaves 1 subscription with the TV"},
         {"destructor crashes", "SIGABRT (Aborted), while it was unloaded"},
         {"no register", "calls ht_register_library never when it is loaded"},
         {"registers twice", "calls ht_register_library 2 times"},

@@ -17,8 +17,9 @@ WRAPPED(bool, AsBool, "_ZNK2pp3Var6AsBoolEv", const pp::Var* var);
 WRAPPED(int32_t, AsInt, "_ZNK2pp3Var5AsIntEv", const pp::Var* var);
 WRAPPED(double, AsDouble, "_ZNK2pp3Var8AsDoubleEv", const pp::Var* var);
 WRAPPED(std::string, AsString, "_ZNK2pp3Var8AsStringB5cxx11Ev", const pp::Var* var);
-WRAPPED(void, Array, "_ZN2pp8VarArrayC1ERKNS_3VarE", pp::VarArray* array, const pp::Var& var);
-WRAPPED(void, Dictionary, "_ZN2pp13VarDictionaryC1ERKNS_3VarE", pp::VarDictionary* dictionary,
+// Constructors, which give the object on some machines.
+WRAPPED(pp::VarArray*, Array, "_ZN2pp8VarArrayC1ERKNS_3VarE", pp::VarArray* array, const pp::Var& var);
+WRAPPED(pp::VarDictionary*, Dictionary, "_ZN2pp13VarDictionaryC1ERKNS_3VarE", pp::VarDictionary* dictionary,
         const pp::Var& var);
 
 namespace {
@@ -55,14 +56,16 @@ std::string CheckedAsString(const pp::Var* var)
     return RealAsString(var);
 }
 
-void CheckedArray(pp::VarArray* array, const pp::Var& var)
+pp::VarArray* CheckedArray(pp::VarArray* array, const pp::Var& var)
 {
     Check(var.is_array(), "an array", var);
     RealArray(array, var);
+    return array;
 }
 
-void CheckedDictionary(pp::VarDictionary* dictionary, const pp::Var& var)
+pp::VarDictionary* CheckedDictionary(pp::VarDictionary* dictionary, const pp::Var& var)
 {
     Check(var.is_dictionary(), "a dictionary", var);
     RealDictionary(dictionary, var);
+    return dictionary;
 }

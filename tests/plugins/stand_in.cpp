@@ -18,8 +18,10 @@ int BmsPlay(int player)
     return tv::PlayerService::Play(player);
 }
 
+// NOLINTBEGIN(readability-identifier-naming): the name is fixed
 extern "C" __attribute__((visibility("default"))) int PPP_InitializeModule();
 int PPP_InitializeModule()
 {
     return 0;
 }
+// NOLINTEND(readability-identifier-naming)
