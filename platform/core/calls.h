@@ -44,7 +44,7 @@ struct Answer {
 class AnyCall;
 
 /// The calls of one room, in the order of their declaration.
-class PLATFORM_API CallTable {
+class ZELUMO_PLATFORM_API CallTable {
   public:
     CallTable() = default;
     CallTable(const CallTable&) = delete;
@@ -67,7 +67,7 @@ const Table& TheTable()
 }
 
 /// A declared call, whatever its types. Not changed once it was made; lives as long as its table.
-class PLATFORM_API AnyCall {
+class ZELUMO_PLATFORM_API AnyCall {
   public:
     AnyCall(const AnyCall&) = delete;
     AnyCall& operator=(const AnyCall&) = delete;
@@ -108,7 +108,7 @@ class PLATFORM_API AnyCall {
 };
 
 /// The scripted answers. Any thread.
-class PLATFORM_API Calls {
+class ZELUMO_PLATFORM_API Calls {
   public:
     Calls() = default;
     Calls(const Calls&) = delete;
@@ -164,7 +164,7 @@ class PLATFORM_API Calls {
     std::map<const AnyCall*, Scripted> scripted_ GUARDED_BY(mutex_);  ///< one for each of calls_
 };
 
-class PLATFORM_API Calls::NoDelay {
+class ZELUMO_PLATFORM_API Calls::NoDelay {
   public:
     /// Without a call: of all calls. `calls` outlives this object.
     NoDelay(Calls& calls, const AnyCall* call) : calls_(calls), call_(call) { calls_.Hurry(call_, true); }
@@ -178,7 +178,7 @@ class PLATFORM_API Calls::NoDelay {
 };
 
 /// Those of the TV, valid for the life of the process.
-PLATFORM_API Calls& TheCalls();
+ZELUMO_PLATFORM_API Calls& TheCalls();
 
 /// An out argument: where it goes and whether it was written.
 template <typename T>

@@ -20,11 +20,11 @@ constexpr std::int64_t kLastDate = 253402300799999;
 /// a date and a time of day (T20:00, T20:00:00 or T20:00:00.250, finer fractions are cut off) with Z or its
 /// offset
 /// (+01:00). Nothing for any other text, and for a time before 1970 or after the year 9999. Any thread.
-PLATFORM_API std::optional<std::chrono::milliseconds> ParseDate(std::string_view text);
+ZELUMO_PLATFORM_API std::optional<std::chrono::milliseconds> ParseDate(std::string_view text);
 
 /// Playing time: it stands still until somebody moves it. The TV's date runs along with it. All operations
 /// may be called on any thread; only one thread moves the clock.
-class PLATFORM_API Clock {
+class ZELUMO_PLATFORM_API Clock {
   public:
     using Time = std::chrono::milliseconds;  ///< playing time since the TV was switched on
     using Alarm = std::function<void()>;
@@ -70,6 +70,6 @@ class PLATFORM_API Clock {
 };
 
 /// That of the TV, valid for the life of the process.
-PLATFORM_API Clock& TheClock();
+ZELUMO_PLATFORM_API Clock& TheClock();
 
 }  // namespace tv

@@ -14,7 +14,7 @@ namespace tv {
 
 /// The thread on which one of the TV's services calls back, one callback at a time. It starts with the
 /// first delivery and ends with the object.
-class PLATFORM_API DeliveryThread {
+class ZELUMO_PLATFORM_API DeliveryThread {
   public:
     using Work = std::function<void()>;
 
@@ -50,7 +50,7 @@ class PLATFORM_API DeliveryThread {
 /// What the TV wants to deliver by itself, service by service. Usually each delivery goes straight to its
 /// service's thread. While held, deliveries wait in one line, in the order in which they came up, until
 /// Release: so a script sees the same order every time.
-class PLATFORM_API Deliveries {
+class ZELUMO_PLATFORM_API Deliveries {
   public:
     /// Any thread. `thread` outlives the delivery.
     void Post(DeliveryThread& thread, DeliveryThread::Work work) EXCLUDES(mutex_);
@@ -75,6 +75,6 @@ class PLATFORM_API Deliveries {
 };
 
 /// Those of the TV, valid for the life of the process.
-PLATFORM_API Deliveries& TheDeliveries();
+ZELUMO_PLATFORM_API Deliveries& TheDeliveries();
 
 }  // namespace tv

@@ -41,7 +41,7 @@ struct DecimalId {
 };
 
 /// Digits only, no sign or blanks, at most 18446744073709551615.
-PLATFORM_API std::optional<std::uint64_t> ParseDecimal(const std::string& text);
+ZELUMO_PLATFORM_API std::optional<std::uint64_t> ParseDecimal(const std::string& text);
 
 /// Whether a call gives its interface: written as true, or null.
 struct Availability {
@@ -49,49 +49,49 @@ struct Availability {
 };
 
 template <>
-struct PLATFORM_API Form<bool> {
+struct ZELUMO_PLATFORM_API Form<bool> {
     static Json::Value Write(bool value) { return value; }
     static bool Read(const Json::Value& json, bool& value);
     static constexpr char kWhat[] = "true or false";
 };
 
 template <>
-struct PLATFORM_API Form<int> {
+struct ZELUMO_PLATFORM_API Form<int> {
     static Json::Value Write(int value) { return value; }
     static bool Read(const Json::Value& json, int& value);
     static constexpr char kWhat[] = "a whole number of 32 bits";
 };
 
 template <>
-struct PLATFORM_API Form<unsigned short> {
+struct ZELUMO_PLATFORM_API Form<unsigned short> {
     static Json::Value Write(unsigned short value) { return value; }
     static bool Read(const Json::Value& json, unsigned short& value);
     static constexpr char kWhat[] = "a whole number from 0 to 65535";
 };
 
 template <>
-struct PLATFORM_API Form<std::int64_t> {
+struct ZELUMO_PLATFORM_API Form<std::int64_t> {
     static Json::Value Write(std::int64_t value) { return static_cast<Json::Int64>(value); }
     static bool Read(const Json::Value& json, std::int64_t& value);
     static constexpr char kWhat[] = "a whole number";
 };
 
 template <>
-struct PLATFORM_API Form<DecimalId> {
+struct ZELUMO_PLATFORM_API Form<DecimalId> {
     static Json::Value Write(DecimalId value) { return std::to_string(value.value); }
     static bool Read(const Json::Value& json, DecimalId& value);
     static constexpr char kWhat[] = "a string of decimal digits, of 64 bits";
 };
 
 template <>
-struct PLATFORM_API Form<std::string> {
+struct ZELUMO_PLATFORM_API Form<std::string> {
     static Json::Value Write(const std::string& value) { return value; }
     static bool Read(const Json::Value& json, std::string& value);
     static constexpr char kWhat[] = "a string";
 };
 
 template <>
-struct PLATFORM_API Form<std::optional<std::string>> {
+struct ZELUMO_PLATFORM_API Form<std::optional<std::string>> {
     static Json::Value Write(const std::optional<std::string>& value)
     {
         return value ? Json::Value(*value) : Json::Value();
@@ -101,7 +101,7 @@ struct PLATFORM_API Form<std::optional<std::string>> {
 };
 
 template <>
-struct PLATFORM_API Form<const char*> {
+struct ZELUMO_PLATFORM_API Form<const char*> {
     static Json::Value Write(const char* value)
     {
         return value == nullptr ? Json::Value() : Json::Value(value);
@@ -109,14 +109,14 @@ struct PLATFORM_API Form<const char*> {
 };
 
 template <>
-struct PLATFORM_API Form<Json::Value> {
+struct ZELUMO_PLATFORM_API Form<Json::Value> {
     static Json::Value Write(const Json::Value& value) { return value; }
     static bool Read(const Json::Value& json, Json::Value& value);
     static constexpr char kWhat[] = "a value";
 };
 
 template <>
-struct PLATFORM_API Form<Availability> {
+struct ZELUMO_PLATFORM_API Form<Availability> {
     static Json::Value Write(Availability value)
     {
         return value.available ? Json::Value(true) : Json::Value();

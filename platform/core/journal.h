@@ -35,7 +35,7 @@ struct LogRecord {
 /// Where platform calls and log lines become visible. Listeners are called on the thread that made the
 /// call, one at a time, in the order in which the calls ended; they must neither make platform calls nor
 /// begin or end a listening. Any thread.
-class PLATFORM_API Journal {
+class ZELUMO_PLATFORM_API Journal {
   public:
     using CallListener = std::function<void(const SharedCall&)>;
     using LogListener = std::function<void(const LogRecord&)>;
@@ -62,9 +62,9 @@ class PLATFORM_API Journal {
 };
 
 /// That of the TV, valid for the life of the process.
-PLATFORM_API Journal& TheJournal();
+ZELUMO_PLATFORM_API Journal& TheJournal();
 
-class PLATFORM_API Journal::Listening {
+class ZELUMO_PLATFORM_API Journal::Listening {
   public:
     Listening(Journal& journal, CallListener on_call, LogListener on_log);
     ~Listening();

@@ -18,7 +18,7 @@
 namespace tv {
 
 /// What is wrong, with its place, in one line: `channels[3].major: must be a whole number of 32 bits`.
-class PLATFORM_API JsonMistake : public std::runtime_error {
+class ZELUMO_PLATFORM_API JsonMistake : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
@@ -30,7 +30,7 @@ enum class JsonPlaces {
 };
 
 /// A value and where it stands.
-class PLATFORM_API JsonNode {
+class ZELUMO_PLATFORM_API JsonNode {
   public:
     /// The whole. `value` outlives this object and those made from it.
     JsonNode(const Json::Value& value, JsonPlaces places) : value_(&value), places_(places) {}
@@ -73,7 +73,7 @@ class PLATFORM_API JsonNode {
 };
 
 /// An object: members that are asked for are known, any other is a mistake.
-class PLATFORM_API JsonObject {
+class ZELUMO_PLATFORM_API JsonObject {
   public:
     explicit JsonObject(JsonNode node);
 

@@ -68,7 +68,7 @@ class CAPABILITY("mutex") Mutex {
 #ifdef NDEBUG
     static void CheckNoneHeld() {}
 #else
-    PLATFORM_API static void CheckNoneHeld();
+    ZELUMO_PLATFORM_API static void CheckNoneHeld();
 #endif
 
   private:
@@ -77,8 +77,8 @@ class CAPABILITY("mutex") Mutex {
     static void Enter(LockLevel) {}
     static void Leave(LockLevel) {}
 #else
-    PLATFORM_API static void Enter(LockLevel level);
-    PLATFORM_API static void Leave(LockLevel level);
+    ZELUMO_PLATFORM_API static void Enter(LockLevel level);
+    ZELUMO_PLATFORM_API static void Leave(LockLevel level);
 #endif
 
     const LockLevel level_;

@@ -29,9 +29,9 @@ struct Verb {
 };
 
 /// True for `"user": null`, which passes null user data to callbacks; any other value is a mistake.
-PLATFORM_API bool ReadNullUser(JsonObject& fields);
+ZELUMO_PLATFORM_API bool ReadNullUser(JsonObject& fields);
 
 /// What callbacks returned: `"delivered"` and `"results"`.
-PLATFORM_API VerbResults Delivered(const std::vector<int>& results);
+ZELUMO_PLATFORM_API VerbResults Delivered(const std::vector<int>& results);
 
 }  // namespace tv

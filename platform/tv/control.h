@@ -12,7 +12,7 @@
 namespace tv {
 
 /// A verb that can't be carried out; what() says why. Nothing was done.
-class PLATFORM_API VerbError : public std::runtime_error {
+class ZELUMO_PLATFORM_API VerbError : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
@@ -20,19 +20,19 @@ class PLATFORM_API VerbError : public std::runtime_error {
 /// Does what `{"tv": VERB, …}` asks for: what somebody at the TV does, or one of its services. Delivery
 /// verbs return when the callbacks have returned. Verbs that concern the page's instance ("close", "open")
 /// are the host's. One thread at a time, and not inside a callback. Throws VerbError.
-PLATFORM_API VerbResults CarryOut(const Json::Value& verb);
+ZELUMO_PLATFORM_API VerbResults CarryOut(const Json::Value& verb);
 
 /// The first half of it: reads `verb` and checks its fields. What it gives does the rest, once, and throws
 /// VerbError for what can only be known then. Any thread. Throws VerbError.
-PLATFORM_API VerbAction ReadVerb(const Json::Value& verb);
+ZELUMO_PLATFORM_API VerbAction ReadVerb(const Json::Value& verb);
 
 /// Playing time passes; what an alarm sets off is delivered before the next one, so that the order is that of
 /// playing time. As Clock::Advance with `goes_on`, which is asked after each alarm; null: it always does.
-PLATFORM_API Clock::Time PassTime(Clock::Time by, const std::function<bool()>& goes_on = nullptr);
+ZELUMO_PLATFORM_API Clock::Time PassTime(Clock::Time by, const std::function<bool()>& goes_on = nullptr);
 /// What the verb `advance` gives back: the playing time as it is.
-PLATFORM_API VerbResults TimePassed();
+ZELUMO_PLATFORM_API VerbResults TimePassed();
 
 /// For verbs of the host's own, which have no fields: throws VerbError when `verb` has any.
-PLATFORM_API void RefuseFields(const Json::Value& verb);
+ZELUMO_PLATFORM_API void RefuseFields(const Json::Value& verb);
 
 }  // namespace tv

@@ -16,7 +16,7 @@
 namespace tv {
 
 /// The verbs that wait for their time of playing. Any thread, unless something else is said.
-class PLATFORM_API Schedule {
+class ZELUMO_PLATFORM_API Schedule {
   public:
     /// Is given what is due, on the thread that moves the clock: `carry_out` does what `verb` asks for, and
     /// throws VerbError.
@@ -58,6 +58,6 @@ class PLATFORM_API Schedule {
 };
 
 /// That of the TV, valid for the life of the process.
-PLATFORM_API Schedule& TheSchedule();
+ZELUMO_PLATFORM_API Schedule& TheSchedule();
 
 }  // namespace tv

@@ -27,22 +27,22 @@
 namespace tv {
 
 /// The services, in the order in which they are asked and their calls are listed.
-PLATFORM_API const std::vector<Service*>& Services();
+ZELUMO_PLATFORM_API const std::vector<Service*>& Services();
 
 /// The TV becomes that one: its channels, date and first-use state are as they are at its start.
-PLATFORM_API void LoadTv(const TvConfig& config);
+ZELUMO_PLATFORM_API void LoadTv(const TvConfig& config);
 
 /// The TV as it stands: channel, players, settings, subscriptions, watches, scripted answers, scheduled
 /// verbs, `speed`, `time` (its date) and `playingTime`, both in milliseconds.
-PLATFORM_API Json::Value StateJson();
+ZELUMO_PLATFORM_API Json::Value StateJson();
 
 /// How many subscriptions, watches and registrations the services hold.
-PLATFORM_API std::size_t CountRegistrations();
+ZELUMO_PLATFORM_API std::size_t CountRegistrations();
 /// Drops those that an instance left behind when it was destroyed, so that nothing calls into it any more,
 /// and returns how many there were. A correct plug-in leaves none, unless scripted answers kept its calls
 /// from having effect. Not inside a callback.
-PLATFORM_API std::size_t DropLeftovers();
+ZELUMO_PLATFORM_API std::size_t DropLeftovers();
 /// How many DropLeftovers has dropped so far.
-PLATFORM_API std::size_t CountDroppedLeftovers();
+ZELUMO_PLATFORM_API std::size_t CountDroppedLeftovers();
 
 }  // namespace tv

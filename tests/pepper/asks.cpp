@@ -9,8 +9,8 @@
 #include "zelumo-platform/export.h"
 
 // The linker's names: __wrap_ is called in place of a function, __real_ is the function.
-#define WRAPPED(result, name, symbol, ...)                                 \
-    PLATFORM_API result Real##name(__VA_ARGS__) __asm__("__real_" symbol); \
+#define WRAPPED(result, name, symbol, ...)                                        \
+    ZELUMO_PLATFORM_API result Real##name(__VA_ARGS__) __asm__("__real_" symbol); \
     result Checked##name(__VA_ARGS__) __asm__("__wrap_" symbol)
 
 WRAPPED(bool, AsBool, "_ZNK2pp3Var6AsBoolEv", const pp::Var* var);

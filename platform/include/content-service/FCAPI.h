@@ -21,7 +21,7 @@ struct ExtractedServiceInfomations {
 };
 
 /// The streaming service's channels: programmes, pictures and on-demand marks.
-class PLATFORM_API FIVirtualChannelsAPI {
+class ZELUMO_PLATFORM_API FIVirtualChannelsAPI {
   public:
     virtual bool GetProgramList(const std::string& request, std::string& response) = 0;
     virtual bool GetProgram(const std::string& request, std::string& response) = 0;
@@ -50,7 +50,7 @@ class PLATFORM_API FIVirtualChannelsAPI {
 };
 
 /// The page as an application, and the first use of it.
-class PLATFORM_API FIZELumoAPI {
+class ZELUMO_PLATFORM_API FIZELumoAPI {
   public:
     /// Says that the page was started: from now on neither boot nor entry is the first one.
     virtual bool LaunchedZELumoWebApp() = 0;
@@ -66,7 +66,7 @@ class PLATFORM_API FIZELumoAPI {
     virtual ~FIZELumoAPI();
 };
 
-class PLATFORM_API FCAPI {
+class ZELUMO_PLATFORM_API FCAPI {
   public:
     // Any thread. Null while the content service is not available; else valid for the life of the process.
     static FIVirtualChannelsAPI* GetVirtualChannelsAPI();

@@ -13,7 +13,7 @@ struct FSEventData {
 using FEventCallback = int (*)(int event, FSEventData data, void* userData);
 
 /// The process's connection to the content service.
-class PLATFORM_API FIIPCConnection {
+class ZELUMO_PLATFORM_API FIIPCConnection {
   public:
     /// Any thread. Null while the content service is not available. Never released.
     static FIIPCConnection* GetInstance();
@@ -24,7 +24,7 @@ class PLATFORM_API FIIPCConnection {
 
 /// Subscriptions to the content service's events for the callback that it was fetched for. Any thread. There
 /// is one subscription per event and callback: a second one replaces the user data.
-class PLATFORM_API FCEMSProxy {
+class ZELUMO_PLATFORM_API FCEMSProxy {
   public:
     /// Null without a connection. Owned by the library, valid for the life of the process.
     static FCEMSProxy* GetInstanceForPlugin(FIIPCConnection* connection, FEventCallback callback);

@@ -8,5 +8,5 @@ enum { DLOG_DEBUG = 3, DLOG_ERROR = 6 };
 
 /// Writes one line to the platform log. Any thread. Returns the length of the line in bytes, or 0 when nobody
 /// reads the log. All texts are read during the call only.
-extern "C" PLATFORM_API int __dlog_print(int buffer, int priority, const char* tag, const char* format, ...)
-    __attribute__((format(printf, 4, 5)));
+extern "C" ZELUMO_PLATFORM_API int __dlog_print(int buffer, int priority, const char* tag, const char* format,
+                                                ...) __attribute__((format(printf, 4, 5)));

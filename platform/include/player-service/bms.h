@@ -51,24 +51,24 @@ using BmsCallbackFunction = void (*)(int id, _BmsEvent type, _BmsCallbackStruct&
 
 /// Makes a player for a stream and writes its id; fails, nothing written, without an address. `timeOffset` is
 /// where to begin, in seconds.
-PLATFORM_API int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType,
-                                 _BmsDrmInfo drm, BmsPlayerId* id);
-PLATFORM_API int BmsPlay(BmsPlayerId id);
-PLATFORM_API int BmsPause(BmsPlayerId id);
-PLATFORM_API int BmsResume(BmsPlayerId id);
-PLATFORM_API int BmsStop(BmsPlayerId id);
+ZELUMO_PLATFORM_API int BmsCreatePlayer(const char* url, const char* mimeType, int timeOffset, int playerType,
+                                        _BmsDrmInfo drm, BmsPlayerId* id);
+ZELUMO_PLATFORM_API int BmsPlay(BmsPlayerId id);
+ZELUMO_PLATFORM_API int BmsPause(BmsPlayerId id);
+ZELUMO_PLATFORM_API int BmsResume(BmsPlayerId id);
+ZELUMO_PLATFORM_API int BmsStop(BmsPlayerId id);
 /// Goes to the live edge of a live stream.
-PLATFORM_API int BmsResumeLive(BmsPlayerId id);
+ZELUMO_PLATFORM_API int BmsResumeLive(BmsPlayerId id);
 /// Position in milliseconds.
-PLATFORM_API int BmsSeek(BmsPlayerId id, std::int32_t position);
+ZELUMO_PLATFORM_API int BmsSeek(BmsPlayerId id, std::int32_t position);
 /// Writes the play position in milliseconds; nothing is written on failure.
-PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
+ZELUMO_PLATFORM_API int BmsGetPlayTime(BmsPlayerId id, std::int32_t* position);
 /// The rectangle of the screen that shows the picture; in any state.
-PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
+ZELUMO_PLATFORM_API int BmsSetVideoPosition(BmsPlayerId id, int x, int y, int width, int height);
 
 /// From now on `callback` is called for each report of that player, which need not exist yet. There is one
 /// registration per player and user data: a second one replaces the callback. Fails for a null callback.
-PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
+ZELUMO_PLATFORM_API int BmsSetCallback(BmsPlayerId id, BmsCallbackFunction callback, void* userData);
 /// When it has returned, no call for that player and user data is running or will start, unless it was
 /// called from inside one. Fails when there was no such registration.
-PLATFORM_API int BmsUnSetCallback(BmsPlayerId id, void* userData);
+ZELUMO_PLATFORM_API int BmsUnSetCallback(BmsPlayerId id, void* userData);

@@ -13,7 +13,7 @@
 
 /// Base of a plug-in's message handler: passes the page's messages on and builds the dictionaries that
 /// answer them. The building operations may be called on any thread.
-class PLATFORM_API PPBaseMessageHandler : public pp::MessageHandler {
+class ZELUMO_PLATFORM_API PPBaseMessageHandler : public pp::MessageHandler {
   public:
     ~PPBaseMessageHandler() override;
     // Loop's thread. The first two pass on to the operations below, the last does nothing.

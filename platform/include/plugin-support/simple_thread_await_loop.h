@@ -10,7 +10,7 @@ namespace pp {
 
 /// A worker thread with a message loop of its own. Started, and destroyed, by the thread that owns it; never
 /// by the worker itself.
-class PLATFORM_API SimpleThreadAwaitLoop {
+class ZELUMO_PLATFORM_API SimpleThreadAwaitLoop {
   public:
     explicit SimpleThreadAwaitLoop(const InstanceHandle& instance);
     /// Ends the loop and joins the thread: waits for the one piece of work or message that is being

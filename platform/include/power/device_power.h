@@ -12,8 +12,8 @@ using device_power_poweroff_cb = int (*)(int type, void* user_data);
 /// From now on `callback` is called at each power-off. Any thread. There is one subscription per callback: a
 /// second one replaces the user data, which is not owned. Returns 0, or a negative number for a null
 /// callback.
-PLATFORM_API int device_power_subscribe_poweroff(device_power_poweroff_cb callback, void* user_data);
+ZELUMO_PLATFORM_API int device_power_subscribe_poweroff(device_power_poweroff_cb callback, void* user_data);
 
 /// Ends that. Any thread. When it has returned, no call to `callback` is running or will start, unless it was
 /// called from inside one. Returns 0, or a negative number when there was no such subscription.
-PLATFORM_API int device_power_unsubscribe_poweroff(device_power_poweroff_cb callback);
+ZELUMO_PLATFORM_API int device_power_unsubscribe_poweroff(device_power_poweroff_cb callback);

@@ -45,7 +45,7 @@ namespace ht {
 constexpr std::size_t kTextSize = 16383;
 
 /// The stored values of one scope.
-class PLATFORM_API TSCallItemHelper {
+class ZELUMO_PLATFORM_API TSCallItemHelper {
   public:
     /// A number (4 bytes) or a bool (1 byte), in memory order.
     void StoreFixed(const void* address, std::size_t size);
@@ -61,7 +61,7 @@ class PLATFORM_API TSCallItemHelper {
     std::vector<Item> items_;
 };
 
-struct PLATFORM_API TSDemangler {
+struct ZELUMO_PLATFORM_API TSDemangler {
     /// The type's name as it is written in source code, or `name` itself when it is not a mangled name.
     static std::string Demangle(const char* name);
 };
@@ -69,7 +69,7 @@ struct PLATFORM_API TSDemangler {
 }  // namespace ht
 
 /// One scope, open as long as it lives. When it closes, queued callbacks are run first.
-class PLATFORM_API TCScopeContainer {
+class ZELUMO_PLATFORM_API TCScopeContainer {
   public:
     /// `location` outlives this object.
     explicit TCScopeContainer(const TSCodeLocation& location);
@@ -95,7 +95,7 @@ class PLATFORM_API TCScopeContainer {
 };
 
 /// Takes the values of one open scope.
-class PLATFORM_API TCScopeHandler {
+class ZELUMO_PLATFORM_API TCScopeHandler {
   public:
     /// To be released before the scope closes.
     static std::shared_ptr<TCScopeHandler> Instance(TCScopeContainer& container);

@@ -11,5 +11,5 @@ using ht_enabled_flag = std::atomic<std::uintptr_t>;
 
 /// Announces a library, by its flag, when it is loaded, and withdraws it when it is unloaded; after the
 /// withdrawal the flag is not touched any more. Any thread.
-PLATFORM_API void ht_register_library(ht_enabled_flag* enabled);
-PLATFORM_API void ht_deregister_library(ht_enabled_flag* enabled);
+ZELUMO_PLATFORM_API void ht_register_library(ht_enabled_flag* enabled);
+ZELUMO_PLATFORM_API void ht_deregister_library(ht_enabled_flag* enabled);

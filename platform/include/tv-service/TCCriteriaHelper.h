@@ -11,7 +11,7 @@ class ServiceRecord;
 }  // namespace tv
 
 /// Which services a query is about, and which of their fields it fills. One thread at a time.
-class PLATFORM_API TCCriteriaHelper {
+class ZELUMO_PLATFORM_API TCCriteriaHelper {
   public:
     /// Adds a field to those that the query fills.
     void Fetch(int field) { fetch_.push_back(field); }
@@ -26,7 +26,7 @@ class PLATFORM_API TCCriteriaHelper {
 };
 
 /// Fills criteria from a navigation mode. Any thread. True on success; criteria are untouched otherwise.
-class PLATFORM_API TCNavigationModeHelper {
+class ZELUMO_PLATFORM_API TCNavigationModeHelper {
   public:
     static bool GetNavigationCriteria(ENavigationMode mode, TCCriteriaHelper& criteria, ESortMode sort);
     static bool GetNavigationCriteria(ENavigationMode mode, unsigned long long value,

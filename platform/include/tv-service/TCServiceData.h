@@ -31,7 +31,7 @@ enum EServiceField : int {
 
 /// One service (channel): numbers and texts under numeric field identifiers; any field may be absent.
 /// A text is a run of 16-bit units in big-endian byte order. Not safe for concurrent changes.
-class PLATFORM_API TCServiceData {
+class ZELUMO_PLATFORM_API TCServiceData {
   public:
     /// Reads a number. False, the value untouched, when the field is absent or holds a text; a number too
     /// large for the type keeps its low bits.

@@ -13,7 +13,7 @@
 /// used on any thread.
 
 /// Queries of the line-up, and tuning among its channels.
-class PLATFORM_API IServiceNavigation {
+class ZELUMO_PLATFORM_API IServiceNavigation {
   public:
     /// Tunes to a channel on behalf of the application `appId`.
     virtual int TuneService(const unsigned long long& serviceId, int, int, const std::string& appId) = 0;
@@ -31,7 +31,7 @@ class PLATFORM_API IServiceNavigation {
 };
 
 /// The TV's source (tuner, input sockets) and tuning through it.
-class PLATFORM_API ISourceControl {
+class ZELUMO_PLATFORM_API ISourceControl {
   public:
     virtual int TuneService(int, unsigned long long serviceId, const std::string& appId) = 0;
     virtual int GetSourceFlag(int& flag) = 0;
@@ -47,7 +47,7 @@ using TVSignalCallback = int (*)(ESignalType signal, TSSignalData data, void* us
 
 /// Subscriptions to TV signals for the callback that it was created for. There is one subscription per
 /// signal and callback: a second one replaces the user data, which is not owned.
-class PLATFORM_API ISignalSubscriber {
+class ZELUMO_PLATFORM_API ISignalSubscriber {
   public:
     virtual int Subscribe(ESignalType signal, void* userData, int, int, int) = 0;
     /// When it has returned, no call to the callback for that signal is running or will start, unless it
@@ -59,7 +59,7 @@ class PLATFORM_API ISignalSubscriber {
 };
 
 /// Factories. On failure the pointer is not written.
-class PLATFORM_API TVServiceAPI {
+class ZELUMO_PLATFORM_API TVServiceAPI {
   public:
     static int CreateServiceNavigation(EProfile profile, int, IServiceNavigation** navigation);
     static int CreateSourceControl(EProfile profile, int, ISourceControl** sourceControl);

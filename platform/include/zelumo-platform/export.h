@@ -1,4 +1,4 @@
 #pragma once
 
 /// Marks what the platform's shared object exports.
-#define PLATFORM_API __attribute__((visibility("default")))
+#define ZELUMO_PLATFORM_API __attribute__((visibility("default")))

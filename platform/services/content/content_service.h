@@ -18,7 +18,7 @@
 namespace tv {
 
 /// The sections "contentService", "firstUse" and "application" of a TV file. Texts are UTF-8.
-struct PLATFORM_API ContentConfig {
+struct ZELUMO_PLATFORM_API ContentConfig {
     bool available = true;
     std::string version;
     std::string country;
@@ -39,7 +39,7 @@ struct PLATFORM_API ContentConfig {
 /// The programme guide, the on-demand marks and the first-use state of the TV. Requests and answers are
 /// JSON texts; an operation gives no answer when its request can't be read or names something that does
 /// not exist. Any thread.
-class PLATFORM_API ContentService : public Service {
+class ZELUMO_PLATFORM_API ContentService : public Service {
   public:
     /// The one of the process, never destroyed.
     static ContentService& Get();

@@ -17,7 +17,7 @@ namespace tv {
 
 /// The content service's events and the TV signals that it relays: who subscribed to which, and their
 /// delivery. Any thread.
-class PLATFORM_API EventProxyService : public Service {
+class ZELUMO_PLATFORM_API EventProxyService : public Service {
   public:
     /// The one of the process, never destroyed.
     static EventProxyService& Get();

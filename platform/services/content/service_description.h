@@ -7,7 +7,7 @@
 namespace tv {
 
 template <>
-struct PLATFORM_API Form<ExtractedServiceInfomations> {
+struct ZELUMO_PLATFORM_API Form<ExtractedServiceInfomations> {
     static Json::Value Write(const ExtractedServiceInfomations& info);
     /// Every member must be there.
     static bool Read(const Json::Value& json, ExtractedServiceInfomations& info);

@@ -11,7 +11,7 @@ namespace tv {
 enum class MediaState { Created, Buffering, Playing, Paused, Stopped, Ended, Failed };
 
 /// As the TV's state and media lines have it.
-PLATFORM_API const char* NameOf(MediaState state);
+ZELUMO_PLATFORM_API const char* NameOf(MediaState state);
 
 /// What a player can be told to do. Play begins at the beginning, Resume goes on after a pause.
 struct MediaCommand {
@@ -22,7 +22,7 @@ struct MediaCommand {
 };
 
 /// How a stream stands at some moment.
-struct PLATFORM_API MediaStatus {
+struct ZELUMO_PLATFORM_API MediaStatus {
     using Time = std::chrono::milliseconds;
 
     MediaState state = MediaState::Created;

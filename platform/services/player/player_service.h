@@ -34,7 +34,7 @@ enum class MediaKind {
 /// The TV's media players: an engine plays for each, on the TV's clock, and its reports go to whoever
 /// registered for them. One of them has the decoder. Commands give 0, or -1 when there is no such player or
 /// the command makes no sense in its state. Any thread.
-class PLATFORM_API PlayerService : public Service {
+class ZELUMO_PLATFORM_API PlayerService : public Service {
   public:
     /// The one of the process, never destroyed.
     static PlayerService& Get();

@@ -35,7 +35,7 @@ struct StreamConfig {
 
 /// The streams that there are, before the built-in ones: a film, a short one, a live one, two faults, and an
 /// hour for any other address.
-struct PLATFORM_API StreamsConfig {
+struct ZELUMO_PLATFORM_API StreamsConfig {
     std::vector<StreamConfig> streams;
     std::map<std::string, std::string> key_systems;  ///< by the page's "drmType"
 

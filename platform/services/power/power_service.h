@@ -14,7 +14,7 @@
 namespace tv {
 
 /// Tells subscribers when the TV is switched off. Any thread.
-class PLATFORM_API PowerService : public Service {
+class ZELUMO_PLATFORM_API PowerService : public Service {
   public:
     /// The one of the process, never destroyed.
     static PowerService& Get();

@@ -21,7 +21,7 @@ struct RemoteKey {
 };
 
 /// The key codes that a TV has of its own.
-struct PLATFORM_API RemoteControlConfig {
+struct ZELUMO_PLATFORM_API RemoteControlConfig {
     std::map<std::string, int> key_codes;  ///< by the key's name; the others have their usual ones
 
     /// The section "keys" of a TV file.
@@ -29,7 +29,7 @@ struct PLATFORM_API RemoteControlConfig {
 };
 
 /// The remote control: its keys go to the page that is shown, not to the plug-in. Any thread.
-class PLATFORM_API RemoteControl : public Service {
+class ZELUMO_PLATFORM_API RemoteControl : public Service {
   public:
     /// The one of the process, never destroyed.
     static RemoteControl& Get();

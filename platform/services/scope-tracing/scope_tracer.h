@@ -42,7 +42,7 @@ struct TracedScope {
 };
 
 /// Collects the scopes of the traced libraries while it is on. Any thread, unless stated otherwise.
-class PLATFORM_API ScopeTracer : public Service {
+class ZELUMO_PLATFORM_API ScopeTracer : public Service {
   public:
     /// The one of the process, never destroyed.
     static ScopeTracer& Get();

@@ -10,7 +10,7 @@
 namespace tv {
 
 /// The libraries whose scopes can be traced. Any thread.
-class PLATFORM_API TraceLibraries {
+class ZELUMO_PLATFORM_API TraceLibraries {
   public:
     /// The one of the process, never destroyed.
     static TraceLibraries& Get();

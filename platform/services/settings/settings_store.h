@@ -29,14 +29,14 @@ class SettingsDatabase;
 using SettingValue = std::variant<std::string, int, bool>;
 
 template <>
-struct PLATFORM_API Form<SettingValue> {
+struct ZELUMO_PLATFORM_API Form<SettingValue> {
     static Json::Value Write(const SettingValue& value);
     static bool Read(const Json::Value& json, SettingValue& value);
     static constexpr char kWhat[] = "a string, a whole number of 32 bits, or true or false";
 };
 
 /// What a TV file says of the settings: what the store holds from the start.
-struct PLATFORM_API SettingsConfig {
+struct ZELUMO_PLATFORM_API SettingsConfig {
     std::map<std::string, SettingValue> values;
 
     void Read(JsonObject& file);
@@ -44,7 +44,7 @@ struct PLATFORM_API SettingsConfig {
 
 /// The settings store: typed values under keys, kept in memory and, when a file was opened, in a database.
 /// Any thread.
-class PLATFORM_API SettingsStore : public Service {
+class ZELUMO_PLATFORM_API SettingsStore : public Service {
   public:
     /// The one of the process, never destroyed.
     static SettingsStore& Get();

@@ -41,7 +41,7 @@ struct ChannelConfig {
 };
 
 /// The sections "channels", "current", "programs", "tvMode" and "source" of a TV file.
-struct PLATFORM_API LineUp {
+struct ZELUMO_PLATFORM_API LineUp {
     std::vector<ChannelConfig> channels;
     std::optional<unsigned long long> current;  ///< the channel at the start; nothing: the first
     std::vector<ProgramText> programs;          ///< what schedules are made of; not empty

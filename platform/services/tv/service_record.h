@@ -15,7 +15,7 @@
 namespace tv {
 
 /// What the TV service does with the records and criteria that its clients hold.
-class PLATFORM_API ServiceRecord {
+class ZELUMO_PLATFORM_API ServiceRecord {
   public:
     using Value = TCServiceData::Value;
 
@@ -50,15 +50,15 @@ struct ServiceField {
 };
 
 /// The fields that have a name, in the order in which a TV file's are read.
-PLATFORM_API const std::vector<ServiceField>& ServiceFields();
-PLATFORM_API FieldKind KindOf(int field);
+ZELUMO_PLATFORM_API const std::vector<ServiceField>& ServiceFields();
+ZELUMO_PLATFORM_API FieldKind KindOf(int field);
 /// What a TV file may give: "a whole number of 32 bits".
-PLATFORM_API const char* WhatIs(FieldKind kind);
+ZELUMO_PLATFORM_API const char* WhatIs(FieldKind kind);
 /// The value, or nothing for another form. An extra as an object is not read here.
-PLATFORM_API std::optional<ServiceRecord::Value> ReadField(FieldKind kind, const Json::Value& json);
+ZELUMO_PLATFORM_API std::optional<ServiceRecord::Value> ReadField(FieldKind kind, const Json::Value& json);
 
 template <>
-struct PLATFORM_API Form<TSTvMode> {
+struct ZELUMO_PLATFORM_API Form<TSTvMode> {
     static Json::Value Write(const TSTvMode& mode);
     static bool Read(const Json::Value& json, TSTvMode& mode);
     static constexpr char kWhat[] = "an object {\"antennaMode\", \"serviceMode\"} of whole numbers";
@@ -71,7 +71,7 @@ struct Form<TCCriteriaHelper> {
 };
 
 template <>
-struct PLATFORM_API Form<TCServiceData> {
+struct ZELUMO_PLATFORM_API Form<TCServiceData> {
     static Json::Value Write(const TCServiceData& service) { return ServiceRecord::Write(service); }
     static bool Read(const Json::Value& json, TCServiceData& service);
     static constexpr char kWhat[] = "an object from field identifier to value";
@@ -79,15 +79,15 @@ struct PLATFORM_API Form<TCServiceData> {
 
 using ServiceList = std::list<std::unique_ptr<TCServiceData>>;
 template <>
-struct PLATFORM_API Form<ServiceList> {
+struct ZELUMO_PLATFORM_API Form<ServiceList> {
     static Json::Value Write(const ServiceList& services);
     static bool Read(const Json::Value& json, ServiceList& services);
     static constexpr char kWhat[] = "an array of services";
 };
 
 /// UTF-8 to 16-bit units in big-endian byte order; what is no UTF-8 becomes U+FFFD.
-PLATFORM_API std::string EncodeUnits(const std::string& utf8);
+ZELUMO_PLATFORM_API std::string EncodeUnits(const std::string& utf8);
 /// The way back; what is no UTF-16, and an odd last byte, is left out.
-PLATFORM_API std::string DecodeUnits(const std::string& bytes);
+ZELUMO_PLATFORM_API std::string DecodeUnits(const std::string& bytes);
 
 }  // namespace tv

@@ -15,7 +15,7 @@
 namespace tv {
 
 /// The TV service's signals: who subscribed to which, and their delivery. Any thread.
-class PLATFORM_API SignalService : public Service {
+class ZELUMO_PLATFORM_API SignalService : public Service {
   public:
     /// The one of the process, never destroyed.
     static SignalService& Get();

@@ -14,7 +14,7 @@
 namespace tv {
 
 /// The TV's line-up and which of its channels it shows. Any thread.
-class PLATFORM_API TvService : public Service {
+class ZELUMO_PLATFORM_API TvService : public Service {
   public:
     /// The one of the process, never destroyed.
     static TvService& Get();

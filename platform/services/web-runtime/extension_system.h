@@ -16,7 +16,7 @@
 namespace tv {
 
 /// What the web runtime tells through its extension interface.
-struct PLATFORM_API ExtensionConfig {
+struct ZELUMO_PLATFORM_API ExtensionConfig {
     bool available = true;  ///< whether the runtime offers the interface at all
     std::string embedder = "OrvexWRT";
     Json::Value extension_info{Json::objectValue};
@@ -28,7 +28,7 @@ struct PLATFORM_API ExtensionConfig {
 };
 
 /// The web runtime's side of its extension interface. Any thread.
-class PLATFORM_API ExtensionSystem : public Service {
+class ZELUMO_PLATFORM_API ExtensionSystem : public Service {
   public:
     /// The one of the process, never destroyed.
     static ExtensionSystem& Get();

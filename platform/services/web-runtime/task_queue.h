@@ -25,7 +25,7 @@ class Task {
 
 /// What a message loop runs: work, and messages of the page. Any thread posts; one thread attaches and
 /// runs.
-class PLATFORM_API TaskQueue {
+class ZELUMO_PLATFORM_API TaskQueue {
   public:
     using Clock = std::chrono::steady_clock;
     enum class Kind { Work, Message };

@@ -38,16 +38,16 @@ ArrayObject* AsArrayObject(const PP_Var& var);
 DictionaryObject* AsDictionaryObject(const PP_Var& var);
 
 // Nothing happens to vars that are not counted. The last release destroys the object.
-PLATFORM_API void AddReference(const PP_Var& var);
-PLATFORM_API void ReleaseReference(const PP_Var& var);
+ZELUMO_PLATFORM_API void AddReference(const PP_Var& var);
+ZELUMO_PLATFORM_API void ReleaseReference(const PP_Var& var);
 
 /// How many references there are to a counted var; 0 for any other.
-PLATFORM_API int CountReferences(const PP_Var& var);
+ZELUMO_PLATFORM_API int CountReferences(const PP_Var& var);
 /// A string var's text without a copy, valid while the var lives; empty for another type.
-PLATFORM_API const std::string& TextOf(const pp::Var& var);
+ZELUMO_PLATFORM_API const std::string& TextOf(const pp::Var& var);
 /// The entries of a dictionary, sorted by key, and the elements of an array, without a copy, valid while the
 /// var lives and nobody changes it; empty for another type.
-PLATFORM_API const std::vector<std::pair<std::string, pp::Var>>& EntriesOf(const pp::Var& dictionary);
-PLATFORM_API const std::vector<pp::Var>& ElementsOf(const pp::Var& array);
+ZELUMO_PLATFORM_API const std::vector<std::pair<std::string, pp::Var>>& EntriesOf(const pp::Var& dictionary);
+ZELUMO_PLATFORM_API const std::vector<pp::Var>& ElementsOf(const pp::Var& array);
 
 }  // namespace tv

@@ -21,7 +21,7 @@ class InstanceRecord;
 /// One embedded plug-in element, as the web runtime keeps it: creates the plug-in's instance and destroys
 /// it. Both happen on the thread of the owner; the other operations may be called on any thread, and may
 /// still be under way when the destruction begins.
-class PLATFORM_API EmbeddedInstance {
+class ZELUMO_PLATFORM_API EmbeddedInstance {
   public:
     /// Receives what the plug-in posts to the page, on the posting thread, one message at a time for each
     /// thread. It must not destroy this object on the worker thread.
@@ -65,7 +65,7 @@ class PLATFORM_API EmbeddedInstance {
     std::shared_ptr<InstanceRecord> record_;
 };
 
-class PLATFORM_API EmbeddedInstance::Sender {
+class ZELUMO_PLATFORM_API EmbeddedInstance::Sender {
   public:
     void Send(Kind kind, pp::Var message, Sink sink) const;
     pp::Var Await(const pp::Var& message) const;
@@ -79,9 +79,9 @@ class PLATFORM_API EmbeddedInstance::Sender {
 
 /// What pp::Module::Get gives from now on; null: nothing. Set by whoever loads the plug-in and owns the
 /// module, and withdrawn before the module goes. Any thread.
-PLATFORM_API void SetModule(pp::Module* module);
+ZELUMO_PLATFORM_API void SetModule(pp::Module* module);
 
 /// How many instances are alive. Any thread.
-PLATFORM_API int CountInstances();
+ZELUMO_PLATFORM_API int CountInstances();
 
 }  // namespace tv

@@ -17,7 +17,7 @@ class View;
 
 /// The plug-in's side of one embedded element. A copy names the same element; destroying a copy leaves the
 /// element as it is. The runtime creates, initialises and destroys instances on its plug-in thread.
-class PLATFORM_API Instance {
+class ZELUMO_PLATFORM_API Instance {
   public:
     explicit Instance(PP_Instance instance) : pp_instance_(instance) {}
     virtual ~Instance();

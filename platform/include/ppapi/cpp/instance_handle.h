@@ -9,7 +9,7 @@ class Instance;
 
 /// The id of an instance, to pass to objects that belong to one. It says nothing about whether the instance
 /// still lives.
-class PLATFORM_API InstanceHandle {
+class ZELUMO_PLATFORM_API InstanceHandle {
   public:
     /// `instance` is not null, and is used no longer than this call.
     InstanceHandle(Instance* instance);  // NOLINT(google-explicit-constructor): an instance stands for its id

@@ -8,7 +8,7 @@ namespace pp {
 
 /// Receives the page's messages on the thread of the loop that it was registered with, one at a time.
 /// Messages are lent for the call.
-class PLATFORM_API MessageHandler {
+class ZELUMO_PLATFORM_API MessageHandler {
   public:
     virtual ~MessageHandler();
     virtual void HandleMessage(InstanceHandle instance, const Var& message) = 0;

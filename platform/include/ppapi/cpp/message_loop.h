@@ -15,7 +15,7 @@ namespace pp {
 /// A queue of work that one thread runs. Copies name the same loop. Any thread may post; attaching and
 /// running belong to the loop's own thread. What GetCurrent gives on a thread without a loop is none: each
 /// operation gives PP_ERROR_BADARGUMENT then.
-class PLATFORM_API MessageLoop {
+class ZELUMO_PLATFORM_API MessageLoop {
   public:
     /// A new loop that no thread runs yet.
     explicit MessageLoop(const InstanceHandle& instance);

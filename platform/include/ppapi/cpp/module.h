@@ -9,7 +9,7 @@ class Instance;
 
 /// What a loaded plug-in library offers to the runtime. There is one at a time. Made, used and destroyed on
 /// the plug-in thread; Get and GetBrowserInterface on any.
-class PLATFORM_API Module {
+class ZELUMO_PLATFORM_API Module {
   public:
     Module();
     virtual ~Module();

@@ -7,6 +7,6 @@ namespace pp {
 class Module;
 
 /// Defined and exported by the plug-in: makes its module, or null when it can't. The runtime owns it.
-PLATFORM_API Module* CreateModule();
+ZELUMO_PLATFORM_API Module* CreateModule();
 
 }  // namespace pp

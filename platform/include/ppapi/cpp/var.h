@@ -11,7 +11,7 @@ namespace pp {
 /// One value. Copying a string, an array or a dictionary shares its contents. Different Var objects may be
 /// used on different threads even when they share contents, as long as nobody changes those. Texts are UTF-8.
 /// An array or a dictionary must not contain itself: it would never be released.
-class PLATFORM_API Var {
+class ZELUMO_PLATFORM_API Var {
   public:
     /// The null value, as opposed to the undefined one that Var() gives.
     struct Null {};

@@ -7,7 +7,7 @@ namespace pp {
 
 /// An array seen through a Var; copies share the elements. On a var of another type reads give undefined
 /// and changes give false.
-class PLATFORM_API VarArray : public Var {
+class ZELUMO_PLATFORM_API VarArray : public Var {
   public:
     /// A new, empty array.
     VarArray();

@@ -8,7 +8,7 @@ namespace pp {
 
 /// A dictionary seen through a Var; copies share the entries. Keys are string vars. On a var of another
 /// type, or with a key that is not a string, reads give undefined and changes give false.
-class PLATFORM_API VarDictionary : public Var {
+class ZELUMO_PLATFORM_API VarDictionary : public Var {
   public:
     /// A new, empty dictionary.
     VarDictionary();
