@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Measures what plays in the browser against shaka-player alone on the same page: the time to the first picture, and the
 // processor time of the browser while it plays.
 //   ZELUMO_TV=build/run/bin/zelumo-tv node bench/media.mjs [ROUNDS]

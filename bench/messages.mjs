@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Measures a blocking message of a page against a bare synchronous request of the same tab to an echo:
 //   node bench/messages.mjs TV ECHO    (addresses, without a slash at their ends)
 // Prints the two medians, in nanoseconds. The page of the TV holds one of the echo in a frame, so that both ask their own

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # zelumo_embed(TARGET FILE SYMBOL HEADER): adds the bytes of FILE to TARGET, as the array SYMBOL and its size
 # SYMBOLSize that HEADER declares.
 set(ZELUMO_EMBED_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/embed_file.cmake)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # zelumo_warnings(TARGET): the warnings that all of the tree is held to. In the presets of developers and CI they are errors.
 # Clang also checks that locks are held where the annotations want them.
 function(zelumo_warnings target)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Writes SOURCE: the bytes of FILE as an array.
 file(READ ${FILE} bytes HEX)
 string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${bytes}")

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Takes away what the installs from BUILD have put in place, and the folders that are empty then: cmake -DBUILD=DIR -P uninstall.cmake
 file(GLOB manifests ${BUILD}/install_manifest*.txt)
 if(NOT manifests)

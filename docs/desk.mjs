@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes the picture of the desk that the README shows: node docs/desk.mjs, with ZELUMO_TV naming the built program.
 // The TV's date is that of its file and its time stands still, so that the picture changes only where the desk does.
 import { spawn } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tvhost/line_reader.h"
 
 #include <poll.h>

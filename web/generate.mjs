@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes from web/page-api.json what is listed at the end: typings, client and documents.
 // With --check it writes nothing and names each file that differs; exit status 1 if one does.
 import { mkdirSync, readFileSync, writeFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Stands in for the web runtime in a desktop browser: gives every <embed type="application/x-zelumo"> the three things
 // that a plug-in element has on the TV.
 //

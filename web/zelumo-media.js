@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the browser plays: fetches what does so (zelumo-media/media.js), and gets it going. Everything is asked for at once, and
 // not one after the other as the modules name each other, so that the first picture is there sooner.
 const FOLDER = new URL("./zelumo-media/", import.meta.url);

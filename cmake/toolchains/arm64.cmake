@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 set(arch arm64)
 set(triplet aarch64-linux-gnu)
 set(qemu /usr/bin/qemu-aarch64)

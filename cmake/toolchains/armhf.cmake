@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 set(arch armhf)
 set(triplet arm-linux-gnueabihf)
 set(qemu /usr/bin/qemu-arm)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Debian's cross compiler for `triplet`, with the system of that architecture that `cmake/sysroot ARCH` has put into
 # build/sysroot, and qemu to run what was built. Included by the file of each architecture.
 set(CMAKE_SYSTEM_NAME Linux)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A page that plays streams on the TV's player.
 const tv = document.querySelector("embed");
 const [picture, list, reports, statusText, time, position, buttons] = [

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { bannerText } from "./banner.js";
 
 const tv = document.querySelector("embed");

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 const tv = process.env.ZELUMO_TV_URL ?? "http://127.0.0.1:8047";
 const embed = { tag: "script", attrs: { src: `${tv}/zelumo-embed.js` }, injectTo: "head-prepend" };
 

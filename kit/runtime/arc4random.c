@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* Stands in for a function of glibc 2.36, so that the C++ runtime beside the program is content with 2.35. */
 #include <stdint.h>
 #include <stdlib.h>

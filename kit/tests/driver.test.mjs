@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver, from node:test, without a browser.
 import assert from "node:assert/strict";
 import { mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A test that fails, whose attachments are looked at.
 import config from "./playwright.config.mjs";
 

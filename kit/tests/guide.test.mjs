@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What docs/testing.md leads to: its files in an empty folder, as they stand there.
 import assert from "node:assert/strict";
 import { copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What is installed, and the program as it is started by its name.
 import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";

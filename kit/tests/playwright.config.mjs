@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The kit's own fixture, in the browser of this machine.
 import { defineConfig } from "@playwright/test";
 

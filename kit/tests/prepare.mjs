@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes the project in which the kit is tested, as somebody else would have it: prepare.mjs FOLDER. Packs, copies these tests
 // there, and installs what they need and the tarballs.
 import { execFileSync } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests share: processes that are waited for.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";

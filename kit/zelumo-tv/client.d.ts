@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page's client: client.js.
 /// <reference path="./zelumo.d.ts" />
 

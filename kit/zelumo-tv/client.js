@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The plug-in's commands as methods that give promises. The same on a TV and on the desk.
 
 /** A command that failed. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// <reference lib="esnext.disposable" />
 import type {
   ZelumoCommand, ZelumoEventName, ZelumoMessage, ZelumoParameters, ZelumoPlayerEventName, ZelumoReplyData, ZelumoText,

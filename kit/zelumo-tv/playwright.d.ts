@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import type {
   Expect, MatcherReturnType, PlaywrightTestArgs, PlaywrightTestOptions, PlaywrightWorkerArgs, PlaywrightWorkerOptions, TestType,
 } from "@playwright/test";

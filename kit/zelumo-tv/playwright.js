@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Playwright's `test` and `expect` with a TV for each test.
 import { closeSync } from "node:fs";
 import { writeFile } from "node:fs/promises";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import type { Plugin } from "vite";
 import type { StartOptions } from "./index.js";
 

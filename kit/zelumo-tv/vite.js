@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in for Vite: while pages are developed, there is a TV for them.
 import { checkOptions } from "./lib/near.js";
 import { OPTIONS, pathsFrom } from "./lib/host.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "core/json_text.h"
 
 #include <json/reader.h>

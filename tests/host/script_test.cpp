@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <gtest/gtest.h>
 
 #include "tests/support/host_process.h"
@@ -125,7 +126,7 @@ TEST(Host, WrongUsageAndUnusableFilesAreOneClearLine)
     const std::string text = folder.Write("text.so", "not a library");
     const std::string tv = folder.Write("tv.json", R"({"channels":[{"id":7}]})");
     const std::string folder_name = (folder / "").string();
-    const std::string platform = (test::PluginPath().parent_path() / "libzelumo-platform.so").string();
+    const std::string platform = (test::PluginPath().parent_path() / "../../libzelumo-platform.so").string();
     for (const auto& [arguments, error] : std::vector<std::pair<std::string, std::string>>{
              {"script /no/such/file", "zelumo-tv: /no/such/file: No such file or directory"},
              {"script " + folder_name, "Is a directory"},

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A Pepper that stops where a var is asked for a value of a type that it hasn't, as a debug build of the
 // public interface does: what is linked with this, and with --wrap for the functions below, throws there.
 #include <stdexcept>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A library of an SDK that a plug-in may have been linked with, or not.
 #ifdef NOVELTY_USED
 void Novelty(int);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A plug-in that answers GetVersion and does nothing else, or is wrong as the variable PLUGIN_FAULT says.
 #include <unistd.h>
 

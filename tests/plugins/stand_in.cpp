@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a stand-in leaves behind where it is linked into a plug-in, and what Pepper's C++ layer does.
 #include "player-service/bms.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Installs the packages of FOLDER's lock file, unless they are there already. None needs a script run.
 if(EXISTS ${FOLDER}/node_modules/.package-lock.json AND
    ${FOLDER}/node_modules/.package-lock.json IS_NEWER_THAN ${FOLDER}/package-lock.json)

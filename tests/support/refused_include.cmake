@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Compiles SOURCE, which includes HEADER, with the include folders of a target: it must not be found.
 set(flags)
 foreach(folder IN LISTS INCLUDES)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The typings and the client: what compiles and what doesn't, and how large and how modern the client is.
 import assert from "node:assert/strict";
 import { execFile } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The browser of the tests and of the benchmark.
 import { chromium } from "playwright-core";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The page's client in a page, against the real plug-in.
 import assert from "node:assert/strict";
 import { copyFileSync, readFileSync, writeFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The demo page's main ways, against the real plug-in.
 import assert from "node:assert/strict";
 import { readFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pages of a dev server: the example of examples/vite, changed while it runs.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The remote's keys in a page.
 import assert from "node:assert/strict";
 import { PAGES, Tv, browserTest } from "./support.mjs";

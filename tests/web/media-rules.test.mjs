@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One table of rules for all who play: a simulation, and the browser.
 import assert from "node:assert/strict";
 import { writeFileSync } from "node:fs";

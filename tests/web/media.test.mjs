@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Real streams in the browser page: what is seen, what the page hears, and what a recording of it replays.
 import assert from "node:assert/strict";
 import { spawnSync } from "node:child_process";

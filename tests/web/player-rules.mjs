@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rules of a player, whoever plays: what it does with each command in each state, and which reports follow in which order.
 
 /** The streams of the rules, which a simulation and a real server both have. */

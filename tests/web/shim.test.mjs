@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // zelumo-embed.js in a real browser, against the real plug-in.
 import assert from "node:assert/strict";
 import { PAGES, Tv, browserTest, until } from "./support.mjs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Streams to play: makes them with ffmpeg, and serves them as well or as badly as a test wants.
 import { execFile } from "node:child_process";
 import { createCipheriv, createHash } from "node:crypto";

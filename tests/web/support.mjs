@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Starts the TV host and a browser for the tests.
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tvhost/web/kept_lines.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /**
  * Makes an element. Properties that begin with "on" are listeners; "class", "dataset", "style" and attributes with a
  * dash are set as such, null and undefined ones left out, all others set as properties.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /** Hours and minutes of a time in milliseconds since 1970. */
 export const clock = (ms) => new Date(ms).toLocaleTimeString([], { hour: "2-digit", minute: "2-digit" });
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 const KEY = "zelumo-theme";
 
 /** Shows how the connection stands: kind is "good" or "bad". */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /**
  * Keys of a TV's remote, by the names that KeyboardEvent.key has for them. Each is [name, label, spoken name, tooltip]; the
  * spoken name is the label where it is empty.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { h } from "./dom.js";
 import { duration } from "./format.js";
 

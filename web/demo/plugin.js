@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /** Numbers too long for a double become strings, so that service ids stay whole. Only for texts without free text in them. */
 export const parseIds = (text) => JSON.parse(text.replace(/(:\s*)(\d{16,})(?=\s*[,}\]])/g, '$1"$2"'));
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { commandForms } from "./command-forms.js";
 import { h } from "./dom.js";
 import { channelNumber, duration } from "./format.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { duration } from "./format.js";
 import { connected, theme } from "./header.js";
 import { Host } from "./host.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tables of docs/calls.md, from the description of the page's interface.
 import { api, code, json, remake, table } from "./description.mjs";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the page's client, kit/zelumo-tv/client.js, and its typings have of the description of the page's interface.
 import { api, isWide, remake } from "./description.mjs";
 import { textType } from "./typings.mjs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The description of the page's interface, and what all that is made from it has in common.
 import { readFileSync } from "node:fs";
 

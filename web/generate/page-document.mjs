@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // docs/page-api.md, from the description of the page's interface.
 import { api, code, json, table } from "./description.mjs";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // web/zelumo.d.ts, from the description of the page's interface.
 import { api, isWide, TYPINGS_HEAD } from "./description.mjs";
 

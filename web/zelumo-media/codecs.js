@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The codecs that a stream needs: of a manifest, or of a file's own sample entries.
 
 const NAMES = [

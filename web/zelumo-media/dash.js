@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stream that shaka-player plays: DASH, or any with rights.
 import { loadShaka } from "./library.js";
 import { checkKeySystem } from "./rights.js";

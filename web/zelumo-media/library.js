@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // shaka-player, which is loaded when the first stream needs it.
 import { known } from "./trouble.js";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Plays in the browser the streams that the page's commands ask for: the TV host has accepted the commands, and hears
 // how the streams stand and what has become of them. docs/player.md says how a player behaves.
 import { Notices } from "./notices.js";

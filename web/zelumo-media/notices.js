@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What whoever sits before the screen has to know: a box at the bottom of the player's rectangle, above everything, that
 // leaves the page's layout, focus and styles alone.
 import { dress } from "./stage.js";

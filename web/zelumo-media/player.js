@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One player: carries out its commands, and reports what becomes of its stream.
 import { BEGINS, BUFFERING, ENDED, ERROR, OUTSIDE, PAUSED, POSITION, READY, RESUMED, SEEK_DONE, STOPPED } from "./reports.js";
 import { MUTED } from "./sound.js";

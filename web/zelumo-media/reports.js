@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The types of reports that a player makes.
 export const READY = 32;
 export const PAUSED = 33;

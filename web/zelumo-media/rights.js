@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rights to a protected stream, as the page gives them.
 import { brief, known } from "./trouble.js";
 

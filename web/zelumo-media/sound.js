@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A browser lets no page start with sound before somebody has clicked or pressed a key in it. What it refuses plays
 // muted; the first gesture, wherever in the page, gives the sound back.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A stream in a <video> element.
 import { ERROR } from "./reports.js";
 import { Trouble, brief, fileTrouble, missingPicture } from "./trouble.js";

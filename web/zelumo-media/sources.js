@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which kind of source an address needs.
 import { DASH, DashSource } from "./dash.js";
 import { readRights } from "./rights.js";

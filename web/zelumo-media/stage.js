@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The TV's video plane: a layer behind the page, and in it the pictures of the players that have been placed.
 // The page's own styles don't reach it, and it takes no clicks.
 

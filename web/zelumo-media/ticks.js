@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A second of playing, again and again.
 
 const TICK_MS = 1000;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where a stream's positions lie: in ms from its begin, or, where it is live, from where its window began when it was
 // first loaded. What was known last holds while there is no source.
 

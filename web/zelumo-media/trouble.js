@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Why a stream can't be played, in words that help.
 import { codecsLacking, inWords, lookIntoFile } from "./codecs.js";
 import { ERROR, NOT_FOUND } from "./reports.js";

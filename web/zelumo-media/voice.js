@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the TV host is told of a player.
 import { BUFFERING } from "./reports.js";
 

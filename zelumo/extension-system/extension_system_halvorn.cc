@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "extension_system_halvorn.h"
 
 #include "ppapi/c/pp_errors.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Events of the content service and relayed TV signals, as the page and the event proxy number them. Any

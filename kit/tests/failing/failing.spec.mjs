@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { test, expect } from "zelumo-tv/playwright";
 
 test.use({ tvOptions: { date: "2026-01-01T20:00:00Z" } });

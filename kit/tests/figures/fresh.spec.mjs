@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { test as plain } from "@playwright/test";
 import { test } from "zelumo-tv/playwright";
 

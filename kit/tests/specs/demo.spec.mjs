@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fixture against the demo, which is what the address shows where no page is given.
 import { test, expect } from "zelumo-tv/playwright";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fixture against the same page in the dev server, which all workers share while each test has a TV of its own.
 import { test, expect } from "zelumo-tv/playwright";
 

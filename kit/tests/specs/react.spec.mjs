@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fixture against a page of React, as it was built for the TV: the fixture itself gives it what the desk needs.
 import { test, expect } from "zelumo-tv/playwright";
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One TV for a worker.
 import { test, expect } from "zelumo-tv/playwright";
 

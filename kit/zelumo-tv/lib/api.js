@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the page's interface is made of, as the package's page-api.json has it.
 import { readFileSync } from "node:fs";
 import { didYouMean } from "./near.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A process of its own that starts a dev server and ends it when nobody needs it: when the test runner is gone, however that
 // went, or no worker has been connected for a while.
 import { spawn } from "node:child_process";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A dev server for tests: one for all workers of a run, however many there are.
 import { spawn } from "node:child_process";
 import { createHash } from "node:crypto";

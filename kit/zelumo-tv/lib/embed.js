@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Gives pages the plug-in element, though they themselves don't load the script for it.
 
 let script;

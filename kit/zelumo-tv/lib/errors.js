@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /** A command that the TV answered with an error. */
 export class ZelumoError extends Error {
   constructor(command, { code, errorName, errorMessage, data }) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What can be expected of a TV. All retry until the time-out of `expect`, and tell what did happen.
 import { checkCall, checkCommand, checkPosted, reportType } from "./api.js";
 import { is } from "./journal.js";

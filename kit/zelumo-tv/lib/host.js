@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Starts the program and ends it.
 import { spawn } from "node:child_process";
 import { randomBytes } from "node:crypto";

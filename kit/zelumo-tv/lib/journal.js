@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What happened at a TV: the host's journal, line by line.
 import { checkCall } from "./api.js";
 import { messageFilter } from "./match.js";

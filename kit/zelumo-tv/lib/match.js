@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { checkPosted, reportType } from "./api.js";
 
 function read(text) {

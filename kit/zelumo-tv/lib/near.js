@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names that aren't known are told with the one that was probably meant.
 
 // How many letters must be left out, put in, replaced or swapped to make one of the other.

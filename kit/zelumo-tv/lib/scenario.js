@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Scenarios: what happens at the TV, and when. Each line is a verb with the playing time `at` which it is carried out.
 import { spawn } from "node:child_process";
 import { readFileSync } from "node:fs";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times as people write them.
 
 /** Playing time in milliseconds, of milliseconds, "mm:ss" or "hh:mm:ss", a fraction of a second allowed. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The driver: a TV, and all that somebody in front of it can do.
 import { checkCall } from "./api.js";
 import { TvError, ZelumoError } from "./errors.js";

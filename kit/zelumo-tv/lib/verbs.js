@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The verbs of the TV as objects, for `tv.verb` and `tv.at`. Where one takes several, it is a list.
 import { checkCall, decidingCalls, eventNumber, failureOf, reportNames, reportType, slowCalls } from "./api.js";
 import { checkList, checkOptions, didYouMean } from "./near.js";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Asks for what another thread waits for.
 import { Agent, get } from "node:http";
 import { workerData } from "node:worker_threads";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Speaks to a host: requests, and the WebSocket of its journal.
 import { randomBytes } from "node:crypto";
 import { Agent, request as httpRequest } from "node:http";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the program is: in the package of this machine's architecture, or where ZELUMO_TV says. Run by itself it prints that.
 import { realpathSync } from "node:fs";
 import { createRequire } from "node:module";

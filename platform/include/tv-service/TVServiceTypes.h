@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Values of the TV service. Enumerations name the values that the plug-in uses; their type may hold any

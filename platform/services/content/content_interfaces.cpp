@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "core/calls.h"
 #include "core/clock.h"
 #include "core/form.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/content/content_service.h"
 
 #include <algorithm>

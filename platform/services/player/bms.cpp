@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "player-service/bms.h"
 
 #include "core/calls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "plugin-support/PPBaseMessageHandler.h"
 
 #include "ppapi/cpp/var_dictionary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "plugin-support/simple_thread_await_loop.h"
 
 #include <future>

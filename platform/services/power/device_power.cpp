@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "power/device_power.h"
 
 #include "core/calls.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/power/power_service.h"
 
 #include "core/json_node.h"

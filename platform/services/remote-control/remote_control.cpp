@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/remote-control/remote_control.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "scope-tracing/ht_library.h"
 
 #include "core/calls.h"

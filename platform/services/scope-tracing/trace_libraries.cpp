@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/scope-tracing/trace_libraries.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/tv/service_record.h"
 
 #include <boost/locale/encoding_utf.hpp>

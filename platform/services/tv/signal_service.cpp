@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/tv/signal_service.h"
 
 #include "core/calls.h"

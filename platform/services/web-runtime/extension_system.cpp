@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "services/web-runtime/extension_system.h"
 
 #include <tuple>

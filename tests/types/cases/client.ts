@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import { connect, events, json, ZelumoError } from "zelumo-tv/client";
 import type { ZelumoClient } from "zelumo-tv/client";
 import { holds, type Same } from "./element";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the driver sends in the page's place.
 import { startTv } from "zelumo-tv/index";
 import { holds, type Same } from "./element";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The element and its messages without the client.
 export type Same<A, B> = (<T>() => T extends A ? 1 : 2) extends <T>() => T extends B ? 1 : 2 ? true : false;
 export function holds<_ extends true>(): void {}

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The types by name, for modules.
 import type { ZelumoData, ZelumoEventData, ZelumoInput, ZelumoMessage, ZelumoReply, ZelumoServiceList } from "zelumo-tv/types";
 

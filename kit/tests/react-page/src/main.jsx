@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A page as one writes it with React: what is on, channel keys, a film.
 import * as React from "react";
 import { createRoot } from "react-dom/client";

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #pragma once
 
 /// Results of Pepper operations: PP_OK or more is success, less is an error.
