@@ -81,10 +81,10 @@ TEST_F(WebApp, FilesHaveTheirTypesAndTheServersOwnComeFirst)
     for (const auto& [path, type, body] : std::vector<std::array<std::string, 3>>{
              {"/?x=/../", html, "own page"},
              {"/demo/", html, "<!doctype html>"},
-             {"/demo/main.js", js, "import"},
-             {"/demo/icon.svg", "image/svg+xml", "<svg"},
+             {"/demo/main.js", js, "// SPDX"},
+             {"/demo/icon.svg", "image/svg+xml", "<!-- SPDX"},
              {"/demo/own.txt", "text/plain; charset=utf-8", "own"},
-             {"/zelumo-embed.js", js, "// Stands in"},
+             {"/zelumo-embed.js", js, "// SPDX"},
              {"/zelumo.d.ts", "text/plain; charset=utf-8", "//"},
              {"/page-api.json", "application/json", "{"},
              {"/sub%20folder/", html, "sub"},

@@ -133,7 +133,7 @@ export function pageDocument() {
     "## Values",
     "",
     "A message is made of null, booleans, numbers, strings, lists and plain objects, nested up to 64 levels deep, up to 1 MiB.",
-    "A whole number that fits 32 bits arrives as an integer, any other number as a double; where an integer's type is checked, a",
+    "A whole number that fits 32 bits arrives as an integer, any other number, and -0, as a double; where an integer's type is checked, a",
     "double is refused. Service ids are 64 bits wide and travel as decimal text.",
     "",
     "In a browser, where `zelumo-embed.js` stands in for the web runtime:",
