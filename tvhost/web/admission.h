@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+// clang-format off
+#include <cstdint>  // before Beast, which in some versions leaves it to others
+// clang-format on
 #include <boost/beast/http/fields.hpp>
 #include <boost/beast/http/message.hpp>
 #include <cstddef>
