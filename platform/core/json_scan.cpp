@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdlib>
 
 #include "core/nearest.h"
 
@@ -69,6 +71,14 @@ constexpr std::array<Kind, 256> kKinds = MakeKinds();
 Kind KindOf(char c)
 {
     return kKinds[static_cast<unsigned char>(c)];
+}
+
+/// Some readers make infinity of it, others refuse it.
+bool IsBeyondDouble(std::string_view number)
+{
+    constexpr std::size_t kMostDigits = 308;  // that no double is too small for
+    const bool may_be = number.size() > kMostDigits || number.find_first_of("eE") != std::string_view::npos;
+    return may_be && std::isinf(std::strtod(std::string(number).c_str(), nullptr));
 }
 
 class Scanner {
@@ -153,7 +163,7 @@ class Scanner {
         const std::string_view number = text_.substr(begin, at_ - begin);
         if (number == "-0")
             scan_.has_bare_negative_zero = true;
-        else if (!IsNumber(number))
+        else if (!IsNumber(number) || IsBeyondDouble(number))
             Mistake(begin, '\'' + Shortened(number) + "' is not a number.");
     }
     void Character()

@@ -20,8 +20,8 @@ bool Equal(std::string_view left, std::string_view right)
     return beast::iequals({left.data(), left.size()}, {right.data(), right.size()});
 }
 
-/// A header that Beast has no number for.
-std::string_view* Unnumbered(HeaderNotes& notes, beast::string_view name)
+/// A header that not every version of Beast has a number for.
+std::string_view* Numberless(HeaderNotes& notes, beast::string_view name)
 {
     if (beast::iequals(name, "Sec-Fetch-Site"))
         return &notes.fetch_site;
@@ -65,11 +65,10 @@ HeaderNotes::HeaderNotes(const http::request_header<>& header)
         case http::field::accept: note(accept, field); break;
         case http::field::range: note(range, field); break;
         case http::field::if_range: note(if_range, field); break;
-        case http::field::unknown:
-            if (std::string_view* const text = Unnumbered(*this, field.name_string()))
+        default:
+            if (std::string_view* const text = Numberless(*this, field.name_string()))
                 note(*text, field);
             break;
-        default: break;
         }
         // clang-format on
     }

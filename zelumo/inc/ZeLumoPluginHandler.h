@@ -152,11 +152,9 @@ class CZeLumoPluginHandler : public PPBaseMessageHandler {
     /// What the page unregistered while there was no proxy to unsubscribe it.
     std::list<int> m_listLeftEvent ZELUMO_GUARDED_BY(m_mutexLists);
     std::list<std::string> m_listVconfKey ZELUMO_GUARDED_BY(m_mutexLists);
-    /// What the proxy said it has subscribed and hasn't been asked to end.
+    /// What services said that they have subscribed and not that they have ended it.
     std::list<int> m_listStandingEvent ZELUMO_GUARDED_BY(m_mutexLists);
-    std::list<std::string> m_listStandingKey ZELUMO_GUARDED_BY(m_mutexLists);  // likewise
-    /// A service would not end something: it may call on.
-    bool m_bRefused ZELUMO_GUARDED_BY(m_mutexLists) = false;
+    std::list<std::string> m_listStandingKey ZELUMO_GUARDED_BY(m_mutexLists);
     bool m_bSignalSubscribed = false;  // plug-in thread
     pp::Instance* instance_;           // not owned; holds this handler
     std::unique_ptr<BMSAdaptor> m_pBMSAdaptor;

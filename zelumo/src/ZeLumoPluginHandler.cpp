@@ -36,7 +36,7 @@ CZeLumoPluginHandler::~CZeLumoPluginHandler()
     // From here on this object is nothing to whoever could not be kept from calling.
     m_living.End();
     const zelumo::MutexLock lock(m_mutexLists);
-    if (m_listSubscribedEvent.empty() && m_listLeftEvent.empty() && !m_bRefused && !m_bSignalSubscribed)
+    if (m_listStandingEvent.empty() && m_listStandingKey.empty() && !m_bSignalSubscribed)
         return;
     LOG_ERROR("[CZeLumoPluginHandler::%s] subscriptions could not be ended", __func__);
     zelumo::StayLoaded();

@@ -117,13 +117,10 @@ bool CZeLumoPluginHandler::RegisterEvent(ePloomiaEvent event)
 
 void CZeLumoPluginHandler::EndSubscription(FCEMSProxy& proxy, int event)
 {
-    const bool ended = proxy.Unsubscribe(event) >= 0;
-    const zelumo::MutexLock lock(m_mutexLists);
-    const auto standing = std::find(m_listStandingEvent.begin(), m_listStandingEvent.end(), event);
-    if (standing == m_listStandingEvent.end())
+    if (proxy.Unsubscribe(event) < 0)
         return;
+    const zelumo::MutexLock lock(m_mutexLists);
     m_listStandingEvent.remove(event);
-    m_bRefused = m_bRefused || !ended;
 }
 
 bool CZeLumoPluginHandler::UnRegisterEvent(ePloomiaEvent event)

@@ -90,13 +90,10 @@ void CZeLumoPluginHandler::PurgeAllVconfCB()
         keys.swap(m_listVconfKey);
     }
     for (const std::string& key : keys) {
-        const bool ended = vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack) >= 0;
-        const zelumo::MutexLock lock(m_mutexLists);
-        const auto standing = std::find(m_listStandingKey.begin(), m_listStandingKey.end(), key);
-        if (standing == m_listStandingKey.end())
+        if (vconf_ignore_key_changed(key.c_str(), t_VconfChangedCallBack) < 0)
             continue;
-        m_listStandingKey.erase(standing);
-        m_bRefused = m_bRefused || !ended;
+        const zelumo::MutexLock lock(m_mutexLists);
+        m_listStandingKey.remove(key);
     }
 }
 
