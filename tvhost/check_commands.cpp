@@ -46,8 +46,10 @@ CLI::App* AddDoctor(CLI::App& app, DoctorOptions& options)
             ""));
     command
         ->add_option("--sdk", options.sdk,
-                     "The TV's SDK or image: libraries are looked for in its library folders first")
+                     "The TV's SDK or image: libraries are looked for in its library folders first; may be "
+                     "given several times")
         ->type_name("DIR")
+        ->allow_extra_args(false)
         ->check(kIsFolder);
     command->add_flag_callback(
         "--no-tracing", [&options] { options.traced = false; },

@@ -4,13 +4,15 @@
 #include <chrono>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace host {
 
 struct DoctorOptions {
     std::filesystem::path plugin;
     std::string target;  ///< the architecture of the TV, as TargetName gives it; "": this program's own
-    std::filesystem::path sdk;            ///< where the TV's libraries lie; "": nowhere but on this machine
+    std::vector<std::filesystem::path>
+        sdk;                              ///< where the TV's libraries lie; none: nowhere but on this machine
     bool traced = true;                   ///< false: the TV has no scope tracing
     std::chrono::seconds time_limit{10};  ///< for trying it
 };

@@ -157,7 +157,7 @@ std::vector<fs::path> LibrariesIn(const fs::path& folder)
 
 }  // namespace
 
-std::vector<fs::path> LibraryFolders(const ElfFile& like, const fs::path& sdk)
+std::vector<fs::path> LibraryFolders(const ElfFile& like, const std::vector<fs::path>& sdk)
 {
     const std::string triplet = TripletOf(like);
     std::vector<fs::path> candidates;
@@ -170,10 +170,10 @@ std::vector<fs::path> LibraryFolders(const ElfFile& like, const fs::path& sdk)
             candidates.push_back(root / folder);
         }
     };
-    if (!sdk.empty()) {
-        candidates.push_back(sdk);
-        add_root(sdk);
-        candidates.push_back(sdk / "usr/local/lib");
+    for (const fs::path& root : sdk) {
+        candidates.push_back(root);
+        add_root(root);
+        candidates.push_back(root / "usr/local/lib");
     }
     AddConfigured("/etc/ld.so.conf", candidates, 4);
     add_root("/");

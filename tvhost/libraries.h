@@ -32,9 +32,10 @@ struct NeededLibraries {
 };
 
 /// The folders in which a loader of that architecture looks by itself: those of the SDK or image that lies in
-/// `sdk`, where it is not empty, before this machine's own and this program's. Those that there are, once
+/// those of `sdk`, before this machine's own and this program's. Those that there are, once
 /// each.
-std::vector<std::filesystem::path> LibraryFolders(const ElfFile& like, const std::filesystem::path& sdk);
+std::vector<std::filesystem::path> LibraryFolders(const ElfFile& like,
+                                                  const std::vector<std::filesystem::path>& sdk);
 
 /// Looks for them as the loader does: in the folders that the file names, then in `folders`. One of another
 /// architecture, or a damaged one, counts as not there.

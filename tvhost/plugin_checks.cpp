@@ -142,6 +142,15 @@ void TellUnresolved(const Examined& plugin, const std::vector<std::string>& unre
             remedy);
 }
 
+/// "/sysroot and /sdk".
+std::string Listed(const std::vector<fs::path>& folders)
+{
+    std::string listed;
+    for (const fs::path& folder : folders)
+        listed += (listed.empty() ? "" : " and ") + folder.string();
+    return listed;
+}
+
 /// Tells of the libraries that are not there. Returns how many of them the plug-in itself needs.
 std::size_t TellMissing(const Examined& plugin, const NeededLibraries& needed, Findings& findings)
 {
@@ -158,11 +167,11 @@ std::size_t TellMissing(const Examined& plugin, const NeededLibraries& needed, F
                       "); with --sdk DIR, where the TV's lie, its symbols are looked for in them");
     } else {
         for (const std::string& name : direct)
-            findings.Fault(
-                "needs " + name + ", which is in none of the folders that were looked in",
-                plugin.sdk.empty()
-                    ? "install it, or give the folder of the TV's libraries with --sdk DIR"
-                    : "the TV has to have it; is it in another folder than " + plugin.sdk.string() + "?");
+            findings.Fault("needs " + name + ", which is in none of the folders that were looked in",
+                           plugin.sdk.empty()
+                               ? "install it, or give the folder of the TV's libraries with --sdk DIR"
+                               : "the TV has to have it; is it in another folder than " + Listed(plugin.sdk) +
+                                     "? Give that with another --sdk");
     }
     return direct.size();
 }
@@ -170,17 +179,22 @@ std::size_t TellMissing(const Examined& plugin, const NeededLibraries& needed, F
 /// Tells of the libraries that this machine lent for want of the TV's own.
 void TellLent(const Examined& plugin, const NeededLibraries& needed, Findings& findings)
 {
-    std::error_code error;
-    const std::string sdk = fs::canonical(plugin.sdk, error).string() + '/';
+    const auto is_in_sdk = [&plugin](const fs::path& file) {
+        return std::any_of(plugin.sdk.begin(), plugin.sdk.end(), [&file](const fs::path& folder) {
+            std::error_code error;
+            const std::string root = fs::canonical(folder, error).string() + '/';
+            return fs::canonical(file, error).string().rfind(root, 0) == 0;
+        });
+    };
     std::vector<std::string> lent;
     for (const Library& library : needed.found) {
         const bool is_direct = std::find(plugin.elf.needed.begin(), plugin.elf.needed.end(), library.name) !=
                                plugin.elf.needed.end();
-        if (is_direct && fs::canonical(library.path, error).string().rfind(sdk, 0) != 0)
+        if (is_direct && !is_in_sdk(library.path))
             lent.push_back(library.name);
     }
     if (!lent.empty())
-        findings.Note("needs " + FirstOf(lent, lent.size()) + ", which " + plugin.sdk.string() +
+        findings.Note("needs " + FirstOf(lent, lent.size()) + ", which " + Listed(plugin.sdk) +
                       " lacks, and this machine has; does the TV?");
 }
 
@@ -281,8 +295,10 @@ void CheckFolders(const Examined& plugin, Findings& findings)
         std::error_code error;
         const fs::path path(folder);
         if (folder.rfind("$ORIGIN", 0) == 0 || folder.rfind("${ORIGIN}", 0) == 0 || IsUsualFolder(path) ||
-            (!plugin.sdk.empty() && path.is_absolute() &&
-             fs::is_directory(plugin.sdk / path.relative_path(), error)))
+            (path.is_absolute() &&
+             std::any_of(plugin.sdk.begin(), plugin.sdk.end(), [&](const fs::path& root) {
+                 return fs::is_directory(root / path.relative_path(), error);
+             })))
             continue;
         wrong.emplace_back(folder);
     }

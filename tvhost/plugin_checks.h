@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "tvhost/elf_file.h"
 #include "tvhost/findings.h"
@@ -13,10 +14,10 @@ namespace host {
 struct Examined {
     std::filesystem::path path;
     const ElfFile& elf;
-    std::filesystem::path sdk;  ///< the TV's libraries; "": nowhere but on this machine
-    bool is_foreign = false;    ///< of another architecture than this program's
-    bool for_tv = false;        ///< certainly meant for a TV, so that it must not need the stand-ins
-    bool traced = true;         ///< the TV has scope tracing
+    std::vector<std::filesystem::path> sdk;  ///< the TV's libraries; none: nowhere but on this machine
+    bool is_foreign = false;                 ///< of another architecture than this program's
+    bool for_tv = false;  ///< certainly meant for a TV, so that it must not need the stand-ins
+    bool traced = true;   ///< the TV has scope tracing
 };
 
 /// Whether it is linked with the stand-ins' library.

@@ -86,7 +86,7 @@ class Life {
             dlclose(left);
             return Fault(
                 "stays in memory when it is unloaded: a symbol that is to be unique in the process, a "
-                "thread-local destructor or -z nodelete keeps it");
+                "thread-local destructor or -z nodelete keeps it, or it could not end a subscription");
         }
         if (calls_.registered != 0)
             CheckOnce(calls_.deregistered, "deregisters", "unloaded", "unload hooks are missing",

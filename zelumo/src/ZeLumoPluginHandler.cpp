@@ -35,11 +35,15 @@ CZeLumoPluginHandler::~CZeLumoPluginHandler()
     m_pBMSAdaptor->Destory(kPlayerIdPlugin);
     // From here on this object is nothing to whoever could not be kept from calling.
     m_living.End();
-    const zelumo::MutexLock lock(m_mutexLists);
-    if (m_listStandingEvent.empty() && m_listStandingKey.empty() && !m_bSignalSubscribed)
-        return;
-    LOG_ERROR("[CZeLumoPluginHandler::%s] subscriptions could not be ended", __func__);
-    zelumo::StayLoaded();
+    bool left = m_bSignalSubscribed;
+    {
+        const zelumo::MutexLock lock(m_mutexLists);
+        left = left || !m_listStandingEvent.empty() || !m_listStandingKey.empty();
+    }
+    if (left) {
+        LOG_ERROR("[CZeLumoPluginHandler::%s] subscriptions could not be ended", __func__);
+        zelumo::StayLoaded();
+    }
 }
 
 void CZeLumoPluginHandler::WasUnregistered(pp::InstanceHandle) {}

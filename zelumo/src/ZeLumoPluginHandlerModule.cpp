@@ -57,8 +57,10 @@ CZeLumoPluginInstance::~CZeLumoPluginInstance()
     // A command that is being handled ends here; what it still subscribes, the handler's own purge drops.
     additional_thread_.reset();
     m_living.End();
-    if (refused && m_bPowerOffSubscribed)
+    if (refused && m_bPowerOffSubscribed) {
+        LOG_SYSTEM_ERROR("[main] Failed unsubscribing suspend event");
         zelumo::StayLoaded();
+    }
     LOG_SYSTEM_ERROR("~CZeLumoPluginInstance");
 }
 

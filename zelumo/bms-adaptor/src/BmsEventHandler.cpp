@@ -29,17 +29,30 @@ const BmsEventHandler::Row BmsEventHandler::kEventTable[] = {
 BmsEventHandler::~BmsEventHandler()
 {
     std::list<BmsPlayerId> registered;
-    bool refused = false;
     {
         const zelumo::MutexLock lock(m_mutex);
         registered.swap(m_listPlayerId);
-        refused = m_refused;
     }
     for (const BmsPlayerId id : registered)
-        refused = BmsUnSetCallback(id, this) != 0 || refused;
+        Withdraw(id);
     m_living.End();
-    if (refused)
+    bool left = false;
+    {
+        const zelumo::MutexLock lock(m_mutex);
+        left = !m_listStandingId.empty();
+    }
+    if (left) {
+        BMS_LOG_ERROR("[BmsEventHandler::~BmsEventHandler] registrations could not be withdrawn");
         zelumo::StayLoaded();
+    }
+}
+
+void BmsEventHandler::Withdraw(BmsPlayerId id)
+{
+    if (BmsUnSetCallback(id, this) != 0)
+        return;
+    const zelumo::MutexLock lock(m_mutex);
+    m_listStandingId.remove(id);
 }
 
 void BmsEventHandler::Init()
@@ -59,7 +72,10 @@ void BmsEventHandler::SetCallback(BmsPlayerId id)
         if (std::find(m_listPlayerId.begin(), m_listPlayerId.end(), id) == m_listPlayerId.end())
             m_listPlayerId.push_back(id);
     }
-    BmsSetCallback(id, CallbackFunction, this);
+    if (BmsSetCallback(id, CallbackFunction, this) != 0)
+        return;
+    const zelumo::MutexLock lock(m_mutex);
+    m_listStandingId.push_back(id);
 }
 
 void BmsEventHandler::RegisterSendEventCallback(BmsPlayerId, BmsEventCallback callback, void* userData)
@@ -73,13 +89,9 @@ void BmsEventHandler::RegisterSendEventCallback(BmsPlayerId, BmsEventCallback ca
 void BmsEventHandler::UnSetCallback(BmsPlayerId id)
 {
     BMS_LOG_ERROR("[BmsEventHandler::UnSetCallback] is called - playerId:[%d]", id);
-    const bool ended = BmsUnSetCallback(id, this) == 0;
+    Withdraw(id);
     const zelumo::MutexLock lock(m_mutex);
-    const auto listed = std::find(m_listPlayerId.begin(), m_listPlayerId.end(), id);
-    if (listed != m_listPlayerId.end()) {
-        m_listPlayerId.erase(listed);
-        m_refused = m_refused || !ended;
-    }
+    m_listPlayerId.remove(id);
     m_sendEventCallback = nullptr;
 }
 

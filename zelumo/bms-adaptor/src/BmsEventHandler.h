@@ -60,6 +60,8 @@ class BmsEventHandler {
     void SendEvent(_BmsEvent type, const std::string& param1, const std::string& param2)
         ZELUMO_EXCLUDES(m_mutex);
 
+    void Withdraw(BmsPlayerId id) ZELUMO_EXCLUDES(m_mutex);
+
     struct Row {
         _BmsEvent type;
         void (BmsEventHandler::*handler)(BmsSignalData data);
@@ -72,7 +74,7 @@ class BmsEventHandler {
     void* m_userData ZELUMO_GUARDED_BY(m_mutex) = nullptr;  // not owned
     /// Registered with the player service, each once.
     std::list<BmsPlayerId> m_listPlayerId ZELUMO_GUARDED_BY(m_mutex);
-    /// The player service would not withdraw one: it may call on.
-    bool m_refused ZELUMO_GUARDED_BY(m_mutex) = false;
+    /// What the player service said that it has registered and not that it has withdrawn it.
+    std::list<BmsPlayerId> m_listStandingId ZELUMO_GUARDED_BY(m_mutex);
     zelumo::Living m_living{this};
 };
