@@ -1,0 +1,239 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvhost/learn.h"
+
+#include <json/writer.h>
+
+#include <cstdlib>
+#include <map>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <utility>
+
+#include "core/clock.h"
+#include "core/form.h"
+#include "core/json_text.h"
+#include "tvhost/learned_channels.h"
+#include "tvhost/page_texts.h"
+
+namespace host {
+namespace {
+
+/// Goes through a recording line by line.
+class Learner {
+  public:
+    void Read(const Block& block)
+    {
+        const Json::Value line = block.line ? ParseLine(*block.line) : Json::Value(Json::objectValue);
+        if (line["tv"] == "clock" && line["date"].isInt64() && !date_)
+            date_ = line["date"].asInt64();
+        if (line["tv"] == "setting")
+            written_.insert(line["key"].asString());
+        for (const Block::Expected& expected : block.expected) {
+            if (line.isMember("await") && expected.line.isMember("reply"))
+                ReadReply(line["await"], expected.line["reply"]);
+            else if (expected.line.isMember("message"))
+                ReadMessage(expected.line["message"]);
+        }
+    }
+
+    std::string Write() const
+    {
+        Json::Value file(Json::objectValue);
+        std::optional<std::int64_t> date = date_ ? date_ : now_ ? now_ : channels_.FirstProgram();
+        if (date)
+            file["date"] = static_cast<Json::Int64>(*date);
+        channels_.Write(file, date.value_or(0));
+        if (settings_)
+            file["settings"] = *settings_;
+        for (const auto& [section, members] : sections_)
+            file[section] = members;
+        // Where it fails whatever it is asked, the TV has none.
+        if (content_failed_ && !content_answered_)
+            file["contentService"]["available"] = false;
+        Json::StreamWriterBuilder writer;
+        writer["indentation"] = "  ";
+        writer["emitUTF8"] = true;
+        return Json::writeString(writer, file) + '\n';
+    }
+
+  private:
+    void ReadReply(const Json::Value& message, const Json::Value& raw_reply)
+    {
+        const std::string command = CommandOf(message);
+        const Json::Value reply = texts_.Opened(command, raw_reply);
+        const bool succeeded = reply.isObject() && reply["code"] == 0;
+        const Json::Value data = succeeded ? reply["data"] : Json::Value();
+        ReadContentService(command, succeeded, data);
+        ReadFirstUse(command, succeeded, data);
+        ReadSetting(command, message["key"], succeeded, data);
+        if (!succeeded)
+            return;
+        if (command == "SetNextService" || command == "SetPreviousService")
+            channels_.Moved(data != true ? 0 : command == "SetNextService" ? 1 : -1);
+        if (command == "SetServiceByServiceid" && message["Serviceid"].isString()) {
+            channels_.Exists(std::to_string(std::strtoull(message["Serviceid"].asCString(), nullptr, 0)));
+            channels_.Tuned();
+        }
+        if (!data.isObject())
+            return;
+        if (command == "GetAppIDAndURL") {
+            Tell("application", "id", data["appID"], data["appID"].isString());
+            Tell("application", "url", data["URL"], data["URL"].isString());
+        } else if (command == "GetZELumoServices") {
+            channels_.ReadServiceList(data);
+        } else if (command == "GetFeaturedVirtualChannelInfo") {
+            channels_.ReadFeatured(data);
+        } else if (command == "GetCurrentChannelInfo") {
+            channels_.ReadRecord(data);
+        } else if (command == "ExtractServiceInformationsFromServiceId") {
+            channels_.ReadDescription(data);
+        } else {
+            ReadContent(command, message, data);
+        }
+    }
+
+    void ReadMessage(const Json::Value& raw_message)
+    {
+        const std::string name = NameOfMessage(raw_message);
+        const Json::Value message = texts_.Opened(name, raw_message);
+        if (!message.isObject() || !message["data"].isObject())
+            return;
+        if (message["data"]["ch_info"].isObject())
+            channels_.ReadRecord(message["data"]["ch_info"]);
+        if (message["data"]["program_info"].isObject())
+            ReadPrograms(message["data"]["program_info"]);
+    }
+
+    /// What the programme guide and the catalogue say.
+    void ReadContent(const std::string& command, const Json::Value& message, const Json::Value& data)
+    {
+        const Json::Value input =
+            message["input"].isString()
+                ? tv::ParseJsonObject(message["input"].asString()).value_or(Json::Value())
+                : Json::Value();
+        const Json::Value& id = data["TCServiceId"];
+        if (command == "GetServiceIdFromOnTVProviderAndService" && tv::ParseDecimal(id.asString())) {
+            for (const char* member : {"provider", "service"}) {
+                if (input[member].isString())
+                    channels_.Set(id.asString(), member, input[member]);
+            }
+        } else if (command == "GetChannelLogo" && tv::ParseDecimal(id.asString())) {
+            if (data["url"].isString())
+                channels_.Set(id.asString(), "logo", data["url"]);
+        } else if (command == "GetOnDemandIdentifier" || command == "SetOnDemandProgram") {
+            if (data["programId"].isString() && data["identifier"].isString())
+                channels_.SetIdentifier(data["programId"].asString(), data["identifier"].asString());
+        } else if (command == "GetVCConfig") {
+            Tell("contentService", "version", data["version"], data["version"].isString());
+            Tell("contentService", "country", data["country"], data["country"].isString());
+        } else {
+            ReadPrograms(data);
+        }
+    }
+
+    void ReadPrograms(const Json::Value& data)
+    {
+        if (!now_ && data["now"].isInt64() && data["now"].asInt64() >= 0 &&
+            data["now"].asInt64() <= tv::kLastDate)
+            now_ = data["now"].asInt64();
+        for (const char* member : {"program", "present", "following"})
+            channels_.ReadProgram(data[member]);
+        if (data["programs"].isArray()) {
+            for (const Json::Value& program : data["programs"])
+                channels_.ReadProgram(program);
+        }
+    }
+
+    /// Commands that fail for no other reason than that there is no content service.
+    void ReadContentService(const std::string& command, bool succeeded, const Json::Value& data)
+    {
+        static const std::set<std::string> kCommands{"ZELumoProgramInfoIsAvailable", "GetAppIDAndURL",
+                                                     "CheckFirstBootInZELumo", "LaunchedZELumoWebApp"};
+        if (kCommands.count(command) != 0)
+            (succeeded ? content_answered_ : content_failed_) = true;
+        content_answered_ =
+            content_answered_ || (succeeded && command.rfind("GetProgram", 0) == 0 && !data.isNull());
+    }
+
+    void ReadFirstUse(const std::string& command, bool succeeded, const Json::Value& data)
+    {
+        if (!succeeded)
+            return;
+        // Either changes the state; what is told then isn't how the TV began.
+        if (command == "LaunchedZELumoWebApp" || command == "RestartZelumoInfo")
+            has_begun_ = true;
+        if (command == "CheckIsFirstBootingInZELumo")
+            Tell("firstUse", "firstBoot", data, data.isBool() && !has_begun_);
+        else if (command == "IsFirstEntryToZelumo")
+            Tell("firstUse", "firstEntry", data, data.isBool() && !has_begun_);
+        else if (command == "IsInstantOn")
+            Tell("firstUse", "instantOn", data, data.isBool());
+        else if (command == "GetViewingAgreement")
+            Tell("firstUse", "viewingAgreement", data, data.isBool());
+        else if (command == "CheckFirstBootInZELumo" && data.isObject()) {
+            Tell("firstUse", "firstEntry", data["isFirstEntry"],
+                 data["isFirstEntry"].isBool() && !has_begun_);
+            Tell("firstUse", "instantOn", data["isInstantOn"], data["isInstantOn"].isBool());
+        }
+    }
+
+    void ReadSetting(const std::string& command, const Json::Value& key_value, bool succeeded,
+                     const Json::Value& data)
+    {
+        if (!key_value.isString())
+            return;
+        const std::string key = key_value.asString();
+        if (command.rfind("Set", 0) == 0 && command.find("ToVconfWithKey") != std::string::npos) {
+            if (succeeded)
+                written_.insert(key);
+            return;
+        }
+        static const std::string kGetters[] = {"GetStringFromVconfWithKey", "GetIntegerFromVconfWithKey",
+                                               "GetBooleanFromVconfWithKey"};
+        if ((command != kGetters[0] && command != kGetters[1] && command != kGetters[2]) ||
+            written_.count(key) != 0)
+            return;
+        // One that isn't there, or holds another type, is told, too: the sample TV's own are not there then.
+        if (!settings_)
+            settings_ = Json::Value(Json::objectValue);
+        if (!succeeded || settings_->isMember(key))
+            return;
+        if (command == kGetters[0] && data.isString())
+            (*settings_)[key] = data;
+        else if (command == kGetters[1] && data.isInt())
+            (*settings_)[key] = data;
+        else if (command == kGetters[2] && data.isInt())
+            (*settings_)[key] = data.asInt() != 0;
+    }
+
+    /// What is told first counts.
+    void Tell(const char* section, const char* member, const Json::Value& value, bool counts)
+    {
+        if (counts && !sections_[section].isMember(member))
+            sections_[section][member] = value;
+    }
+
+    const PageTexts texts_;
+    LearnedChannels channels_;
+    std::map<std::string, Json::Value> sections_;
+    std::optional<Json::Value> settings_;
+    std::set<std::string> written_;
+    std::optional<std::int64_t> date_;  ///< that the TV was set to
+    std::optional<std::int64_t> now_;   ///< that it told first
+    bool has_begun_ = false;
+    bool content_failed_ = false;
+    bool content_answered_ = false;
+};
+
+}  // namespace
+
+std::string LearnTv(const ScriptFile& recording)
+{
+    Learner learner;
+    for (const Block& block : recording.blocks)
+        learner.Read(block);
+    return learner.Write();
+}
+
+}  // namespace host
