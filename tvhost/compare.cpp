@@ -106,6 +106,8 @@ class Replay {
                 throw Interrupted();
             const Block& block = recording_.blocks[i];
             const Json::Value line = block.line ? ParseLine(*block.line) : Json::Value();
+            if (texts_.IsPlayers(CommandOf(line["await"])))
+                players_command_ = i;
             try {
                 if (block.line)
                     CarryOut(*session, line);
@@ -164,7 +166,9 @@ class Replay {
 
     Told Read(const Json::Value& out, const Json::Value& line, int line_number, std::size_t block) const
     {
-        Told told{Told::Kind::Reply, CommandOf(line["await"]), out["reply"], line_number, block, page_};
+        const std::size_t cause = IsReport(out["message"]) ? players_command_ : block;
+        Told told{
+            Told::Kind::Reply, CommandOf(line["await"]), out["reply"], line_number, block, cause, page_};
         if (out.isMember("message")) {
             told.kind = Told::Kind::Message;
             told.name = NameOfMessage(out["message"]);
@@ -204,6 +208,7 @@ class Replay {
     std::vector<Told> replayed_;
     std::set<std::string> posted_;
     std::size_t unanswered_ = 0;
+    std::size_t players_command_ = 0;  ///< the block of the last one
     int page_ = 0;
 };
 

@@ -12,7 +12,7 @@ namespace {
 
 std::string Label(const Told& told)
 {
-    const std::string name = told.name.empty() ? "(no command)" : told.name;
+    std::string name = told.name.empty() ? "(no command)" : told.name;
     switch (told.kind) {
         case Told::Kind::Reply:
             return name;
@@ -84,13 +84,13 @@ class Matching {
             if (found == like.end())
                 continue;
             std::deque<std::size_t>& places = found->second;
-            while (!places.empty() && recorded_[places.front()].block < told.block)
+            while (!places.empty() && recorded_[places.front()].block < told.cause)
                 places.pop_front();
             if (places.empty())
                 continue;
             is_matched[n] = true;
             left.erase(places.front());
-            alike_.push_back({group.replayed[n], places.front()});
+            alike_.emplace_back(group.replayed[n], places.front());
             places.pop_front();
             ++RowOf(told).same;
         }
@@ -99,7 +99,7 @@ class Matching {
             const Told& told = replayed_[group.replayed[n]];
             if (is_matched[n])
                 continue;
-            while (next != left.end() && recorded_[*next].block < told.block)
+            while (next != left.end() && recorded_[*next].block < told.cause)
                 ++next;
             if (next == left.end()) {
                 Additional(told);

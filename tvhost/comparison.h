@@ -24,6 +24,7 @@ struct Told {
     Json::Value value;
     int line;           ///< where it stands in the recording, or the line in that caused it
     std::size_t block;  ///< the number of that line in; both lists have them in order
+    std::size_t cause;  ///< that of the line in that set it off: a player reports some time after its command
     int page;           ///< how many pages were opened before
 };
 

@@ -3,7 +3,11 @@
 
 #include <json/writer.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <optional>
 #include <set>
@@ -18,6 +22,19 @@
 
 namespace host {
 namespace {
+
+/// Commands that fail for no other reason than that there is no content service.
+constexpr const char* kOfContentService[] = {"ZELumoProgramInfoIsAvailable", "GetAppIDAndURL",
+                                             "CheckFirstBootInZELumo", "LaunchedZELumoWebApp"};
+constexpr const char* kGetters[] = {"GetStringFromVconfWithKey", "GetIntegerFromVconfWithKey",
+                                    "GetBooleanFromVconfWithKey"};
+constexpr std::size_t kOfBoolean = 2;
+
+template <std::size_t Count>
+bool IsOneOf(const std::string& name, const char* const (&names)[Count])
+{
+    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
 
 /// Goes through a recording line by line.
 class Learner {
@@ -48,6 +65,11 @@ class Learner {
             file["settings"] = *settings_;
         for (const auto& [section, members] : sections_)
             file[section] = members;
+        for (const auto& [address, duration] : durations_) {
+            Json::Value& stream = file["streams"].append(Json::objectValue);
+            stream["pattern"] = address;
+            stream["duration"] = duration;
+        }
         // Where it fails whatever it is asked, the TV has none.
         if (content_failed_ && !content_answered_)
             file["contentService"]["available"] = false;
@@ -69,6 +91,8 @@ class Learner {
         ReadSetting(command, message["key"], succeeded, data);
         if (!succeeded)
             return;
+        if (command == "Init" && message["url"].isString())
+            address_ = message["url"].asString();
         if (command == "SetNextService" || command == "SetPreviousService")
             channels_.Moved(data != true ? 0 : command == "SetNextService" ? 1 : -1);
         if (command == "SetServiceByServiceid" && message["Serviceid"].isString()) {
@@ -95,6 +119,8 @@ class Learner {
 
     void ReadMessage(const Json::Value& raw_message)
     {
+        if (IsReport(raw_message))
+            return ReadReport(raw_message);
         const std::string name = NameOfMessage(raw_message);
         const Json::Value message = texts_.Opened(name, raw_message);
         if (!message.isObject() || !message["data"].isObject())
@@ -103,6 +129,19 @@ class Learner {
             channels_.ReadRecord(message["data"]["ch_info"]);
         if (message["data"]["program_info"].isObject())
             ReadPrograms(message["data"]["program_info"]);
+    }
+
+    /// Positions are told with the stream's duration.
+    void ReadReport(const Json::Value& report)
+    {
+        constexpr int kSeekComplete = 35;
+        constexpr int kCurrentPosition = 137;
+        if (report["type"] != kSeekComplete && report["type"] != kCurrentPosition)
+            return;
+        const std::string text = report["param2"].isString() ? report["param2"].asString() : "";
+        const std::optional<std::uint64_t> duration = tv::ParseDecimal(text);
+        if (!address_.empty() && duration && *duration <= std::numeric_limits<std::int32_t>::max())
+            durations_.emplace(address_, static_cast<std::int32_t>(*duration));
     }
 
     /// What the programme guide and the catalogue say.
@@ -145,12 +184,9 @@ class Learner {
         }
     }
 
-    /// Commands that fail for no other reason than that there is no content service.
     void ReadContentService(const std::string& command, bool succeeded, const Json::Value& data)
     {
-        static const std::set<std::string> kCommands{"ZELumoProgramInfoIsAvailable", "GetAppIDAndURL",
-                                                     "CheckFirstBootInZELumo", "LaunchedZELumoWebApp"};
-        if (kCommands.count(command) != 0)
+        if (IsOneOf(command, kOfContentService))
             (succeeded ? content_answered_ : content_failed_) = true;
         content_answered_ =
             content_answered_ || (succeeded && command.rfind("GetProgram", 0) == 0 && !data.isNull());
@@ -189,22 +225,17 @@ class Learner {
                 written_.insert(key);
             return;
         }
-        static const std::string kGetters[] = {"GetStringFromVconfWithKey", "GetIntegerFromVconfWithKey",
-                                               "GetBooleanFromVconfWithKey"};
-        if ((command != kGetters[0] && command != kGetters[1] && command != kGetters[2]) ||
-            written_.count(key) != 0)
+        if (!IsOneOf(command, kGetters) || written_.count(key) != 0)
             return;
         // One that isn't there, or holds another type, is told, too: the sample TV's own are not there then.
         if (!settings_)
             settings_ = Json::Value(Json::objectValue);
         if (!succeeded || settings_->isMember(key))
             return;
-        if (command == kGetters[0] && data.isString())
+        if (command == kGetters[kOfBoolean])
+            (*settings_)[key] = data.isInt() && data.asInt() != 0;
+        else if (data.isString() || data.isInt())
             (*settings_)[key] = data;
-        else if (command == kGetters[1] && data.isInt())
-            (*settings_)[key] = data;
-        else if (command == kGetters[2] && data.isInt())
-            (*settings_)[key] = data.asInt() != 0;
     }
 
     /// What is told first counts.
@@ -221,6 +252,8 @@ class Learner {
     std::set<std::string> written_;
     std::optional<std::int64_t> date_;  ///< that the TV was set to
     std::optional<std::int64_t> now_;   ///< that it told first
+    std::string address_;               ///< of the stream that plays
+    std::map<std::string, std::int32_t> durations_;
     bool has_begun_ = false;
     bool content_failed_ = false;
     bool content_answered_ = false;

@@ -41,6 +41,8 @@ PageTexts::PageTexts()
     for (const Json::Value& command : api["commands"]) {
         if (command["data"]["text"] != "")
             members_[command["name"].asString()].emplace_back();
+        if (command["kind"] == "player")
+            players_.insert(command["name"].asString());
         Json::Value of;
         of["command"] = command["name"];
         add(of, command["data"]["fields"]);
@@ -71,9 +73,14 @@ std::string CommandOf(const Json::Value& message)
     return message.isObject() && message["command"].isString() ? message["command"].asString() : "";
 }
 
+bool IsReport(const Json::Value& message)
+{
+    return message.isObject() && message["type"].isInt() && message["event"].isString();
+}
+
 std::string NameOfMessage(const Json::Value& message)
 {
-    if (message.isObject() && message.isMember("type") && message["event"].isString())
+    if (IsReport(message))
         return message["event"].asString() + ' ' + message["type"].asString();
     return CommandOf(message);
 }
