@@ -44,6 +44,8 @@ class Learner {
         const Json::Value line = block.line ? ParseLine(*block.line) : Json::Value(Json::objectValue);
         if (line["tv"] == "clock" && line["date"].isInt64() && !date_)
             date_ = line["date"].asInt64();
+        if (line["tv"] == "advance" && line["ms"].isInt())
+            playing_time_ += line["ms"].asInt();
         if (line["tv"] == "setting")
             written_.insert(line["key"].asString());
         for (const Block::Expected& expected : block.expected) {
@@ -65,10 +67,9 @@ class Learner {
             file["settings"] = *settings_;
         for (const auto& [section, members] : sections_)
             file[section] = members;
-        for (const auto& [address, duration] : durations_) {
-            Json::Value& stream = file["streams"].append(Json::objectValue);
-            stream["pattern"] = address;
-            stream["duration"] = duration;
+        for (const auto& [address, stream] : streams_) {
+            if (stream.isMember("duration"))
+                file["streams"].append(stream)["pattern"] = address;
         }
         // Where it fails whatever it is asked, the TV has none.
         if (content_failed_ && !content_answered_)
@@ -93,6 +94,11 @@ class Learner {
             return;
         if (command == "Init" && message["url"].isString())
             address_ = message["url"].asString();
+        // From another command of the player on the time to its begin says nothing of the buffer.
+        if (command == "Play" && !streams_[address_].isMember("bufferMs"))
+            play_began_ = playing_time_;
+        else if (texts_.IsPlayers(command))
+            play_began_.reset();
         if (command == "SetNextService" || command == "SetPreviousService")
             channels_.Moved(data != true ? 0 : command == "SetNextService" ? 1 : -1);
         if (command == "SetServiceByServiceid" && message["Serviceid"].isString()) {
@@ -131,17 +137,25 @@ class Learner {
             ReadPrograms(message["data"]["program_info"]);
     }
 
-    /// Positions are told with the stream's duration.
+    /// Positions are told with the stream's duration, and the begin when its buffer is full.
     void ReadReport(const Json::Value& report)
     {
         constexpr int kSeekComplete = 35;
         constexpr int kCurrentPosition = 137;
+        constexpr int kBeginOfStream = 144;
+        if (address_.empty())
+            return;
+        Json::Value& stream = streams_[address_];
+        if (report["type"] == kBeginOfStream && play_began_) {
+            stream["bufferMs"] = static_cast<Json::Int64>(playing_time_ - *play_began_);
+            play_began_.reset();
+        }
         if (report["type"] != kSeekComplete && report["type"] != kCurrentPosition)
             return;
         const std::string text = report["param2"].isString() ? report["param2"].asString() : "";
         const std::optional<std::uint64_t> duration = tv::ParseDecimal(text);
-        if (!address_.empty() && duration && *duration <= std::numeric_limits<std::int32_t>::max())
-            durations_.emplace(address_, static_cast<std::int32_t>(*duration));
+        if (duration && *duration <= std::numeric_limits<std::int32_t>::max())
+            stream["duration"] = static_cast<std::int32_t>(*duration);
     }
 
     /// What the programme guide and the catalogue say.
@@ -253,7 +267,9 @@ class Learner {
     std::optional<std::int64_t> date_;  ///< that the TV was set to
     std::optional<std::int64_t> now_;   ///< that it told first
     std::string address_;               ///< of the stream that plays
-    std::map<std::string, std::int32_t> durations_;
+    std::map<std::string, Json::Value> streams_;
+    std::int64_t playing_time_ = 0;           ///< that has passed
+    std::optional<std::int64_t> play_began_;  ///< the playing time of "Play", until the stream begins
     bool has_begun_ = false;
     bool content_failed_ = false;
     bool content_answered_ = false;

@@ -12,7 +12,7 @@ namespace {
 constexpr std::int64_t kMsPerMinute = 60'000;
 constexpr std::int64_t kHalfHour = 30 * kMsPerMinute;
 /// Programmes farther from the date than that don't count: one would make the guide endless.
-constexpr std::int64_t kMostMinutes = std::int64_t{31} * 24 * 60;
+constexpr std::int64_t kMostMinutes = std::int64_t{400} * 24 * 60;
 constexpr std::int64_t kLongestEntry = std::int64_t{24} * 60;
 
 bool IsTime(const Json::Value& value)

@@ -34,12 +34,12 @@ PageTexts::PageTexts()
     const Json::Value api = ParseJson(text, kMaxDepth);
     const auto add = [this](const Json::Value& of, const Json::Value& fields) {
         for (const Json::Value& field : fields) {
-            if (field["text"] != "")
+            if (!field["text"].asString().empty())
                 members_[of["command"].asString()].push_back(field["name"].asString());
         }
     };
     for (const Json::Value& command : api["commands"]) {
-        if (command["data"]["text"] != "")
+        if (!command["data"]["text"].asString().empty())
             members_[command["name"].asString()].emplace_back();
         if (command["kind"] == "player")
             players_.insert(command["name"].asString());

@@ -13,8 +13,8 @@ namespace test {
 /// numbers and values.
 inline Lines Found(const std::string& out)
 {
-    static const std::regex kBlock("line [0-9]+: (.*)");
-    static const std::regex kMember("  (\\S.*): recorded .*");
+    static const std::regex block("line [0-9]+: (.*)");
+    static const std::regex member("  (\\S.*): recorded .*");
     Lines found;
     std::string what;
     bool has_members = true;
@@ -24,11 +24,11 @@ inline Lines Found(const std::string& out)
     };
     for (const std::string& line : LinesOf(out)) {
         std::smatch match;
-        if (std::regex_match(line, match, kBlock)) {
+        if (std::regex_match(line, match, block)) {
             end_block();
             what = match[1];
             has_members = false;
-        } else if (std::regex_match(line, match, kMember)) {
+        } else if (std::regex_match(line, match, member)) {
             found.push_back(what + ' ' + match[1].str());
             has_members = true;
         }

@@ -219,8 +219,10 @@ TEST(Learn, MakesDoWithWhatWasAsked)
     const std::string film = R"({"await":{"command":"RegisterEvent","event":90019}}
 {"await":{"command":"Init","url":"http://a.tv/film*.mpd","timeOffset":0}}
 {"await":{"command":"Play"}}
-{"tv":"advance","ms":3000}
+{"tv":"advance","ms":1500}
 {"await":{"command":"Seek","sec":20}}
+{"tv":"advance","ms":2000}
+{"await":{"command":"Stop"}}
 )";
     const std::string none = R"({"channels":[]})";
     const std::string extra = With("channels.0.extra", R"({"serviceId":"12","major":"three","type":null})");
@@ -247,6 +249,7 @@ TEST(Learn, MakesDoWithWhatWasAsked)
 {"await":{"command":"CheckIsFirstBootingInZELumo"}}
 )"},
              {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000}]})", film},
+             {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000,"bufferMs":1500}]})", film + film},
          }) {
         const TemporaryFolder folder;
         const std::string file = folder.Write("tv.json", tv);
