@@ -255,7 +255,11 @@ int CompareRecording(const CompareOptions& options)
     PrintReport(comparison, {is_real_tv, rules.cut_off.has_value(), replay.unanswered()});
     if (learned) {
         const std::string text = LearnTv(recording);
-        tv::ParseTv(text, tv::SampleTv());
+        try {
+            tv::ParseTv(text, tv::SampleTv());
+        } catch (const tv::TvFileError& error) {
+            throw FileError("what the recording tells makes no TV file: " + std::string(error.what()));
+        }
         learned->Empty();
         if (const int error = learned->Write(text); error != 0)
             throw FileError(options.learn + ": " + std::generic_category().message(error));

@@ -36,18 +36,29 @@ bool IsOneOf(const std::string& name, const char* const (&names)[Count])
     return std::find(std::begin(names), std::end(names), name) != std::end(names);
 }
 
+/// The text, or "" for anything else.
+std::string TextOf(const Json::Value& value)
+{
+    return value.isString() ? value.asString() : "";
+}
+
+bool IsDate(const Json::Value& value)
+{
+    return value.isInt64() && value.asInt64() >= 0 && value.asInt64() <= tv::kLastDate;
+}
+
 /// Goes through a recording line by line.
 class Learner {
   public:
     void Read(const Block& block)
     {
         const Json::Value line = block.line ? ParseLine(*block.line) : Json::Value(Json::objectValue);
-        if (line["tv"] == "clock" && line["date"].isInt64() && !date_)
+        if (line["tv"] == "clock" && IsDate(line["date"]) && !date_)
             date_ = line["date"].asInt64();
         if (line["tv"] == "advance" && line["ms"].isInt())
             playing_time_ += line["ms"].asInt();
         if (line["tv"] == "setting")
-            written_.insert(line["key"].asString());
+            written_.insert(TextOf(line["key"]));
         for (const Block::Expected& expected : block.expected) {
             if (line.isMember("await") && expected.line.isMember("reply"))
                 ReadReply(line["await"], expected.line["reply"]);
@@ -152,8 +163,7 @@ class Learner {
         }
         if (report["type"] != kSeekComplete && report["type"] != kCurrentPosition)
             return;
-        const std::string text = report["param2"].isString() ? report["param2"].asString() : "";
-        const std::optional<std::uint64_t> duration = tv::ParseDecimal(text);
+        const std::optional<std::uint64_t> duration = tv::ParseDecimal(TextOf(report["param2"]));
         if (duration && *duration <= std::numeric_limits<std::int32_t>::max())
             stream["duration"] = static_cast<std::int32_t>(*duration);
     }
@@ -165,15 +175,15 @@ class Learner {
             message["input"].isString()
                 ? tv::ParseJsonObject(message["input"].asString()).value_or(Json::Value())
                 : Json::Value();
-        const Json::Value& id = data["TCServiceId"];
-        if (command == "GetServiceIdFromOnTVProviderAndService" && tv::ParseDecimal(id.asString())) {
+        const std::string id = TextOf(data["TCServiceId"]);
+        if (command == "GetServiceIdFromOnTVProviderAndService" && tv::ParseDecimal(id)) {
             for (const char* member : {"provider", "service"}) {
                 if (input[member].isString())
-                    channels_.Set(id.asString(), member, input[member]);
+                    channels_.Set(id, member, input[member]);
             }
-        } else if (command == "GetChannelLogo" && tv::ParseDecimal(id.asString())) {
+        } else if (command == "GetChannelLogo" && tv::ParseDecimal(id)) {
             if (data["url"].isString())
-                channels_.Set(id.asString(), "logo", data["url"]);
+                channels_.Set(id, "logo", data["url"]);
         } else if (command == "GetOnDemandIdentifier" || command == "SetOnDemandProgram") {
             if (data["programId"].isString() && data["identifier"].isString())
                 channels_.SetIdentifier(data["programId"].asString(), data["identifier"].asString());
@@ -187,8 +197,7 @@ class Learner {
 
     void ReadPrograms(const Json::Value& data)
     {
-        if (!now_ && data["now"].isInt64() && data["now"].asInt64() >= 0 &&
-            data["now"].asInt64() <= tv::kLastDate)
+        if (!now_ && IsDate(data["now"]))
             now_ = data["now"].asInt64();
         for (const char* member : {"program", "present", "following"})
             channels_.ReadProgram(data[member]);

@@ -70,6 +70,12 @@ TEST(Compare, KnowsWhatATvTellsByItself)
         R"({"code":9,"command":"GetVersion","data":null,"errorMessage":"Parameters is invalid","errorName":"NotSupportedError"})";
     const std::string post = R"({"post":{"command":"GetVersion"}})"
                              "\n";
+    const char* const no_object =
+        R"({"code":26,"command":"","data":null,"errorMessage":"Incoming message is invalid",)"
+        R"("errorName":"InvalidValuesError"})";
+    const char* const no_command =
+        R"({"code":26,"command":"","data":null,"errorMessage":"Parameter command is invalid",)"
+        R"("errorName":"InvalidValuesError"})";
     const std::string ready =
         R"({"event":"ZELUMO_EVENT","param1":"99<BMS_PLAYER-0.5","param2":"","type":32})";
     const std::string mark = std::string("# ") + host::kRecordingRelayed + '\n';
@@ -112,6 +118,13 @@ TEST(Compare, KnowsWhatATvTellsByItself)
              {get + std::string("{\"message\":") + position + "}\n{\"message\":" + position + "}\n",
               {},
               "0 of 1 line differ"},
+             {R"({"post":7})"
+              "\n"
+              R"({"post":{"key":1}})"
+              "\n{\"message\":" +
+                  std::string(no_command) + "}\n{\"message\":" + no_object + "}\n",
+              {"message (no command): in another order"},
+              "1 of 2 lines differs"},
              // A key of the remote and pages say nothing of the TV.
              {"{\"tv\":\"open\"}\n{\"did\":\"open\"}\n" + get +
                   "{\"tv\":\"key\",\"key\":\"Exit\"}\n{\"did\":\"key\"}\n"

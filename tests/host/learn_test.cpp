@@ -262,4 +262,40 @@ TEST(Learn, MakesDoWithWhatWasAsked)
     }
 }
 
+TEST(Learn, WhateverATvAnswersMakesATvFile)
+{
+    std::string recording = "{\"tv\":\"setting\",\"key\":{}}\n{\"tv\":\"clock\",\"date\":-1}\n";
+    const Json::Value api = J(test::ReadFile(ZELUMO_PAGE_API));
+    for (
+        const char* data :
+        {"null", "true", "-7", "1e300", "\"\"", "\"[[]]\"", "[{}]", R"({"TCServiceId":{}})",
+         R"({"TCServiceId":"7","url":[],"now":-1,"version":{},"country":3,"appID":1,"URL":null,"isFirstEntry":"x"})",
+         R"({"serviceid":"7","channelName":["x"],"major":-5,"minor":70000,"frequency":1e12,"extra":{}})",
+         R"({"TCServiceId":"18446744073709551616","programs":7,"program":[],"present":{"TCServiceId":"7"}})",
+         R"({"TCServiceId":"7","program":{"TCServiceId":"7","title":"x","startTime":5,"endTime":-5},"now":1e300,
+              "present":{"TCServiceId":"7","title":"x","startTime":5,"endTime":9e18},
+              "following":{"TCServiceId":"7","title":"\u0000","startTime":10,"endTime":11}})",
+         R"({"channels":[{"TCServiceId":"8","name":7},{"TCServiceId":8},3],"EChannelType":{}})",
+         R"({"TCServiceData":[{"id":-1},{"id":"7"},{"id":1e30},{"id":7,"major":65536}]})",
+         R"({"TCServiceData":{"a":1}})"}) {
+        for (const Json::Value& command : api["commands"]) {
+            Json::Value reply;
+            reply["code"] = 0;
+            reply["data"] = Text(J(data));
+            recording += Await(Text(command["example"]), Text(reply));
+            reply["data"] = J(data);
+            recording += Await(Text(command["example"]), Text(reply),
+                               {Text(J(data)), R"({"data":{"ch_info":)" + std::string("{}}}")});
+        }
+        recording += std::string("{\"message\":{\"event\":\"ZELUMO_EVENT\",\"type\":137,\"param2\":") +
+                     Text(J(data)) + "}}\n";
+    }
+    const TemporaryFolder folder;
+    const std::string learned = (folder / "learned.json").string();
+    const HostResult result = RunHost("compare - --learn " + learned, recording);
+    EXPECT_EQ(result.status, 1) << result.err;
+    const HostResult read = RunHost("--tv " + learned + " script /dev/null");
+    EXPECT_EQ(read.status, 0) << read.err << test::ReadFile(learned);
+}
+
 }  // namespace
