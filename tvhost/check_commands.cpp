@@ -13,6 +13,9 @@ namespace {
 
 constexpr int kLongestSeconds = 3600;
 
+const CLI::Validator kNotEmpty(
+    [](const std::string& value) { return value.empty() ? "must not be empty" : ""; }, "");
+
 const CLI::Validator kIsFolder(
     [](const std::string& path) {
         std::error_code error;
@@ -77,10 +80,37 @@ CLI::App* AddConformance(CLI::App& app, ConformanceOptions& options)
     return command;
 }
 
+CLI::App* AddCompare(CLI::App& app, CompareOptions& options)
+{
+    CLI::App* const command =
+        app.add_subcommand("compare", "Replay a recording on the stand-ins, and say what differs");
+    command->add_option("RECORDING", options.recording, "The recording, a FILE; - is standard input")
+        ->required()
+        ->check(kNotEmpty);
+    command
+        ->add_option("--by-form", options.by_form,
+                     "A table of more that differs by nature, as compare.json; may be given several times")
+        ->type_name("FILE")
+        ->allow_extra_args(false)
+        ->check(kNotEmpty);
+    command
+        ->add_option("--learn", options.learn, "Write the TV that the recording tells of, as a file for --tv")
+        ->type_name("FILE")
+        ->check(kNotEmpty);
+    command->add_flag("--overwrite", options.overwrite, "Let --learn replace a file that holds something");
+    command->footer(
+        "--tv names the TV to compare with.\nStatus 0: nothing differs; 1: something does; 2: no such file, "
+        "or "
+        "wrong usage.");
+    return command;
+}
+
 }  // namespace
 
 CheckCommands::CheckCommands(CLI::App& app)
-    : doctor_command_(AddDoctor(app, doctor_)), conformance_command_(AddConformance(app, conformance_))
+    : doctor_command_(AddDoctor(app, doctor_)),
+      conformance_command_(AddConformance(app, conformance_)),
+      compare_command_(AddCompare(app, compare_))
 {}
 
 std::optional<int> CheckCommands::Run(const std::string& plugin, const std::string& tv_file)
@@ -95,6 +125,11 @@ std::optional<int> CheckCommands::Run(const std::string& plugin, const std::stri
             conformance_.plugin = path;
             conformance_.tv_file = tv_file;
             return RunConformance(conformance_);
+        }
+        if (compare_command_->parsed()) {
+            compare_.plugin = path;
+            compare_.tv_file = tv_file;
+            return RunCompare(compare_);
         }
     } catch (const Interrupted&) {
         return 1;

@@ -4,12 +4,13 @@
 #include <CLI/App.hpp>
 #include <optional>
 
+#include "tvhost/compare.h"
 #include "tvhost/conformance.h"
 #include "tvhost/doctor.h"
 
 namespace host {
 
-/// The commands with which an integrator checks a plug-in, on the command line.
+/// The commands that check something and say what they found, on the command line.
 class CheckCommands {
   public:
     /// Adds them to `app`, which outlives this object.
@@ -19,8 +20,8 @@ class CheckCommands {
 
     /// Carries the chosen one out. `plugin` and `tv_file` are given for all commands;
     /// "": the usual one. Returns its exit
-    /// status, or nothing where another command was chosen. Throws as RunDoctor and RunConformance, but for
-    /// Interrupted.
+    /// status, or nothing where another command was chosen. Throws as RunDoctor, RunConformance and
+    /// RunCompare, but for Interrupted.
     std::optional<int> Run(const std::string& plugin, const std::string& tv_file);
 
   private:
@@ -28,6 +29,8 @@ class CheckCommands {
     CLI::App* const doctor_command_;
     ConformanceOptions conformance_;
     CLI::App* const conformance_command_;
+    CompareOptions compare_;
+    CLI::App* const compare_command_;
 };
 
 }  // namespace host

@@ -17,7 +17,7 @@
 #include "tvhost/interrupt.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
-#include "tvhost/script.h"
+#include "tvhost/script_file.h"
 
 namespace host {
 namespace {

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <json/value.h>
-
 #include <filesystem>
 #include <functional>
 #include <string>
 
 namespace host {
-
-/// Whether a line of a script is one that is expected to come out, and none that goes in.
-bool IsLineOut(const Json::Value& line);
 
 struct ScriptOptions {
     std::filesystem::path plugin;

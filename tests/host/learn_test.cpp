@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "tests/host/comparing.h"
+
+namespace {
+
+using test::Await;
+using test::Found;
+using test::HostResult;
+using test::J;
+using test::LastLine;
+using test::Lines;
+using test::RunHost;
+using test::TemporaryFolder;
+using test::Text;
+
+/// The TV that all others here differ from.
+constexpr char kBase[] = R"({
+ "channels": [
+  {"id": "71", "name": "Alpha", "major": 3, "minor": 1, "type": 1, "provider": "p", "service": "s", "channelType": 2,
+   "guide": [{"title": "First", "synopsis": "one", "genre": "N", "minutes": 50, "identifier": "od-1"},
+             {"title": "Second", "minutes": 1440}]},
+  {"id": "18446744073709551614", "name": "Omega \ud83e\udd8a live", "major": 4, "minor": 0}],
+ "programs": [{"title": "P1", "genre": "N"}, {"title": "P2"}, {"title": "P3"}],
+ "settings": {"s": "text", "n": 5, "b": false}, "contentService": {"version": "1", "country": "XS"},
+ "firstUse": {"firstBoot": false, "firstEntry": true, "instantOn": false, "viewingAgreement": false},
+ "application": {"id": "a", "url": "http://a.tv/"}, "date": 1767294300000})";
+
+/// What a page asks of it, and the TV does.
+constexpr char kSession[] = R"({"await":{"command":"GetZELumoServices"}}
+{"await":{"command":"GetCurrentChannelInfo"}}
+{"await":{"command":"GetFeaturedVirtualChannelInfo","input":"{}"}}
+{"await":{"command":"ExtractServiceInformationsFromServiceId","serviceId":"71"}}
+{"await":{"command":"GetServiceIdFromOnTVProviderAndService","input":"{\"provider\":\"p\",\"service\":\"s\"}"}}
+{"await":{"command":"GetChannelLogo","input":"{\"TCServiceId\":\"71\"}"}}
+{"await":{"command":"GetPresentProgram","input":"{\"TCServiceId\":\"71\"}"}}
+{"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"71\"}"}}
+{"await":{"command":"GetProgramList","input":"{\"TCServiceId\":\"18446744073709551614\"}"}}
+{"await":{"command":"GetOnDemandIdentifier","input":"{\"programId\":\"71-1767294000\"}"}}
+{"await":{"command":"GetVCConfig","input":"{}"}}
+{"await":{"command":"GetStringFromVconfWithKey","key":"s"}}
+{"await":{"command":"GetIntegerFromVconfWithKey","key":"n"}}
+{"await":{"command":"GetBooleanFromVconfWithKey","key":"b"}}
+{"await":{"command":"AddVconfCallbackWithKey","key":"n"}}
+{"await":{"command":"SetIntegerToVconfWithKey","key":"n","input":6}}
+{"await":{"command":"GetIntegerFromVconfWithKey","key":"n"}}
+{"await":{"command":"CheckIsFirstBootingInZELumo"}}
+{"await":{"command":"CheckFirstBootInZELumo"}}
+{"await":{"command":"LaunchedZELumoWebApp"}}
+{"await":{"command":"IsFirstEntryToZelumo"}}
+{"await":{"command":"GetViewingAgreement"}}
+{"await":{"command":"GetAppIDAndURL"}}
+{"await":{"command":"RegisterEvent","event":90019}}
+{"await":{"command":"SetNextService"}}
+{"await":{"command":"GetCurrentChannelInfo"}}
+{"post":{"command":"GetVersion"}}
+{"tv":"event","event":90019}
+)";
+
+/// kBase, with a member at that path ("channels.0.name") that is `value`; "": with nothing else.
+std::string With(const std::string& path, const std::string& value)
+{
+    Json::Value file = J(kBase);
+    Json::Value* member = &file;
+    std::istringstream names(path);
+    for (std::string name; std::getline(names, name, '.');)
+        member = member->isArray() ? &(*member)[std::stoi(name)] : &(*member)[name];
+    if (!path.empty())
+        *member = J(value);
+    return Text(file);
+}
+
+TEST(Learn, FindsExactlyWhatTheFilesMakeDifferentAndLearnsIt)
+{
+    const TemporaryFolder folder;
+    const std::string base = folder.Write("base.json", kBase);
+    const std::string ch_load = "message ITVS_Signal_ZELumo_Control_State_ChLoad data.";
+    for (const auto& [path, value, differences] : std::vector<std::tuple<std::string, std::string, Lines>>{
+             {"", "", {}},
+             {"channels.0.name",
+              R"("Beta")",
+              {"GetCurrentChannelInfo data.channelName",
+               "GetFeaturedVirtualChannelInfo data.channels[0].name", "GetChannelLogo data.url"}},
+             // The page reads this name up to the fox, unless the TV adds it.
+             {"channels.1.extra",
+              R"({"channelName":"Omega \ud83e\udd8a live","hd":[1]})",
+              {ch_load + "ch_info.channelName", ch_load + "ch_info.hd",
+               "GetCurrentChannelInfo data.channelName", "GetCurrentChannelInfo data.hd",
+               ch_load + "ch_info.channelName", ch_load + "ch_info.hd"}},
+             {"channels.0.minor",
+              "2",
+              {"GetZELumoServices data.TCServiceData[0].minor", "GetCurrentChannelInfo data.minor",
+               "GetFeaturedVirtualChannelInfo data.channels[0].minor",
+               "ExtractServiceInformationsFromServiceId data.minor"}},
+             {"channels.0.frequency", "474000", {"GetCurrentChannelInfo data.frequency"}},
+             {"channels.0.channelType", "7", {"ExtractServiceInformationsFromServiceId data.EChannelType"}},
+             {"channels.0.logo", R"("http://a.tv/logo.png")", {"GetChannelLogo data.url"}},
+             {"channels.0.service",
+              R"("other")",
+              {"GetServiceIdFromOnTVProviderAndService code", "GetServiceIdFromOnTVProviderAndService data",
+               "GetServiceIdFromOnTVProviderAndService errorMessage",
+               "GetServiceIdFromOnTVProviderAndService errorName"}},
+             {"channels.0.guide.0.title",
+              R"("Other")",
+              {"GetPresentProgram data.present.title", "GetProgramList data.programs[0].title"}},
+             // Dates and identifiers differ by nature.
+             {"channels.0.guide.0.minutes", "45", {}},
+             {"channels.0.guide.0.identifier", R"("another")", {}},
+             {"current",
+              R"("18446744073709551614")",
+              {"GetCurrentChannelInfo data.channelName", "GetCurrentChannelInfo data.major",
+               "GetCurrentChannelInfo data.minor", "GetCurrentChannelInfo data.serviceId",
+               "GetCurrentChannelInfo data.serviceid", "GetCurrentChannelInfo data.type"}},
+             {"contentService.country", R"("YY")", {"GetVCConfig data.country"}},
+             {"settings.s", R"("other")", {"GetStringFromVconfWithKey data"}},
+             {"settings.b", "true", {"GetBooleanFromVconfWithKey data"}},
+             // What the page wrote before it asked is no matter.
+             {"settings.n", "7", {"GetIntegerFromVconfWithKey data"}},
+             {"firstUse.firstBoot", "true", {"CheckIsFirstBootingInZELumo data"}},
+             {"firstUse.firstEntry", "false", {"CheckFirstBootInZELumo data.isFirstEntry"}},
+             {"firstUse.instantOn", "true", {"CheckFirstBootInZELumo data.isInstantOn"}},
+             {"firstUse.viewingAgreement", "true", {"GetViewingAgreement data"}},
+             {"application.url", R"("http://b.tv/")", {"GetAppIDAndURL data.URL"}},
+         }) {
+        const std::string session = folder.Write("session.jsonl", kSession);
+        const std::string other = folder.Write("other.json", With(path, value));
+        const std::string recording =
+            folder.Write("recording.jsonl", RunHost("--tv " + other + " script --echo " + session).out);
+        const std::string learned = (folder / "learned.json").string();
+        const HostResult compared =
+            RunHost("--tv " + base + " compare " + recording + " --overwrite --learn " + learned);
+        Lines found = Found(compared.out);
+        // Where the TV shows another channel, what it shows afterwards is another as well.
+        if (path == "current")
+            found.resize(differences.size());
+        if (path == "channels.1.extra")
+            std::sort(found.begin(), found.end());
+        Lines expected = differences;
+        if (path == "channels.1.extra")
+            std::sort(expected.begin(), expected.end());
+        EXPECT_EQ(found, expected) << path << compared.out << compared.err;
+        EXPECT_EQ(compared.status, differences.empty() ? 0 : 1) << path;
+
+        const HostResult again = RunHost("--tv " + learned + " compare " + recording);
+        EXPECT_EQ(again.status, 0) << path << again.out << again.err;
+        EXPECT_EQ(LastLine(again.out).substr(0, 5), "0 of ") << again.out;
+    }
+}
+
+/// A programme of a TV whose ids are not made as the stand-ins make theirs.
+std::string Program(const std::string& id, const std::string& title, int begin, int minutes)
+{
+    const std::int64_t start = 1767294000000 + std::int64_t{begin} * 60000;
+    Json::Value program;
+    program["programId"] = id;
+    program["TCServiceId"] = "55";
+    program["title"] = title;
+    program["synopsis"] = "";
+    program["genre"] = "";
+    program["startTime"] = static_cast<Json::Int64>(start);
+    program["endTime"] = static_cast<Json::Int64>(start + std::int64_t{minutes} * 60000);
+    return Text(program);
+}
+
+TEST(Learn, WritesAGuideThatBeginsAnywhere)
+{
+    const auto ask = [](const char* command, const std::string& input, const std::string& reply) {
+        Json::Value message;
+        message["command"] = command;
+        message["input"] = input;
+        Json::Value answer;
+        answer["code"] = 0;
+        answer["data"] = reply;
+        return Await(Text(message), Text(answer));
+    };
+    const std::string now = R"("now":1767294900000,)";  // a quarter past the half hour
+    const std::string of = R"({"TCServiceId":"55",)" + now;
+    const std::string present = Program("7-1", "Runs already", -20, 60);
+    const std::string next = Program("7-2", "Next", 40, 25);
+    const std::string late = Program("7-9", "After a gap", 400, 2000);
+    const std::string past = Program("7-0", "Long past", -200, 90);
+    const std::string recording =
+        ask("GetPresentProgram", R"({"TCServiceId":"55"})",
+            of + "\"present\":" + present + ",\"following\":" + next + "}") +
+        ask("GetProgram", R"({"programId":"7-2"})", "{\"program\":" + next + "}") +
+        ask("GetProgramList", R"({"TCServiceId":"55","to":1767296000000})",
+            of + "\"programs\":[" + present + "]}") +
+        ask("GetProgramList", R"({"TCServiceId":"55","from":1767318060000,"to":1767318120000})",
+            of + "\"programs\":[" + late + "]}") +
+        ask("GetProgramList", R"({"TCServiceId":"55","from":1767282060000,"to":1767282120000})",
+            of + "\"programs\":[" + past + "]}");
+    const TemporaryFolder folder;
+    const std::string file = folder.Write("recording.jsonl", recording);
+    const std::string learned = (folder / "learned.json").string();
+    EXPECT_EQ(RunHost("compare " + file + " --learn " + learned).status, 1);
+    const HostResult again = RunHost("--tv " + learned + " compare " + file);
+    EXPECT_EQ(again.status, 0) << again.out << again.err << test::ReadFile(learned);
+    EXPECT_EQ(LastLine(again.out), "0 of 5 lines differ");
+}
+
+TEST(Learn, MakesDoWithWhatWasAsked)
+{
+    const std::string next = R"({"await":{"command":"SetNextService"}})"
+                             "\n";
+    const std::string previous = R"({"await":{"command":"SetPreviousService"}})"
+                                 "\n";
+    const std::string shown = R"({"await":{"command":"GetCurrentChannelInfo"}})"
+                              "\n";
+    const std::string list = R"({"await":{"command":"GetZELumoServices"}})"
+                             "\n";
+    const std::string featured = R"({"await":{"command":"GetFeaturedVirtualChannelInfo","input":"{}"}})"
+                                 "\n";
+    const std::string tune = R"({"await":{"command":"SetServiceByServiceid","Serviceid":"0x47"}})"
+                             "\n";
+    const std::string film = R"({"await":{"command":"RegisterEvent","event":90019}}
+{"await":{"command":"Init","url":"http://a.tv/film*.mpd","timeOffset":0}}
+{"await":{"command":"Play"}}
+{"tv":"advance","ms":1500}
+{"await":{"command":"Seek","sec":20}}
+{"tv":"advance","ms":2000}
+{"await":{"command":"Stop"}}
+)";
+    const std::string none = R"({"channels":[]})";
+    const std::string extra = With("channels.0.extra", R"({"serviceId":"12","major":"three","type":null})");
+    for (const auto& [tv, session] : std::vector<std::pair<std::string, std::string>>{
+             {kBase, shown},
+             {kBase, list},
+             {kBase, featured + list},
+             {kBase, shown + next + shown},
+             {kBase, list + next + shown + next + shown},
+             {kBase, previous + previous + previous + shown + list},
+             {kBase, list + tune + shown},
+             {kBase, tune + shown},
+             {none, list + shown},
+             {extra, shown + list},
+             {With("channels.0.extra", R"("no JSON")"), list + shown},
+             {With("channels.0.name", R"("")"), featured + shown},
+             {With("settings", "{}"),
+              R"({"await":{"command":"GetStringFromVconfWithKey","key":"db/menu/language"}})"},
+             {With("contentService.available", "false"), kSession},
+             {With("firstUse.firstBoot", "true"),
+              R"({"await":{"command":"LaunchedZELumoWebApp"}}
+{"await":{"command":"CheckIsFirstBootingInZELumo"}}
+{"await":{"command":"RestartZelumoInfo"}}
+{"await":{"command":"CheckIsFirstBootingInZELumo"}}
+)"},
+             {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000}]})", film},
+             {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000,"bufferMs":1500}]})", film + film},
+         }) {
+        const TemporaryFolder folder;
+        const std::string file = folder.Write("tv.json", tv);
+        const std::string recording =
+            folder.Write("recording.jsonl", RunHost("--tv " + file + " script --echo -", session).out);
+        const std::string learned = (folder / "learned.json").string();
+        RunHost("compare " + recording + " --learn " + learned);
+        const HostResult again = RunHost("--tv " + learned + " compare " + recording);
+        EXPECT_EQ(again.status, 0) << tv << session << again.out << again.err << test::ReadFile(learned);
+    }
+}
+
+TEST(Learn, WhateverATvAnswersMakesATvFile)
+{
+    std::string recording = "{\"tv\":\"setting\",\"key\":{}}\n{\"tv\":\"clock\",\"date\":-1}\n";
+    const Json::Value api = J(test::ReadFile(ZELUMO_PAGE_API));
+    for (
+        const char* data :
+        {"null", "true", "-7", "1e300", "\"\"", "\"[[]]\"", "[{}]", R"({"TCServiceId":{}})",
+         R"({"TCServiceId":"7","url":[],"now":-1,"version":{},"country":3,"appID":1,"URL":null,"isFirstEntry":"x"})",
+         R"({"serviceid":"7","channelName":["x"],"major":-5,"minor":70000,"frequency":1e12,"extra":{}})",
+         R"({"TCServiceId":"18446744073709551616","programs":7,"program":[],"present":{"TCServiceId":"7"}})",
+         R"({"TCServiceId":"7","program":{"TCServiceId":"7","title":"x","startTime":5,"endTime":-5},"now":1e300,
+              "present":{"TCServiceId":"7","title":"x","startTime":5,"endTime":9e18},
+              "following":{"TCServiceId":"7","title":"\u0000","startTime":10,"endTime":11}})",
+         R"({"channels":[{"TCServiceId":"8","name":7},{"TCServiceId":8},3],"EChannelType":{}})",
+         R"({"TCServiceData":[{"id":-1},{"id":"7"},{"id":1e30},{"id":7,"major":65536}]})",
+         R"({"TCServiceData":{"a":1}})"}) {
+        for (const Json::Value& command : api["commands"]) {
+            Json::Value reply;
+            reply["code"] = 0;
+            reply["data"] = Text(J(data));
+            recording += Await(Text(command["example"]), Text(reply));
+            reply["data"] = J(data);
+            recording += Await(Text(command["example"]), Text(reply),
+                               {Text(J(data)), R"({"data":{"ch_info":)" + std::string("{}}}")});
+        }
+        recording += std::string("{\"message\":{\"event\":\"ZELUMO_EVENT\",\"type\":137,\"param2\":") +
+                     Text(J(data)) + "}}\n";
+    }
+    const TemporaryFolder folder;
+    const std::string learned = (folder / "learned.json").string();
+    const HostResult result = RunHost("compare - --learn " + learned, recording);
+    EXPECT_EQ(result.status, 1) << result.err;
+    const HostResult read = RunHost("--tv " + learned + " script /dev/null");
+    EXPECT_EQ(read.status, 0) << read.err << test::ReadFile(learned);
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tvhost/by_form.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <fstream>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+
+#include "core/clock.h"
+#include "core/json_node.h"
+#include "core/json_text.h"
+
+namespace host {
+namespace {
+
+constexpr int kMaxDepth = 16;
+
+/// `*` stands for any run of characters.
+bool Fits(std::string_view pattern, std::string_view text)
+{
+    std::size_t star = std::string_view::npos;
+    std::size_t resume = 0;
+    std::size_t at = 0;
+    std::size_t next = 0;
+    while (next < text.size()) {
+        if (at < pattern.size() && pattern[at] == '*') {
+            star = at++;
+            resume = next;
+        } else if (at < pattern.size() && pattern[at] == text[next]) {
+            ++at;
+            ++next;
+        } else if (star != std::string_view::npos) {
+            at = star + 1;
+            next = ++resume;
+        } else {
+            return false;
+        }
+    }
+    return pattern.find_first_not_of('*', at) == std::string_view::npos;
+}
+
+bool IsUrl(const std::string& text)
+{
+    const std::size_t colon = text.find(':');
+    if (colon == 0 || colon == std::string::npos || text.find(' ') != std::string::npos)
+        return false;
+    const auto is_scheme = [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '+';
+    };
+    return std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon), is_scheme) &&
+           (text.compare(colon, 3, "://") == 0 || text.compare(0, 5, "data:") == 0);
+}
+
+/// Letters become one "a", digits one "9"; the rest stays. Texts of several words are words.
+std::string FormOfText(const std::string& text)
+{
+    if (text.empty())
+        return "the empty text";
+    if (tv::ParseDate(text))
+        return "date";
+    if (IsUrl(text))
+        return "URL";
+    if (text.find(' ') != std::string::npos)
+        return "words";
+    std::string form;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        const char kind = std::isdigit(byte) != 0 ? '9' : std::isalpha(byte) != 0 || byte >= 0x80 ? 'a' : c;
+        if (form.empty() || form.back() != kind || (kind != '9' && kind != 'a'))
+            form += kind;
+    }
+    return "text " + form;
+}
+
+ByForm::How ReadHow(const tv::JsonNode& node)
+{
+    const std::string how = node.As<std::string>();
+    if (how == "value")
+        return ByForm::How::Value;
+    if (how == "carried")
+        return ByForm::How::Carried;
+    if (how == "type")
+        return ByForm::How::Type;
+    if (how != "form")
+        node.Fail("must be \"form\", \"carried\", \"type\" or \"value\"");
+    return ByForm::How::Form;
+}
+
+}  // namespace
+
+std::string FormOf(const Json::Value& value)
+{
+    return value.isString() ? FormOfText(value.asString()) : TypeOf(value);
+}
+
+std::string TypeOf(const Json::Value& value)
+{
+    switch (value.type()) {
+        case Json::nullValue:
+            return "null";
+        case Json::booleanValue:
+            return "true or false";
+        case Json::intValue:
+        case Json::uintValue:
+        case Json::realValue:
+            return "number";
+        case Json::stringValue:
+            return "text";
+        case Json::arrayValue:
+            return "array";
+        case Json::objectValue:
+            break;
+    }
+    return "object";
+}
+
+void ByForm::Read(const std::filesystem::path& file)
+{
+    const auto fail = [&file](const std::string& why) { throw TableError(file.string() + ": " + why); };
+    std::error_code error;
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream)
+        fail(std::generic_category().message(errno));
+    if (std::filesystem::is_directory(file, error))
+        fail(std::generic_category().message(EISDIR));
+    std::ostringstream text;
+    text << stream.rdbuf();
+    try {
+        const Json::Value json = tv::ParseJsonFile(text.str(), kMaxDepth);
+        tv::JsonObject table(tv::JsonNode(json, tv::JsonPlaces::Path));
+        std::vector<Row> rows;
+        if (const auto members = table.Find("byForm")) {
+            for (const tv::JsonNode& element : members->Elements()) {
+                tv::JsonObject object(element);
+                Row row{"*", object.Get("member").As<std::string>(), How::Form};
+                std::string about;
+                object.Read("of", row.of);
+                if (const auto as = object.Find("as"))
+                    row.how = ReadHow(*as);
+                object.Read("about", about);
+                object.End();
+                rows.push_back(row);
+            }
+        }
+        if (const auto names = table.Find("anyNumberOf")) {
+            for (const tv::JsonNode& name : names->Elements())
+                any_number_of_.insert(name.As<std::string>());
+        }
+        table.End();
+        rows_.insert(rows_.begin(), rows.begin(), rows.end());
+        asked_.clear();
+    } catch (const tv::JsonError& mistake) {
+        fail(mistake.what());
+    } catch (const tv::JsonMistake& mistake) {
+        fail(mistake.what());
+    }
+}
+
+ByForm::How ByForm::Of(const std::string& name, const std::string& path) const
+{
+    const auto [place, is_new] = asked_.emplace(std::pair(name, path), How::Value);
+    if (is_new) {
+        const auto fits = [&](const Row& row) { return Fits(row.of, name) && Fits(row.member, path); };
+        const auto row = std::find_if(rows_.begin(), rows_.end(), fits);
+        if (row != rows_.end())
+            place->second = row->how;
+    }
+    return place->second;
+}
+
+}  // namespace host

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <json/value.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace host {
+
+/// A table that can't be used; what() says why in one line.
+class TableError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The form of a value, which two TVs have in common where the value differs by nature: "number", "date",
+/// "URL", or for other texts what kinds of characters stand in it, "9-9" for "1001-1767294000".
+std::string FormOf(const Json::Value& value);
+/// Of which type it is: a text is a text.
+std::string TypeOf(const Json::Value& value);
+
+/// Which members differ by nature, by the name of what they stand in and their path there. One thread at
+/// a time.
+class ByForm {
+  public:
+    /// Value: compared as it is. Carried: by its form, and a page hands it back to the TV.
+    enum class How { Value, Form, Carried, Type };
+
+    /// Adds what a table says: a JSON file, {"byForm": [{"of", "member", "as", "about"}],
+    /// "anyNumberOf": [NAME]}. Its rows come before those that are there. Throws TableError.
+    void Read(const std::filesystem::path& file);
+
+    /// `path` has no numbers of elements: "data.programs[].title". The first row that fits counts.
+    How Of(const std::string& name, const std::string& path) const;
+    /// Whether it is of no matter how many messages of that name come.
+    bool IsAnyNumberOf(const std::string& name) const { return any_number_of_.count(name) != 0; }
+
+  private:
+    struct Row {
+        std::string of;
+        std::string member;
+        How how;
+    };
+    std::vector<Row> rows_;
+    std::set<std::string> any_number_of_;
+    /// What has been asked for. A session asks the same again and again.
+    mutable std::map<std::pair<std::string, std::string>, How> asked_;
+};
+
+}  // namespace host
