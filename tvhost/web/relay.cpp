@@ -178,9 +178,12 @@ void Relay::Hear(long long connection, const std::string& text)
     } catch (const JsonError& error) {
         why = error.what();
     }
-    const tv::MutexLock lock(mutex_);
-    if (connection == connection_ && tv_)
-        tv_->Close("not understood: " + why, kNotUnderstoodCode);
+    {
+        const tv::MutexLock lock(mutex_);
+        if (connection == connection_ && tv_)
+            tv_->Close("not understood: " + why, kNotUnderstoodCode);
+    }
+    Leave(connection);  // it may take its time to close
 }
 
 void Relay::Understand(long long connection, const Json::Value& frame)
