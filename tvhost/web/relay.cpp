@@ -278,9 +278,14 @@ void Relay::CarryOut(const Json::Value& line)
     Tell({LineOut::Kind::Did, WriteJson(OrderedObject{{"did", verb}})});
 }
 
-void Relay::Open()
+void Relay::CheckReady() const
 {
     const tv::MutexLock lock(mutex_);
+    RequireReady();
+}
+
+void Relay::RequireReady() const
+{
     if (ending_)
         throw Refused(503, kEnding);
     if (state_ == State::Missing)
@@ -289,6 +294,12 @@ void Relay::Open()
         throw Refused(503, state_ == State::Gone
                                ? "the TV has gone; it may come back"
                                : "no TV is there yet: its browser has to open the relay's address");
+}
+
+void Relay::Open()
+{
+    const tv::MutexLock lock(mutex_);
+    RequireReady();
     open_ = true;
     ++opened_;
     tv_->Send(Frame(R"({"page":"open"})"));

@@ -48,6 +48,8 @@ class Relay : public Counterpart {
     const char* state() const EXCLUDES(mutex_);
     /// Whether the TV that is there has a page open.
     bool is_open() const EXCLUDES(mutex_);
+    /// Throws Refused, with 503, where no TV could open a page now.
+    void CheckReady() const EXCLUDES(mutex_);
     /// The host ends: what the TV was asked fails with 503, and so does what it would be asked.
     void GiveUp() EXCLUDES(mutex_);
 
@@ -83,6 +85,7 @@ class Relay : public Counterpart {
 
     /// What follows the secret in a path: "" or "relay.js"; nothing where the secret is another one.
     std::optional<std::string> BehindSecret(const std::string& path) const;
+    void RequireReady() const REQUIRES(mutex_);
     void Open() EXCLUDES(mutex_);
     void Close() EXCLUDES(mutex_);
     void Tell(LineOut line) EXCLUDES(output_mutex_);

@@ -172,6 +172,9 @@ std::variant<Subscription, WebResponse> Routes::Listen(WebRequest request)
 
 void Routes::OpenPage(Asked& asked)
 {
+    // At once: pages ask for it again and again until a TV is there.
+    if (relay_ != nullptr)
+        relay_->CheckReady();
     turns_.Take(
         [this](WebAnswer& answer, Turns::Turn turn) {
             turns_.OnPluginThread(
