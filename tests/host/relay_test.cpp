@@ -163,6 +163,7 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
     EXPECT_EQ(WebListener(desk.port, desk.path + "tv", {{"Origin", "http://elsewhere.example"}}).status(),
               404);
     EXPECT_EQ(desk.State(), "waiting");
+    EXPECT_EQ(desk.client.Get("/relay/relay.html").status, 404) << "the desk is no relay";
 
     for (const auto& [name, type] : {std::pair("", "text/html; charset=utf-8"),
                                      std::pair("relay.js", "text/javascript; charset=utf-8")}) {
@@ -317,11 +318,11 @@ TEST(Relay, WhatAnElementSaidThatWasReplacedIsNotForTheNextPage)
 {
     Desk desk;
     Tv tv(desk);
-    const WebPage first(desk.server.port());
-    const WebPage second(desk.server.port());
+    desk.client.OpenPage();
+    const std::string second = desk.client.OpenPage();
     for (const char* frame : {R"({"page":"open"})", R"({"page":"close"})", R"({"page":"open"})"})
         EXPECT_EQ(tv.socket.Read(), frame);
-    WebListener messages(desk.server.port(), second.path + "messages");
+    WebListener messages(desk.server.port(), second + "messages");
     for (const char* frame : {R"({"message":1,"of":1})", R"({"id":7,"reply":1})", R"({"alive":true})",
                               R"({"message":2,"of":2})", R"({"message":3})"})
         tv.socket.Send(frame);

@@ -88,10 +88,10 @@ class Channel : public std::enable_shared_from_this<Channel> {
 /// How a WebSocket comes to listen to a channel.
 struct Subscription {
     std::shared_ptr<Channel> channel;
-    std::vector<Channel::Text> first;           ///< what it gets before what is sent
-    unsigned long long from = 0;                ///< it has those that are sent with a lower number
-    std::size_t longest = 16 * 1024;            ///< the most bytes that it may say at once
-    std::chrono::milliseconds silence{60'000};  ///< who doesn't answer a ping for so long has gone
+    std::vector<Channel::Text> first;              ///< what it gets before what is sent
+    unsigned long long from = 0;                   ///< it has those that are sent with a lower number
+    std::size_t longest = std::size_t{16} * 1024;  ///< the most bytes that it may say at once
+    std::chrono::milliseconds silence{60'000};     ///< who doesn't answer a ping for so long has gone
 };
 
 }  // namespace host

@@ -314,21 +314,29 @@ void Relay::Close()
 
 void Relay::Send(Message message, Handled handled)
 {
-    const bool blocks = message.kind == tv::EmbeddedInstance::Kind::Blocking;
+    if (message.kind == tv::EmbeddedInstance::Kind::Blocking)
+        return Ask(message.text, std::move(handled));
     {
         const tv::MutexLock lock(mutex_);
-        if (ending_)
-            throw Refused(503, kEnding);
-        if (!open_)
-            throw Refused(502, "the TV has gone");
-        std::string frame =
-            blocks ? R"({"id":)" + std::to_string(++last_id_) + R"(,"await":)" : R"({"post":)";
-        tv_->Send(Frame(frame.append(message.text).append("}")));
-        if (blocks)
-            asked_ = Asked{last_id_, std::move(handled)};
+        SendToPage(R"({"post":)", message.text);
     }
-    if (!blocks)
-        handled(nullptr);
+    handled(nullptr);
+}
+
+void Relay::Ask(const std::string& message, Handled handled)
+{
+    const tv::MutexLock lock(mutex_);
+    SendToPage(R"({"id":)" + std::to_string(++last_id_) + R"(,"await":)", message);
+    asked_ = Asked{last_id_, std::move(handled)};
+}
+
+void Relay::SendToPage(std::string begin, const std::string& message)
+{
+    if (ending_)
+        throw Refused(503, kEnding);
+    if (!open_)
+        throw Refused(502, "the TV has gone");
+    tv_->Send(Frame(begin.append(message).append("}")));
 }
 
 Counterpart::Passed Relay::PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point)

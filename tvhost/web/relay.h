@@ -88,6 +88,9 @@ class Relay : public Counterpart {
     void RequireReady() const REQUIRES(mutex_);
     void Open() EXCLUDES(mutex_);
     void Close() EXCLUDES(mutex_);
+    void Ask(const std::string& message, Handled handled) EXCLUDES(mutex_);
+    /// A frame that ends with the message, to the page that is open.
+    void SendToPage(std::string begin, const std::string& message) REQUIRES(mutex_);
     void Tell(LineOut line) EXCLUDES(output_mutex_);
 
     const Events events_;

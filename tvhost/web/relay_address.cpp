@@ -48,7 +48,7 @@ bool IsSecret(std::string_view guess, std::string_view secret)
 
 std::string ReadRelayAddress(const std::string& text, RelayAddress& read)
 {
-    const std::string wrong =
+    std::string wrong =
         text.substr(0, 200) + " is no ADDRESS[:PORT]; write 192.168.1.5, 192.168.1.5:8048 or [fd00::5]:8048";
     std::string host = text;
     std::string port = "0";
