@@ -32,6 +32,14 @@ WebResponse Nothing()
     return ErrorResponse(404, "there is nothing");
 }
 
+/// There are a page, a script and a TV, which keeps its place; whoever else is idle gives way.
+WebServer::Limits SmallLimits()
+{
+    WebServer::Limits limits;
+    limits.connections = 16;
+    return limits;
+}
+
 Channel::Text Frame(std::string text)
 {
     return std::make_shared<const std::string>(std::move(text));
@@ -54,7 +62,7 @@ Relay::Relay(const RelayAddress& address, const std::filesystem::path& web, Even
     : events_(std::move(events)),
       folder_(web / "relay"),
       secret_(MakeSecret()),
-      server_(address.address, address.port, {})
+      server_(address.address, address.port, SmallLimits())
 {
     for (const char* name : {"relay.html", "relay.js"}) {
         if (!std::filesystem::is_regular_file(folder_ / name))
