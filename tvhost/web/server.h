@@ -78,8 +78,8 @@ class WebServer {
     /// Runs `work` on the server's thread, in the order of the calls; never waits. Work that the thread has
     /// not come to when the server stops is dropped. Any thread.
     void Post(std::function<void()> work);
-    /// Runs `work` on the server's thread once that time has passed, unless another call or the server's end
-    /// comes first. On the server's thread, or before Start.
+    /// Runs `work` on the server's thread once that time has passed, unless the server ends first. On the
+    /// server's thread, or before Start.
     void After(std::chrono::milliseconds time, std::function<void()> work);
 
   private:
