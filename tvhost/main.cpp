@@ -26,6 +26,7 @@
 #include "tvhost/web/files.h"
 #include "tvhost/web/host.h"
 #include "tvhost/web/own_names.h"
+#include "tvhost/web/relay_address.h"
 
 namespace {
 
@@ -83,6 +84,12 @@ const CLI::Validator kMedia(
                    : tv::Quoted(value) + " is neither simulated nor browser";
     },
     "");
+const CLI::Validator kRelay(
+    [](const std::string& value) {
+        host::RelayAddress unused;
+        return host::ReadRelayAddress(value, unused);
+    },
+    "");
 const CLI::Validator kOrigin([](const std::string& value) { return host::CheckOrigin(value).value_or(""); },
                              "");
 
@@ -133,6 +140,7 @@ struct CommonOptions {
     std::string date;
     std::string scenario;
     std::string media = kSimulated;
+    std::string relay;
 };
 
 /// Web mode. `usual_settings`: those that no database adds to. Returns the exit status. Throws as RunServe.
@@ -142,6 +150,12 @@ int Serve(const CommonOptions& common, host::ServeOptions& serve, const Json::Va
     if (!common.date.empty())
         serve.date = common.date == kDateOfFile ? tv::TheClock().DateAsSet() : tv::ParseDate(common.date);
     const bool in_browser = common.media == kBrowser;
+    if (!common.relay.empty()) {
+        host::ReadRelayAddress(common.relay, serve.relay.emplace());
+        serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To compare:",
+                      "zelumo-tv compare " + serve.record.string(), host::kRecordingRelayed};
+        return host::RunServe(serve);
+    }
     serve.note = {std::string(host::kRecordingBegins) + ZELUMO_VERSION ". To replay:",
                   "zelumo-tv " + (common.tv_file.empty() ? "" : "--tv " + common.tv_file + ' ') + "script " +
                       (in_browser ? "--media browser " : "") + "--check " + serve.record.string()};
@@ -294,6 +308,11 @@ int Run(int argc, char** argv)
     serve_command->add_option("--web", serve.web, "The web files; by default those beside the program")
         ->type_name("DIR")
         ->check(kNotEmpty);
+    CLI::Option* const relay =
+        serve_command
+            ->add_option("--relay", common.relay, "Let a real TV take the place of plug-in and stand-ins")
+            ->type_name("ADDRESS[:PORT]")
+            ->check(kRelay);
     for (CLI::App* command : {script_command, serve_command}) {
         command
             ->add_option("--media", common.media,
@@ -304,6 +323,11 @@ int Run(int argc, char** argv)
         command->footer(
             "The options of zelumo-tv itself (--plugin, --tv, --settings, --trace) may stand here, too.");
     }
+    // What is of the plug-in or of the stand-ins alone would have no effect.
+    for (const char* name : {"--plugin", "--tv", "--settings", "--trace"})
+        relay->excludes(app.get_option(name));
+    for (const char* name : {"--speed", "--date", "--scenario", "--media"})
+        relay->excludes(serve_command->get_option(name));
     host::CheckCommands checks(app);
     try {
         app.parse(argc, argv);

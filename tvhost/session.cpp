@@ -167,6 +167,13 @@ void Session::SendAndWait(tv::EmbeddedInstance::Kind kind, const Json::Value& me
     Deliver();
 }
 
+void Session::Send(Message message, Handled handled)
+{
+    pp::Var value =
+        message.value ? std::move(*message.value) : tv::ToVar(ParseJson(message.text, kMaxMessageDepth + 1));
+    Send(message.kind, std::move(value), std::move(handled));
+}
+
 void Session::Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled handled)
 {
     OpenInstance().Send(

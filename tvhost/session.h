@@ -15,6 +15,7 @@
 #include "core/mutex.h"
 #include "core/verb.h"
 #include "services/web-runtime/web_runtime.h"
+#include "tvhost/counterpart.h"
 #include "tvhost/json_text.h"
 #include "tvhost/plugin.h"
 
@@ -46,13 +47,11 @@ struct LineOut {
 /// One plug-in with its page and its TV: carries out lines in, one at a time, and tells of everything that
 /// they cause, in the order in which it happens. What the TV wants to deliver by itself waits until the
 /// line that set it off has had its answer.
-class Session {
+class Session : public Counterpart {
   public:
     /// Receives every line out. Called on the thread on which it came up, one call at a time; it must not
     /// call the session.
     using Output = std::function<void(LineOut)>;
-    /// What became of a message: nothing, or what the plug-in threw.
-    using Handled = std::function<void(std::exception_ptr)>;
     /// Which of calls and log lines are told.
     struct Heard {
         bool calls = false;
@@ -64,7 +63,7 @@ class Session {
     Session(const std::filesystem::path& plugin, Output output, Heard heard);
     /// Closes the page, if it is open, and unloads the plug-in. Verbs that still wait for their time are
     /// dropped.
-    ~Session();
+    ~Session() override;
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
@@ -74,21 +73,18 @@ class Session {
     bool is_open() const { return instance_ != nullptr; }
 
     /// One line in: {"await": M}, {"post": M} or {"tv": VERB, …}. Throws LineError.
-    void CarryOut(const Json::Value& line);
+    void CarryOut(const Json::Value& line) override;
     /// The page sends a message, and nobody waits: `handled` is called once, after the reply was told, on the
     /// plug-in's worker thread, or on this one when nobody takes the message. The line has not ended then:
     /// what it set off is delivered by Deliver. Throws LineError. Any thread, between lines.
+    void Send(Message message, Handled handled) override;
     void Send(tv::EmbeddedInstance::Kind kind, pp::Var message, Handled handled);
     /// Playing time passes without a line in, `by` at most: it stops at the alarms' next moment after
     /// `until`, and where the clock's speed has changed. Between lines.
-    struct Passed {
-        std::chrono::milliseconds by{0};  ///< how far it came
-        std::string did;                  ///< the line out that ends such a line, which was not told
-    };
-    Passed PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until);
+    Passed PassTime(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until) override;
     /// What the last line set off is delivered; nothing need be done where nothing waits.
-    void Deliver();
-    bool has_deliveries() const;
+    void Deliver() override;
+    bool has_deliveries() const override;
 
   private:
     /// Destroys the instance, which is open.

@@ -161,6 +161,21 @@ TEST(WebMedia, WhatIsOutOfReachFails)
     EXPECT_EQ(browser.Report(), 32);
 }
 
+TEST(WebMedia, TimeGoesOnWhenTheBrowserIsLost)
+{
+    ServeProcess server({"--media", "browser"});
+    Browser browser(server.port());
+    EXPECT_TRUE(browser.Await(kInit));
+    browser.Lose();
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (browser.State(1) != "failed 0")
+        ASSERT_LT(std::chrono::steady_clock::now(), patience) << browser.State(1);
+    const auto time = [&browser] { return browser.page().State()["playingTime"].asInt64(); };
+    const auto lost = time();
+    while (time() < lost + 300)
+        ASSERT_LT(std::chrono::steady_clock::now(), patience) << "the clock stands still";
+}
+
 TEST(WebMedia, APageThatIsGoneHasNoMoreToTell)
 {
     ServeProcess server({"--media", "browser", "--speed", "0"});

@@ -77,20 +77,22 @@ ServeProcess::ServeProcess(const std::vector<std::string>& arguments, const std:
     output_ = popen(command.c_str(), "re");
     if (output_ == nullptr)
         throw std::runtime_error("can't make a pipe");
-    const auto read_line = [this] {
-        std::string line;
-        for (int c = std::fgetc(output_); c != EOF && c != '\n'; c = std::fgetc(output_))
-            line += static_cast<char>(c);
-        return line;
-    };
-    process_ = std::stoi(read_line());
-    line_ = read_line();
+    process_ = std::stoi(NextLine());
+    line_ = NextLine();
     const std::size_t colon = line_.rfind(':');
     if (line_.compare(0, 11, "zelumo-tv: ") != 0 || colon == std::string::npos) {
         End(SIGKILL);
         throw std::runtime_error("the server did not start: " + line_);
     }
     port_ = static_cast<std::uint16_t>(std::stoi(line_.substr(colon + 1)));
+}
+
+std::string ServeProcess::NextLine()
+{
+    std::string line;
+    for (int c = std::fgetc(output_); c != EOF && c != '\n'; c = std::fgetc(output_))
+        line += static_cast<char>(c);
+    return line;
 }
 
 ServeProcess::~ServeProcess()

@@ -56,6 +56,8 @@ class ServeProcess {
     double PeakMebibytes() const;
     /// The line on its standard output.
     const std::string& line() const { return line_; }
+    /// The next one, where there are more.
+    std::string NextLine();
     /// Sends it a signal and waits for its end; the status is as in HostResult.
     int End(int signal);
 

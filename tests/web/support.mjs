@@ -32,11 +32,12 @@ export class Tv {
       tv.process.once("exit", (code) => reject(new Error(`${binary} ended with ${code}`)));
       tv.process.stdout.on("data", (data) => {
         text += data;
-        if (text.includes("\n")) resolve(text);
+        if (text.split("\n").length > (args.includes("--relay") ? 2 : 1)) resolve(text);
       });
     });
     tv.url = line.match(/http:\/\/\S+?(?=\/?(\s|$))/)[0];
     tv.port = new URL(tv.url).port;
+    tv.relay = line.match(/relay (http:\S+)/)?.[1]; // where a real TV comes in
     return tv;
   }
 

@@ -37,10 +37,11 @@ class Listener : public Connection, public std::enable_shared_from_this<Listener
     }
     ~Listener() override { server_.connections.erase(this); }
 
-    void Start(const beast::http::request<beast::http::empty_body>& request)
+    void Start(const beast::http::request<beast::http::empty_body>& request, std::size_t longest,
+               std::chrono::milliseconds silence)
     {
-        socket_.set_option(websocket::stream_base::timeout{30s, 60s, true});
-        socket_.read_message_max(kMaxHeaderBytes);
+        socket_.set_option(websocket::stream_base::timeout{30s, silence, true});
+        socket_.read_message_max(longest);
         socket_.text(true);
         socket_.async_accept(request, [self = shared_from_this()](error_code error) {
             if (error)
@@ -160,7 +161,7 @@ void Listen(ServerState& server, TcpSocket socket,
     const auto listener = std::make_shared<Listener>(server, std::move(socket), subscription.channel);
     // Before it is accepted, so that it misses nothing that happens once the browser knows.
     if (subscription.channel->Join(*listener, std::move(subscription.first), subscription.from))
-        listener->Start(request);
+        listener->Start(request, subscription.longest, subscription.silence);
 }
 
 Channel::Channel(ServerState& server, Unheard unheard, Events events)
@@ -184,12 +185,13 @@ void Channel::Send(Text text, unsigned long long number)
     Schedule();
 }
 
-void Channel::Close(std::string reason)
+void Channel::Close(std::string reason, std::uint16_t code)
 {
     const tv::MutexLock lock(mutex_);
     if (closing_)
         return;
     closing_ = std::move(reason);
+    code_ = code;
     Schedule();
 }
 
@@ -243,12 +245,14 @@ void Channel::Deliver()
     std::vector<Numbered> texts;
     std::optional<std::string> closing;
     bool overflown = false;
+    std::uint16_t code = kNormal;
     {
         const tv::MutexLock lock(mutex_);
         texts.swap(inbox_);
         inbox_bytes_ = 0;
         overflown = std::exchange(overflown_, false);
         closing = closing_;
+        code = code_;
         scheduled_ = false;
     }
     // A listener may leave while it is told.
@@ -269,7 +273,7 @@ void Channel::Deliver()
         closed_ = true;
         kept_.clear();
         for (const Joined& joined : listeners)
-            joined.listener->Finish(websocket::close_code::normal, *closing);
+            joined.listener->Finish(static_cast<websocket::close_code>(code), *closing);
     }
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -23,6 +25,8 @@ class Channel : public std::enable_shared_from_this<Channel> {
   public:
     /// What becomes of texts while nobody listens.
     enum class Unheard { Keep, Drop };
+    /// The code with which a WebSocket is closed that has served its purpose.
+    static constexpr std::uint16_t kNormal = 1000;
     using Text = std::shared_ptr<const std::string>;
     /// What happens at its far end, on the server's thread.
     struct Events {
@@ -37,9 +41,9 @@ class Channel : public std::enable_shared_from_this<Channel> {
     // Any thread.
     /// Never waits. Nothing is sent after Close. `number`: of those that are counted, see Subscription.
     void Send(Text text, unsigned long long number = 0) EXCLUDES(mutex_);
-    /// Ends the channel: its listeners get what was sent before and are closed with the reason; later ones
-    /// are refused.
-    void Close(std::string reason) EXCLUDES(mutex_);
+    /// Ends the channel: its listeners get what was sent before and are closed with the reason and the code;
+    /// later ones are refused.
+    void Close(std::string reason, std::uint16_t code = kNormal) EXCLUDES(mutex_);
 
     // The server's thread.
     bool is_closed() const { return closed_; }
@@ -73,6 +77,7 @@ class Channel : public std::enable_shared_from_this<Channel> {
     bool overflown_ GUARDED_BY(mutex_) = false;
     bool scheduled_ GUARDED_BY(mutex_) = false;
     std::optional<std::string> closing_ GUARDED_BY(mutex_);
+    std::uint16_t code_ GUARDED_BY(mutex_) = kNormal;
     // The server's thread only.
     std::vector<Joined> listeners_;
     std::deque<Text> kept_;
@@ -83,8 +88,10 @@ class Channel : public std::enable_shared_from_this<Channel> {
 /// How a WebSocket comes to listen to a channel.
 struct Subscription {
     std::shared_ptr<Channel> channel;
-    std::vector<Channel::Text> first;  ///< what it gets before what is sent
-    unsigned long long from = 0;       ///< it has those that are sent with a lower number
+    std::vector<Channel::Text> first;              ///< what it gets before what is sent
+    unsigned long long from = 0;                   ///< it has those that are sent with a lower number
+    std::size_t longest = std::size_t{16} * 1024;  ///< the most bytes that it may say at once
+    std::chrono::milliseconds silence{60'000};     ///< who doesn't answer a ping for so long has gone
 };
 
 }  // namespace host

@@ -172,7 +172,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (reader_.waits_to_go_on()) {
             // Who asks first is told at once, and sends no body then.
             if (!reader_.visitor().is_welcome())
-                return Refuse(Unwelcome(reader_.visitor(), own_names_));
+                return Refuse(Unwelcome(reader_.visitor(), own_names_, server_.handlers.hides));
             if (std::optional<WebResponse> refusal = reader_.TooLarge())
                 return Refuse(std::move(*refusal));
             static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -194,7 +194,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void Upgrade()
     {
         if (!reader_.visitor().is_welcome())
-            return Refuse(Unwelcome(reader_.visitor(), own_names_));
+            return Refuse(Unwelcome(reader_.visitor(), own_names_, server_.handlers.hides));
         auto found = server_.handlers.listen(reader_.Take());
         if (WebResponse* refusal = std::get_if<WebResponse>(&found))
             return Refuse(std::move(*refusal));
@@ -209,7 +209,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         const Asked asked = Ask(true);
         const Visitor& visitor = reader_.visitor();
         if (!visitor.is_welcome())
-            Respond(asked, Unwelcome(visitor, own_names_));
+            Respond(asked, Unwelcome(visitor, own_names_, server_.handlers.hides));
         else if (std::optional<WebResponse> refusal = reader_.TooLarge())
             Respond(asked, std::move(*refusal));
         else if (visitor.origin != nullptr && reader_.method() == http::verb::options)

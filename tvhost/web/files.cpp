@@ -187,9 +187,12 @@ std::optional<WebFiles::Found> WebFiles::Find(std::string_view path, bool wants_
         return std::nullopt;
     if (names->empty())
         return app_.empty() ? FindIn(web_, "demo/index.html", "index.html") : FindIn(app_, "", path);
-    // The web folder's own names come first: the demo stays where it is whatever the person's page has.
-    if (std::optional<Found> found = FindIn(web_, *names, path))
-        return found;
+    // The web folder's own names come first: the demo stays where it is whatever the person's page has. What
+    // the relay gives to a TV isn't among them.
+    if (*names->begin() != "relay") {
+        if (std::optional<Found> found = FindIn(web_, *names, path))
+            return found;
+    }
     if (!app_.empty()) {
         if (std::optional<Found> found = FindIn(app_, *names, path))
             return found;

@@ -25,6 +25,7 @@ constexpr auto kMaxTurn = 10ms;
 /// How much real time the clock may be behind when its turn was too short; what is more never passes.
 constexpr std::chrono::duration<double, std::milli> kMaxBehind = 1s;
 constexpr char kEnding[] = "the TV host ends";
+constexpr char kTvLost[] = "the TV has gone";
 
 std::chrono::milliseconds SinceEpoch()
 {
@@ -59,7 +60,8 @@ WebHost::WebHost(const ServeOptions& options)
           }),
       lines_(turns_, pages_, journal_, recording_.get()),
       runtime_(server_, turns_, pages_, lines_),
-      routes_(files_, turns_, pages_, lines_, journal_)
+      relay_(MakeRelay()),
+      routes_(files_, turns_, pages_, lines_, journal_, relay_.get())
 {
     lines_.SetTick([this] {
         WebAnswer nobody;
@@ -73,16 +75,69 @@ void WebHost::Stop()
 {
     // First, so that no turn begins when the one that is held up ends.
     turns_.Stop();
+    if (relay_)
+        relay_->GiveUp();
     const tv::MutexLock lock(mutex_);
     if (!no_delay_)
         no_delay_ = std::make_unique<tv::Calls::NoDelay>(tv::TheCalls(), nullptr);
 }
 
+std::unique_ptr<Relay> WebHost::MakeRelay()
+{
+    if (!options_.relay)
+        return nullptr;
+    return std::make_unique<Relay>(
+        *options_.relay, options_.web,
+        Relay::Events{[this](LineOut line) { lines_.OnLineOut(std::move(line)); },
+                      [this](const std::string& name) { server_.Post([this, name] { OnTvKey(name); }); },
+                      [this] { server_.Post([this] { OnTvLost(); }); }});
+}
+
+void WebHost::OnTvLost()
+{
+    const auto close = [this](WebAnswer&, Turns::Turn turn) {
+        turns_.OnPluginThread(
+            [this](WebAnswer&) {
+                // It may be back, and have another page by now.
+                if (!relay_->is_open())
+                    pages_.Close(kTvLost);
+            },
+            {}, std::move(turn));
+    };
+    // Behind what waits for the TV, which fails first.
+    WebAnswer nobody;
+    try {
+        turns_.Take(close, nobody, 0, true);
+    } catch (const Refused&) {
+        turns_.TakeFirst(close);
+    }
+}
+
+void WebHost::OnTvKey(const std::string& name)
+{
+    WebAnswer nobody;
+    Answering(nobody, [&] {
+        Json::Value line;
+        line["tv"] = "key";
+        line["key"] = name;
+        lines_.TakeVerb(line, WriteJson(OrderedObject{{"tv", "key"}, {"key", name}}), nobody, nullptr);
+    });
+}
+
 void WebHost::Run(const std::function<void()>& ready)
 {
+    if (relay_) {
+        lines_.SetCounterpart(*relay_);
+        return Serve(ready);
+    }
     Session session(options_.plugin, [this](LineOut line) { lines_.OnLineOut(std::move(line)); },
                     {true, true});
-    lines_.SetSession(session);
+    lines_.SetCounterpart(session);
+    Serve(ready);
+}
+
+void WebHost::Serve(const std::function<void()>& ready)
+{
     options_.loaded();
     BeginRecording();
     ready();
@@ -93,6 +148,8 @@ void WebHost::Run(const std::function<void()>& ready)
     server_.Start(
         {[this](const WebRequest& request, WebAnswer answer) { routes_.Answer(request, std::move(answer)); },
          [this](WebRequest request) { return routes_.Listen(std::move(request)); }});
+    if (relay_)
+        relay_->Start();
     turns_.Serve();
 
     WebAnswer nobody;
@@ -102,6 +159,8 @@ void WebHost::Run(const std::function<void()>& ready)
         recording_->Comment(kRecordingEnds);
     }
     runtime_.End();
+    if (relay_)
+        relay_->Stop();
     server_.Stop();
     const tv::MutexLock lock(mutex_);
     no_delay_.reset();
@@ -157,8 +216,15 @@ void WebHost::BeginRecording()
     Json::Value line;
     line["tv"] = "clock";
     line["date"] = static_cast<Json::Int64>(options_.date.value_or(SinceEpoch()).count());
+    const std::string text = WriteJson(OrderedObject{{"tv", "clock"}, {"date", line["date"]}});
+    if (relay_) {
+        // No TV is told its date, but stand-ins that are compared with it have to be.
+        if (recording_)
+            recording_->Write(text, {R"({"did":"clock"})"});
+        return;
+    }
     WebAnswer nobody;
-    lines_.CarryOut(line, WriteJson(OrderedObject{{"tv", "clock"}, {"date", line["date"]}}), nobody);
+    lines_.CarryOut(line, text, nobody);
     for (const Json::Value& verb : options_.scenario) {
         lines_.CarryOut(verb, WriteJson(OrderedObject{{"tv", "at"}, {"ms", verb["ms"]}, {"do", verb["do"]}}),
                         nobody);
@@ -204,7 +270,10 @@ int RunServe(const ServeOptions& options)
                          host.url().c_str());
         const OnInterrupt stops([&host] { host.Stop(); });
         host.Run([&host] {
-            if (std::printf("zelumo-tv: %s\n", host.url().c_str()) < 0 || std::fflush(stdout) != 0)
+            std::string lines = "zelumo-tv: " + host.url() + '\n';
+            if (!host.relay_url().empty())
+                lines += "zelumo-tv: relay " + host.relay_url() + '\n';
+            if (std::fputs(lines.c_str(), stdout) < 0 || std::fflush(stdout) != 0)
                 throw std::system_error(errno, std::generic_category(), "can't write to standard output");
         });
         return 0;

@@ -19,6 +19,7 @@
 #include "tvhost/web/lines.h"
 #include "tvhost/web/pages.h"
 #include "tvhost/web/recording.h"
+#include "tvhost/web/relay.h"
 #include "tvhost/web/routes.h"
 #include "tvhost/web/runtime.h"
 #include "tvhost/web/server.h"
@@ -41,13 +42,16 @@ struct ServeOptions {
     std::vector<Json::Value> scenario;              ///< `at` verbs, which are carried out when the TV starts
     /// Whose pages may use the TV beside the host's own; each passes CheckOrigin.
     std::vector<std::string> allow_origins;
+    /// A real TV takes the place of plug-in and stand-ins; what is theirs in these options doesn't count
+    /// then.
+    std::optional<RelayAddress> relay;
     WebServer::Limits limits;
     std::function<void()> loaded = [] {};  ///< called once port and plug-in are there
 };
 
-/// Web mode: a web server for one TV. The page in the browser takes turns with the person at the TV and the
-/// TV's clock. The thread of Run is the plug-in's; what needs no turn (files, the TV's state) is answered at
-/// once.
+/// Web mode: a web server for one TV, which stand-ins play, or a real one behind a relay. The page in the
+/// browser takes turns with the person at the TV and the TV's clock. The thread of Run is the plug-in's; what
+/// needs no turn (files, the TV's state) is answered at once.
 class WebHost {
   public:
     /// Takes the port. Throws ServerError, or std::system_error, FileError or Interrupted for a folder or
@@ -60,6 +64,8 @@ class WebHost {
     // Any thread.
     std::string url() const { return server_.url(); }
     bool is_loopback() const { return server_.is_loopback(); }
+    /// Where the TV's browser has to go; empty without a relay.
+    std::string relay_url() const { return relay_ ? relay_->url() : ""; }
 
     /// Loads the plug-in, empties the recording, calls `ready`, and serves until Stop; then ends the page's
     /// instance and unloads the plug-in. Throws PluginError, FileError, and what `ready` throws. Once.
@@ -71,11 +77,18 @@ class WebHost {
     using Clock = std::chrono::steady_clock;
 
     // The server's thread.
+    /// The TV that the relay had has gone: so has its page.
+    void OnTvLost();
+    /// A key of its remote.
+    void OnTvKey(const std::string& name);
     void WaitForTick();
     /// Takes a turn for the clock, before all that wait, or with `last` behind them.
     void TakeTick(bool last);
 
     // The thread of Run.
+    std::unique_ptr<Relay> MakeRelay();
+    /// The lines reach their counterpart by now.
+    void Serve(const std::function<void()>& ready);
     void BeginRecording();
     /// The clock catches up with the time that has passed, as far as it comes in one turn.
     void Tick();
@@ -89,6 +102,7 @@ class WebHost {
     Pages pages_;
     Lines lines_;
     Runtime runtime_;
+    const std::unique_ptr<Relay> relay_;  // null: the plug-in and the stand-ins
     Routes routes_;
 
     tv::Mutex mutex_{tv::LockLevel::Turns};

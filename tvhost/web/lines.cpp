@@ -5,7 +5,6 @@
 #include <exception>
 #include <utility>
 
-#include "services/web-runtime/json_var.h"
 #include "tvhost/json_text.h"
 
 namespace host {
@@ -28,6 +27,17 @@ std::string LineOf(tv::EmbeddedInstance::Kind kind, const std::string& message)
 {
     const bool blocking = kind == tv::EmbeddedInstance::Kind::Blocking;
     return (blocking ? R"({"await":)" : R"({"post":)") + TextInLine(message) + '}';
+}
+
+std::string WhyRefused(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const Refused& refused) {
+        return refused.what();
+    } catch (...) {
+        return "the message was not handled";
+    }
 }
 
 }  // namespace
@@ -65,6 +75,11 @@ void Lines::TakeVerb(Json::Value line, const std::string& text, WebAnswer& taken
 
 void Lines::Begin(const std::string& text, WebAnswer& answer)
 {
+    // A real TV says something between the lines, too: that came with the time that has passed.
+    if (std::vector<std::string> before = End().lines_out; !before.empty()) {
+        before.push_back(counterpart_->PassTime({}, {}).did);
+        recording_->Advance(0, before);
+    }
     const tv::MutexLock lock(mutex_);
     journal_.Add(text);
     answer_ = std::move(answer);
@@ -87,7 +102,7 @@ void Lines::CarryOut(const Json::Value& line, const std::string& text, WebAnswer
         tick_();
     Begin(text, answer);
     try {
-        session_->CarryOut(line);
+        counterpart_->CarryOut(line);
     } catch (const std::exception& error) {
         answer = End().answer;
         Fail(error.what());
@@ -110,9 +125,9 @@ void Lines::CarryOut(const Json::Value& line)
 std::chrono::milliseconds Lines::Tick(std::chrono::milliseconds by,
                                       std::chrono::steady_clock::time_point until)
 {
-    Session::Passed passed;
+    Counterpart::Passed passed;
     try {
-        passed = session_->PassTime(by, until);
+        passed = counterpart_->PassTime(by, until);
     } catch (...) {
         End();
         throw;
@@ -131,10 +146,8 @@ void Lines::Send(Message message, WebAnswer& answer, Turns::Turn turn)
     Begin(message_, answer);
     turn_ = std::move(turn);
     try {
-        pp::Var value =
-            message.value ? std::move(*message.value) : tv::ToVar(ParseJson(message.text, kMaxDepth));
-        session_->Send(message.kind, std::move(value),
-                       [this](const std::exception_ptr& failure) { OnHandled(failure); });
+        counterpart_->Send(std::move(message),
+                           [this](const std::exception_ptr& failure) { OnHandled(failure); });
     } catch (...) {
         answer = End().answer;
         const Turns::Turn ended = std::move(turn_);
@@ -147,14 +160,14 @@ void Lines::OnHandled(const std::exception_ptr& failure)
     if (failure) {
         Caused caused = End();
         Answering(caused.answer, [&] { std::rethrow_exception(failure); });
-        Fail("the message was not handled");
+        Fail(WhyRefused(failure).c_str());
     }
-    if (!session_->has_deliveries())
+    if (!counterpart_->has_deliveries())
         return EndMessage();
     // They may wait for one another, and for the worker thread.
     turns_.OnPluginThread(
         [this](WebAnswer&) {
-            session_->Deliver();
+            counterpart_->Deliver();
             EndMessage();
         },
         {}, std::move(turn_));

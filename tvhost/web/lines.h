@@ -12,8 +12,7 @@
 
 #include "core/calls.h"
 #include "core/mutex.h"
-#include "ppapi/cpp/var.h"
-#include "services/web-runtime/web_runtime.h"
+#include "tvhost/counterpart.h"
 #include "tvhost/session.h"
 #include "tvhost/web/journal.h"
 #include "tvhost/web/pages.h"
@@ -37,8 +36,8 @@ class Lines {
     Lines& operator=(const Lines&) = delete;
 
     // Before the first turn begins.
-    /// The session lives until the last turn has ended.
-    void SetSession(Session& session) { session_ = &session; }
+    /// Whom the lines reach; it lives until the last turn has ended.
+    void SetCounterpart(Counterpart& counterpart) { counterpart_ = &counterpart; }
     /// `tick` lets the time pass that has passed until now, in a turn, on the plug-in's thread: before a line
     /// that is about how time goes on.
     void SetTick(std::function<void()> tick) { tick_ = std::move(tick); }
@@ -53,26 +52,22 @@ class Lines {
 
     // In a turn, on the plug-in's thread.
     /// `text` is the line as it was sent. `answer` gets what was done, and is left to the caller where this
-    /// throws, as it does what Session::CarryOut throws.
+    /// throws, as it does what Counterpart::CarryOut throws.
     void CarryOut(const Json::Value& line, const std::string& text, WebAnswer& answer) EXCLUDES(mutex_);
     /// The same for a line that nobody sent.
     void CarryOut(const Json::Value& line) EXCLUDES(mutex_);
-    /// Playing time passes by itself, as Session::PassTime has it. Returns how far it came.
+    /// Playing time passes by itself, as Counterpart::PassTime has it. Returns how far it came.
     std::chrono::milliseconds Tick(std::chrono::milliseconds by, std::chrono::steady_clock::time_point until)
         EXCLUDES(mutex_);
 
     // In a turn, on the server's thread.
-    struct Message {
-        tv::EmbeddedInstance::Kind kind;
-        std::optional<pp::Var> value;  ///< read from the text when it is needed
-        std::string text;              ///< JSON, as it was sent
-    };
+    using Message = Counterpart::Message;
     /// Sends a page's message, and ends the turn once it is handled and what it set off is delivered.
-    /// `answer` gets the reply; it is left to the caller where this throws, as Session::Send does.
+    /// `answer` gets the reply; it is left to the caller where this throws, as Counterpart::Send does.
     void Send(Message message, WebAnswer& answer, Turns::Turn turn) EXCLUDES(mutex_);
 
     // Any thread.
-    /// For the session.
+    /// For the counterpart.
     void OnLineOut(LineOut line) EXCLUDES(mutex_);
 
   private:
@@ -91,7 +86,7 @@ class Lines {
     Pages& pages_;
     WebJournal& journal_;
     Recording* const recording_;
-    Session* session_ = nullptr;
+    Counterpart* counterpart_ = nullptr;
     std::function<void()> tick_;
 
     // Whoever has the turn, while a message is on its way.

@@ -15,6 +15,7 @@ struct WebRequest {
     std::string path;   ///< as it was sent, without the query
     std::string query;  ///< what follows the question mark
     std::string body;
+    bool is_of_guest = false;  ///< a page of another origin sent it, which is allowed
     // Of a GET or a HEAD only: what its header says.
     std::string accept;
     std::string range;

@@ -141,6 +141,7 @@ WebRequest RequestReader::Take()
     request.path = target.substr(0, mark);
     request.query = target.substr(std::min(mark + 1, target.size()));
     request.body = std::move(message.body().text);
+    request.is_of_guest = visitor_.kind == Visitor::Kind::Guest;
     if (reads()) {
         request.accept = notes_.accept;
         request.range = notes_.range;

@@ -41,6 +41,7 @@ const Routes::Route Routes::kRoutes[] = {
     {"GET",       "/page/N/runtime",  &Routes::RuntimeIsASocket,   &Routes::Runtime},
     {"POST",      "/tv",              &Routes::DoVerb},
     {"GET",       "/tv/state",        &Routes::State},
+    {"GET",       "/tv/relay",        &Routes::RelayAddress},
     {"GET",       "/journal",         &Routes::Journal,            &Routes::HearJournal},
     {"GET, HEAD", "FILE",             &Routes::File},
 };
@@ -96,8 +97,9 @@ std::optional<unsigned long long> Since(std::string_view query)
 
 }  // namespace
 
-Routes::Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal)
-    : files_(files), turns_(turns), pages_(pages), lines_(lines), journal_(journal)
+Routes::Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal,
+               const Relay* relay)
+    : files_(files), turns_(turns), pages_(pages), lines_(lines), journal_(journal), relay_(relay)
 {}
 
 bool Routes::Fits(const Route& route, Asked& asked) const
@@ -170,6 +172,9 @@ std::variant<Subscription, WebResponse> Routes::Listen(WebRequest request)
 
 void Routes::OpenPage(Asked& asked)
 {
+    // At once: pages ask for it again and again until a TV is there.
+    if (relay_ != nullptr)
+        relay_->CheckReady();
     turns_.Take(
         [this](WebAnswer& answer, Turns::Turn turn) {
             turns_.OnPluginThread(
@@ -255,10 +260,27 @@ void Routes::DoVerb(Asked& asked)
 
 void Routes::State(Asked& asked)
 {
-    Json::Value state = tv::StateJson();
+    // What a real TV does the desk can't see.
+    Json::Value state;
+    if (relay_ == nullptr)
+        state = tv::StateJson();
+    else
+        state["relay"] = relay_->state();
     state["page"] = pages_.CurrentJson();
     WebResponse response;
     response.body = WriteJson(state);
+    asked.answer(std::move(response));
+}
+
+void Routes::RelayAddress(Asked& asked)
+{
+    if (relay_ == nullptr)
+        throw Refused(404, "no real TV is behind this desk; serve --relay lets one in");
+    // Its secret is the desk's own.
+    if (asked.request.is_of_guest)
+        throw Refused(403, "only the desk's own pages may know where the TV comes in");
+    WebResponse response;
+    response.body = WriteJson(OrderedObject{{"address", relay_->url()}, {"relay", relay_->state()}});
     asked.answer(std::move(response));
 }
 

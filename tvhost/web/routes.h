@@ -11,6 +11,7 @@
 #include "tvhost/web/files.h"
 #include "tvhost/web/lines.h"
 #include "tvhost/web/pages.h"
+#include "tvhost/web/relay.h"
 #include "tvhost/web/server.h"
 #include "tvhost/web/turns.h"
 
@@ -20,7 +21,9 @@ namespace host {
 class Routes {
   public:
     /// All of them outlive this object.
-    Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal);
+    /// `relay` may be null.
+    Routes(const WebFiles& files, Turns& turns, Pages& pages, Lines& lines, WebJournal& journal,
+           const Relay* relay);
 
     /// Answers a request, now or in its turn.
     void Answer(WebRequest request, WebAnswer answer);
@@ -52,6 +55,7 @@ class Routes {
     Subscription Runtime(Asked& asked);
     void DoVerb(Asked& asked);
     void State(Asked& asked);
+    void RelayAddress(Asked& asked);
     void Journal(Asked& asked);
     Subscription HearJournal(Asked& asked);
     void File(Asked& asked);
@@ -63,6 +67,7 @@ class Routes {
     Pages& pages_;
     Lines& lines_;
     WebJournal& journal_;
+    const Relay* const relay_;
 };
 
 }  // namespace host

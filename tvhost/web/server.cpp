@@ -129,7 +129,6 @@ class WebServer::Core {
             state_.stopping = true;
             acceptor_.close();
             retry_.cancel();
-            after_.cancel();
             last_answers_.expires_after(kLastAnswers);
             last_answers_.async_wait([this](error_code) { state_.io.stop(); });
             WatchEnd();
@@ -144,9 +143,9 @@ class WebServer::Core {
     {
         if (state_.stopping)
             return;
-        after_.expires_after(time);
-        after_.async_wait([work = std::move(work)](error_code cancelled) {
-            if (!cancelled)
+        const auto timer = std::make_shared<asio::steady_timer>(state_.io, time);
+        timer->async_wait([this, timer, work = std::move(work)](error_code) {
+            if (!state_.stopping)
                 work();
         });
     }
@@ -212,7 +211,6 @@ class WebServer::Core {
     std::size_t room_ = 0;  ///< how many connections there may be
     asio::steady_timer watch_{state_.io};
     asio::steady_timer retry_{state_.io};
-    asio::steady_timer after_{state_.io};
     asio::steady_timer last_answers_{state_.io};
     std::thread thread_;
 };

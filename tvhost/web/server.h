@@ -34,6 +34,8 @@ class WebServer {
         std::function<void(WebRequest, Answer)> request;
         /// A WebSocket, without method and body: what it listens to, or a refusal. On the server's thread.
         std::function<std::variant<Subscription, WebResponse>(WebRequest)> listen;
+        /// What is refused for who sent it is answered as if there were nothing, with 404.
+        bool hides = false;
     };
     struct Limits {
         std::size_t body_bytes = std::size_t{1024} * 1024;
@@ -76,8 +78,8 @@ class WebServer {
     /// Runs `work` on the server's thread, in the order of the calls; never waits. Work that the thread has
     /// not come to when the server stops is dropped. Any thread.
     void Post(std::function<void()> work);
-    /// Runs `work` on the server's thread once that time has passed, unless another call or the server's end
-    /// comes first. On the server's thread, or before Start.
+    /// Runs `work` on the server's thread once that time has passed, unless the server ends first. On the
+    /// server's thread, or before Start.
     void After(std::chrono::milliseconds time, std::function<void()> work);
 
   private:

@@ -43,6 +43,16 @@ export class Host extends EventTarget {
     }
   }
 
+  /** Where a real TV comes in, or null. */
+  async relayAddress() {
+    try {
+      const response = await fetch("/tv/relay");
+      return response.ok ? (await response.json()).address : null;
+    } catch {
+      return null;
+    }
+  }
+
   // Brings the lines from the next one on. The line before it comes once more, to tell whether this is still the same journal.
   async #catchUp() {
     const known = this.#next - 1;

@@ -6,6 +6,7 @@ import { connected, theme } from "./header.js";
 import { Host } from "./host.js";
 import "./journal-view.js";
 import { Plugin } from "./plugin.js";
+import { relayWords } from "./relay-view.js";
 import "./remote-keys.js";
 import "./remote-panel.js";
 
@@ -36,15 +37,16 @@ help();
 
 find("journal-view").start(host);
 find("remote-keys").start(host);
-let lost = false;
+let lost = ""; // why the page has no TV
 plugin.addEventListener("lost", ({ detail }) => {
-  lost = true;
+  lost = detail.reason;
   connected("bad", detail.reason === "replaced" ? "Another page has the TV: reload to take it back" : "The TV host can't be reached, trying again");
 });
-plugin.addEventListener("open", () => (lost = false));
+plugin.addEventListener("open", () => (lost = ""));
 
 const [api, state] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.state(), host.connect()]);
 const show = (now) => {
+  if (now?.relay && lost !== "replaced") return connected(...relayWords(now));
   if (!now || lost) return;
   connected("good", `Page open · playing time ${duration(now.playingTime)}`);
   app.tvState(now);
@@ -52,6 +54,6 @@ const show = (now) => {
 show(state);
 remote.addEventListener("state", ({ detail }) => show(detail));
 app.start({ plugin });
-remote.start({ api, plugin, host });
+remote.start({ api, plugin, host, relayed: Boolean(state?.relay) });
 app.focus();
 document.body.append(h("span", { hidden: true, id: "started" }));

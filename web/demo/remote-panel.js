@@ -3,9 +3,11 @@ import { commandForms } from "./command-forms.js";
 import { h } from "./dom.js";
 import { channelNumber, duration } from "./format.js";
 import { LineForm } from "./forms.js";
+import { RelayView } from "./relay-view.js";
 import { verbs } from "./verbs.js";
 
 const TABS = [
+  ["relay", "Real TV"],
   ["tv", "TV"],
   ["player", "Player"],
   ["settings", "Settings"],
@@ -15,6 +17,8 @@ const TABS = [
   ["state", "State"],
   ["journal", "Journal"],
 ];
+// What there is to do where a real TV stands behind the desk, and nowhere else.
+const RELAYED = ["relay", "commands", "journal"];
 // Where there is room, the journal stands beside the panels and has no tab.
 const ROOMY = matchMedia("(min-width: 1001px)");
 
@@ -23,12 +27,13 @@ class RemotePanel extends HTMLElement {
   #panels = new Map();
   #tabs = new Map();
 
-  /** Without a plug-in there are no commands. */
-  start({ api, plugin, host }) {
+  /** Without a plug-in there are no commands. `relayed`: a real TV is behind the desk, not stand-ins. */
+  start({ api, plugin, host, relayed = false }) {
     this.host = host;
-    const tabs = TABS.filter(([name]) => plugin || name !== "commands");
+    const tabs = TABS.filter(([name]) => (relayed ? RELAYED.includes(name) : name !== "relay") && (plugin || name !== "commands"));
+    this.first = tabs[0][0];
     this.append(this.#tabList(tabs));
-    const groups = verbs(api);
+    const groups = relayed ? {} : verbs(api);
     for (const [name] of tabs) {
       if (name === "journal") continue;
       const panel = h("div", { class: "panel", role: "tabpanel", id: `panel-${name}`, "aria-labelledby": `tab-${name}`, tabIndex: -1 });
@@ -36,16 +41,21 @@ class RemotePanel extends HTMLElement {
       this.append(panel);
       for (const verb of groups[name] ?? []) panel.append(this.#verbForm(verb).element);
     }
-    this.#completePlayers();
-    this.#completeSettings();
-    this.#completeTime();
-    this.#completeFaults(api);
+    if (relayed) {
+      this.relay = new RelayView(host);
+      this.#panels.get("relay").append(this.relay.element);
+    } else {
+      this.#completePlayers();
+      this.#completeSettings();
+      this.#completeTime();
+      this.#completeFaults(api);
+      this.stateView = h("dl", { class: "state" });
+      this.#panels.get("state").append(this.stateView);
+    }
     if (plugin) this.#panels.get("commands").append(commandForms(api, plugin));
-    this.stateView = h("dl", { class: "state" });
-    this.#panels.get("state").append(this.stateView);
-    this.choose("tv");
+    this.choose(this.first);
     ROOMY.addEventListener("change", () => {
-      if (ROOMY.matches && this.parentElement.dataset.tab === "journal") this.choose("tv");
+      if (ROOMY.matches && this.parentElement.dataset.tab === "journal") this.choose(this.first);
     });
     host.addEventListener("line", ({ detail: { line, time } }) => {
       if (time && ("reply" in line || "did" in line)) this.stir();
@@ -154,6 +164,8 @@ class RemotePanel extends HTMLElement {
     const state = await this.host.state();
     this.dispatchEvent(new CustomEvent("state", { detail: state }));
     if (!state) return;
+    if (this.relay) return state.relay && this.relay.show(state);
+    if (state.relay) return;
     const players = state.players ?? [];
     const field = this.forms.get("report").fields.control("player");
     field.list.replaceChildren(...[101, ...players.map((p) => p.id)].map((id) => h("option", { value: String(id) }, id === 101 ? "registered with events" : "created by Init")));
