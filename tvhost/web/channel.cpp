@@ -190,8 +190,7 @@ void Channel::Close(std::string reason, std::uint16_t code)
     const tv::MutexLock lock(mutex_);
     if (closing_)
         return;
-    closing_ = std::move(reason);
-    code_ = code;
+    closing_ = Closing{std::move(reason), code};
     Schedule();
 }
 
@@ -243,16 +242,14 @@ void Channel::Keep(Text text)
 void Channel::Deliver()
 {
     std::vector<Numbered> texts;
-    std::optional<std::string> closing;
+    std::optional<Closing> closing;
     bool overflown = false;
-    std::uint16_t code = kNormal;
     {
         const tv::MutexLock lock(mutex_);
         texts.swap(inbox_);
         inbox_bytes_ = 0;
         overflown = std::exchange(overflown_, false);
         closing = closing_;
-        code = code_;
         scheduled_ = false;
     }
     // A listener may leave while it is told.
@@ -273,7 +270,7 @@ void Channel::Deliver()
         closed_ = true;
         kept_.clear();
         for (const Joined& joined : listeners)
-            joined.listener->Finish(static_cast<websocket::close_code>(code), *closing);
+            joined.listener->Finish(static_cast<websocket::close_code>(closing->code), closing->reason);
     }
 }
 

@@ -59,6 +59,10 @@ class Channel : public std::enable_shared_from_this<Channel> {
         Text text;
         unsigned long long number;
     };
+    struct Closing {
+        std::string reason;
+        std::uint16_t code;
+    };
     struct Joined {
         Listener* listener;
         unsigned long long from;
@@ -76,8 +80,7 @@ class Channel : public std::enable_shared_from_this<Channel> {
     std::size_t inbox_bytes_ GUARDED_BY(mutex_) = 0;
     bool overflown_ GUARDED_BY(mutex_) = false;
     bool scheduled_ GUARDED_BY(mutex_) = false;
-    std::optional<std::string> closing_ GUARDED_BY(mutex_);
-    std::uint16_t code_ GUARDED_BY(mutex_) = kNormal;
+    std::optional<Closing> closing_ GUARDED_BY(mutex_);
     // The server's thread only.
     std::vector<Joined> listeners_;
     std::deque<Text> kept_;
