@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // A real TV behind the desk, played by a second host: its plug-in, of another TV, is that of the browser that opens the relay's page.
 import assert from "node:assert/strict";
-import { execFileSync } from "node:child_process";
+import { execFileSync, spawnSync } from "node:child_process";
 import { readFileSync, writeFileSync } from "node:fs";
 import { connect, createServer } from "node:net";
 import { join } from "node:path";
@@ -26,25 +26,25 @@ writeFileSync(file, JSON.stringify(own));
 
 const asksFor = (page, message = { command: "GetVersion" }) => page.evaluate((asked) => ask(asked), message);
 const heard = (page) => page.evaluate(() => heard);
-const relayIs = (state) => until(async () => (await desk.state()).relay === state, async () => `the relay is ${state}, not ${(await desk.state()).relay}`);
+const relayIs = (state, host = desk) => until(async () => (await host.state()).relay === state, async () => `the relay is ${state}, not ${(await host.state()).relay}`);
 const says = (page, words) => until(async () => (await page.textContent("body")).includes(words), async () => `${words}: ${await page.textContent("body")}`);
 
 /** A host that plays the plug-in of a TV whose relay page comes from there. */
 const startTv = (from = origin) => Tv.start("--tv", file, "--speed", "0", "--allow-origin", from);
 
 /** The TV's browser at the relay's page, with that host's plug-in. */
-async function turnOn(context, tv, address = desk.relay) {
+async function turnOn(context, tv, address = desk.relay, host = desk) {
   const page = await context.newPage();
   const scripts = [`${tv.url}/zelumo-embed.js`, "relay.js?itself"].map((src) => `<script src="${src}"></script>`);
   await page.route(`${address}relay.js`, (route) => route.fulfill({ contentType: "text/javascript", body: `document.write(${JSON.stringify(scripts.join(""))})` }));
   await page.goto(address);
-  await relayIs("ready");
+  await relayIs("ready", host);
   return page;
 }
 
-async function openDesk(context, path = "/") {
+async function openDesk(context, path = "/", host = desk) {
   const page = await context.newPage();
-  await page.goto(desk.url + path);
+  await page.goto(host.url + path);
   return page;
 }
 
@@ -245,4 +245,46 @@ browserTest("a browser without the plug-in says so, and the desk shows where a T
   await page.getByText("A real TV answers · page open").waitFor();
   await page.locator(".banner", { hasText: FIRST }).or(page.locator("channel-app", { hasText: FIRST })).first().waitFor();
   await tv.end();
+});
+
+browserTest("how a TV differs from the stand-ins is found in a recording, and learned from it", async (context) => {
+  const folder = makeFolder();
+  const [recording, learned] = ["tv.jsonl", "learned.json"].map((name) => join(folder, name));
+  const host = await Tv.start("--app", PAGES, "--relay", "127.0.0.1", "--record", recording);
+  const tv = await startTv(new URL(host.relay).origin);
+  await tv.do({ tv: "answer", call: "IServiceNavigation::TuneService", result: -1 });
+  await turnOn(context, tv, host.relay, host);
+  const page = await openDesk(context, "/", host);
+  for (const message of [
+    { command: "GetVersion" },
+    { command: "GetZELumoServices" },
+    { command: "RegisterEvent", event: 90019 },
+    { command: "SetNextService" },
+    { command: "SetPreviousService" },
+    { command: "GetCurrentChannelInfo" },
+    { command: "GetPresentProgram", input: '{"TCServiceId":"1001"}' },
+    { command: "GetIntegerFromVconfWithKey", key: "db/menu/volume" },
+    { command: "GetFeaturedVirtualChannelInfo", input: "{}" },
+    { command: "Init", url: "http://sample.tv/film.mpd", timeOffset: 0 },
+    { command: "Play" },
+    { command: "SetServiceByServiceid", Serviceid: "1002" },
+  ]) await asksFor(page, message);
+  await until(async () => (await heard(page)).filter(({ event }) => event === "ZELUMO_EVENT").length >= 2, "reports of the stream");
+  await host.end();
+  await tv.end();
+  const compare = (...args) => {
+    const { status, stdout, stderr } = spawnSync(process.env.ZELUMO_TV, [...args, "compare", recording, ...(args.length ? [] : ["--learn", learned])], { encoding: "utf8" });
+    assert.equal(stderr, "");
+    return { status, stdout };
+  };
+  // The name of the first channel, wherever it is told, and the tuning that fails.
+  const first = compare();
+  assert.equal(first.status, 1);
+  const differing = [...first.stdout.matchAll(/^ {2}(\S+): recorded (.*), replayed (.*)$/gm)].map(([, path, recorded]) => [path.split(".").at(-1), recorded]);
+  assert.ok(differing.some(([, recorded]) => recorded === `"${FIRST}"`), first.stdout);
+  for (const [member, recorded] of differing) assert.ok(recorded.includes(FIRST) || ["code", "data", "errorName", "errorMessage"].includes(member), first.stdout);
+  assert.match(first.stdout, /^SetServiceByServiceid +1 +0 +1 /m);
+  // What no TV file holds stays: there the stand-ins tune, and say so.
+  const second = compare("--tv", learned);
+  assert.deepEqual([...second.stdout.matchAll(/^line \d+: (.*)$/gm)].map(([, command]) => command), ["message ITVS_Signal_ZELumo_Control_State_ChLoad: additional", "SetServiceByServiceid"], second.stdout);
 });
