@@ -216,9 +216,11 @@ class Replay {
 void RefuseSameFile(const CompareOptions& options)
 {
     const std::string recording = options.recording == "-" ? "/dev/stdin" : options.recording;
-    for (const auto& [file, what] :
-         {std::pair(recording, "the recording"), std::pair(options.tv_file, "--tv"),
-          std::pair(options.plugin.string(), "--plugin")}) {
+    std::vector<std::pair<std::string, const char*>> read{
+        {recording, "the recording"}, {options.tv_file, "--tv"}, {options.plugin.string(), "--plugin"}};
+    for (const std::string& table : options.by_form)
+        read.emplace_back(table, "--by-form");
+    for (const auto& [file, what] : read) {
         if (!file.empty() && IsSameFile(options.learn, file))
             throw FileError("--learn " + options.learn + " would overwrite the file of " + what);
     }

@@ -94,6 +94,8 @@ class Learner {
   private:
     void ReadReply(const Json::Value& message, const Json::Value& raw_reply)
     {
+        if (!message.isObject())
+            return;
         const std::string command = CommandOf(message);
         const Json::Value reply = texts_.Opened(command, raw_reply);
         const bool succeeded = reply.isObject() && reply["code"] == 0;
@@ -240,7 +242,7 @@ class Learner {
     void ReadSetting(const std::string& command, const Json::Value& key_value, bool succeeded,
                      const Json::Value& data)
     {
-        if (!key_value.isString())
+        if (!key_value.isString() || key_value.asString().empty())
             return;
         const std::string key = key_value.asString();
         if (command.rfind("Set", 0) == 0 && command.find("ToVconfWithKey") != std::string::npos) {

@@ -9,15 +9,16 @@
 #include "services/web-runtime/json_var.h"
 #include "tv/control.h"
 #include "tvhost/json_text.h"
+#include "tvhost/script_file.h"
 
 namespace host {
 namespace {
 
 using namespace std::chrono_literals;
 
-/// What a TV may say at once: the longest are lists of channels.
-constexpr std::size_t kLongestFrame = std::size_t{16} * 1024 * 1024;
-constexpr int kDeepestFrame = 256;
+/// What a TV may say at once: no more than a recording of it may hold in a line.
+constexpr std::size_t kLongestFrame = kMaxLineBytes;
+constexpr int kDeepestFrame = kMaxLineDepth;
 constexpr std::size_t kLongestKey = 64;
 /// A TV that has been silent for so long, pings included, has gone: a page's message is answered within 5 s.
 constexpr auto kSilence = 4s;

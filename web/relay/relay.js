@@ -33,7 +33,7 @@
     }
   })();
 
-  var began = Date.now();
+  var lost = Date.now(); // when this TV had its place for the last time
   var has = false; // whether this browser has the plug-in
   var socket = null;
   var element = null; // the plug-in's, while the desk has a page open
@@ -185,7 +185,8 @@
     drop();
     waiting = [];
     opened = 0;
-    if (code === TAKEN && Date.now() - began > OWN_PLACE_MS) {
+    if (code !== TAKEN) lost = Date.now();
+    if (code === TAKEN && Date.now() - lost > OWN_PLACE_MS) {
       return say("Another TV is behind this desk", "There is room for one. Load this page again once the other one has gone.");
     }
     if (code === TAKEN) say("Another TV is behind this desk", "Perhaps it was this one a moment ago; trying again.");
