@@ -241,8 +241,10 @@ class Reader {
         const std::uint64_t offset = OffsetOf(*gnu_hash, kHash);
         const auto [bucket_count, first, bloom_count, shift] =
             bytes_.Read<std::array<std::uint32_t, 4>>(offset, kHash);
+        // cppcheck-suppress redundantAssignment ; reads a template's arguments as assignments
         const std::uint64_t buckets_at = offset + 16 + std::uint64_t{bloom_count} * (Types::kBits / 8);
         const auto buckets = bytes_.ReadAll<std::uint32_t>(buckets_at, bucket_count, kHash);
+        // cppcheck-suppress redundantAssignment ; likewise
         const std::uint64_t chains_at = buckets_at + std::uint64_t{bucket_count} * 4;
         std::uint64_t last = buckets.empty() ? 0 : *std::max_element(buckets.begin(), buckets.end());
         if (last < first)

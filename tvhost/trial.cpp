@@ -177,7 +177,6 @@ int LiveTwice(const std::filesystem::path& plugin, bool traced, int descriptor)
     // What it prints does not belong among the findings.
     dup2(STDERR_FILENO, STDOUT_FILENO);
     const Teller teller(descriptor);
-    std::string fault;
     try {
         for (const bool again : {false, true}) {
             Life life(plugin, traced, again, teller);

@@ -89,10 +89,10 @@ ServeProcess::ServeProcess(const std::vector<std::string>& arguments, const std:
 
 std::string ServeProcess::NextLine()
 {
-    std::string line;
+    std::string text;
     for (int c = std::fgetc(output_); c != EOF && c != '\n'; c = std::fgetc(output_))
-        line += static_cast<char>(c);
-    return line;
+        text += static_cast<char>(c);
+    return text;
 }
 
 ServeProcess::~ServeProcess()
