@@ -16,9 +16,7 @@ namespace {
 
 using test::J;
 using test::Lines;
-using test::Text;
 using test::Web;
-using test::WebClient;
 using test::WebListener;
 using test::WebPage;
 

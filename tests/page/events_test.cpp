@@ -160,9 +160,9 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
 TEST(Settings, CommandsReachTheStore)
 {
     struct Step {
-        const char* request;
-        const char* data;  ///< of the reply; null: it failed
-        const char* call;
+        const char* request = nullptr;
+        const char* data = nullptr;  ///< of the reply; null: it failed
+        const char* call = nullptr;
         const char* answer = nullptr;  ///< of the call, if not the store's
     };
     const Step steps[] = {
