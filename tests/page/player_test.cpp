@@ -124,12 +124,6 @@ TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
     EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
     page.Await(R"({"command":"Pause"})");
     EXPECT_EQ(calls.TakeHolding({"Callback", "Pause"}), (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
-
-    // All players that were created are withdrawn, the plug-in's fixed id before them.
-    page.Close();
-    EXPECT_EQ(
-        calls.TakeHolding({"Callback"}),
-        (Lines{"BmsUnSetCallback [101] -> -1", "BmsUnSetCallback [1] -> 0", "BmsUnSetCallback [2] -> 0"}));
 }
 
 TEST(PlayerCommands, LogUnderTheirOwnTag)
@@ -215,6 +209,79 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
                                "[CZeLumoPluginHandler::HandleBlockingMessageImpl] operated player side");
         EXPECT_EQ(lines, expected);
         page.Do(R"({"tv":"restore"})");
+    }
+}
+
+std::string Report(int player, int type, int value1, int value2)
+{
+    return R"({"tv":"report","player":)" + std::to_string(player) + R"(,"type":)" + std::to_string(type) +
+           R"(,"value1":)" + std::to_string(value1) + R"(,"value2":)" + std::to_string(value2) + "}";
+}
+
+TEST(PlayerEvents, ReachThePageWithTheirTypeAndTexts)
+{
+    struct Event {
+        int type;
+        int value1;
+        int value2;
+        const char* param1;  ///< null: the page hears nothing
+        const char* param2;
+        const char* handler;  ///< as the log names it
+        const char* first;    ///< its first log text
+        const char* second;   ///< its second, with the texts
+    };
+    constexpr int kMax = 2147483647;
+    constexpr int kMin = -kMax - 1;
+    // clang-format off
+    const Event events[] = {
+        {32,  -12,   5,      "-12<BMS_PLAYER-0.5", "",     "EventInitComplete",     "BmsEventHandler::EventInitComplete",     "CZeLumoPluginHandler::EventInitComplete-sParam1:[-12<BMS_PLAYER-0.5], EventCurrentPosition:[]"},
+        {33,  1,     2,      "", "",                       "EventPauseComplete",    "BmsEventHandler::EventPauseComplete",    "CZeLumoPluginHandler::EventPauseComplete-sParam1:[], sParam2:[]"},
+        {34,  1,     2,      "", "",                       "EventResumeComplete",   "BmsEventHandler::EventResumeComplete",   "CZeLumoPluginHandler::EventResumeComplete-sParam1:[], sParam2:[]"},
+        {35,  kMin,  kMax,   "-2147483648", "2147483647",  "EventSeekComplete",     "BmsEventHandler::EventSeekComplete",     "CZeLumoPluginHandler::EventSeekComplete -position:[-2147483648], duration:[2147483647]"},
+        {36,  1,     2,      "", "",                       "EventStopSuccess",      "BmsEventHandler::EventStopSuccess",      "CZeLumoPluginHandler::EventStopSuccess-sParam1:[], sParam2:[]"},
+        {37,  1,     2,      "", "",                       "EventContentRangeOver", "[BmsEventHandler::EventContentRangeOver]", "CZeLumoPluginHandler::EventContentRangeOver-sParam1:[], sParam2:[]"},
+        {97,  1,     2,      "", "",                       "EventEndOfStream",      "BmsEventHandler::EventEndOfStream",      "CZeLumoPluginHandler::EventEndOfStream-sParam1:[], sParam2:[]"},
+        {98,  1,     2,      "", "",                       "EventError",            "BmsEventHandler::EventError",            "CZeLumoPluginHandler::EventError-sParam1:[], sParam2:[]"},
+        {131, 40,    7,      "40", "",                     "EventBuffering",        "BmsEventHandler::EventBuffering",        "CZeLumoPluginHandler::EventBuffering-sParam1:[40], EventCurrentPosition:[]"},
+        {134, 1,     2,      "", "",                       "EventFileNotFound",     "BmsEventHandler::EventFileNotFound",     "CZeLumoPluginHandler::EventFileNotFound-sParam1:[], sParam2:[]"},
+        {137, -1,    0,      "-1", "0",                    "EventCurrentPosition",  "CZeLumoPluginHandler::EventCurrentPosition-position:[-1], duration:[0]", "CZeLumoPluginHandler::EventCurrentPosition-sParam1:[-1], EventCurrentPosition:[0]"},
+        {144, 1,     2,      "", "",                       "EventBeginOfStream",    "BmsEventHandler::EventBeginOfStream",    "CZeLumoPluginHandler::EventBeginOfStream-sParam1:[], sParam2:[]"},
+        {200, 1,     2,      "", "",                       "EventGetWindowID",      "BmsEventHandler::EventGetWindowID",      "CZeLumoPluginHandler::EventGetWindowID-sParam1:[], sParam2:[]"},
+        {201, 1,     2,      "", "",                       "EventGetInitInfo",      "BmsEventHandler::EventGetInitInfo",      "CZeLumoPluginHandler::EventGetInitInfo-sParam1:[], sParam2:[]"},
+        {99,  1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
+    };
+    // clang-format on
+    test::Page page;
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    for (const Event& event : events) {
+        SCOPED_TRACE(Report(101, event.type, event.value1, event.value2));
+        test::Log log;
+        EXPECT_EQ(Text(page.Do(Report(101, event.type, event.value1, event.value2))), R"({"delivered":1})");
+        const Lines messages = page.TakeTexts();
+
+        const auto bits = [](int value) {
+            return static_cast<unsigned long long>(static_cast<unsigned>(value));
+        };
+        const std::string of_report =
+            " is called - id:[101], callbacktype:[" + std::to_string(event.type) + "]";
+        Lines lines{"0/6 ZLP_BASE CallbackFunction: [BmsEventHandler::CallbackFunction]" + of_report +
+                        ", callbackdata:[" + std::to_string(bits(event.value2) << 32 | bits(event.value1)) +
+                        "]",
+                    "0/6 ZLP_BASE CallbackHandler: [BmsEventHandler::CallbackHandler]" + of_report};
+        if (event.param1 == nullptr) {
+            EXPECT_EQ(messages, Lines());
+        } else {
+            EXPECT_EQ(messages, Lines{R"({"event":"ZELUMO_EVENT","param1":")" + std::string(event.param1) +
+                                      R"(","param2":")" + event.param2 + R"(","type":)" +
+                                      std::to_string(event.type) + "}"});
+            const std::string handler = std::string("0/6 ZLP_BASE ") + event.handler + ": ";
+            lines.push_back(handler + event.first);
+            lines.push_back(handler + event.second);
+            lines.push_back(
+                "0/3 zelumo-pepper OnEvent: [OnEvent] EVENT >> eventType: " + std::to_string(event.type) +
+                ", param1: " + event.param1 + ", param2: " + event.param2);
+        }
+        EXPECT_EQ(log.Take(), lines);
     }
 }
 
