@@ -157,6 +157,7 @@ TEST(Settings, CommandsReachTheStore)
         {R"({"command":"SetStringToVconfWithKey","input":"v\u00e9","key":"t/s"})", "true", "vconf_set_str [\"t/s\",\"v\u00e9\"] -> 0"},
         {R"({"command":"GetStringFromVconfWithKey","key":"t/s"})", "\"v\u00e9\"", "vconf_get_str [\"t/s\"] -> \"v\u00e9\""},
         {R"({"command":"SetBooleanToVconfWithKey","input":7,"key":"t/b"})", "true", R"(vconf_set_bool ["t/b",7] -> 0)"},
+        {R"({"command":"GetStringFromVconfWithKey","key":"t/none"})", nullptr, R"(vconf_get_str ["t/none"] -> null)"},
         // Nothing but 0 is a success, and it may come without a value.
         {R"({"command":"SetStringToVconfWithKey","input":"v","key":"k"})", nullptr, R"(vconf_set_str ["k","v"] -> 1)", R"("result":1)"},
         {R"({"command":"SetIntegerToVconfWithKey","input":1,"key":"k"})", nullptr, R"(vconf_set_int ["k",1] -> 1)", R"("result":1)"},
@@ -173,15 +174,24 @@ TEST(Settings, CommandsReachTheStore)
     for (const Step& step : steps) {
         SCOPED_TRACE(step.request);
         const std::string call = step.call;
+        const std::string name = call.substr(0, call.find(' '));
         if (step.answer != nullptr)
-            page.Answer('"' + call.substr(0, call.find(' ')) + "\"," + step.answer + R"(,"times":1)");
+            page.Answer('"' + name + "\"," + step.answer + R"(,"times":1)");
         const Json::Value reply = page.Await(step.request);
         EXPECT_EQ(reply["code"], step.data == nullptr ? 9999 : 0);
         EXPECT_EQ(Text(reply["data"]), step.data == nullptr ? "null" : step.data);
         EXPECT_EQ(calls.Take(), Lines{call});
+        const std::string logged = log.Take().back();
+        if (step.data == nullptr) {
+            const std::string command = J(step.request)["command"].asString();
+            EXPECT_EQ(logged, "0/6 zelumo-pepper " + command + ": [CZeLumoPluginHandler::" + command + "] " +
+                                  name + " is failed");
+        } else if (name == "vconf_get_str") {
+            EXPECT_EQ(logged,
+                      "2/6 zelumo-pepper HandleBlockingMessageImpl: [Vorda HandleBlockingMessage] "
+                      "key is t/s");
+        }
     }
-    EXPECT_EQ(log.TakeHolding({" key is t/s"}),
-              Lines{"2/6 zelumo-pepper HandleBlockingMessageImpl: [Vorda HandleBlockingMessage] key is t/s"});
 }
 
 TEST(Settings, AreWatchedUnlessTheStoreRefuses)
@@ -196,14 +206,16 @@ TEST(Settings, AreWatchedUnlessTheStoreRefuses)
     // Only a negative result is a failure.
     page.Answer(R"("vconf_notify_key_changed","result":5,"times":1)");
     EXPECT_EQ(watch("w/positive"), 0);
+    const std::string tag =
+        "0/6 zelumo-pepper AddVconfCallbackWithKey: [CZeLumoPluginHandler::AddVconfCallbackWithKey] ";
+    page.Answer(R"("vconf_notify_key_changed","result":-1,"times":1)");
+    EXPECT_EQ(watch("w/refused"), 9999);
+    EXPECT_EQ(log.Take().back(), tag + "failed to vconf_notify_key_changed() with key:w/refused");
     EXPECT_EQ(watch(""), 9999);
-    EXPECT_EQ(calls.Take().size(), 3U);
+    EXPECT_EQ(calls.Take().size(), 4U);
     // The store is not asked a second time.
     EXPECT_EQ(watch("w/k"), 9999);
-    EXPECT_EQ(
-        log.Take().back(),
-        "0/6 zelumo-pepper AddVconfCallbackWithKey: [CZeLumoPluginHandler::AddVconfCallbackWithKey] already "
-        "registered vconf key cb: w/k");
+    EXPECT_EQ(log.Take().back(), tag + "already registered vconf key cb: w/k");
     EXPECT_EQ(calls.Take(), Lines());
 
     page.Do(R"({"tv":"setting","key":"w/k","value":true})");
