@@ -416,15 +416,13 @@ TEST(PlayerService, TellsABrowserWhatToPlay)
     const int id = service.Create("http://a/film.mpd", 3);
     EXPECT_EQ(take(), R"({"do":"create","drm":null,"mimeType":"","offset":3,"player":1,"seq":0,"type":0,)"
                       R"("url":"http://a/film.mpd"} )");
-    struct Case {
-        const char* type;
-        const char* key_system;
-    };
-    for (const Case& c : {Case{"own", R"("org.w3.clearkey")"},
-                          Case{"com.example.rights", R"("com.example.rights")"}, Case{"other", "null"}}) {
-        const int other = service->Create({"b", -1, "m", 2, {c.type, "SetProperties", "{}"}}).value();
+    for (const auto& [type, key_system] :
+         std::map<std::string, std::string>{{"own", R"("org.w3.clearkey")"},
+                                            {"com.example.rights", R"("com.example.rights")"},
+                                            {"other", "null"}}) {
+        const int other = service->Create({"b", -1, "m", 2, {type, "SetProperties", "{}"}}).value();
         EXPECT_EQ(take(), R"({"do":"create","drm":{"drmData":"{}","drmOp":"SetProperties","drmType":")" +
-                              std::string(c.type) + R"(","keySystem":)" + c.key_system +
+                              type + R"(","keySystem":)" + key_system +
                               R"(},"mimeType":"m","offset":-1,"player":)" + std::to_string(other) +
                               R"(,"seq":0,"type":2,"url":"b"} )");
     }
