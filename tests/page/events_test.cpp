@@ -110,7 +110,6 @@ TEST(Events, AChannelLoadCarriesWhatCanBeHad)
         const char* told;
     };
     for (const Case& c : {
-             Case{service + R"(,"out":[{"12":"1014"}])", text, true, "1014", "text"},
              Case{service + R"(,"out":[{"13":4}])", text, true, none, "text"},
              Case{service + R"(,"result":0)", text, false, none, "text"},
              Case{service + R"(,"out":[{"12":"1014"}])", program + R"(,"result":false,"out":["partial"])",
