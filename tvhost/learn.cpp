@@ -128,7 +128,7 @@ class Learner {
         } else if (command == "GetFeaturedVirtualChannelInfo") {
             channels_.ReadFeatured(data);
         } else if (command == "GetCurrentChannelInfo") {
-            channels_.ReadRecord(data);
+            channels_.ReadRecord(data, true);
         } else if (command == "ExtractServiceInformationsFromServiceId") {
             channels_.ReadDescription(data);
         } else {
@@ -145,7 +145,7 @@ class Learner {
         if (!message.isObject() || !message["data"].isObject())
             return;
         if (message["data"]["ch_info"].isObject())
-            channels_.ReadRecord(message["data"]["ch_info"]);
+            channels_.ReadRecord(message["data"]["ch_info"], false);
         if (message["data"]["program_info"].isObject())
             ReadPrograms(message["data"]["program_info"]);
     }
