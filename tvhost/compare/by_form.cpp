@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/by_form.h"
+#include "tvhost/compare/by_form.h"
 
 #include <algorithm>
 #include <cctype>

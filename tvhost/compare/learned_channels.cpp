@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learned_channels.h"
+#include "tvhost/compare/learned_channels.h"
 
 #include <algorithm>
 #include <iterator>

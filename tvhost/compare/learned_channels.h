@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/learned_guide.h"
+#include "tvhost/compare/learned_guide.h"
 
 namespace host {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learned_guide.h"
+#include "tvhost/compare/learned_guide.h"
 
 #include <algorithm>
 #include <cmath>

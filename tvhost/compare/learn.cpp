@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learn.h"
+#include "tvhost/compare/learn.h"
 
 #include <json/writer.h>
 
@@ -17,8 +17,8 @@
 #include "core/clock.h"
 #include "core/form.h"
 #include "core/json_text.h"
-#include "tvhost/learned_channels.h"
-#include "tvhost/page_texts.h"
+#include "tvhost/compare/learned_channels.h"
+#include "tvhost/compare/page_texts.h"
 
 namespace host {
 namespace {
