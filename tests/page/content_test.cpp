@@ -64,13 +64,28 @@ class Content : public testing::Test {
     {
         return page_.Await(R"({"command":")" + command + "\"}")["data"];
     }
-    static void SetDate(long long ms) { tv::TheClock().SetDate(std::chrono::milliseconds(ms)); }
     static std::vector<std::string> Ids()
     {
         std::vector<std::string> ids;
         for (const tv::ChannelConfig& channel : tv::SampleTv().line_up.channels)
             ids.push_back(std::to_string(channel.id));
         return ids;
+    }
+
+    /// The programmes follow each other without a gap, from that of the one time to that of the other.
+    static void ExpectCover(const Json::Value& programs, Json::Int64 from, Json::Int64 to)
+    {
+        ASSERT_GE(programs.size(), 1U);
+        Json::Int64 end = programs[0]["startTime"].asInt64();
+        EXPECT_LE(end, from);
+        EXPECT_GT(programs[0]["endTime"].asInt64(), from);
+        for (const Json::Value& program : programs) {
+            EXPECT_EQ(program["startTime"].asInt64(), end);
+            EXPECT_LT(end, std::max(to, from + 1));
+            end = program["endTime"].asInt64();
+            EXPECT_LT(program["startTime"].asInt64(), end);
+        }
+        EXPECT_GE(end, to);
     }
 
     test::Page page_;
@@ -105,7 +120,7 @@ TEST_F(Content, TextsPassUnchangedBothWays)
     }
 }
 
-TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
+TEST_F(Content, EveryChannelHasPrograms)
 {
     for (const std::string& id : Ids()) {
         SCOPED_TRACE(id);
@@ -127,7 +142,6 @@ TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
             EXPECT_EQ(program["programId"], id + '-' + std::to_string(program["startTime"].asInt64() / 1000));
             Json::Value named;
             named["programId"] = program["programId"];
-            EXPECT_EQ(AskOf("GetProgram", named)["program"], program);
             for (const char* command : {"GetProgramThumbnail", "GetProgramBackground"}) {
                 const Json::Value picture = AskOf(command, named);
                 EXPECT_EQ(picture["programId"], program["programId"]);
@@ -137,17 +151,8 @@ TEST_F(Content, EveryCommandSucceedsOnEveryChannel)
             const Json::Value identifier = AskOf("GetOnDemandIdentifier", named);
             EXPECT_EQ(identifier["programId"], program["programId"]);
             EXPECT_EQ(identifier["identifier"].asString().find("od-"), 0U);
-            Json::Value removal = named;
-            removal["removed"] = false;
-            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named), removal);
-            EXPECT_EQ(AskOf("SetOnDemandProgram", named), identifier);
-            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named)["removed"], true);
-            EXPECT_EQ(AskOf("UnsetOnDemandProgram", named), removal);
         }
     }
-    const Json::Value featured = Ask("GetFeaturedVirtualChannelInfo", "{}")["channels"];
-    ASSERT_EQ(featured.size(), Ids().size());
-    EXPECT_EQ(Text(featured[0]), R"({"TCServiceId":"1001","major":1,"minor":0,"name":"Fernwick One"})");
 }
 
 TEST_F(Content, WhatDoesNotExistIsNotAnswered)
@@ -196,28 +201,20 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
         const Json::Int64 now = any_time(random);
         const Json::Int64 from = any_time(random);
         const Json::Int64 to = from + any_span(random);
-        SetDate(now);
+        tv::TheClock().SetDate(std::chrono::milliseconds(now));
         Json::Value request = J(R"({"TCServiceId":")" + id + "\"}");
         request["from"] = from;
         request["to"] = to;
         SCOPED_TRACE(Text(request) + " at " + std::to_string(now));
         const Json::Value programs = AskOf("GetProgramList", request)["programs"];
-        ASSERT_GE(programs.size(), 1U);
-        Json::Int64 end = programs[0]["startTime"].asInt64();
-        EXPECT_LE(end, from);
-        EXPECT_GT(programs[0]["endTime"].asInt64(), from);
+        ExpectCover(programs, from, to);
         for (const Json::Value& program : programs) {
-            EXPECT_EQ(program["startTime"].asInt64(), end);
-            EXPECT_LT(end, std::max(to, from + 1));
             if (id != "1027") {  // which brings its own guide
-                EXPECT_EQ(end % (30 * kMinute), 0);
+                EXPECT_EQ(program["startTime"].asInt64() % (30 * kMinute), 0);
             }
-            end = program["endTime"].asInt64();
-            EXPECT_LT(program["startTime"].asInt64(), end);
             EXPECT_EQ(AskOf("GetProgram", J("{\"programId\":" + Text(program["programId"]) + "}"))["program"],
                       program);
         }
-        EXPECT_GE(end, to);
     }
 }
 
@@ -233,11 +230,8 @@ TEST_F(Content, ListsReachSixHoursUnlessAskedOtherwise)
          }) {
         const Json::Value list = Ask("GetProgramList", R"({"TCServiceId":"1002")" + span + "}");
         EXPECT_EQ(list["now"], kStart);
-        const Json::Value& programs = list["programs"];
-        EXPECT_LE(programs[0]["startTime"].asInt64(), range.first) << span;
-        EXPECT_GT(programs[0]["endTime"].asInt64(), range.first) << span;
-        EXPECT_LT(programs[programs.size() - 1]["startTime"].asInt64(), range.second) << span;
-        EXPECT_GE(programs[programs.size() - 1]["endTime"].asInt64(), range.second) << span;
+        SCOPED_TRACE(span);
+        ExpectCover(list["programs"], range.first, range.second);
     }
 }
 
@@ -256,13 +250,10 @@ TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
     EXPECT_EQ(Text(Ask("GetServiceIdFromOnTVProviderAndService",
                        R"({"provider":"P","service":""})")["TCServiceId"]),
               R"("7")");
-    std::string titles;
+    std::string times;
     for (const Json::Value& program : list)
-        titles += program["title"].asString();
-    EXPECT_EQ(titles, "BÄBÄ");
-    EXPECT_EQ(list[1]["startTime"].asInt64(), 1767294000000);
-    EXPECT_EQ(list[2]["startTime"].asInt64(), 1767295200000);
-    EXPECT_EQ(list[3]["startTime"].asInt64(), 1767296700000);
+        times += program["title"].asString() + program["startTime"].asString() + ' ';
+    EXPECT_EQ(times, "B1767292500000 Ä1767294000000 B1767295200000 Ä1767296700000 ");
     EXPECT_EQ(
         Send("GetProgram", R"({"programId":"7-1767294000"})")["data"],
         R"({"program":{"TCServiceId":"7","endTime":1767295200000,"genre":"","programId":"7-1767294000",)"

@@ -20,13 +20,17 @@ using test::Lines;
 
 /// How an instance comes to its end.
 enum class End { Close, CloseAndOpen, Unload };
+
+/// Subscribes to all that there is.
+constexpr const char* kSubscribing[] = {R"({"command":"RegisterEvent","event":90001})",
+                                        R"({"command":"RegisterEvent","event":90019})",
+                                        R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})",
+                                        R"({"command":"Init","url":"film","timeOffset":0})"};
+
 void Subscribe(test::Page& page)
 {
-    for (const char* request :
-         {R"({"command":"RegisterEvent","event":90001})", R"({"command":"RegisterEvent","event":90019})",
-          R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})"})
+    for (const char* request : kSubscribing)
         EXPECT_EQ(page.Await(request)["code"], 0) << request;
-    EXPECT_EQ(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")["code"], 0);
     page.TakeMessages(1);  // the player is there
     // Power-off, two events, the signal, the watch, and two players.
     EXPECT_EQ(tv::CountRegistrations(), 7U);
@@ -197,10 +201,7 @@ std::string EndWith(const std::string& answer, int times, bool unregistered)
     auto instance =
         std::make_unique<tv::EmbeddedInstance>(plugin->module(), [&](const pp::Var&) { ++posted; });
     const auto ask = [&](const char* request) { instance->Await(tv::ToVar(test::J(request))); };
-    for (const char* request :
-         {R"({"command":"RegisterEvent","event":90001})", R"({"command":"RegisterEvent","event":90019})",
-          R"({"command":"AddVconfCallbackWithKey","key":"teardown/watched"})",
-          R"({"command":"Init","url":"film","timeOffset":0})"})
+    for (const char* request : kSubscribing)
         ask(request);
     while (posted == 0)  // the player is there
         std::this_thread::yield();

@@ -67,10 +67,6 @@ class Tracing {
 
 TEST(Tracing, RecordsTheScopesOfASession)
 {
-    struct Step {
-        const char* line;  ///< a command, or a verb of the TV
-        Lines scopes;      ///< inner ones close first
-    };
     const std::string imp = "BMSAdaptor::HandleBlockingMessageImp ";
     const auto report = [](const std::string& event, const std::string& of_event, int type) {
         Lines lines{"BmsEventHandler::" + event + ' ' + of_event};
@@ -80,7 +76,8 @@ TEST(Tracing, RecordsTheScopesOfASession)
         lines.emplace_back("BmsEventHandler::CallbackFunction 101");
         return lines;
     };
-    const Step steps[] = {
+    // A command or a verb of the TV, and its scopes: inner ones close first.
+    const std::pair<const char*, Lines> steps[] = {
         // clang-format off
         {R"({"command":"RegisterEvent","event":90001})",
          {imp + R"("RegisterEvent")", "BmsEventHandler::SetCallback 101", "BMSAdaptor::SetCallBack 101",
@@ -111,13 +108,13 @@ TEST(Tracing, RecordsTheScopesOfASession)
     };
     Tracing tracing;
     test::Page page;
-    for (const Step& step : steps) {
-        SCOPED_TRACE(step.line);
-        if (J(step.line).isMember("tv"))
-            page.Do(step.line);
+    for (const auto& [line, scopes] : steps) {
+        SCOPED_TRACE(line);
+        if (J(line).isMember("tv"))
+            page.Do(line);
         else
-            page.Await(step.line);
-        EXPECT_EQ(tracing.TakeLines(), step.scopes);
+            page.Await(line);
+        EXPECT_EQ(tracing.TakeLines(), scopes);
     }
     page.TakeMessages();
     page.Close();

@@ -206,22 +206,6 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
     tv::LoadTv(tv::SampleTv());
 }
 
-struct Subscriber {
-    std::promise<void> entered;
-    std::promise<void> leave;
-    std::atomic<bool> running{false};
-};
-
-int HeldCallback(int, void* user_data)
-{
-    auto* subscriber = static_cast<Subscriber*>(user_data);
-    subscriber->running = true;
-    subscriber->entered.set_value();
-    subscriber->leave.get_future().wait();
-    subscriber->running = false;
-    return 1;
-}
-
 TEST_F(Platform, LogLinesAreWhatPrintfWrites)
 {
     test::Lines lines;
@@ -245,12 +229,23 @@ TEST_F(Platform, LogLinesAreWhatPrintfWrites)
 
 TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
 {
-    Subscriber subscriber;
-    device_power_subscribe_poweroff(HeldCallback, &subscriber);
+    struct Subscriber {
+        std::promise<void> entered;
+        std::promise<void> leave;
+        std::atomic<bool> running{true};
+    } subscriber;
+    const device_power_poweroff_cb callback = [](int, void* user_data) {
+        auto* const self = static_cast<Subscriber*>(user_data);
+        self->entered.set_value();
+        self->leave.get_future().wait();
+        self->running = false;
+        return 1;
+    };
+    device_power_subscribe_poweroff(callback, &subscriber);
     auto notifying = std::async(std::launch::async, [] { return tv::PowerService::Get().Notify(1, false); });
     subscriber.entered.get_future().wait();
     auto unsubscribing = std::async(std::launch::async, [&] {
-        device_power_unsubscribe_poweroff(HeldCallback);
+        device_power_unsubscribe_poweroff(callback);
         return subscriber.running.load();
     });
     // The subscription is gone at once, the call returns once the callback has.
@@ -259,7 +254,7 @@ TEST_F(Platform, UnsubscribingWaitsForARunningCallback)
     subscriber.leave.set_value();
     EXPECT_FALSE(unsubscribing.get());
     EXPECT_EQ(notifying.get(), std::vector<int>{1});
-    EXPECT_EQ(device_power_unsubscribe_poweroff(HeldCallback), -1);
+    EXPECT_EQ(device_power_unsubscribe_poweroff(callback), -1);
 }
 
 TEST_F(Platform, ASecondSubscriptionReplacesTheUserData)

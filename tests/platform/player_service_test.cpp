@@ -182,12 +182,8 @@ TEST(PlayerService, BuffersAtTheStartAndAfterASeek)
              {"seek 20000", true, "131", "buffering 20000/60000"},
              {"stop", true, "36", "stopped 0/60000"},
              {"pass 5000", true, "", "stopped 0/60000"},
-             // A seek before the start is complete: the begin is reported first.
-             {"play", true, "131", "buffering 0/60000"},
-             {"seek 5000", true, "131", "buffering 5000/60000"},
-             {"pass 2000", true, "131(100) 144 35(5000,60000)", "playing 5000/60000"},
-             {"stop", true, "36", "stopped 0/60000"},
-             // So are pauses before the begin, and what is stopped says nothing of them later.
+             // A seek and pauses before the start is complete: the begin is reported first. What is stopped
+             // says nothing of them later.
              {"play", true, "131", "buffering 0/60000"},
              {"pause", true, "", "buffering 0/60000"},
              {"seek 9000", true, "131", "buffering 9000/60000"},
@@ -224,7 +220,6 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
              {"pass 3000", true, "", "paused 77000/80000"},
              {"live", true, "34 131 131(100) 35(80000,80000)", "playing 80000/80000"},
              {"stop", true, "36", "stopped 0/80000"},
-             {"live", false, "", "stopped 0/80000"},
              {"play", true, "131 131(100) 144", "playing 80000/80000"},
          });
     // With an offset it starts there, and its window slides under it until it is stopped. Buffering does not
@@ -234,7 +229,6 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
         Streams(R"({"pattern":"slow","duration":60000,"live":true,"bufferMs":2000,"windowMs":10000})"));
     Walk(other, other.Create("slow", 52),
          {
-             {"pass 0", true, "", "created 52000/60000"},
              {"pass 5000", true, "", "created 55000/65000"},
              {"play", true, "131", "buffering 55000/65000"},
              {"pass 2000", true, "131(100) 144", "playing 57000/67000"},
@@ -257,11 +251,9 @@ TEST(PlayerService, KnowsStreamsByTheirAddress)
     };
     Service service;
     for (const Case& c : {
-             Case{"http://a/film.mpd", 0, "32", "created 0/600000"},
              Case{"film", 5, "32", "created 5000/600000"},
              Case{"film", 2147483647, "32", "created 600000/600000"},
              Case{"http://a/live/7", 0, "32", "created 600000/600000"},
-             Case{"http://a/missing.mpd", 0, "134", "failed 0/0"},
              Case{"http://a/broken.mpd", 0, "98", "failed 0/0"},
              Case{"http://a/Film", 0, "32", "created 0/3600000"},
              Case{"set streams", 0, "32", "created 0/3600000"},
@@ -418,15 +410,13 @@ TEST(PlayerService, TellsABrowserWhatToPlay)
     const int id = service.Create("http://a/film.mpd", 3);
     EXPECT_EQ(take(), R"({"do":"create","drm":null,"mimeType":"","offset":3,"player":1,"seq":0,"type":0,)"
                       R"("url":"http://a/film.mpd"} )");
-    struct Case {
-        const char* type;
-        const char* key_system;
-    };
-    for (const Case& c : {Case{"own", R"("org.w3.clearkey")"},
-                          Case{"com.example.rights", R"("com.example.rights")"}, Case{"other", "null"}}) {
-        const int other = service->Create({"b", -1, "m", 2, {c.type, "SetProperties", "{}"}}).value();
+    for (const auto& [type, key_system] :
+         std::map<std::string, std::string>{{"own", R"("org.w3.clearkey")"},
+                                            {"com.example.rights", R"("com.example.rights")"},
+                                            {"other", "null"}}) {
+        const int other = service->Create({"b", -1, "m", 2, {type, "SetProperties", "{}"}}).value();
         EXPECT_EQ(take(), R"({"do":"create","drm":{"drmData":"{}","drmOp":"SetProperties","drmType":")" +
-                              std::string(c.type) + R"(","keySystem":)" + c.key_system +
+                              type + R"(","keySystem":)" + key_system +
                               R"(},"mimeType":"m","offset":-1,"player":)" + std::to_string(other) +
                               R"(,"seq":0,"type":2,"url":"b"} )");
     }

@@ -21,8 +21,18 @@ struct Case {
     const char* reply;
 };
 
+constexpr char kNoDrm[] = R"({"drmData":"","drmOp":"","drmType":""})";
+
+std::string Created(const std::string& type_and_offset, const std::string& drm, const std::string& result)
+{
+    return R"(BmsCreatePlayer ["film","application/dash+xml",)" + type_and_offset + "," + drm + "] -> " +
+           result;
+}
+
 TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
 {
+    constexpr char refused[] = R"("BmsCreatePlayer","result":-1)";
+    const std::string without_rights = Created("12,0", kNoDrm, "-1 out [null]");
     // clang-format off
     const Case cases[] = {
         // Nothing but 0 is a success.
@@ -57,6 +67,14 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
         {R"({"command":"JumpBackward","sec":-2147483648})",
          {R"("BmsGetPlayTime","out":[4000])", R"("BmsSeek","result":0)"},
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
+
+        // Rights are used when both texts are there, empty or not.
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type","drmData":"<a/>"})", {refused},
+         {Created("12,0", R"({"drmData":"<a/>","drmOp":"SetProperties","drmType":"type"})", "-1 out [null]")}, kInvalid},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"","drmData":""})", {refused},
+         {Created("12,0", R"({"drmData":"","drmOp":"SetProperties","drmType":""})", "-1 out [null]")}, kInvalid},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":7,"drmData":"<a/>"})", {refused}, {without_rights}, kInvalid},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type"})", {refused}, {without_rights}, kInvalid},
     };
     // clang-format on
     test::Page page;
@@ -71,40 +89,6 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
     }
 }
 
-std::string Created(const std::string& type_and_offset, const std::string& drm, int id)
-{
-    return R"(BmsCreatePlayer ["film","application/dash+xml",)" + type_and_offset + "," + drm +
-           "] -> 0 out [" + std::to_string(id) + "]";
-}
-
-constexpr char kNoDrm[] = R"({"drmData":"","drmOp":"","drmType":""})";
-
-TEST(PlayerCommands, InitUsesRightsOnlyWhenBothTextsAreThere)
-{
-    test::Page page;
-    int id = 0;
-    for (const std::string type : {R"(,"drmType":"type")", R"(,"drmType":"")", R"(,"drmType":7)", ""}) {
-        for (const std::string data :
-             {R"(,"drmData":"<a/>")", R"(,"drmData":"")", R"(,"drmData":null)", ""}) {
-            const std::string request =
-                R"({"command":"Init","url":"film","timeOffset":12)" + type + data + "}";
-            SCOPED_TRACE(request);
-            const Json::Value members = test::J(request);
-            Json::Value drm = test::J(kNoDrm);
-            if (members["drmType"].isString() && members["drmData"].isString()) {
-                drm["drmType"] = members["drmType"];
-                drm["drmData"] = members["drmData"];
-                drm["drmOp"] = "SetProperties";
-            }
-            test::Calls calls;
-            EXPECT_EQ(Text(page.Await(request)), kTrue);
-            ++id;
-            EXPECT_EQ(calls.Take(), (Lines{Created("12,0", Text(drm), id),
-                                           "BmsSetCallback [" + std::to_string(id) + "] -> 0"}));
-        }
-    }
-}
-
 TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
 {
     test::Page page;
@@ -113,8 +97,8 @@ TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
     page.Await(R"({"command":"Init","url":"film","timeOffset":-1,"playerType":null})");
     EXPECT_EQ(Text(page.Await(R"({"command":"Play"})")), kTrue);
     EXPECT_EQ(calls.Take(),
-              (Lines{Created("0,3", kNoDrm, 1), "BmsSetCallback [1] -> 0", Created("-1,0", kNoDrm, 2),
-                     "BmsSetCallback [2] -> 0", "BmsPlay [2] -> 0"}));
+              (Lines{Created("0,3", kNoDrm, "0 out [1]"), "BmsSetCallback [1] -> 0",
+                     Created("-1,0", kNoDrm, "0 out [2]"), "BmsSetCallback [2] -> 0", "BmsPlay [2] -> 0"}));
 
     // A failed creation registers nothing; the id that the service wrote, if any, stays.
     page.Answer(R"("BmsCreatePlayer","result":-1,"times":1)");
@@ -124,12 +108,6 @@ TEST(PlayerCommands, InitMakesTheNewestPlayerTheOneThatIsCommanded)
     EXPECT_EQ(Text(page.Await(R"({"command":"Init","url":"film","timeOffset":0})")), kInvalid);
     page.Await(R"({"command":"Pause"})");
     EXPECT_EQ(calls.TakeHolding({"Callback", "Pause"}), (Lines{"BmsPause [2] -> 0", "BmsPause [77] -> -1"}));
-
-    // All players that were created are withdrawn, the plug-in's fixed id before them.
-    page.Close();
-    EXPECT_EQ(
-        calls.TakeHolding({"Callback"}),
-        (Lines{"BmsUnSetCallback [101] -> -1", "BmsUnSetCallback [1] -> 0", "BmsUnSetCallback [2] -> 0"}));
 }
 
 TEST(PlayerCommands, LogUnderTheirOwnTag)
@@ -216,6 +194,67 @@ TEST(PlayerCommands, LogUnderTheirOwnTag)
         EXPECT_EQ(lines, expected);
         page.Do(R"({"tv":"restore"})");
     }
+}
+
+TEST(PlayerEvents, AreLoggedWithTheirTypeAndTexts)
+{
+    struct Event {
+        int type;
+        int value1;
+        int value2;
+        const char* param1;  ///< null: the page hears nothing
+        const char* param2;
+        const char* handler;  ///< as the log names it
+        const char* first;    ///< its first log text
+        const char* second;   ///< its second, with the texts
+    };
+    constexpr int kMax = 2147483647;
+    constexpr int kMin = -kMax - 1;
+    // clang-format off
+    const Event events[] = {
+        {32,  -12,   5,      "-12<BMS_PLAYER-0.5", "",     "EventInitComplete",     "BmsEventHandler::EventInitComplete",     "CZeLumoPluginHandler::EventInitComplete-sParam1:[-12<BMS_PLAYER-0.5], EventCurrentPosition:[]"},
+        {33,  1,     2,      "", "",                       "EventPauseComplete",    "BmsEventHandler::EventPauseComplete",    "CZeLumoPluginHandler::EventPauseComplete-sParam1:[], sParam2:[]"},
+        {34,  1,     2,      "", "",                       "EventResumeComplete",   "BmsEventHandler::EventResumeComplete",   "CZeLumoPluginHandler::EventResumeComplete-sParam1:[], sParam2:[]"},
+        {35,  kMin,  kMax,   "-2147483648", "2147483647",  "EventSeekComplete",     "BmsEventHandler::EventSeekComplete",     "CZeLumoPluginHandler::EventSeekComplete -position:[-2147483648], duration:[2147483647]"},
+        {36,  1,     2,      "", "",                       "EventStopSuccess",      "BmsEventHandler::EventStopSuccess",      "CZeLumoPluginHandler::EventStopSuccess-sParam1:[], sParam2:[]"},
+        {37,  1,     2,      "", "",                       "EventContentRangeOver", "[BmsEventHandler::EventContentRangeOver]", "CZeLumoPluginHandler::EventContentRangeOver-sParam1:[], sParam2:[]"},
+        {97,  1,     2,      "", "",                       "EventEndOfStream",      "BmsEventHandler::EventEndOfStream",      "CZeLumoPluginHandler::EventEndOfStream-sParam1:[], sParam2:[]"},
+        {98,  1,     2,      "", "",                       "EventError",            "BmsEventHandler::EventError",            "CZeLumoPluginHandler::EventError-sParam1:[], sParam2:[]"},
+        {131, 40,    7,      "40", "",                     "EventBuffering",        "BmsEventHandler::EventBuffering",        "CZeLumoPluginHandler::EventBuffering-sParam1:[40], EventCurrentPosition:[]"},
+        {134, 1,     2,      "", "",                       "EventFileNotFound",     "BmsEventHandler::EventFileNotFound",     "CZeLumoPluginHandler::EventFileNotFound-sParam1:[], sParam2:[]"},
+        {137, -1,    0,      "-1", "0",                    "EventCurrentPosition",  "CZeLumoPluginHandler::EventCurrentPosition-position:[-1], duration:[0]", "CZeLumoPluginHandler::EventCurrentPosition-sParam1:[-1], EventCurrentPosition:[0]"},
+        {144, 1,     2,      "", "",                       "EventBeginOfStream",    "BmsEventHandler::EventBeginOfStream",    "CZeLumoPluginHandler::EventBeginOfStream-sParam1:[], sParam2:[]"},
+        {200, 1,     2,      "", "",                       "EventGetWindowID",      "BmsEventHandler::EventGetWindowID",      "CZeLumoPluginHandler::EventGetWindowID-sParam1:[], sParam2:[]"},
+        {201, 1,     2,      "", "",                       "EventGetInitInfo",      "BmsEventHandler::EventGetInitInfo",      "CZeLumoPluginHandler::EventGetInitInfo-sParam1:[], sParam2:[]"},
+        {99,  1,     2,      nullptr, nullptr, nullptr, nullptr, nullptr},
+    };
+    // clang-format on
+    test::Page page;
+    page.Await(R"({"command":"RegisterEvent","event":90001})");
+    for (const Event& event : events) {
+        const std::string type = std::to_string(event.type);
+        SCOPED_TRACE(type);
+        test::Log log;
+        page.Do(R"({"tv":"report","player":101,"type":)" + type + R"(,"value1":)" +
+                std::to_string(event.value1) + R"(,"value2":)" + std::to_string(event.value2) + "}");
+        const auto bits = [](int value) {
+            return static_cast<unsigned long long>(static_cast<unsigned>(value));
+        };
+        const std::string of_report = " is called - id:[101], callbacktype:[" + type + "]";
+        Lines lines{"0/6 ZLP_BASE CallbackFunction: [BmsEventHandler::CallbackFunction]" + of_report +
+                        ", callbackdata:[" + std::to_string(bits(event.value2) << 32 | bits(event.value1)) +
+                        "]",
+                    "0/6 ZLP_BASE CallbackHandler: [BmsEventHandler::CallbackHandler]" + of_report};
+        if (event.param1 != nullptr) {
+            const std::string handler = std::string("0/6 ZLP_BASE ") + event.handler + ": ";
+            lines.push_back(handler + event.first);
+            lines.push_back(handler + event.second);
+            lines.push_back("0/3 zelumo-pepper OnEvent: [OnEvent] EVENT >> eventType: " + type +
+                            ", param1: " + event.param1 + ", param2: " + event.param2);
+        }
+        EXPECT_EQ(log.Take(), lines);
+    }
+    page.TakeMessages();
 }
 
 }  // namespace
