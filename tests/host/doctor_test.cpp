@@ -9,7 +9,7 @@
 
 #include "tests/plugins/faulty.h"
 #include "tests/support/host_process.h"
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 
 namespace {
 

@@ -152,6 +152,10 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
         nothing.push_back({"GET", desk.path, headers});
         nothing.push_back({"POST", wrong, headers});
     }
+    // Nor for what no server would take.
+    nothing.push_back({"GET", wrong, {{"X", std::string(20'000, 'x')}}});
+    nothing.push_back({"POST", wrong, {{"Transfer-Encoding", "gzip"}}});
+    nothing.push_back({"POST", wrong, {{"Content-Length", "3000000"}}});
     for (const Case& c : nothing) {
         const WebReply reply = WebClient(desk.port).Send(c.method, c.path, "", c.headers);
         EXPECT_EQ(reply.status, 404) << c.method << ' ' << c.path;
