@@ -179,6 +179,8 @@ demoTest("faults are set and taken away, and every command that can fail is offe
   await form.locator('[name="times"]').fill("1");
   await send(page, "fail");
   await shows(page, ".answer", '{"call":"IServiceNavigation::GetServiceList","result":-1,"times":1}');
+  const codes = await page.evaluate(() => [1, 2].map(() => document.querySelector("channel-app").plugin.ask("GetZELumoServices").code));
+  assert.deepEqual(codes, [28, 0]);
 });
 
 demoTest("every command can be sent from its form", async (page) => {
@@ -258,6 +260,7 @@ demoTest("the remote alone leaves the page its TV, and its keys reach that like 
   const viewIs = (name) => page.locator(`channel-app[data-view="${name}"]`).waitFor();
   for (const [where, keys, seen] of [
     [remote, ["ChannelUp"], () => channel((c) => c.major === 2)],
+    [remote, ["3", "Enter"], () => channel((c) => c.major === 3)],
     [remote, ["Guide"], () => viewIs("guide")],
     [page, ["GoBack"], () => viewIs("live")],
     [page, ["ColorF2Yellow", "Enter"], () => player((p) => p.state === "playing")],
@@ -279,6 +282,8 @@ demoTest("the remote alone leaves the page its TV, and its keys reach that like 
   await remote.click('[data-key="ArrowUp"]');
   await channel((c) => c.major === 4);
   assert.equal(await presses(), before + 1);
+  // Every key that has a button is one of the TV's.
+  for (const key of await page.locator("remote-keys [data-key]").evaluateAll((all) => all.map(({ dataset }) => dataset.key))) await tv.do({ tv: "key", key });
 });
 
 demoTest("time is in the person's hand", async (page) => {
@@ -350,8 +355,9 @@ browserTest("a remote's journal has what was before, each line once, across a lo
   await press(page, "5", "Enter");
   await shows(page, ".banner", (await channel((c) => c.major === 5, own)).name);
   await shows(page, ".lines .message", "ChEnter");
-  await open(context, own);
+  const second = await open(context, own);
   await shows(page, "#connection.bad", "Another page");
+  await press(second, "ArrowUp");
   await own.end();
 });
 

@@ -30,14 +30,16 @@ browserTest("a key of the remote does what the keyboard's does", async (context)
 browserTest("the TV's own keys come to a page behind another, until it has lost the TV", async (context) => {
   const page = await context.newPage();
   await page.goto(`${tv.url}/keys.html`);
-  const second = await context.newPage();
-  await second.bringToFront();
+  const remote = await context.newPage();
+  await remote.goto(`${tv.url}/demo/remote.html`);
+  await remote.bringToFront();
   const seen = () => page.evaluate(() => log.splice(0).map((line) => line.split(",").slice(0, 3).join()));
   const keys = [["ColorF0Red", "", 403], ["GoBack", "", 461], ["ChannelUp", "", 427], ["MediaPlayPause", "MediaPlayPause", 179]];
-  for (const [key] of keys) await tv.do({ tv: "key", key });
+  for (const [key] of keys) await remote.click(`[data-key="${key}"]`);
   await page.waitForFunction((n) => log.length >= n, 2 * keys.length);
   assert.deepEqual(await seen(), keys.flatMap((key) => [`keydown ${key}`, `keyup ${key}`]));
 
+  const second = await context.newPage();
   await second.goto(`${tv.url}/keys.html`);
   await tv.do({ tv: "key", key: "Info" });
   await second.waitForFunction(() => log.length >= 2);
