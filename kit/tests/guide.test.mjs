@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // What docs/testing.md leads to: its files in an empty folder, as they stand there.
 import assert from "node:assert/strict";
-import { copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { copyFileSync, mkdirSync, readFileSync, writeFileSync } from "node:fs";
 import { dirname, join } from "node:path";
-import { after, test } from "node:test";
-import { HERE, start } from "./support.mjs";
+import { test } from "node:test";
+import { HERE, makeFolder, start } from "./support.mjs";
 
 const guide = readFileSync(process.env.KIT_GUIDE, "utf8");
 // Inside this folder, so that the packages are found.
-const folder = mkdtempSync(join(HERE, "guide-"));
-after(() => rmSync(folder, { recursive: true }));
+const folder = makeFolder(HERE);
 
 // A block that a file's name stands before, alone or with what there is to say of it.
 for (const [, name, text] of guide.matchAll(/^`([\w./-]+\.(?:html|js|yml))`[^]*?^```\w+\n([^]*?)^```$/gm)) {

@@ -17,6 +17,7 @@ mkdirSync(project, { recursive: true });
 // Of an earlier time only what npm has installed stays.
 for (const name of readdirSync(project)) if (name !== "node_modules") rmSync(join(project, name), { recursive: true });
 cpSync(here, project, { recursive: true, filter: (path) => !["node_modules", "dist"].includes(basename(path)) });
+cpSync(join(here, "../../tests/web/shared.mjs"), join(project, "shared.mjs"));
 run(join(here, "../pack"), [tarballs, process.arch]);
 
 const machine = `zelumo-tv-linux-${process.arch}-`;

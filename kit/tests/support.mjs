@@ -1,24 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the tests share: processes that are waited for.
-import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { readFileSync, readdirSync, readlinkSync } from "node:fs";
 import { after } from "node:test";
 import { fileURLToPath } from "node:url";
 
-export const HERE = fileURLToPath(new URL(".", import.meta.url));
-const WAIT_MS = 20_000;
+export { freePort, makeFolder, until } from "./shared.mjs"; // prepare.mjs puts it here
 
-/** Waits until `ask` gives something true, and gives that. */
-export async function until(ask, what) {
-  const end = Date.now() + WAIT_MS;
-  for (;;) {
-    const value = await ask();
-    if (value) return value;
-    assert.ok(Date.now() < end, `waited in vain: ${what}`);
-    await new Promise((resolve) => setTimeout(resolve, 10));
-  }
-}
+export const HERE = fileURLToPath(new URL(".", import.meta.url));
 
 const running = new Set();
 after(() => {
@@ -43,21 +32,12 @@ export function start(command, args, options = {}) {
 /** A module's text, run by node in this folder. */
 export const script = (text, options) => start(process.execPath, ["--input-type=module", "-e", text], options);
 
-/** Whether the process runs. One that has ended, but was not waited for yet, has no program any more. */
-export function runs(pid) {
-  try {
-    return Boolean(readlinkSync(`/proc/${pid}/exe`));
-  } catch {
-    return false;
-  }
-}
-
-// Of a process that has ended meanwhile: nothing.
+// Of a process that has ended meanwhile, or is somebody else's: nothing.
 function ofProcess(read) {
   try {
     return read();
   } catch (error) {
-    if (error.code === "ENOENT" || error.code === "ESRCH") return "";
+    if (["ENOENT", "ESRCH", "EACCES"].includes(error.code)) return "";
     throw error;
   }
 }
@@ -65,18 +45,15 @@ function ofProcess(read) {
 /** The command line of a process, or "" where it has ended. */
 export const commandOf = (pid) => ofProcess(() => readFileSync(`/proc/${pid}/cmdline`, "utf8").replaceAll("\0", " "));
 
-/** The program of a process, or "" where it has ended. */
+/** The program of a process, or "" where it has ended, though nobody may have waited for it yet. */
 export const programOf = (pid) => ofProcess(() => readlinkSync(`/proc/${pid}/exe`));
+
+export const runs = (pid) => programOf(pid) !== "";
+
+const environmentOf = (pid) => ofProcess(() => readFileSync(`/proc/${pid}/environ`, "latin1").split("\0"));
 
 /** Processes that run with this in their environment, so that what a test started can be told from anything else. */
 export const processesWith = (name, value) =>
-  readdirSync("/proc").filter((pid) => {
-    if (!/^\d+$/.test(pid) || !runs(pid)) return false;
-    try {
-      return readFileSync(`/proc/${pid}/environ`, "latin1").split("\0").includes(`${name}=${value}`);
-    } catch {
-      return false;
-    }
-  });
+  readdirSync("/proc").filter((pid) => /^\d+$/.test(pid) && runs(pid) && environmentOf(pid).includes(`${name}=${value}`));
 
 export const isUp = (url) => fetch(url).then(() => true, () => false);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The plug-in for Vite, with an older Vite and a newer one.
 import assert from "node:assert/strict";
-import { cpSync, mkdtempSync, readFileSync, readdirSync, rmSync, writeFileSync } from "node:fs";
+import { cpSync, readFileSync, readdirSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
-import { after, test } from "node:test";
-import { HERE, isUp, processesWith, programOf, script, start, until } from "./support.mjs";
+import { test } from "node:test";
+import { HERE, isUp, makeFolder, processesWith, programOf, script, start, until } from "./support.mjs";
 
 const VITES = ["vite", "vite8"];
 const cli = (vite) => `node_modules/${vite}/bin/vite.js`;
@@ -37,8 +37,7 @@ test("in the dev server the TV comes and goes with it, and its pages have the sc
 });
 
 test("a restart brings another TV in the place of the one before, whose paths are those of Vite's root", async () => {
-  const folder = mkdtempSync(join(HERE, "restarted-"));
-  after(() => rmSync(folder, { recursive: true }));
+  const folder = makeFolder(HERE);
   cpSync(join(HERE, "react-page/index.html"), join(folder, "index.html"));
   writeFileSync(join(folder, "tv.json"), '{ "channels": [{ "id": "7", "name": "Only One" }] }');
   const configure = (volume) =>

@@ -2,14 +2,14 @@
 // The typings and the client: what compiles and what doesn't, and how large and how modern the client is.
 import assert from "node:assert/strict";
 import { execFile } from "node:child_process";
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
 import { test } from "node:test";
 import { fileURLToPath } from "node:url";
 import { promisify } from "node:util";
 import { gzipSync } from "node:zlib";
 import { transform } from "esbuild";
+import { makeFolder } from "../web/shared.mjs";
 
 const CLIENT = fileURLToPath(new URL("../../kit/zelumo-tv/client.js", import.meta.url));
 const MOST = 3000;
@@ -25,15 +25,11 @@ test("pages compile against the typings, and what is wrong in them doesn't", asy
 
 test("what docs/testing.md shows of the types compiles", async () => {
   const [, shown] = readFileSync(file("../../docs/testing.md"), "utf8").match(/```ts\n([^]*?)```/);
-  const folder = mkdtempSync(join(tmpdir(), "zelumo-types-"));
-  try {
-    writeFileSync(join(folder, "shown.ts"), `import { json } from "zelumo-tv/client";\n${shown}`);
-    const compilerOptions = { types: [], paths: { "zelumo-tv/*": [file("../../kit/zelumo-tv/*.d.ts")] } };
-    writeFileSync(join(folder, "tsconfig.json"), JSON.stringify({ extends: file("tsconfig.json"), compilerOptions, include: ["*.ts"] }));
-    assert.equal(await compile("-p", folder), "");
-  } finally {
-    rmSync(folder, { recursive: true });
-  }
+  const folder = makeFolder();
+  writeFileSync(join(folder, "shown.ts"), `import { json } from "zelumo-tv/client";\n${shown}`);
+  const compilerOptions = { types: [], paths: { "zelumo-tv/*": [file("../../kit/zelumo-tv/*.d.ts")] } };
+  writeFileSync(join(folder, "tsconfig.json"), JSON.stringify({ extends: file("tsconfig.json"), compilerOptions, include: ["*.ts"] }));
+  assert.equal(await compile("-p", folder), "");
 });
 
 test("the client is small and asks for ES2015 alone", async () => {

@@ -3,23 +3,17 @@
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
 import { cpSync, writeFileSync } from "node:fs";
-import { createServer } from "node:net";
 import { basename, join } from "node:path";
 import { after } from "node:test";
 import { fileURLToPath } from "node:url";
-import { Tv, browserTest, makeFolder, until } from "./support.mjs";
+import { Tv, browserTest, freePort, makeFolder, until } from "./support.mjs";
 
 const EXAMPLE = fileURLToPath(new URL("../../examples/vite", import.meta.url));
 const folder = makeFolder();
 cpSync(EXAMPLE, folder, { recursive: true, filter: (path) => basename(path) !== "node_modules" });
 
 // Which origin is allowed has to be known before the TV starts.
-const port = await new Promise((resolve) => {
-  const server = createServer().listen(0, "127.0.0.1", () => {
-    const { port: free } = server.address();
-    server.close(() => resolve(free));
-  });
-});
+const port = await freePort();
 const tv = await Tv.start("--allow-origin", `http://localhost:${port}`);
 const vite = spawn(process.execPath, [join(EXAMPLE, "node_modules/vite/bin/vite.js"), folder, "--host", "127.0.0.1", "--port", port], {
   env: { ...process.env, ZELUMO_TV_URL: tv.url },

@@ -6,7 +6,7 @@ import { join } from "node:path";
 import { after } from "node:test";
 import { RULES, STATES, STREAMS } from "./player-rules.mjs";
 import { StreamServer, makeStreams } from "./streams.mjs";
-import { PAGES, Tv, browserTest, makeFolder, until } from "./support.mjs";
+import { PAGES, Tv, browserTest, makeFolder, replays, until } from "./support.mjs";
 
 const streams = await StreamServer.start(await makeStreams());
 streams.startLive();
@@ -14,7 +14,8 @@ after(() => streams.close());
 
 const FILES = { film: "film.mpd", other: "film.mpd?other", live: "live.mpd", missing: "nothing.mpd" };
 const addressOf = (stream) => `${streams.url}/${FILES[stream]}`;
-const tvFile = join(makeFolder(), "tv.json");
+const folder = makeFolder();
+const tvFile = join(folder, "tv.json");
 const described = Object.entries(STREAMS).map(([name, stream]) => ({ pattern: addressOf(name), ...stream }));
 writeFileSync(tvFile, JSON.stringify({ streams: described }));
 
@@ -45,9 +46,10 @@ const joined = (...parts) => parts.filter(Boolean).join(" ");
 const LANES = 4; // so many TVs side by side: most of the time goes by in waiting
 const STEP_MS = 200; // by which a simulation's time is moved on while something is waited for
 
-async function keeps(rules, media, context) {
+async function keeps(rules, media, context, lane) {
   const isSimulated = media === "simulated";
-  const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", media, "--speed", isSimulated ? "0" : "1");
+  const recording = join(folder, `${media}-${lane}.jsonl`);
+  const tv = await Tv.start("--app", PAGES, "--tv", tvFile, "--media", media, "--speed", isSimulated ? "0" : "1", "--record", recording);
   const page = await context.newPage();
   const send = (commands) =>
     page.evaluate(
@@ -86,6 +88,7 @@ async function keeps(rules, media, context) {
     await hears(joined(expected, "134"), what, also && joined(also, "134"));
   }
   await tv.end();
+  replays(recording, "--tv", tvFile, "--media", media);
 }
 
 for (const media of ["simulated", "browser"]) {
@@ -93,7 +96,7 @@ for (const media of ["simulated", "browser"]) {
     `a player that is ${media} keeps the rules`,
     async (context) => {
       const lanes = Array.from({ length: LANES }, (_, lane) => RULES.filter((_, i) => i % LANES === lane));
-      await Promise.all(lanes.map((rules) => keeps(rules, media, context)));
+      await Promise.all(lanes.map((rules, lane) => keeps(rules, media, context, lane)));
     },
     { timeout: 240_000 },
   );

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Starts the TV host and a browser for the tests.
 import assert from "node:assert/strict";
-import { spawn } from "node:child_process";
-import { mkdirSync, mkdtempSync, rmSync } from "node:fs";
-import { tmpdir } from "node:os";
+import { spawn, spawnSync } from "node:child_process";
+import { mkdirSync } from "node:fs";
 import { dirname, join } from "node:path";
 import { after, test } from "node:test";
 import { fileURLToPath } from "node:url";
 import { launch } from "./browser.mjs";
+
+export { freePort, makeFolder, until } from "./shared.mjs";
 
 const here = dirname(fileURLToPath(import.meta.url));
 const SHOTS = join(here, "../../build/web-failures");
@@ -65,22 +66,10 @@ export class Tv {
   }
 }
 
-/** A folder of these tests' own, which is gone at the end. */
-export function makeFolder() {
-  const folder = mkdtempSync(join(tmpdir(), "zelumo-web-"));
-  after(() => rmSync(folder, { recursive: true }));
-  return folder;
-}
-
-/** Waits until `ask` gives something true, and gives that. `what` may be a function that says so in the end. */
-export async function until(ask, what) {
-  const end = Date.now() + WAIT_MS;
-  for (;;) {
-    const value = await ask();
-    if (value) return value;
-    if (Date.now() >= end) assert.fail(`waited in vain: ${typeof what === "function" ? await what() : what}`);
-    await new Promise((resolve) => setTimeout(resolve, 10));
-  }
+/** A recording replays to the letter, without a browser. */
+export function replays(recording, ...options) {
+  const { status, stdout } = spawnSync(process.env.ZELUMO_TV, ["script", ...options, "--check", recording], { encoding: "utf8" });
+  assert.deepEqual([status, stdout], [0, ""]);
 }
 
 let browser;

@@ -24,13 +24,10 @@ if (reply.code === 0) {
   // @ts-expect-error: a failure's data are null
   void JSON.parse(reply.data);
 }
-holds<Same<ZelumoReplyData<"GetProgram">, ZelumoText<ZelumoProgramReply>>>();
-holds<Same<ZelumoData<"GetVersion">, "1.00">>();
 holds<Same<ZelumoData<"GetCurrentChannelInfo">, ZelumoChannelRecord | null>>();
 holds<Same<ZelumoData<"GetBooleanFromVconfWithKey">, 0 | 1>>();
 holds<Same<ZelumoReply<"SetNextService">, ZelumoSuccess<boolean>>>();
 holds<Same<ZelumoServiceListEntry["id"], number>>();
-holds<Same<NonNullable<ZelumoData<"GetZELumoServices">["TCServiceData"]>[0]["id"], string>>();
 
 declare const wrong: ZelumoText<{ TCServiceId: string }>;
 declare const right: ZelumoText<ZelumoProgramRequest>;
