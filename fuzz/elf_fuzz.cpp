@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cstdint>
 
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 
 /// What is read lies in the input, which a sanitizer watches.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)

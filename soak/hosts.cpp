@@ -5,10 +5,12 @@
 #include <stdexcept>
 #include <utility>
 
+#include "log/dlog.h"
 #include "services/web-runtime/json_var.h"
 #include "tests/support/page.h"
 #include "tv/control.h"
 #include "tv/tv.h"
+#include "tvhost/web/kept_lines.h"
 
 namespace soak {
 namespace {
@@ -196,6 +198,14 @@ void WebHost::End()
     ending_ = true;
     web_.reset();
     JoinListeners("the TV host ends");
+}
+
+void WebHost::ForgetPages()
+{
+    // A line goes only with the others of its chunk; two chunks more than are kept push out everything else.
+    constexpr std::size_t kLines = host::KeptLines::kLines + 1300;
+    for (std::size_t i = 0; i < kLines; ++i)
+        __dlog_print(DLOG_BUFFER_MAIN, DLOG_DEBUG, "soak", "%s", std::string(100, '.').c_str());
 }
 
 void WebHost::Listen(std::size_t index, int lateness)

@@ -57,6 +57,9 @@ class Host {
     virtual std::unique_ptr<Seat> TakeSeat() = 0;
     /// Ends while the page is open, and maybe in use.
     virtual void End() = 0;
+    /// What is kept of the past, which differs from page to page, is replaced by what is always alike, so
+    /// that the memory in use can be compared. No page is open.
+    virtual void ForgetPages() {}
     /// Whether what an answered command set off is delivered before the page can be closed.
     virtual bool delivers_in_turn() const = 0;
 };
@@ -85,6 +88,7 @@ class WebHost : public Host {
     void Close() override;
     std::unique_ptr<Seat> TakeSeat() override;
     void End() override;
+    void ForgetPages() override;
     bool delivers_in_turn() const override { return true; }
 
   private:

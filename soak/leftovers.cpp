@@ -85,12 +85,11 @@ std::optional<long long> MemoryCurve::Growth() const
     const std::size_t quarter = bytes_.size() / 4;
     if (quarter < 3)
         return std::nullopt;
-    const auto least = [&](std::size_t from, std::size_t to) {
-        return static_cast<long long>(*std::min_element(bytes_.begin() + static_cast<std::ptrdiff_t>(from),
-                                                        bytes_.begin() + static_cast<std::ptrdiff_t>(to)));
+    const auto least = [&](std::size_t quarters_to_the_end) {
+        const auto from = bytes_.end() - static_cast<std::ptrdiff_t>(quarters_to_the_end * quarter);
+        return static_cast<long long>(*std::min_element(from, from + static_cast<std::ptrdiff_t>(quarter)));
     };
-    return least(bytes_.size() - quarter, bytes_.size()) -
-           least(bytes_.size() - 2 * quarter, bytes_.size() - quarter);
+    return std::min(least(1) - least(2), least(2) - least(3));
 }
 
 }  // namespace soak

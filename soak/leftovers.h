@@ -31,8 +31,9 @@ extern const long long kFlatHeap;
 class MemoryCurve {
   public:
     void Measure();
-    /// By how many bytes the least of the last quarter exceeds the least of the quarter before it; nothing
-    /// when there are too few measurements.
+    /// By how many bytes the least of a quarter exceeds the least of the quarter before it: the last or the
+    /// third, whichever grew less. A leak grows in both; a buffer that a thread keeps, and that was extended
+    /// once, in one. Nothing when there are too few measurements.
     std::optional<long long> Growth() const;
     std::size_t last() const { return bytes_.empty() ? 0 : bytes_.back(); }
 

@@ -58,6 +58,7 @@ class PagesPart {
                 at_rest = Census::Take();
             else if (const std::string excess = Census::Excess(*at_rest); !excess.empty())
                 run_.findings.Add("left over after a page: " + excess);
+            host->ForgetPages();
             memory_.Measure();
         }
         const std::chrono::duration<double> played = Clock::now() - started;
@@ -208,11 +209,11 @@ class PagesPart {
         const std::optional<long long> growth = memory_.Growth();
         if (growth && seconds >= kLeastSecondsToJudge && *growth > kFlatHeap)
             run_.findings.Add("the heap has grown by " + std::to_string(*growth) +
-                              " bytes in the last quarter of the time");
+                              " bytes in each of the last two quarters of the time");
         const auto rate = [&](std::uint64_t count) { return static_cast<double>(count) / seconds; };
         const std::string grown = growth ? "heap " + std::to_string(memory_.last() / 1024) + " KiB, " +
                                                (*growth > 0 ? "+" : "") + std::to_string(*growth) +
-                                               " bytes from the third quarter to the last"
+                                               " bytes from quarter to quarter"
                                          : "heap not judged: too few pages";
         std::printf(
             "%s: %.1f s; %llu pages (%.1f/s), %llu blocking messages (%.0f/s), of which %llu were told that "

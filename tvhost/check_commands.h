@@ -4,9 +4,9 @@
 #include <CLI/App.hpp>
 #include <optional>
 
-#include "tvhost/compare.h"
+#include "tvhost/compare/compare.h"
 #include "tvhost/conformance.h"
-#include "tvhost/doctor.h"
+#include "tvhost/doctor/doctor.h"
 
 namespace host {
 

@@ -10,7 +10,7 @@
 #include "tests/plugins/faulty.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 
 namespace test {
 namespace {

@@ -229,6 +229,31 @@ TEST(Learn, MakesDoWithWhatWasAsked)
     }
 }
 
+TEST(Learn, WhatIsShownIsRatherToldByAReplyThanByAMessageThatCameLate)
+{
+    const TemporaryFolder folder;
+    const Lines lines = test::LinesOf(RunHost("--tv " + folder.Write("tv.json", kBase) + " script --echo -",
+                                              R"({"await":{"command":"GetZELumoServices"}}
+{"await":{"command":"RegisterEvent","event":90019}}
+{"await":{"command":"SetNextService"}}
+{"await":{"command":"SetPreviousService"}}
+{"await":{"command":"GetCurrentChannelInfo"}}
+)")
+                                          .out);
+    std::string recording;
+    std::string late;
+    for (const std::string& line : lines) {
+        if (line.find("GetCurrentChannelInfo") != std::string::npos)
+            recording += late;
+        (line.rfind(R"({"message")", 0) == 0 ? late : recording) += line + '\n';
+    }
+    const std::string file = folder.Write("recording.jsonl", recording);
+    const std::string learned = (folder / "learned.json").string();
+    RunHost("compare " + file + " --learn " + learned);
+    const HostResult again = RunHost("--tv " + learned + " compare " + file);
+    EXPECT_EQ(again.status, 0) << again.out << again.err << recording;
+}
+
 TEST(Learn, WhateverATvAnswersMakesATvFile)
 {
     std::string recording = "{\"tv\":\"setting\",\"key\":{}}\n{\"tv\":\"clock\",\"date\":-1}\n";

@@ -130,11 +130,16 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
     for (const char* method : {"POST", "PUT", "DELETE"})
         expect_nothing(method, desk.path);
     // Nor for who comes by another name, or from elsewhere, secret or not.
-    const Headers elsewhere{{"Origin", "http://elsewhere.example"}};
+    const Headers elsewhere{{"Host", "127.0.0.1:" + std::to_string(desk.port)},
+                            {"Origin", "http://elsewhere.example"}};
     for (const Headers& headers : {Headers{{"Host", "elsewhere.example"}}, elsewhere}) {
         expect_nothing("GET", desk.path, headers);
         expect_nothing("POST", wrong, headers);
     }
+    // Nor for what no server would take.
+    expect_nothing("GET", wrong, {{"X", std::string(20'000, 'x')}});
+    expect_nothing("POST", wrong, {{"Transfer-Encoding", "gzip"}});
+    expect_nothing("POST", wrong, {{"Content-Length", "3000000"}});
     for (const std::string& path : {wrong + "tv", desk.path, desk.path + "relay.js", std::string("/journal")})
         EXPECT_EQ(WebListener(desk.port, path).status(), 404) << path;
     EXPECT_EQ(WebListener(desk.port, desk.path + "tv", elsewhere).status(), 404);

@@ -115,10 +115,8 @@ Visitor Recognize(const HeaderNotes& notes, bool reads, const OwnNames& own,
     return {crosses && !navigates ? Visitor::Kind::Foreign : Visitor::Kind::Own};
 }
 
-WebResponse Unwelcome(const Visitor& visitor, const OwnNames& own, bool hidden)
+WebResponse Unwelcome(const Visitor& visitor, const OwnNames& own)
 {
-    if (hidden)
-        return ErrorResponse(404, "there is nothing");
     return ErrorResponse(403, visitor.kind == Visitor::Kind::Misnamed
                                   ? "this server goes by the name of " + own.first()
                                   : "pages from elsewhere can't reach the TV");

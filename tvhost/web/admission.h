@@ -62,8 +62,8 @@ struct Visitor {
 Visitor Recognize(const HeaderNotes& notes, bool reads, const OwnNames& own,
                   const std::vector<std::string>& allowed);
 
-/// The answer to a visitor who isn't welcome. `hidden`: it says no more than that there is nothing.
-WebResponse Unwelcome(const Visitor& visitor, const OwnNames& own, bool hidden);
+/// The answer to a visitor who isn't welcome.
+WebResponse Unwelcome(const Visitor& visitor, const OwnNames& own);
 
 /// The answer to a guest's browser that asks what its page may do.
 WebResponse Preflight(const HeaderNotes& notes);

@@ -172,7 +172,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (reader_.waits_to_go_on()) {
             // Who asks first is told at once, and sends no body then.
             if (!reader_.visitor().is_welcome())
-                return Refuse(Unwelcome(reader_.visitor(), own_names_, server_.handlers.hides));
+                return Refuse(Unwelcome(reader_.visitor(), own_names_));
             if (std::optional<WebResponse> refusal = reader_.TooLarge())
                 return Refuse(std::move(*refusal));
             static constexpr std::string_view kContinue = "HTTP/1.1 100 Continue\r\n\r\n";
@@ -194,7 +194,7 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
     void Upgrade()
     {
         if (!reader_.visitor().is_welcome())
-            return Refuse(Unwelcome(reader_.visitor(), own_names_, server_.handlers.hides));
+            return Refuse(Unwelcome(reader_.visitor(), own_names_));
         auto found = server_.handlers.listen(reader_.Take());
         if (WebResponse* refusal = std::get_if<WebResponse>(&found))
             return Refuse(std::move(*refusal));
@@ -209,9 +209,9 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         const Asked asked = Ask(true);
         const Visitor& visitor = reader_.visitor();
         if (!visitor.is_welcome())
-            Respond(asked, Unwelcome(visitor, own_names_, server_.handlers.hides));
+            Refuse(asked, Unwelcome(visitor, own_names_));
         else if (std::optional<WebResponse> refusal = reader_.TooLarge())
-            Respond(asked, std::move(*refusal));
+            Refuse(asked, std::move(*refusal));
         else if (visitor.origin != nullptr && reader_.method() == http::verb::options)
             Respond(asked, Preflight(reader_.notes()));
         else
@@ -230,7 +230,11 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
                                                   unanswered});
     }
     /// The server's thread alone answers what can't be passed on.
-    void Refuse(WebResponse response) { Respond(Ask(false), std::move(response)); }
+    void Refuse(WebResponse response) { Refuse(Ask(false), std::move(response)); }
+    void Refuse(const Asked& asked, WebResponse response)
+    {
+        Respond(asked, server_.handlers.hides ? ErrorResponse(404, "there is nothing") : std::move(response));
+    }
     void Respond(const Asked& asked, WebResponse response)
     {
         Send(server_, weak_from_this(), *out_, asked, std::move(response));

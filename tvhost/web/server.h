@@ -34,7 +34,7 @@ class WebServer {
         std::function<void(WebRequest, Answer)> request;
         /// A WebSocket, without method and body: what it listens to, or a refusal. On the server's thread.
         std::function<std::variant<Subscription, WebResponse>(WebRequest)> listen;
-        /// What is refused for who sent it is answered as if there were nothing, with 404.
+        /// Whatever the server refuses is answered as if there were nothing, with 404.
         bool hides = false;
     };
     struct Limits {

@@ -2,8 +2,9 @@
 #include "services/player/streams.h"
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
+
+#include "core/pattern.h"
 
 namespace tv {
 namespace {
@@ -34,29 +35,6 @@ const std::vector<StreamConfig>& BuiltInStreams()
         MakeStream("*", 1h),
     };
     return streams;
-}
-
-bool Fits(std::string_view pattern, std::string_view text)
-{
-    std::size_t at = 0;
-    std::size_t star = std::string_view::npos;  // the last one passed
-    std::size_t taken = 0;                      // where what that one stands for ends
-    std::size_t next = 0;
-    while (next < text.size()) {
-        if (at < pattern.size() && pattern[at] == '*') {
-            star = at++;
-            taken = next;
-        } else if (at < pattern.size() && pattern[at] == text[next]) {
-            ++at;
-            ++next;
-        } else if (star != std::string_view::npos) {
-            at = star + 1;
-            next = ++taken;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', at) == std::string_view::npos;
 }
 
 std::vector<StreamStall> ReadStalls(const JsonNode& node)
@@ -130,7 +108,7 @@ void StreamsConfig::Read(JsonObject& file)
 
 StreamConfig StreamsConfig::Find(const std::string& url) const
 {
-    const auto fits = [&](const StreamConfig& stream) { return Fits(stream.pattern, url); };
+    const auto fits = [&](const StreamConfig& stream) { return FitsPattern(stream.pattern, url); };
     const auto own = std::find_if(streams.begin(), streams.end(), fits);
     // The last of the built-in patterns fits everything.
     return own != streams.end() ? *own

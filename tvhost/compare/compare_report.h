@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "tvhost/comparison.h"
+#include "tvhost/compare/comparison.h"
 
 namespace host {
 

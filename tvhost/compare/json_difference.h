@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tvhost/by_form.h"
+#include "tvhost/compare/by_form.h"
 
 namespace host {
 

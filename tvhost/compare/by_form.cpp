@@ -1,46 +1,22 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/by_form.h"
+#include "tvhost/compare/by_form.h"
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <fstream>
 #include <sstream>
-#include <string_view>
 #include <system_error>
 
 #include "core/clock.h"
 #include "core/json_node.h"
 #include "core/json_text.h"
+#include "core/pattern.h"
 
 namespace host {
 namespace {
 
 constexpr int kMaxDepth = 16;
-
-/// `*` stands for any run of characters.
-bool Fits(std::string_view pattern, std::string_view text)
-{
-    std::size_t star = std::string_view::npos;
-    std::size_t resume = 0;
-    std::size_t at = 0;
-    std::size_t next = 0;
-    while (next < text.size()) {
-        if (at < pattern.size() && pattern[at] == '*') {
-            star = at++;
-            resume = next;
-        } else if (at < pattern.size() && pattern[at] == text[next]) {
-            ++at;
-            ++next;
-        } else if (star != std::string_view::npos) {
-            at = star + 1;
-            next = ++resume;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', at) == std::string_view::npos;
-}
 
 bool IsUrl(const std::string& text)
 {
@@ -163,7 +139,9 @@ ByForm::How ByForm::Of(const std::string& name, const std::string& path) const
 {
     const auto [place, is_new] = asked_.emplace(std::pair(name, path), How::Value);
     if (is_new) {
-        const auto fits = [&](const Row& row) { return Fits(row.of, name) && Fits(row.member, path); };
+        const auto fits = [&](const Row& row) {
+            return tv::FitsPattern(row.of, name) && tv::FitsPattern(row.member, path);
+        };
         const auto row = std::find_if(rows_.begin(), rows_.end(), fits);
         if (row != rows_.end())
             place->second = row->how;

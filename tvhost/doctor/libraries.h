@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 
 namespace host {
 

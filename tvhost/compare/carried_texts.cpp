@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/carried_texts.h"
+#include "tvhost/compare/carried_texts.h"
 
 #include <optional>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learned_channels.h"
+#include "tvhost/compare/learned_channels.h"
 
 #include <algorithm>
 #include <iterator>
@@ -138,14 +138,15 @@ void LearnedChannels::ReadFeatured(const Json::Value& featured)
     ReadServiceList(list);
 }
 
-void LearnedChannels::ReadRecord(const Json::Value& record)
+void LearnedChannels::ReadRecord(const Json::Value& record, bool by_reply)
 {
     const std::optional<std::string> id = IdOf(record["serviceid"]);
     if (!id)
         return;
     Channel& channel = At(*id);
-    if (!shown_ && !is_tuned_) {
+    if (!is_tuned_ && (!shown_ || (by_reply && !shown_by_reply_))) {
         shown_ = *id;
+        shown_by_reply_ = by_reply;
         shown_after_ = moved_by_;
     }
     for (const std::string& name : record.getMemberNames()) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/symbol_names.h"
+#include "tvhost/doctor/symbol_names.h"
 
 #include <cxxabi.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/libraries.h"
+#include "tvhost/doctor/libraries.h"
 
 #include <elf.h>
 #include <fnmatch.h>

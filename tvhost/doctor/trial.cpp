@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/trial.h"
+#include "tvhost/doctor/trial.h"
 
 #include <dlfcn.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/json_difference.h"
+#include "tvhost/compare/json_difference.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/doctor.h"
+#include "tvhost/doctor/doctor.h"
 
 #include <array>
 #include <cstdio>
@@ -9,11 +9,11 @@
 #include <system_error>
 #include <utility>
 
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
+#include "tvhost/doctor/plugin_checks.h"
+#include "tvhost/doctor/trial.h"
 #include "tvhost/findings.h"
 #include "tvhost/plugin.h"
-#include "tvhost/plugin_checks.h"
-#include "tvhost/trial.h"
 
 namespace host {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 #include "tvhost/findings.h"
 
 namespace host {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/compare.h"
+#include "tvhost/compare/compare.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -12,14 +12,14 @@
 #include "core/calls.h"
 #include "tv/tv.h"
 #include "tv/tv_file.h"
-#include "tvhost/carried_texts.h"
-#include "tvhost/compare_report.h"
-#include "tvhost/comparison.h"
+#include "tvhost/compare/carried_texts.h"
+#include "tvhost/compare/compare_report.h"
+#include "tvhost/compare/comparison.h"
+#include "tvhost/compare/learn.h"
+#include "tvhost/compare/page_texts.h"
 #include "tvhost/interrupt.h"
-#include "tvhost/learn.h"
 #include "tvhost/lines_out.h"
 #include "tvhost/output_file.h"
-#include "tvhost/page_texts.h"
 #include "tvhost/recording_marks.h"
 #include "tvhost/script_file.h"
 #include "tvhost/session.h"

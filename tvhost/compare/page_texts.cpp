@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/page_texts.h"
+#include "tvhost/compare/page_texts.h"
 
 #include <string_view>
 #include <utility>
 
+#include "tvhost/compare/page_api_text.h"
 #include "tvhost/json_text.h"
-#include "tvhost/page_api_text.h"
 
 namespace host {
 namespace {

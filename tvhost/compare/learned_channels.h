@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/learned_guide.h"
+#include "tvhost/compare/learned_guide.h"
 
 namespace host {
 
@@ -20,7 +20,8 @@ class LearnedChannels {
     // changed since.
     void ReadServiceList(const Json::Value& list);
     void ReadFeatured(const Json::Value& featured);
-    void ReadRecord(const Json::Value& record);
+    /// `by_reply`: else by a message, which may come when the page has gone on already.
+    void ReadRecord(const Json::Value& record, bool by_reply);
     void ReadDescription(const Json::Value& description);
     void ReadProgram(const Json::Value& program);
 
@@ -53,8 +54,9 @@ class LearnedChannels {
     std::vector<std::string> order_;
     std::map<std::string, Channel> channels_;
     std::map<std::string, std::string> identifiers_;
-    std::optional<std::string> shown_;  ///< the first channel that was told to be shown
-    int shown_after_ = 0;               ///< and how far the page had gone on then
+    std::optional<std::string> shown_;  ///< the first channel that was told to be shown, by a reply if any
+    bool shown_by_reply_ = false;
+    int shown_after_ = 0;  ///< and how far the page had gone on then
     int moved_by_ = 0;
     bool is_tuned_ = false;
 };

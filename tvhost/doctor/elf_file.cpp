@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/elf_file.h"
+#include "tvhost/doctor/elf_file.h"
 
 #include <elf.h>
 #include <fcntl.h>

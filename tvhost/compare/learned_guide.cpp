@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learned_guide.h"
+#include "tvhost/compare/learned_guide.h"
 
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "core/clock.h"
 
@@ -121,9 +122,10 @@ Json::Value LearnedGuide::ToJson(std::int64_t date,
 
 void LearnedGuide::AddTexts(Json::Value& programs) const
 {
+    std::set<Json::Value> known(programs.begin(), programs.end());
     for (const auto& [start, program] : programs_) {
         const Json::Value text = TextOf(program);
-        if (std::find(programs.begin(), programs.end(), text) == programs.end())
+        if (known.insert(text).second)
             programs.append(text);
     }
 }

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/by_form.h"
-#include "tvhost/json_difference.h"
+#include "tvhost/compare/by_form.h"
+#include "tvhost/compare/json_difference.h"
 
 namespace host {
 

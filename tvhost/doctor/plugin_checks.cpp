@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/plugin_checks.h"
+#include "tvhost/doctor/plugin_checks.h"
 
 #include <algorithm>
 #include <array>
@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "tvhost/libraries.h"
-#include "tvhost/symbol_names.h"
+#include "tvhost/doctor/libraries.h"
+#include "tvhost/doctor/symbol_names.h"
 
 namespace host {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/learn.h"
+#include "tvhost/compare/learn.h"
 
 #include <json/writer.h>
 
@@ -17,8 +17,8 @@
 #include "core/clock.h"
 #include "core/form.h"
 #include "core/json_text.h"
-#include "tvhost/learned_channels.h"
-#include "tvhost/page_texts.h"
+#include "tvhost/compare/learned_channels.h"
+#include "tvhost/compare/page_texts.h"
 
 namespace host {
 namespace {
@@ -128,7 +128,7 @@ class Learner {
         } else if (command == "GetFeaturedVirtualChannelInfo") {
             channels_.ReadFeatured(data);
         } else if (command == "GetCurrentChannelInfo") {
-            channels_.ReadRecord(data);
+            channels_.ReadRecord(data, true);
         } else if (command == "ExtractServiceInformationsFromServiceId") {
             channels_.ReadDescription(data);
         } else {
@@ -145,7 +145,7 @@ class Learner {
         if (!message.isObject() || !message["data"].isObject())
             return;
         if (message["data"]["ch_info"].isObject())
-            channels_.ReadRecord(message["data"]["ch_info"]);
+            channels_.ReadRecord(message["data"]["ch_info"], false);
         if (message["data"]["program_info"].isObject())
             ReadPrograms(message["data"]["program_info"]);
     }

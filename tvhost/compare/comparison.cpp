@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/comparison.h"
+#include "tvhost/compare/comparison.h"
 
 #include <algorithm>
 #include <deque>

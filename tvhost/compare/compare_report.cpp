@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/compare_report.h"
+#include "tvhost/compare/compare_report.h"
 
 #include <algorithm>
 #include <cstdio>
