@@ -44,13 +44,16 @@ inline std::string LastLine(const std::string& out)
     return lines.empty() ? "" : lines.back();
 }
 
-/// Lines of a recording: a blocking message, its reply, and messages that came after it.
-inline std::string Await(const std::string& message, const std::string& reply, const Lines& messages = {})
+/// Lines of a recording: a blocking message and its reply.
+inline std::string Await(const std::string& message, const std::string& reply)
 {
-    std::string lines = "{\"await\":" + message + "}\n{\"reply\":" + reply + "}\n";
-    for (const std::string& one : messages)
-        lines += "{\"message\":" + one + "}\n";
-    return lines;
+    return "{\"await\":" + message + "}\n{\"reply\":" + reply + "}\n";
+}
+
+/// A message that came from the TV.
+inline std::string Told(const std::string& message)
+{
+    return "{\"message\":" + message + "}\n";
 }
 
 }  // namespace test

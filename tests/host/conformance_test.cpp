@@ -7,20 +7,14 @@
 #include <map>
 #include <set>
 
-#include "core/json_text.h"
 #include "tests/plugins/faulty.h"
 #include "tests/support/host_process.h"
+#include "tests/support/page.h"
 
+namespace test {
 namespace {
 
 namespace fs = std::filesystem;
-using test::Faulty;
-using test::PluginPath;
-
-Json::Value Parse(const std::string& text)
-{
-    return tv::ParseJson(text, 100);
-}
 
 std::vector<fs::path> Scripts()
 {
@@ -34,7 +28,7 @@ std::vector<fs::path> Scripts()
 std::map<std::string, std::string> Rows(const std::string& out)
 {
     std::map<std::string, std::string> rows;
-    for (const std::string& line : test::LinesOf(out)) {
+    for (const std::string& line : LinesOf(out)) {
         if (line.empty())
             break;
         std::istringstream words(line);
@@ -50,92 +44,83 @@ std::map<std::string, std::string> Rows(const std::string& out)
 
 TEST(Conformance, TheBuiltPluginPassesEveryScript)
 {
-    const test::HostResult all = test::RunHost("conformance");
+    const HostResult all = RunHost("conformance");
     EXPECT_EQ(all.status, 0) << all.out << all.err;
     const auto rows = Rows(all.out);
     EXPECT_EQ(rows.size(), Scripts().size()) << all.out;
     for (const auto& [name, row] : rows)
         EXPECT_NE(row.find(" passed"), std::string::npos) << name << ": " << row;
     EXPECT_EQ(rows.at("first-words"), "8 passed");
-    const test::HostResult listed = test::RunHost("conformance --list time first-words");
+    const HostResult listed = RunHost("conformance --list time first-words");
     EXPECT_EQ(listed.status, 0);
     EXPECT_EQ(Rows(listed.out).size(), 2U) << listed.out;
 }
 
+/// What a message asks for, whatever it is made of.
+std::string Asked(const Json::Value& message)
+{
+    const bool is_named = message.isObject() && message["command"].isString();
+    return "await " + Text(is_named ? message["command"] : Json::Value());
+}
+
+/// What an answer to that is known by when it is an error.
+std::string Error(const std::string& asked, const Json::Value& answer)
+{
+    return asked + ' ' + Text(answer["code"]) + Text(answer["errorMessage"]);
+}
+
 /// What the scripts have the page hear, as texts that can be looked for.
-class Heard {
-  public:
-    Heard()
-    {
-        for (const fs::path& path : Scripts()) {
-            std::string asked;
-            for (const std::string& line : test::LinesOf(test::ReadFile(path))) {
-                if (line.front() == '#')
-                    continue;
-                const Json::Value json = Parse(line);
-                for (const char* kind : {"await", "post"}) {
-                    if (json.isMember(kind))
-                        asked = kind + (' ' + tv::WriteJson(CommandOf(json[kind])));
-                }
-                if (json.isMember("reply"))
-                    Add(asked, json["reply"]);
-                if (json.isMember("message"))
-                    Add("message", json["message"]);
-            }
+std::set<std::string> Heard()
+{
+    std::set<std::string> heard;
+    const auto add = [&heard](const std::string& asked, const Json::Value& answer) {
+        heard.insert(Error(asked, answer));
+        heard.insert(asked + ' ' + Text(answer["command"]));
+        heard.insert("report " + Text(answer["type"]));
+        if (answer["code"] == 0)
+            heard.insert(asked + " succeeds");
+    };
+    for (const fs::path& path : Scripts()) {
+        std::string asked;
+        for (const std::string& line : LinesOf(ReadFile(path))) {
+            const Json::Value json = line.front() == '#' ? Json::Value() : J(line);
+            if (json.isMember("await"))
+                asked = Asked(json["await"]);
+            if (json.isMember("reply"))
+                add(asked, json["reply"]);
+            if (json.isMember("message"))
+                add("message", json["message"]);
         }
     }
-    bool Has(const std::string& what) const { return heard_.count(what) != 0; }
-    static std::string Error(const std::string& asked, const Json::Value& error)
-    {
-        return asked + ' ' + tv::WriteJson(error["code"]) + tv::WriteJson(error["errorMessage"]);
-    }
-
-  private:
-    static Json::Value CommandOf(const Json::Value& message)
-    {
-        return message.isObject() && message["command"].isString() ? message["command"] : Json::Value();
-    }
-    void Add(const std::string& asked, const Json::Value& answer)
-    {
-        heard_.insert(Error(asked, answer));
-        heard_.insert(asked + ' ' + tv::WriteJson(answer["command"]));
-        heard_.insert("report " + tv::WriteJson(answer["type"]));
-        if (answer["code"] == 0)
-            heard_.insert(asked + " succeeds");
-    }
-    std::set<std::string> heard_;
-};
+    return heard;
+}
 
 TEST(Conformance, TheScriptsTouchAllThatThePageCanHear)
 {
-    const Heard heard;
-    const Json::Value api = Parse(test::ReadFile(ZELUMO_PAGE_API));
+    const std::set<std::string> heard = Heard();
+    const auto expect = [&heard](const std::string& what) { EXPECT_EQ(heard.count(what), 1U) << what; };
+    const Json::Value api = J(ReadFile(ZELUMO_PAGE_API));
     EXPECT_EQ(api["commands"].size(), 49U);
     for (const Json::Value& command : api["commands"]) {
-        const std::string name = tv::WriteJson(command["name"]);
-        EXPECT_TRUE(heard.Has("await " + name + " succeeds")) << name;
-        EXPECT_TRUE(heard.Has("message " + name)) << name << " is not posted and refused";
+        expect(Asked(command["example"]) + " succeeds");
+        expect("message " + Text(command["name"]));  // posted, it is refused
         for (const Json::Value& error : command["errors"]) {
             // Of what no call to the TV decides, nothing can be made to fail.
-            EXPECT_TRUE((error["when"] == "operation" && command["decidedBy"].empty()) ||
-                        heard.Has(Heard::Error("await " + name, error)))
-                << name << tv::WriteJson(error);
+            if (error["when"] != "operation" || !command["decidedBy"].empty())
+                expect(Error(Asked(command["example"]), error));
         }
     }
-    for (const Json::Value& error : api["requestErrors"]) {
-        const Json::Value asked = error["example"].isObject() ? error["example"]["command"] : Json::Value();
-        const Json::Value named = asked.isString() ? asked : Json::Value();
-        EXPECT_TRUE(heard.Has(Heard::Error("await " + tv::WriteJson(named), error))) << tv::WriteJson(error);
-    }
+    for (const Json::Value& error : api["requestErrors"])
+        expect(Error(Asked(error["example"]), error));
     for (const Json::Value& answer : api["postedAnswers"])
-        EXPECT_TRUE(heard.Has(Heard::Error("message", answer))) << tv::WriteJson(answer);
+        expect(Error("message", answer));
     for (const char* kind : {"events", "signals"}) {
         for (const Json::Value& event : api[kind])
-            EXPECT_TRUE(heard.Has("message " + tv::WriteJson(event["command"]))) << tv::WriteJson(event);
+            expect("message " + Text(event["command"]));
     }
     for (const Json::Value& type : api["playerEvents"]["types"])
-        EXPECT_TRUE(heard.Has("report " + tv::WriteJson(type["type"]))) << tv::WriteJson(type);
-    EXPECT_TRUE(heard.Has("message \"db/menu/subtitles\""));
+        expect("report " + Text(type["type"]));
+    expect("message \"db/menu/subtitles\"");
 }
 
 /// Scripts of one's own: one of a single command, and one that the plug-in gets nothing of.
@@ -152,7 +137,7 @@ class OwnScripts {
     std::string options() const { return "--time-limit 2 --scripts " + (folder_ / "own").string(); }
 
   private:
-    const test::TemporaryFolder folder_;
+    const TemporaryFolder folder_;
 };
 
 TEST(Conformance, APluginThatIsWrongFailsItsRowAndTheTableGoesOn)
@@ -179,7 +164,7 @@ TEST(Conformance, APluginThatIsWrongFailsItsRowAndTheTableGoesOn)
     for (const auto& [fault, said, failed] : cases) {
         SCOPED_TRACE(fault);
         const Faulty faulty(fault);
-        const test::HostResult result = test::RunHost(options);
+        const HostResult result = RunHost(options);
         EXPECT_EQ(result.status, failed == 0 ? 0 : 1);
         EXPECT_NE(result.out.find(said), std::string::npos) << result.out;
         const auto rows = Rows(result.out);
@@ -193,8 +178,7 @@ TEST(Conformance, APluginThatIsWrongFailsItsRowAndTheTableGoesOn)
 
 TEST(Conformance, WhatCantBePlayedIsRefusedInOneLine)
 {
-    const test::TemporaryFolder folder;
-    const std::string text = folder.Write("plugin.so", "no library");
+    const TemporaryFolder folder;
     fs::create_directory(folder / "empty");
     const std::pair<std::string, std::string> cases[] = {
         {"playr", "there is no script \"playr\" in"},
@@ -202,16 +186,16 @@ TEST(Conformance, WhatCantBePlayedIsRefusedInOneLine)
         {"--scripts /nowhere", "is no folder"},
         {"--scripts " + (folder / "empty").string(), "there are no scripts in"},
         {"--plugin /nowhere.so", "plug-in /nowhere.so: no such file"},
-        {"--plugin " + text, "can't be loaded"},
-        {"--plugin " + text, "zelumo-tv doctor says more"},
         {"--time-limit 0", "--time-limit"},
     };
-    for (const auto& [arguments, said] : cases) {
-        const test::HostResult result = test::RunHost("conformance " + arguments);
-        EXPECT_EQ(result.status, 2) << arguments;
-        EXPECT_NE(result.err.find(said), std::string::npos) << arguments << ": " << result.err;
-        EXPECT_EQ(test::LinesOf(result.err).size(), 1U) << result.err;
-    }
+    for (const auto& [arguments, said] : cases)
+        EXPECT_EQ(RefusalFault("conformance " + arguments, said), "") << arguments;
+    const HostResult none = RunHost("conformance --plugin " + folder.Write("plugin.so", "no library"));
+    EXPECT_EQ(none.status, 2) << none.out;
+    EXPECT_NE(none.err.find(": can't be loaded: "), std::string::npos) << none.err;
+    EXPECT_NE(none.err.find("; zelumo-tv doctor says more\n"), std::string::npos) << none.err;
+    EXPECT_EQ(LinesOf(none.err).size(), 1U) << none.err;
 }
 
 }  // namespace
+}  // namespace test

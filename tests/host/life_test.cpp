@@ -15,6 +15,7 @@
 #include "tests/support/page.h"
 #include "tests/support/web_client.h"
 
+namespace test {
 namespace {
 
 using namespace std::chrono_literals;
@@ -37,7 +38,7 @@ struct Pipe {
 /// In a child process: becomes the program.
 [[noreturn]] void Become(std::vector<std::string> arguments, int input, int output)
 {
-    arguments.insert(arguments.begin(), test::HostPath().string());
+    arguments.insert(arguments.begin(), HostPath().string());
     std::vector<char*> pointers;
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
@@ -57,7 +58,7 @@ int StatusOf(pid_t process)
 
 TEST(Life, AnInterruptEndsItInOrderFromTheFirstMomentOn)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string fifo = (folder / "fifo").string();
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     const int none = open("/dev/null", O_RDWR | O_CLOEXEC);
@@ -92,7 +93,7 @@ TEST(Life, AnInterruptEndsItInOrderFromTheFirstMomentOn)
 
 TEST(Life, ASecondSignalEndsItAtOnceAndNohupHolds)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     std::string script;
     for (int i = 0; i < 4000; ++i)
         script += "{\"await\":{\"command\":\"GetVersion\"}}\n";
@@ -112,18 +113,18 @@ TEST(Life, ASecondSignalEndsItAtOnceAndNohupHolds)
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
 
     std::signal(SIGHUP, SIG_IGN);
-    test::ServeProcess server({});
+    ServeProcess server({});
     std::signal(SIGHUP, SIG_DFL);
     kill(server.process(), SIGHUP);
-    EXPECT_EQ(test::WebClient(server.port()).Get("/tv/state").status, 200);
+    EXPECT_EQ(WebClient(server.port()).Get("/tv/state").status, 200);
     EXPECT_EQ(server.End(SIGTERM), 0);
 }
 
 TEST(Life, ItEndsWithItsInput)
 {
     for (const char* input : {"<&-", "</dev/null", ""}) {
-        const test::HostResult result =
-            test::RunHost(std::string("serve --port 0 --end-with-input ") + input, "ignored\n");
+        const HostResult result =
+            RunHost(std::string("serve --port 0 --end-with-input ") + input, "ignored\n");
         EXPECT_EQ(result.status, 0) << input;
         EXPECT_EQ(result.out.substr(0, 18), "zelumo-tv: http://") << input;
         EXPECT_EQ(result.err, "") << input;
@@ -150,10 +151,10 @@ TEST(Life, ItEndsWithItsInput)
 
 TEST(Life, FilesAreEmptiedOnlyWhenItStarts)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "recording").string();
     const std::string trace = folder.Write("trace", "a trace");
-    test::ServeProcess server({"--record", recording});
+    ServeProcess server({"--record", recording});
     const std::string both = " --trace " + trace + " --record ";
     const std::string old = folder.Write("old", "an old recording");
     const std::string port = " --port " + std::to_string(server.port());
@@ -182,27 +183,24 @@ TEST(Life, FilesAreEmptiedOnlyWhenItStarts)
              {free + link("link-plugin") + " --plugin " + plugin, "would overwrite the file of --plugin"},
              {"script --trace " + script + ' ' + script, "would overwrite the file of the script"},
              {"script --trace " + script + " <" + script, "would overwrite the file of the script"},
-         }) {
-        const test::HostResult result = test::RunHost(arguments);
-        EXPECT_EQ(result.status, 2) << arguments;
-        EXPECT_NE(result.err.find(error), std::string::npos) << arguments << ": " << result.err;
-        EXPECT_EQ(test::LinesOf(result.err).size(), 1U) << result.err;
-    }
-    EXPECT_EQ(test::ReadFile(trace), "a trace");
-    EXPECT_EQ(test::ReadFile(old), "an old recording");
-    EXPECT_EQ(test::ReadFile(tv), "{}");
-    EXPECT_EQ(test::ReadFile(script), "{\"tv\":\"close\"}\n");
-    EXPECT_NE(test::ReadFile(recording), "");
-    EXPECT_EQ(test::RunHost("--trace " + trace + ' ' + free + old).status, 0);
-    EXPECT_EQ(test::ReadFile(old).rfind("# Recorded by", 0), 0U);
-    EXPECT_TRUE(test::J(test::ReadFile(trace)).isArray());
+         })
+        EXPECT_EQ(RefusalFault(arguments, error), "") << arguments;
+    EXPECT_EQ(ReadFile(trace), "a trace");
+    EXPECT_EQ(ReadFile(old), "an old recording");
+    EXPECT_EQ(ReadFile(tv), "{}");
+    EXPECT_EQ(ReadFile(script), "{\"tv\":\"close\"}\n");
+    EXPECT_NE(ReadFile(recording), "");
+    EXPECT_EQ(RunHost("--trace " + trace + ' ' + free + old).status, 0);
+    EXPECT_EQ(ReadFile(old).rfind("# Recorded by", 0), 0U);
+    EXPECT_TRUE(J(ReadFile(trace)).isArray());
 }
 
 TEST(Life, AnAddressThatCannotBeWrittenEndsIt)
 {
-    const test::HostResult result = test::RunHost("serve --port 0 >/dev/full");
-    EXPECT_EQ(result.status, 2);
-    EXPECT_EQ(result.err, "zelumo-tv: can't write to standard output: No space left on device\n");
+    EXPECT_EQ(RefusalFault("serve --port 0 >/dev/full",
+                           "zelumo-tv: can't write to standard output: No space left on device\n"),
+              "");
 }
 
 }  // namespace
+}  // namespace test

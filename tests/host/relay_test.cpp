@@ -14,18 +14,12 @@
 #include "tvhost/recording_marks.h"
 #include "tvhost/web/relay_address.h"
 
+namespace test {
 namespace {
 
-using test::J;
-using test::ServeProcess;
-using test::WebClient;
-using test::WebListener;
-using test::WebPage;
-using test::WebReply;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kMany = 10'000;
-constexpr char kAsk[] = R"({"command":"GetVersion"})";
 
 std::vector<std::string> With(std::vector<std::string> arguments)
 {
@@ -43,21 +37,6 @@ struct Desk {
         path = url.substr(url.find('/'));
     }
     std::string State() { return J(client.Get("/tv/state").body)["relay"].asString(); }
-    void AwaitState(const std::string& state)
-    {
-        const auto patience = Clock::now() + std::chrono::seconds(20);
-        while (State() != state && Clock::now() < patience)
-            std::this_thread::yield();
-        ASSERT_EQ(State(), state);
-    }
-    /// No page has the TV any more.
-    void AwaitNoPage()
-    {
-        const auto patience = Clock::now() + std::chrono::seconds(20);
-        while (!J(client.Get("/tv/state").body)["page"].isNull())
-            ASSERT_LT(Clock::now(), patience);
-    }
-
     ServeProcess server;
     WebClient client;
     std::uint16_t port = 0;  ///< the relay's
@@ -69,56 +48,61 @@ struct Tv {
     explicit Tv(Desk& desk, const std::string& plugin = "ready") : socket(desk.port, desk.path + "tv")
     {
         socket.Send(R"({"plugin":")" + plugin + "\"}");
-        desk.AwaitState(plugin);
+        EXPECT_TRUE(ComesTrue([&] { return desk.State() == plugin; })) << desk.State();
     }
     /// Answers what is asked next; what was asked.
     std::string Answer(const std::string& reply)
     {
         const Json::Value asked = J(socket.Read());
         socket.Send(R"({"id":)" + asked["id"].asString() + R"(,"reply":)" + reply + '}');
-        return test::Text(asked["await"]);
+        return Text(asked["await"]);
     }
     WebListener socket;
 };
 
+/// A page that has a real TV, by way of a desk that records.
+class Relayed : public testing::Test {
+  protected:
+    Relayed() { EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})"); }
+    /// Has the page ask, and the TV answer; what the page gets.
+    std::string Ask(const std::string& message, const std::string& reply)
+    {
+        page.client.Begin("POST", page.path + "await", message);
+        EXPECT_EQ(tv.Answer(reply), message);
+        return page.client.Finish().body;
+    }
+
+    const TemporaryFolder folder;
+    const std::string recording = (folder / "tv.jsonl").string();
+    Desk desk{{"--record", recording}};
+    Tv tv{desk};
+    WebPage page{desk.server.port()};
+};
+
 TEST(Relay, ReadsAddresses)
 {
-    struct Case {
-        const char* text;
-        const char* address;
-        int port;  ///< -1: refused
-    };
-    for (const Case& c : {
-             Case{"192.168.1.5", "192.168.1.5", 0},
-             Case{"192.168.1.5:8048", "192.168.1.5", 8048},
-             Case{"localhost:1", "127.0.0.1", 1},
-             Case{"fd00::5", "fd00::5", 0},
-             Case{"[fd00::5]", "fd00::5", 0},
-             Case{"[fd00::5]:65535", "fd00::5", 65535},
-             Case{"0.0.0.0:80", "", -1},
-             Case{"[::]:80", "", -1},
-             Case{"192.168.1.5:", "", -1},
-             Case{"192.168.1.5:65536", "", -1},
-             Case{"192.168.1.5:80x", "", -1},
-             Case{"[fd00::5", "", -1},
-             Case{"tv.example:80", "", -1},
-             Case{":80", "", -1},
-             Case{"", "", -1},
+    for (const auto& [text, address, port] : std::vector<std::tuple<const char*, std::string, int>>{
+             {"192.168.1.5", "192.168.1.5", 0},
+             {"192.168.1.5:8048", "192.168.1.5", 8048},
+             {"localhost:1", "127.0.0.1", 1},
+             {"fd00::5", "fd00::5", 0},
+             {"[fd00::5]", "fd00::5", 0},
+             {"[fd00::5]:65535", "fd00::5", 65535},
          }) {
         host::RelayAddress read;
-        const std::string why = host::ReadRelayAddress(c.text, read);
-        EXPECT_EQ(why.empty(), c.port >= 0) << c.text << ": " << why;
-        if (c.port >= 0) {
-            EXPECT_EQ(read.address + ' ' + std::to_string(read.port),
-                      c.address + (' ' + std::to_string(c.port)));
-        }
+        EXPECT_EQ(host::ReadRelayAddress(text, read), "") << text;
+        EXPECT_EQ(read.address, address);
+        EXPECT_EQ(read.port, port) << text;
+    }
+    for (const char* text : {"0.0.0.0:80", "[::]:80", "192.168.1.5:", "192.168.1.5:65536", "192.168.1.5:80x",
+                             "[fd00::5", "tv.example:80", ":80", ""}) {
+        host::RelayAddress read;
+        EXPECT_NE(host::ReadRelayAddress(text, read), "") << text;
     }
     // What only a stand-in or the plug-in has a use for.
     for (const char* option : {"--tv x", "--plugin x", "--settings x", "--trace x", "--speed 1",
                                "--date file", "--scenario x", "--media browser"}) {
-        const test::HostResult result = test::RunHost(std::string("serve --relay 127.0.0.1 ") + option);
-        EXPECT_EQ(result.status, 2) << option;
-        EXPECT_NE(result.err.find("excludes"), std::string::npos) << result.err;
+        EXPECT_EQ(RefusalFault(std::string("serve --relay 127.0.0.1 ") + option, "excludes"), "") << option;
     }
 }
 
@@ -128,44 +112,37 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
     ASSERT_EQ(desk.path.size(), 34U) << desk.path;
     std::string wrong = desk.path;
     wrong[32] = wrong[32] == '0' ? '1' : '0';
-    struct Case {
-        std::string method;
-        std::string path;
-        test::Headers headers;
+    const auto expect_nothing = [&desk](const std::string& method, const std::string& path,
+                                        const Headers& headers = {}) {
+        const WebReply reply = WebClient(desk.port).Send(method, path, "", headers);
+        EXPECT_EQ(reply.status, 404) << method << ' ' << path;
+        EXPECT_EQ(reply.body, method == "HEAD" ? "" : R"({"error":"there is nothing"})")
+            << method << ' ' << path;
     };
-    std::vector<Case> nothing;
     for (const char* method : {"GET", "HEAD", "POST", "PUT", "OPTIONS", "DELETE"}) {
         for (const std::string& path :
              {std::string("/"), wrong, wrong + "relay.js", wrong + "tv", std::string("/relay/relay.html"),
               std::string("//"), std::string("/tv/state"), desk.path.substr(0, 33),
               desk.path.substr(0, 32) + '/', desk.path + "relay.html", desk.path + "../relay.js",
               '/' + desk.path, desk.path + "tv"})
-            nothing.push_back({method, path, {}});
+            expect_nothing(method, path);
     }
     for (const char* method : {"POST", "PUT", "DELETE"})
-        nothing.push_back({method, desk.path, {}});
+        expect_nothing(method, desk.path);
     // Nor for who comes by another name, or from elsewhere, secret or not.
-    const std::string own = "127.0.0.1:" + std::to_string(desk.port);
-    for (const test::Headers& headers :
-         {test::Headers{{"Host", "elsewhere.example"}},
-          test::Headers{{"Host", own}, {"Origin", "http://elsewhere.example"}}}) {
-        nothing.push_back({"GET", desk.path, headers});
-        nothing.push_back({"POST", wrong, headers});
+    const Headers elsewhere{{"Host", "127.0.0.1:" + std::to_string(desk.port)},
+                            {"Origin", "http://elsewhere.example"}};
+    for (const Headers& headers : {Headers{{"Host", "elsewhere.example"}}, elsewhere}) {
+        expect_nothing("GET", desk.path, headers);
+        expect_nothing("POST", wrong, headers);
     }
     // Nor for what no server would take.
-    nothing.push_back({"GET", wrong, {{"X", std::string(20'000, 'x')}}});
-    nothing.push_back({"POST", wrong, {{"Transfer-Encoding", "gzip"}}});
-    nothing.push_back({"POST", wrong, {{"Content-Length", "3000000"}}});
-    for (const Case& c : nothing) {
-        const WebReply reply = WebClient(desk.port).Send(c.method, c.path, "", c.headers);
-        EXPECT_EQ(reply.status, 404) << c.method << ' ' << c.path;
-        EXPECT_EQ(reply.body, c.method == "HEAD" ? "" : R"({"error":"there is nothing"})")
-            << c.method << ' ' << c.path;
-    }
+    expect_nothing("GET", wrong, {{"X", std::string(20'000, 'x')}});
+    expect_nothing("POST", wrong, {{"Transfer-Encoding", "gzip"}});
+    expect_nothing("POST", wrong, {{"Content-Length", "3000000"}});
     for (const std::string& path : {wrong + "tv", desk.path, desk.path + "relay.js", std::string("/journal")})
         EXPECT_EQ(WebListener(desk.port, path).status(), 404) << path;
-    EXPECT_EQ(WebListener(desk.port, desk.path + "tv", {{"Origin", "http://elsewhere.example"}}).status(),
-              404);
+    EXPECT_EQ(WebListener(desk.port, desk.path + "tv", elsewhere).status(), 404);
     EXPECT_EQ(desk.State(), "waiting");
     EXPECT_EQ(desk.client.Get("/relay/relay.html").status, 404) << "the desk is no relay";
 
@@ -180,12 +157,12 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
 TEST(Relay, TheDesksOwnPagesAloneLearnTheSecret)
 {
     Desk desk({"--allow-origin", "http://localhost:5173"});
-    const auto ask = [&](const std::string& path, const test::Headers& headers) {
+    const auto ask = [&](const std::string& path, const Headers& headers) {
         return desk.client.Send("GET", path, "", headers);
     };
     const std::string address = "http://127.0.0.1:" + std::to_string(desk.port) + desk.path;
     EXPECT_EQ(J(ask("/tv/relay", {}).body)["address"], address);
-    const test::Headers guest{{"Origin", "http://localhost:5173"}};
+    const Headers guest{{"Origin", "http://localhost:5173"}};
     EXPECT_EQ(ask("/tv/relay", guest).status, 403);
     for (const std::string& path :
          {std::string("/tv/relay"), std::string("/tv/state"), std::string("/journal")})
@@ -193,17 +170,13 @@ TEST(Relay, TheDesksOwnPagesAloneLearnTheSecret)
     EXPECT_EQ(WebClient(ServeProcess({}).port()).Get("/tv/relay").status, 404);
 }
 
-TEST(Relay, WhatOnlyAStandInCanDoIsRefused)
+TEST_F(Relayed, WhatOnlyAStandInCanDoIsRefused)
 {
-    Desk desk;
-    Tv tv(desk);
-    WebPage page(desk.server.port());
-    EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})");
     for (const char* verb :
          {R"({"tv":"event","event":1})", R"({"tv":"advance","ms":1})",
           R"({"tv":"setting","key":"k","value":1})", R"({"tv":"answer","call":"BmsPlay","result":-1})",
-          R"({"tv":"restore"})", R"({"tv":"speed","factor":2})",
-          R"({"tv":"at","ms":1,"do":{"tv":"key","key":"Enter"}})", R"({"tv":"nothing"})"}) {
+          kRestore, R"({"tv":"speed","factor":2})", R"({"tv":"at","ms":1,"do":{"tv":"key","key":"Enter"}})",
+          R"({"tv":"nothing"})"}) {
         const WebReply reply = page.Do(verb);
         EXPECT_EQ(reply.status, 400) << verb;
         EXPECT_NE(reply.body.find("a real TV is behind the desk"), std::string::npos) << reply.body;
@@ -215,13 +188,9 @@ TEST(Relay, WhatOnlyAStandInCanDoIsRefused)
     EXPECT_TRUE(state["page"].isInt64());
 }
 
-TEST(Relay, ManyMessagesGoBothWaysInOrder)
+TEST_F(Relayed, ManyMessagesGoBothWaysInOrder)
 {
-    Desk desk;
-    Tv tv(desk);
-    WebPage page(desk.server.port());
-    EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})");
-    std::thread far([&tv] {
+    std::thread far([this] {
         for (int i = 0; i < kMany; ++i) {
             if (i % 10 == 9)
                 EXPECT_EQ(tv.Answer(R"({"z":1,"a":[)" + std::to_string(i) + "]}"), std::to_string(i));
@@ -241,9 +210,7 @@ TEST(Relay, ManyMessagesGoBothWaysInOrder)
     far.join();
     // Large ones, too.
     const std::string large = '"' + std::string(1'000'000, 'x') + '"';
-    page.client.Begin("POST", page.path + "await", large);
-    EXPECT_EQ(tv.Answer(large), large);
-    EXPECT_EQ(page.client.Finish().body, large);
+    EXPECT_EQ(Ask(large, large), large);
 }
 
 /// How a TV goes.
@@ -258,18 +225,18 @@ TEST(Relay, ATvThatGoesFailsWhatItWasAskedAndMayComeBack)
         const Tv missing(desk, "missing");
         EXPECT_NE(open().body.find("no plug-in"), std::string::npos);
     }
-    desk.AwaitState("gone");
+    EXPECT_TRUE(ComesTrue([&] { return desk.State() == "gone"; }));
     for (const Going going : {Going::Closes, Going::IsCutOff, Going::FallsSilent}) {
         SCOPED_TRACE(static_cast<int>(going));
         std::optional<Tv> tv(std::in_place, desk);
         WebPage page(desk.server.port());
         EXPECT_EQ(tv->socket.Read(), R"({"page":"open"})");
         WebListener messages(desk.server.port(), page.path + "messages");
-        page.client.Begin("POST", page.path + "await", kAsk);
+        page.client.Begin("POST", page.path + "await", kVersionMessage);
         EXPECT_NE(tv->socket.Read().find("await"), std::string::npos);
         // This one waits for its turn.
         WebClient second(desk.server.port());
-        second.Begin("POST", page.path + "await", kAsk);
+        second.Begin("POST", page.path + "await", kVersionMessage);
         for (int i = 0; i < 3; ++i)
             EXPECT_EQ(desk.State(), "ready") << "what was sent before this has arrived";
         const Clock::time_point begin = Clock::now();
@@ -284,47 +251,38 @@ TEST(Relay, ATvThatGoesFailsWhatItWasAskedAndMayComeBack)
         }
         EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
         EXPECT_EQ(messages.ReadToEnd(), "the TV has gone");
-        desk.AwaitNoPage();
+        // No page has the TV any more.
+        EXPECT_TRUE(ComesTrue([&] { return J(desk.client.Get("/tv/state").body)["page"].isNull(); }));
         EXPECT_EQ(desk.State(), "gone");
         EXPECT_EQ(open().status, 503);
-        EXPECT_EQ(page.Await(kAsk).status, 410);
+        EXPECT_EQ(page.Await(kVersionMessage).status, 410);
     }
     Tv back(desk);
     WebPage page(desk.server.port());
     EXPECT_EQ(back.socket.Read(), R"({"page":"open"})");
-    page.client.Begin("POST", page.path + "await", kAsk);
-    EXPECT_EQ(back.Answer("1"), kAsk);
-    EXPECT_EQ(page.client.Finish().body, "1");
     // Its plug-in can't be asked: that is told, and the TV stays.
-    page.client.Begin("POST", page.path + "await", kAsk);
+    page.client.Begin("POST", page.path + "await", kVersionMessage);
     back.socket.Send(R"({"id":)" + J(back.socket.Read())["id"].asString() +
                      R"(,"error":"no such function"})");
     const WebReply reply = page.client.Finish();
     EXPECT_EQ(reply.status, 502);
     EXPECT_NE(reply.body.find("no such function"), std::string::npos) << reply.body;
-    EXPECT_EQ(desk.State(), "ready");
+    page.client.Begin("POST", page.path + "await", kVersionMessage);
+    EXPECT_EQ(back.Answer("1"), kVersionMessage);
+    EXPECT_EQ(page.client.Finish().body, "1");
 }
 
-TEST(Relay, ThereIsRoomForOneTv)
+TEST_F(Relayed, ThereIsRoomForOneTv)
 {
-    Desk desk;
-    Tv tv(desk);
-    WebPage page(desk.server.port());
-    EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})");
     WebListener second(desk.port, desk.path + "tv");
     EXPECT_EQ(second.ReadToEnd(), "another TV is behind this desk already");
-    page.client.Begin("POST", page.path + "await", kAsk);
-    EXPECT_EQ(tv.Answer("2"), kAsk);
-    EXPECT_EQ(page.client.Finish().body, "2");
+    EXPECT_EQ(Ask(kVersionMessage, "2"), "2");
 }
 
-TEST(Relay, WhatAnElementSaidThatWasReplacedIsNotForTheNextPage)
+TEST_F(Relayed, WhatAnElementSaidThatWasReplacedIsNotForTheNextPage)
 {
-    Desk desk;
-    Tv tv(desk);
-    desk.client.OpenPage();
     const std::string second = desk.client.OpenPage();
-    for (const char* frame : {R"({"page":"open"})", R"({"page":"close"})", R"({"page":"open"})"})
+    for (const char* frame : {R"({"page":"close"})", R"({"page":"open"})"})
         EXPECT_EQ(tv.socket.Read(), frame);
     WebListener messages(desk.server.port(), second + "messages");
     for (const char* frame : {R"({"message":1,"of":1})", R"({"id":7,"reply":1})", R"({"alive":true})",
@@ -334,13 +292,9 @@ TEST(Relay, WhatAnElementSaidThatWasReplacedIsNotForTheNextPage)
     EXPECT_EQ(messages.Read(), "3");
 }
 
-TEST(Relay, TheHostEndsWhateverTheTvDoes)
+TEST_F(Relayed, TheHostEndsWhateverTheTvDoes)
 {
-    Desk desk;
-    Tv tv(desk);
-    WebPage page(desk.server.port());
-    EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})");
-    page.client.Begin("POST", page.path + "await", kAsk);
+    page.client.Begin("POST", page.path + "await", kVersionMessage);
     EXPECT_NE(tv.socket.Read().find("await"), std::string::npos);
     std::string reason;
     std::thread far([&] { reason = tv.socket.ReadToEnd(); });
@@ -350,19 +304,11 @@ TEST(Relay, TheHostEndsWhateverTheTvDoes)
     EXPECT_EQ(reason, "the TV host ends");
 }
 
-TEST(Relay, ARecordingSaysThatATvAnsweredAndHoldsAllThatItSaid)
+TEST_F(Relayed, ARecordingSaysThatATvAnsweredAndHoldsAllThatItSaid)
 {
-    const test::TemporaryFolder folder;
-    const std::string recording = (folder / "tv.jsonl").string();
-    Desk desk({"--record", recording});
-    Tv tv(desk);
-    WebPage page(desk.server.port());
-    EXPECT_EQ(tv.socket.Read(), R"({"page":"open"})");
     WebListener messages(desk.server.port(), page.path + "messages");
     WebListener runtime(desk.server.port(), page.path + "runtime");
-    page.client.Begin("POST", page.path + "await", kAsk);
-    tv.Answer(R"({"code":0})");
-    page.client.Finish();
+    Ask(kVersionMessage, R"({"code":0})");
     tv.socket.Send(R"({"message":"by itself"})");
     EXPECT_EQ(messages.Read(), R"("by itself")");
     tv.socket.Send(R"({"key":"ChannelUp"})");
@@ -370,11 +316,11 @@ TEST(Relay, ARecordingSaysThatATvAnsweredAndHoldsAllThatItSaid)
     page.Post("[1]");
     EXPECT_EQ(tv.socket.Read(), R"({"post":[1]})");
     EXPECT_EQ(desk.server.End(SIGINT), 0);
-    EXPECT_EQ(test::ReadFile(recording).find(desk.path), std::string::npos);
+    EXPECT_EQ(ReadFile(recording).find(desk.path), std::string::npos);
 
     std::vector<std::string> lines;
     bool is_relayed = false;
-    for (const std::string& line : test::LinesOf(test::ReadFile(recording))) {
+    for (const std::string& line : LinesOf(ReadFile(recording))) {
         is_relayed |= line == std::string("# ") + host::kRecordingRelayed;
         // How much time passed is the machine's business, and so is when it was.
         const bool is_time =
@@ -385,9 +331,10 @@ TEST(Relay, ARecordingSaysThatATvAnsweredAndHoldsAllThatItSaid)
     EXPECT_TRUE(is_relayed);
     EXPECT_EQ(lines, (std::vector<std::string>{
                          R"({"tv":"close"})", R"({"did":"close"})", R"({"tv":"open"})", R"({"did":"open"})",
-                         std::string(R"({"await":)") + kAsk + '}', R"({"reply":{"code":0}})",
+                         std::string(R"({"await":)") + kVersionMessage + '}', R"({"reply":{"code":0}})",
                          R"({"message":"by itself"})", R"({"tv":"key","key":"ChannelUp"})",
                          R"({"did":"key"})", R"({"post":[1]})", R"({"tv":"close"})", R"({"did":"close"})"}));
 }
 
 }  // namespace
+}  // namespace test

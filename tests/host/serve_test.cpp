@@ -12,14 +12,8 @@
 #include "tests/support/page.h"
 #include "tests/support/web_client.h"
 
+namespace test {
 namespace {
-
-using test::J;
-using test::ServeProcess;
-using test::Text;
-using test::WebClient;
-using test::WebListener;
-using test::WebPage;
 
 /// Somebody who clicks about: a page with all of its commands, and the person at the TV. The same clicks
 /// every time, if not at the same playing time.
@@ -27,7 +21,7 @@ class Clicker {
   public:
     explicit Clicker(std::uint16_t port) : page_(port)
     {
-        const Json::Value api = J(test::ReadFile(std::filesystem::path(ZELUMO_WEB) / "page-api.json"));
+        const Json::Value api = J(ReadFile(std::filesystem::path(ZELUMO_WEB) / "page-api.json"));
         for (const Json::Value& command : api["commands"])
             messages_.push_back(Text(command["example"]));
         for (const Json::Value& event : api["events"])
@@ -65,15 +59,15 @@ class Clicker {
         R"({"tv":"setting","key":"db/menu/language","value":"é 日本"})",
         R"({"tv":"answer","call":"vconf_get_int","result":-1,"times":2})",
         R"({"tv":"answer","call":"BmsPlay","result":-1,"delay":1})",
-        R"({"tv":"restore"})",
+        kRestore,
         R"({"tv":"restore","call":"BmsPlay"})",
         R"({"tv":"report","player":1,"type":97})",
     };
 };
 
-TEST(Serve, ARecordedHalfHourReplaysToTheSameText)
+TEST(Serve, AHalfHourThatWasCutOffReplaysAsFarAsItGoes)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "half-hour.jsonl").string();
     ServeProcess server({"--record", recording, "--speed", "600"});
     Clicker clicker(server.port());
@@ -81,9 +75,13 @@ TEST(Serve, ARecordedHalfHourReplaysToTheSameText)
     int clicks = 0;
     for (; clicks % 20 != 0 || clicker.PlayingTime() < kHalfHour; ++clicks)
         clicker.Click();
-    EXPECT_EQ(server.End(SIGINT), 0);
+    // The time that passed until then is written with what comes next.
+    for (int i = 0; i < 2; ++i)
+        clicker.Click();
+    EXPECT_EQ(server.End(SIGKILL), 128 + SIGKILL);
 
-    const std::vector<std::string> lines = test::LinesOf(test::ReadFile(recording));
+    const std::string whole = ReadFile(recording);
+    const std::vector<std::string> lines = LinesOf(whole);
     EXPECT_GT(lines.size(), static_cast<std::size_t>(clicks));
     std::int64_t advanced = 0;
     for (const std::string& line : lines) {
@@ -93,12 +91,28 @@ TEST(Serve, ARecordedHalfHourReplaysToTheSameText)
             advanced += J(line)["ms"].asInt64();
     }
     EXPECT_GE(advanced, kHalfHour);
-    EXPECT_EQ(test::ReplayFault(recording), "");
+    EXPECT_EQ(ReplayFault(recording), "");
+    // In the middle of a line, and at the ends of lines that follow one another, those inside blocks among
+    // them.
+    const auto fault_of = [&](const std::string& text) {
+        return ReplayFault(folder.Write("cut.jsonl", text));
+    };
+    std::size_t length = whole.size() / 20;
+    for (int i = 0; i < 8; ++i) {
+        length = whole.find('\n', length) + 1;
+        for (const std::size_t more : {0U, 5U})
+            EXPECT_EQ(fault_of(whole.substr(0, length + more)), "") << length + more;
+    }
+    // One that has its end is compared to the end.
+    const std::string cut =
+        whole.substr(0, whole.find("\n{\"await\"") + 1) + "{\"await\":{\"command\":\"GetVersion\"}}\n";
+    EXPECT_EQ(fault_of(cut), "");
+    EXPECT_NE(fault_of(cut + "# The recording ends here\n"), "");
 }
 
 TEST(Serve, TimeInTheDevelopersHandReplays)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "time.jsonl").string();
     ServeProcess server({"--record", recording, "--date", "2026-01-01T20:00:00Z", "--speed", "0"});
     WebPage page(server.port());
@@ -145,13 +159,13 @@ TEST(Serve, TimeInTheDevelopersHandReplays)
                             [](const auto& line) { return line.find("advance") != std::string::npos; }),
               2);
     EXPECT_EQ(std::count(shown.begin(), shown.end(), R"({"did":"speed"})"), 2);
-    EXPECT_NE(test::ReadFile(recording).find(R"({"tv":"clock","date":1767297600000})"), std::string::npos);
-    EXPECT_EQ(test::ReplayFault(recording), "");
+    EXPECT_NE(ReadFile(recording).find(R"({"tv":"clock","date":1767297600000})"), std::string::npos);
+    EXPECT_EQ(ReplayFault(recording), "");
 }
 
 TEST(Serve, TheDateIsTheFilesOrTheRealOne)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string tv = folder.Write("tv.json", R"({"date":86400000})");
     ServeProcess dated({"--tv", tv, "--date", "file", "--speed", "0"});
     EXPECT_EQ(WebPage(dated.port()).State()["time"], 86400000);
@@ -173,7 +187,7 @@ TEST(Serve, TheDateIsTheFilesOrTheRealOne)
 
 TEST(Serve, MessagesAreAnsweredAtAnySpeed)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string tv =
         folder.Write("tv.json", R"({"streams":[{"pattern":"*","live":true,"duration":1000}]})");
     const std::string recording = (folder / "fast.jsonl").string();
@@ -194,7 +208,7 @@ TEST(Serve, MessagesAreAnsweredAtAnySpeed)
     for (const auto begin = std::chrono::steady_clock::now();
          std::chrono::steady_clock::now() - begin < kWatched;) {
         const auto sent = std::chrono::steady_clock::now();
-        EXPECT_EQ(page.Await(R"({"command":"GetVersion"})").body, R"({"code":0,"data":"1.00"})");
+        EXPECT_EQ(page.Await(kVersionMessage).body, kVersionReply);
         taken.emplace_back(std::chrono::steady_clock::now() - sent);
         if (taken.back() > Milliseconds(50))
             late += taken.back();
@@ -208,78 +222,57 @@ TEST(Serve, MessagesAreAnsweredAtAnySpeed)
     // Stopped, it stands still at once, however far it was behind.
     page.Do(R"({"tv":"speed","factor":0})");
     const Json::Value stopped = page.State()["playingTime"];
-    page.Await(R"({"command":"GetVersion"})");
+    page.Await(kVersionMessage);
     EXPECT_EQ(page.State()["playingTime"], stopped);
     EXPECT_GT(passed, 100'000);
     EXPECT_EQ(server.End(SIGINT), 0);
-    EXPECT_EQ(test::ReplayFault(recording, "--tv " + tv), "");
+    EXPECT_EQ(ReplayFault(recording, "--tv " + tv), "");
 }
 
-TEST(Serve, ARecordingThatWasCutOffReplaysAsFarAsItGoes)
+TEST(Serve, SettingsLastAndARecordingBeginsWithThem)
 {
-    const test::TemporaryFolder folder;
-    const std::string recording = (folder / "whole.jsonl").string();
-    {
-        ServeProcess server({"--record", recording, "--speed", "100"});
-        Clicker clicker(server.port());
-        for (int i = 0; i < 200; ++i)
-            clicker.Click();
-        EXPECT_EQ(server.End(SIGKILL), 128 + SIGKILL);
-    }
-    EXPECT_EQ(test::ReplayFault(recording), "");
-    const std::string whole = test::ReadFile(recording);
-    ASSERT_GT(test::LinesOf(whole).size(), 400U);
-    // In the middle of a line, and at the ends of lines that follow one another, those inside blocks among
-    // them.
-    const auto fault_of = [&](const std::string& text) {
-        return test::ReplayFault(folder.Write("cut.jsonl", text));
-    };
-    std::size_t length = whole.size() / 2;
-    for (int i = 0; i < 8; ++i) {
-        length = whole.find('\n', length) + 1;
-        for (const std::size_t more : {0U, 5U})
-            EXPECT_EQ(fault_of(whole.substr(0, length + more)), "") << length + more;
-    }
-    // One that has its end is compared to the end.
-    const std::string cut =
-        whole.substr(0, whole.find("\n{\"await\"") + 1) + "{\"await\":{\"command\":\"GetVersion\"}}\n";
-    EXPECT_EQ(fault_of(cut), "");
-    EXPECT_NE(fault_of(cut + "# The recording ends here\n"), "");
-}
-
-TEST(Serve, ARecordingBeginsWithTheSettingsThatWereKept)
-{
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "settings.jsonl").string();
     const std::string settings = (folder / "settings.db").string();
-    const std::string set = R"({"command":"SetStringToVconfWithKey","key":"k","input":"kept"})";
-    const std::string get = R"({"command":"GetStringFromVconfWithKey","key":"k"})";
-    for (const std::string& message : {set, get}) {
+    const auto serve = [&](const std::string& verb, const std::vector<std::string>& messages) {
         ServeProcess server({"--record", recording, "--overwrite", "--settings", settings});
-        EXPECT_EQ(J(WebPage(server.port()).Await(message).body)["code"], 0);
+        WebPage page(server.port());
+        std::string data;
+        for (const std::string& message : messages)
+            data += Text(J(page.Await(message).body)["data"]) + ' ';
+        EXPECT_EQ(page.Do(verb).status, 200);
         EXPECT_EQ(server.End(SIGTERM), 0);
-    }
-    EXPECT_EQ(test::ReplayFault(recording), "");
+        return data;
+    };
+    serve(R"({"tv":"setting","key":"i","value":8})",
+          {R"({"command":"SetStringToVconfWithKey","key":"s","input":"é"})",
+           R"({"command":"SetIntegerToVconfWithKey","key":"i","input":-7})",
+           R"({"command":"SetBooleanToVconfWithKey","key":"b","input":1})"});
+    EXPECT_EQ(serve(kRestore, {R"({"command":"GetStringFromVconfWithKey","key":"s"})",
+                               R"({"command":"GetIntegerFromVconfWithKey","key":"i"})",
+                               R"({"command":"GetBooleanFromVconfWithKey","key":"b"})"}),
+              "\"é\" 8 1 ");
+    EXPECT_EQ(ReplayFault(recording), "");
 }
 
 TEST(Serve, ARecordingHoldsMessagesAsTheyWereWritten)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "written.jsonl").string();
     ServeProcess server({"--record", recording, "--speed", "0"});
     WebPage page(server.port());
     // As large as a message may be, and larger when it is written as another program would.
     std::string numbers = "[\n1e5";
-    while (numbers.size() < std::size_t{1024} * 1024 - 4)
+    while (numbers.size() < kMebibyte - 4)
         numbers += ",1e5";
-    const std::string sizes = std::string(std::size_t{1024} * 1024 - numbers.size() - 1, '\t') + ']';
+    const std::string sizes = std::string(kMebibyte - numbers.size() - 1, '\t') + ']';
     for (const std::string& message : {numbers + sizes, std::string("{\r\n\t\"command\" :\n\"GetVersion\"}"),
                                        std::string(R"({"command":"\ud800\u0000\n","command":1e-400})")})
         EXPECT_EQ(page.Await(message).status, 200) << message.substr(0, 40);
     for (const char* message : {"01", "[1.]", "\"\t\"", "\xEF\xBB\xBF{}", "{} //"})
         EXPECT_EQ(page.Await(message).status, 400) << message;
     EXPECT_EQ(server.End(SIGINT), 0);
-    EXPECT_EQ(test::ReplayFault(recording), "");
+    EXPECT_EQ(ReplayFault(recording), "");
 }
 
 TEST(Serve, APortIsFreeAgainAtOnce)
@@ -287,11 +280,9 @@ TEST(Serve, APortIsFreeAgainAtOnce)
     ServeProcess first({});
     const std::string port = std::to_string(first.port());
     EXPECT_EQ(first.line(), "zelumo-tv: http://127.0.0.1:" + port + '/');
-    const test::HostResult second = test::RunHost("serve --port " + port);
-    EXPECT_EQ(second.status, 2);
-    EXPECT_EQ(second.out, "");
-    EXPECT_EQ(second.err,
-              "zelumo-tv: 127.0.0.1:" + port + ": the port is in use; --port 0 takes a free one\n");
+    EXPECT_EQ(RefusalFault("serve --port " + port, "zelumo-tv: 127.0.0.1:" + port +
+                                                       ": the port is in use; --port 0 takes a free one\n"),
+              "");
 
     WebClient client(first.port());
     EXPECT_EQ(client.Get("/").status, 200);
@@ -302,3 +293,4 @@ TEST(Serve, APortIsFreeAgainAtOnce)
 }
 
 }  // namespace
+}  // namespace test

@@ -14,13 +14,8 @@
 #include "tests/support/page.h"
 #include "tests/support/web_client.h"
 
+namespace test {
 namespace {
-
-using test::J;
-using test::ServeProcess;
-using test::WebClient;
-using test::WebListener;
-using test::WebReply;
 
 /// Reads the journal to its end: every line in has its one answer before the next line in.
 void ReadJournal(WebListener& journal)
@@ -42,7 +37,7 @@ void ReadJournal(WebListener& journal)
 
 TEST(Turns, EverythingAtOnceIsAnsweredInOneOrder)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string recording = (folder / "turns.jsonl").string();
     ServeProcess server({"--record", recording, "--speed", "600"});
     const std::uint16_t port = server.port();
@@ -98,7 +93,7 @@ TEST(Turns, EverythingAtOnceIsAnsweredInOneOrder)
                  R"({"tv":"setting","key":"k","value":1})",
                  R"({"tv":"restore","call":"vconf_get_int"})",
                  R"({"tv":"answer","call":"device_power_subscribe_poweroff","delay":3})",
-                 R"({"tv":"restore"})",
+                 kRestore,
              })
             send(client, "/tv", verb, {200});
         send(client, "/tv", R"({"tv":"dance"})", {400});
@@ -116,7 +111,8 @@ TEST(Turns, EverythingAtOnceIsAnsweredInOneOrder)
         client.join();
     journal.join();
 
-    EXPECT_EQ(test::ReplayFault(recording), "");
+    EXPECT_EQ(ReplayFault(recording), "");
 }
 
 }  // namespace
+}  // namespace test

@@ -21,6 +21,7 @@
 #include "tests/support/web_client.h"
 #include "tvhost/web/server.h"
 
+namespace test {
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -28,18 +29,6 @@ constexpr int kSanitized = 5;  ///< how many times as much a sanitizer's memory 
 #else
 constexpr int kSanitized = 1;
 #endif
-
-using test::HeldUp;
-using test::J;
-using test::ServeProcess;
-using test::Web;
-using test::WebClient;
-using test::WebListener;
-using test::WebPage;
-using test::WebReply;
-
-constexpr char kRestore[] = R"({"tv":"restore"})";
-constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 std::string Repeated(const std::string& text, std::size_t bytes)
 {
@@ -199,7 +188,7 @@ TEST(WebAttack, AFileThatCannotBeOpenedNowIsNotSaidToBeMissing)
 
 TEST(WebAttack, WhoDoesNotReadAFileHoldsUpNobody)
 {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     std::filesystem::create_directory(folder / "app");
     folder.Write("app/index.html", "");
     std::filesystem::resize_file(folder.Write("app/big.bin", ""), 100 * kMebibyte);
@@ -275,15 +264,15 @@ TEST(WebAttack, BodiesThatAreNeverFinishedAreBounded)
         clients.emplace_back(server.port()).SendOnly(text);
     // There is room for 64 of them, and none of those is refused.
     std::set<const WebClient*> refused;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (refused.size() < 36 && std::chrono::steady_clock::now() < end) {
+    ComesTrue([&] {
         for (WebClient& client : clients) {
             if (refused.count(&client) == 0 && !client.IsQuiet()) {
                 EXPECT_EQ(client.Finish().status, 503);
                 refused.insert(&client);
             }
         }
-    }
+        return refused.size() >= 36;
+    });
     EXPECT_EQ(refused.size(), 36U);
     WebClient watcher(server.port());
     EXPECT_EQ(watcher.Post("/tv", kRestore).status, 200) << "small ones are taken all the same";
@@ -306,3 +295,4 @@ TEST(WebAttack, AChannelThatHasEndedIsGone)
 }
 
 }  // namespace
+}  // namespace test

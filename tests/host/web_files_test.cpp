@@ -16,12 +16,8 @@
 #include "tests/support/web.h"
 #include "tests/support/web_client.h"
 
+namespace test {
 namespace {
-
-using test::J;
-using test::Web;
-using test::WebClient;
-using test::WebReply;
 
 /// A folder with a page of one's own, with things in it and beside it that are nobody's business.
 class WebApp : public testing::Test {
@@ -68,7 +64,7 @@ class WebApp : public testing::Test {
         web_.emplace(options);
         client_.emplace(web_->port());
     }
-    const test::TemporaryFolder folder_;
+    const TemporaryFolder folder_;
     std::optional<Web> web_;
     std::optional<WebClient> client_;
 };
@@ -139,7 +135,7 @@ TEST_F(WebApp, NothingOutsideOfTheFoldersIsFound)
 
 TEST_F(WebApp, APageThatRoutesByItselfIsFoundAnywhere)
 {
-    const test::Headers navigation{{"Accept", "text/html,application/xhtml+xml,*/*;q=0.8"}};
+    const Headers navigation{{"Accept", "text/html,application/xhtml+xml,*/*;q=0.8"}};
     for (const char* path : {"/channels/7", "/empty/"})
         EXPECT_EQ(client_->Send("GET", path, "", navigation).body, "own page") << path;
     for (const char* path : {"/page/7", "/tv/x", "/journal/x", "/demo/x", "/.env", "/%2e%2e/x"})
@@ -203,3 +199,4 @@ TEST_F(WebApp, PartsOfAFileAreServed)
 }
 
 }  // namespace
+}  // namespace test

@@ -10,15 +10,9 @@
 #include "tests/support/web_client.h"
 #include "tvhost/web/own_names.h"
 
+namespace test {
 namespace {
 
-using test::Web;
-using test::WebClient;
-using test::WebListener;
-using test::WebPage;
-using test::WebReply;
-
-constexpr char kVersionMessage[] = R"({"command":"GetVersion"})";
 constexpr char kGuest[] = "http://localhost:5173";
 
 TEST(CheckOrigin, SaysWhyABrowserWouldNotSendIt)
@@ -64,23 +58,26 @@ TEST(WebGuests, PagesOfAllowedOriginsUseTheTvAndNoOthers)
     EXPECT_THROW(Web(Allowing({"*"})), host::ServerError);
     const Web web(Allowing({"https://other.example", kGuest}));
     WebPage page(web.port());
-    const auto own = "http://127.0.0.1:" + std::to_string(web.port());
-    struct Case {
-        test::Headers headers;
-        bool is_welcome;
-        std::string origin;  // that is told to the browser
-    };
-    std::vector<Case> cases{
+    const std::string port = std::to_string(web.port());
+    const std::string own = "http://127.0.0.1:" + port;
+    // The headers, whether who sends them is welcome, and the origin that is told to the browser.
+    std::vector<std::tuple<Headers, bool, std::string>> cases{
         {{}, true, ""},
         {{{"Origin", own}}, true, ""},
+        {{{"Host", "LocalHost:" + port}, {"Origin", "http://localhost:" + port}}, true, ""},
         {{{"Origin", kGuest}}, true, kGuest},
         {{{"Origin", kGuest}, {"Sec-Fetch-Site", "cross-site"}}, true, kGuest},
         {{{"Origin", "https://other.example"}}, true, "https://other.example"},
         {{{"Origin", "http://localhost:5174"}, {"Referer", "http://localhost:5173/"}}, false, ""},
     };
-    for (const char* origin :
-         {"http://localhost:51730", "https://localhost:5173", "http://LOCALHOST:5173", "null"})
-        cases.push_back({{{"Origin", origin}}, false, ""});
+    for (const std::string& origin :
+         {std::string("http://localhost:51730"), std::string("https://localhost:5173"),
+          std::string("http://LOCALHOST:5173"), std::string("null"), std::string(),
+          std::string("http://127.0.0.1"), "https://127.0.0.1:" + port, own + ".elsewhere.example"})
+        cases.push_back({Headers{{"Origin", origin}}, false, ""});
+    for (const std::string& host :
+         {std::string(), std::string("127.0.0.1"), std::string("127.0.0.1:1"), "elsewhere.example:" + port})
+        cases.push_back({Headers{{"Host", host}}, false, ""});
     const std::vector<std::tuple<const char*, std::string, std::string, int>> requests{
         {"GET", "/zelumo-embed.js", "", 200},
         {"POST", page.path + "await", kVersionMessage, 200},
@@ -88,19 +85,19 @@ TEST(WebGuests, PagesOfAllowedOriginsUseTheTvAndNoOthers)
         {"GET", "/nothing", "", 404},
         {"POST", "/tv", std::string(2'000'000, ' '), 413},
     };
-    for (const Case& c : cases) {
-        const std::string shown = c.headers.empty() ? "none" : c.headers[0].second;
+    for (const auto& [headers, is_welcome, told] : cases) {
+        const std::string shown = headers.empty() ? "none" : headers[0].first + ' ' + headers[0].second;
         for (const auto& [method, path, body, status] : requests) {
-            const WebReply reply = page.client.Send(method, path, body, c.headers);
-            EXPECT_EQ(reply.status, c.is_welcome ? status : 403) << shown << path << reply.body;
-            EXPECT_EQ(reply.Header("access-control-allow-origin"), c.origin) << shown << path;
+            const WebReply reply = page.client.Send(method, path, body, headers);
+            EXPECT_EQ(reply.status, is_welcome ? status : 403) << shown << path << reply.body;
+            EXPECT_EQ(reply.Header("access-control-allow-origin"), told) << shown << path;
             EXPECT_EQ(reply.Header("vary"), "Origin") << shown << path;
         }
         for (const std::string& path : {std::string("/journal"), page.path + "messages"})
-            EXPECT_EQ(WebListener(web.port(), path, c.headers).status(), c.is_welcome ? 101 : 403) << shown;
-        const bool is_guest = !c.origin.empty();
-        const WebReply preflight = page.client.Send("OPTIONS", page.path + "await", "", c.headers);
-        EXPECT_EQ(preflight.status, is_guest ? 204 : c.is_welcome ? 405 : 403) << shown;
+            EXPECT_EQ(WebListener(web.port(), path, headers).status(), is_welcome ? 101 : 403) << shown;
+        const bool is_guest = !told.empty();
+        const WebReply preflight = page.client.Send("OPTIONS", page.path + "await", "", headers);
+        EXPECT_EQ(preflight.status, is_guest ? 204 : is_welcome ? 405 : 403) << shown;
         EXPECT_EQ(preflight.Header("access-control-allow-methods"), is_guest ? "GET, HEAD, POST" : "");
     }
     const WebReply preflight = page.client.Send(
@@ -112,42 +109,37 @@ TEST(WebGuests, PagesOfAllowedOriginsUseTheTvAndNoOthers)
     const Web closed;
     const WebReply reply = WebClient(closed.port()).Get("/");
     EXPECT_EQ(reply.Header("vary") + reply.Header("access-control-allow-origin"), "");
+    EXPECT_EQ(WebClient(closed.port()).Send("GET", "/", "", {{"Origin", kGuest}}).status, 403);
 }
 
 TEST(WebGuests, WhatComesWithoutAnOriginIsJudgedByWhereItComesFrom)
 {
     const Web web(Allowing({kGuest}));
     WebClient client(web.port());
-    struct Case {
-        const char* site;
-        const char* mode;
-        std::string referer;
-        int status;
-        const char* policy;
-    };
-    for (const Case& c : {
-             Case{"cross-site", "no-cors", "http://localhost:5173/app/?x=http://a/", 200, "cross-origin"},
-             Case{"same-site", "no-cors", "http://localhost:5173/", 200, "cross-origin"},
-             Case{"same-site", "no-cors", "http://localhost:5174/", 200, "same-origin"},
-             Case{"cross-site", "no-cors", "http://localhost:5173.elsewhere.example/", 403, "same-origin"},
-             Case{"cross-site", "no-cors", "http://elsewhere.example/http://localhost:5173/", 403,
-                  "same-origin"},
-             Case{"cross-site", "websocket", "", 403, "same-origin"},
-             Case{"cross-site", "navigate", "http://elsewhere.example/", 200, "same-origin"},
-             Case{"same-origin", "no-cors", "http://localhost:5173/", 200, "same-origin"},
-             Case{"none", "navigate", "", 200, "same-origin"},
+    // The site it comes from, the mode, the referer; the status, and the policy that is told.
+    for (const auto& [site, mode, referer, status, policy] :
+         std::vector<std::tuple<std::string, std::string, std::string, int, std::string>>{
+             {"cross-site", "no-cors", "http://localhost:5173/app/?x=http://a/", 200, "cross-origin"},
+             {"same-site", "no-cors", "http://localhost:5173/", 200, "cross-origin"},
+             {"same-site", "no-cors", "http://localhost:5174/", 200, "same-origin"},
+             {"cross-site", "no-cors", "http://localhost:5173.elsewhere.example/", 403, "same-origin"},
+             {"cross-site", "no-cors", "http://elsewhere.example/http://localhost:5173/", 403, "same-origin"},
+             {"cross-site", "websocket", "", 403, "same-origin"},
+             {"cross-site", "navigate", "http://elsewhere.example/", 200, "same-origin"},
+             {"same-origin", "no-cors", "http://localhost:5173/", 200, "same-origin"},
+             {"none", "navigate", "", 200, "same-origin"},
          }) {
-        const test::Headers headers{
-            {"Sec-Fetch-Site", c.site}, {"Sec-Fetch-Mode", c.mode}, {"Referer", c.referer}};
-        const std::string shown = std::string(c.site) + ' ' + c.mode + ' ' + c.referer;
+        const Headers headers{{"Sec-Fetch-Site", site}, {"Sec-Fetch-Mode", mode}, {"Referer", referer}};
+        const std::string shown = site + ' ' + mode + ' ' + referer;
         const WebReply reply = client.Send("GET", "/zelumo-embed.js", "", headers);
-        EXPECT_EQ(reply.status, c.status) << shown;
-        EXPECT_EQ(reply.Header("cross-origin-resource-policy"), c.policy) << shown;
+        EXPECT_EQ(reply.status, status) << shown;
+        EXPECT_EQ(reply.Header("cross-origin-resource-policy"), policy) << shown;
         // Whoever acts says where it comes from.
-        if (c.site == std::string("cross-site")) {
+        if (site == "cross-site") {
             EXPECT_EQ(client.Send("POST", "/page/open", "", headers).status, 403) << shown;
         }
     }
 }
 
 }  // namespace
+}  // namespace test

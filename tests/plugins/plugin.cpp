@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "plugin-support/simple_thread_await_loop.h"
@@ -28,26 +29,20 @@ bool HasFault(std::string_view fault)
 }
 
 /// Does not come back where it is to fail at that time.
-void MayEnd(const char* when)
+void MayEnd(const std::string& when)
 {
-    const std::string_view time(when);
-    const char* const wanted = std::getenv("PLUGIN_FAULT");  // NOLINT(concurrency-mt-unsafe)
-    const std::string_view fault = wanted == nullptr ? "" : wanted;
-    if (fault.substr(0, time.size()) != time)
-        return;
-    const std::string_view how = fault.substr(time.size());
-    if (how == " crashes")
+    if (HasFault(when + " crashes"))
         std::abort();
-    while (how == " hangs")
+    while (HasFault(when + " hangs"))
         pause();
-    if (how == " exits")
+    if (HasFault(when + " exits"))
         _exit(3);
 }
 
-void MayFail(const char* when)
+void MayFail(const std::string& when)
 {
     MayEnd(when);
-    if (HasFault(std::string(when) + " throws"))
+    if (HasFault(when + " throws"))
         throw std::runtime_error("this is\nwhat it throws");
 }
 
@@ -125,31 +120,23 @@ EXPORTED Module* CreateModule()
 // As much of the extension classes as can be seen from outside.
 struct EXPORTED ExtensionSystemHalvorn {
     ExtensionSystemHalvorn();
-    void GetEmbedderName();
-    void GetCurrentExtensionInfo();
-    void GenericSyncCall();
+    [[gnu::used]] void GetEmbedderName() {}
+    [[gnu::used]] void GetCurrentExtensionInfo() {}
+    [[gnu::used]] void GenericSyncCall() {}
 };
 struct EXPORTED ExtensionSystemHalvornOrvex {
     ExtensionSystemHalvornOrvex();
-    void SetIMERecommendedWords();
-    void SetIMERecommendedWordsType();
-    void GetWindowId();
-    void CheckPrivilege();
+    [[gnu::used]] void SetIMERecommendedWords() {}
+    [[gnu::used]] void SetIMERecommendedWordsType() {}
+    [[gnu::used]] void GetWindowId() {}
+    [[gnu::used]] void CheckPrivilege() {}
 };
 struct EXPORTED ExtensionSystemHalvornWRT {
     ExtensionSystemHalvornWRT();
-    void IsValid();
+    [[gnu::used]] void IsValid() {}
 };
 ExtensionSystemHalvorn::ExtensionSystemHalvorn() = default;
-void ExtensionSystemHalvorn::GetEmbedderName() {}
-void ExtensionSystemHalvorn::GetCurrentExtensionInfo() {}
-void ExtensionSystemHalvorn::GenericSyncCall() {}
 ExtensionSystemHalvornOrvex::ExtensionSystemHalvornOrvex() = default;
-void ExtensionSystemHalvornOrvex::SetIMERecommendedWords() {}
-void ExtensionSystemHalvornOrvex::SetIMERecommendedWordsType() {}
-void ExtensionSystemHalvornOrvex::GetWindowId() {}
-void ExtensionSystemHalvornOrvex::CheckPrivilege() {}
 ExtensionSystemHalvornWRT::ExtensionSystemHalvornWRT() = default;
-void ExtensionSystemHalvornWRT::IsValid() {}
 
 }  // namespace pp

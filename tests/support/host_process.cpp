@@ -4,11 +4,13 @@
 #include <sys/wait.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace test {
 
@@ -64,6 +66,26 @@ std::string ReplayFault(const std::string& recording, const std::string& options
     const HostResult replayed = RunHost("script " + options + " --check " + recording);
     const std::string fault = replayed.out.substr(0, 2000) + replayed.err;
     return replayed.status == 0 || !fault.empty() ? fault : "status " + std::to_string(replayed.status);
+}
+
+std::string RefusalFault(const std::string& arguments, const std::string& said, const std::string& input)
+{
+    const HostResult refused = RunHost(arguments, input);
+    if (refused.status == 2 && refused.out.empty() && LinesOf(refused.err).size() == 1 &&
+        refused.err.find(said) != std::string::npos)
+        return "";
+    return "status " + std::to_string(refused.status) + ": " + refused.out.substr(0, 2000) + refused.err;
+}
+
+bool ComesTrue(const std::function<bool()>& condition)
+{
+    const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > patience)
+            return false;
+        std::this_thread::yield();
+    }
+    return true;
 }
 
 ServeProcess::ServeProcess(const std::vector<std::string>& arguments, const std::string& before)

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,14 @@ HostResult RunHost(const std::string& arguments, const std::string& input = std:
 
 /// Plays a recording again: "" when all comes out as it was, else what does not.
 std::string ReplayFault(const std::string& recording, const std::string& options = std::string());
+
+/// Runs it with what it has to refuse: "" when that ends it with status 2, without output and with one line
+/// of error, in which `said` stands, else what came of it.
+std::string RefusalFault(const std::string& arguments, const std::string& said,
+                         const std::string& input = std::string());
+
+/// Waits until that holds; false when it doesn't within half a minute.
+bool ComesTrue(const std::function<bool()>& condition);
 
 /// `zelumo-tv serve --port 0 ARGUMENTS`, running beside the test.
 class ServeProcess {

@@ -52,6 +52,12 @@ void Insert(Fields& fields, const Headers& headers)
 
 }  // namespace
 
+std::string RefusedMessage(const std::string& command)
+{
+    return R"({"code":9,"command":")" + command +
+           R"(","data":null,"errorMessage":"Parameters is invalid","errorName":"NotSupportedError"})";
+}
+
 std::string WebReply::Header(const std::string& name) const
 {
     for (const auto& [key, value] : headers) {

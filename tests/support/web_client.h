@@ -3,6 +3,7 @@
 
 #include <json/value.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,6 +12,14 @@
 #include <vector>
 
 namespace test {
+
+/// What a page may always ask, and the answer.
+inline constexpr char kVersionMessage[] = R"({"command":"GetVersion"})";
+inline constexpr char kVersionReply[] = R"({"code":0,"data":"1.00"})";
+/// What comes when it, or whatever else is no command that answers, is posted.
+std::string RefusedMessage(const std::string& command);
+inline constexpr char kRestore[] = R"({"tv":"restore"})";
+inline constexpr std::size_t kMebibyte = std::size_t{1024} * 1024;
 
 using Headers = std::vector<std::pair<std::string, std::string>>;
 
