@@ -10,6 +10,7 @@ class Instance;
 class PEPPER("InstanceHandle") InstanceHandle {
   public:
     PEPPER("InstanceHandle(Instance*)") InstanceHandle(Instance* instance);
+    PEPPER("InstanceHandle(PP_Instance)") explicit InstanceHandle(PP_Instance instance);
 
     PEPPER("InstanceHandle::pp_instance()") PP_Instance pp_instance() const;
 };

@@ -5,6 +5,7 @@
 
 namespace pp {
 
+class CompletionCallback;
 class InstanceHandle;
 
 class PEPPER("MessageLoop") MessageLoop {
@@ -13,7 +14,9 @@ class PEPPER("MessageLoop") MessageLoop {
 
     PEPPER("AttachToCurrentThread()") int32_t AttachToCurrentThread();
     PEPPER("Run()") int32_t Run();
+    PEPPER("PostWork") int32_t PostWork(const CompletionCallback& callback, int64_t delay_ms = 0);
     PEPPER("PostQuit") int32_t PostQuit(bool should_destroy);
+    PEPPER("GetCurrent()") static MessageLoop GetCurrent();
 };
 
 }  // namespace pp

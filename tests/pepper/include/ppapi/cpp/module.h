@@ -12,6 +12,7 @@ class PEPPER("Module") Module {
     Module();
     virtual ~Module();
 
+    PEPPER("Init()") virtual bool Init() PEPPER_VIRTUAL;
     PEPPER("CreateInstance") virtual Instance* CreateInstance(PP_Instance instance) PEPPER_VIRTUAL = 0;
 
     PEPPER("Get()") static Module* Get();

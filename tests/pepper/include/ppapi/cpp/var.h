@@ -27,17 +27,24 @@ class PEPPER("Var") Var {
     virtual ~Var();
     Var& operator=(const Var& other);
 
+    PEPPER("is_undefined()") bool is_undefined() const;
+    PEPPER("is_null()") bool is_null() const;
     PEPPER("is_bool()") bool is_bool() const;
     PEPPER("is_int()") bool is_int() const;
+    PEPPER("is_double()") bool is_double() const;
     PEPPER("is_number()") bool is_number() const;
     PEPPER("is_string()") bool is_string() const;
+    PEPPER("is_array()") bool is_array() const;
     PEPPER("is_dictionary()") bool is_dictionary() const;
 
     PEPPER("AsBool()") bool AsBool() const;
     PEPPER("AsInt()") int32_t AsInt() const;
+    PEPPER("AsDouble()") double AsDouble() const;
     PEPPER("AsString()") std::string AsString() const;
 
     PEPPER("pp_var()") const PP_Var& pp_var() const;
+    PEPPER("Detach()") PP_Var Detach();
+    PEPPER("DebugString()") std::string DebugString() const;
 };
 
 }  // namespace pp

@@ -5,6 +5,8 @@
 
 namespace pp {
 
+class VarArray;
+
 class PEPPER("VarDictionary") VarDictionary : public Var {
   public:
     PEPPER("VarDictionary()") VarDictionary();
@@ -12,7 +14,9 @@ class PEPPER("VarDictionary") VarDictionary : public Var {
 
     PEPPER("Get") Var Get(const Var& key) const;
     PEPPER("Set") bool Set(const Var& key, const Var& value);
+    PEPPER("Delete") void Delete(const Var& key);
     PEPPER("HasKey") bool HasKey(const Var& key) const;
+    PEPPER("GetKeys()") VarArray GetKeys() const;
 };
 
 }  // namespace pp
