@@ -11,8 +11,8 @@
 #include "tests/fresh_process.h"
 #include "tests/support/host_process.h"
 #include "tests/support/page.h"
-#include "tvhost/elf_file.h"
-#include "tvhost/symbol_names.h"
+#include "tvhost/doctor/elf_file.h"
+#include "tvhost/doctor/symbol_names.h"
 
 namespace {
 
