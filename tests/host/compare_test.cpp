@@ -98,6 +98,15 @@ TEST(Compare, KnowsWhatATvTellsByItself)
              {Watch("a") + Watch("b") + Set("a", 1) + Set("b", 1) + Changed("b") + Changed("a"),
               {},
               "0 of 6 lines differ"},
+             // Of each name the first after a command that causes it, once that is done; the others are the
+             // TV's own.
+             {Set("a", 1) + Changed("a") + Changed("a"), {"message a: missing"}, "1 of 2 lines differs"},
+             {Set("b", 1) + Changed("a"), {}, "0 of 1 line differ"},
+             {Set("a", 1) + verb("open") + Changed("a"), {}, "0 of 1 line differ"},
+             {Await(R"({"command":"Pause"})", R"({"code":0,"data":false})") +
+                  Told(R"({"event":"ZELUMO_EVENT","param1":"","param2":"","type":33})"),
+              {},
+              "0 of 1 line differ"},
              {post, {"message GetVersion: additional"}, "1 of 1 line differs"},
              {post + post + refused + Changed("GetVersion"),
               {"message GetVersion code", "message GetVersion data", "message GetVersion errorMessage",
@@ -145,6 +154,16 @@ TEST(Compare, OrderCountsWhereTheCauseIsKnown)
     EXPECT_EQ(compared(), Lines{"verb advance: in another order"});
     lines.erase(at("\"type\":144"));
     EXPECT_EQ(compared(), Lines{"message ZELUMO_EVENT 144: additional"});
+    // A TV's own messages of one command, too.
+    lines = LinesOf(RunHost("script --echo -", R"({"await":{"command":"RegisterEvent","event":90019}}
+{"await":{"command":"RegisterEvent","event":90020}}
+{"await":{"command":"SetNextService"}}
+{"await":{"command":"GetVersion"}}
+)")
+                        .out);
+    EXPECT_EQ(compared(), Lines{});
+    std::swap(*at("ChLoad"), *at("ChEnter"));
+    EXPECT_EQ(compared(), Lines{"message ITVS_Signal_ZELumo_Control_State_ChEnter: in another order"});
 }
 
 TEST(Compare, TablesSayWhatIsComparedByForm)
@@ -223,6 +242,7 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
     const std::string kept = folder.Write("kept.json", "{}");
     const std::string bad_row = folder.Write("row.json", R"({"byForm":[{"member":"a","as":"so"}]})");
     const std::string no_member = folder.Write("member.json", R"({"byForm":[{"of":"a"}]})");
+    const std::string no_cause = folder.Write("cause.json", R"({"causes":[{"of":"a"}]})");
     const std::string empty = folder.Write("empty.jsonl", "# nothing\n");
     for (const auto& [arguments, input, error] :
          std::vector<std::tuple<std::string, std::string, std::string>>{
@@ -242,6 +262,7 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
              {recording + " --by-form /no/table", "", "zelumo-tv: /no/table: No such file"},
              {recording + " --by-form " + bad_row, "", "row.json: byForm[0].as: must be \"form\""},
              {recording + " --by-form " + no_member, "", "member.json: byForm[0].member: is missing"},
+             {recording + " --by-form " + no_cause, "", "cause.json: causes[0].message: is missing"},
              {recording + " --tv /no/tv", "", "/no/tv"},
              {recording + " --lern x", "", "did you mean --learn?"},
          })

@@ -118,6 +118,14 @@ browserTest("a page on the desk has the plug-in of the TV, its messages and its 
   assert.deepEqual(rest, { relay: "ready" });
   assert.equal(typeof number, "number");
 
+  // The video's place, on as many pixels as the TV's browser has.
+  await asksFor(page, { command: "Init", url: "http://sample.tv/film.mpd", timeOffset: 0 });
+  for (const [width, height, rect] of [[1280, 720, { x: -64, y: 67, width: 1280, height: 360 }], [1920, 1080, { x: -96, y: 100, width: 1920, height: 540 }]]) {
+    await screen.setViewportSize({ width, height });
+    await asksFor(page, { command: "SetDisplayRect", x: -96, y: 100, width: 1920, height: 540 });
+    assert.deepEqual((await tv.state()).players.at(-1).rect, rect);
+  }
+
   // What the TV says by itself.
   await asksFor(page, { command: "RegisterEvent", event: 90028 });
   await tv.do({ tv: "poweroff", type: 1073741824 });

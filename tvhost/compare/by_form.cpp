@@ -12,6 +12,7 @@
 #include "core/json_node.h"
 #include "core/json_text.h"
 #include "core/pattern.h"
+#include "tvhost/compare/page_texts.h"
 
 namespace host {
 namespace {
@@ -125,6 +126,16 @@ void ByForm::Read(const std::filesystem::path& file)
             for (const tv::JsonNode& name : names->Elements())
                 any_number_of_.insert(name.As<std::string>());
         }
+        if (const auto members = table.Find("causes")) {
+            for (const tv::JsonNode& element : members->Elements()) {
+                tv::JsonObject object(element);
+                std::string about;
+                causes_.push_back(
+                    {object.Get("of").As<std::string>(), object.Get("message").As<std::string>()});
+                object.Read("about", about);
+                object.End();
+            }
+        }
         table.End();
         rows_.insert(rows_.begin(), rows.begin(), rows.end());
         asked_.clear();
@@ -133,6 +144,21 @@ void ByForm::Read(const std::filesystem::path& file)
     } catch (const tv::JsonMistake& mistake) {
         fail(mistake.what());
     }
+}
+
+std::vector<std::string> ByForm::CausedBy(const Json::Value& command) const
+{
+    std::vector<std::string> messages;
+    for (const Cause& cause : causes_) {
+        if (!tv::FitsPattern(cause.of, CommandOf(command)))
+            continue;
+        const std::string& message = cause.message;
+        if (message.size() < 3 || message.front() != '{' || message.back() != '}')
+            messages.push_back(message);
+        else if (const Json::Value& text = command[message.substr(1, message.size() - 2)]; text.isString())
+            messages.push_back(text.asString());
+    }
+    return messages;
 }
 
 ByForm::How ByForm::Of(const std::string& name, const std::string& path) const

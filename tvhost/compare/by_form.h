@@ -33,13 +33,16 @@ class ByForm {
     enum class How { Value, Form, Carried, Type };
 
     /// Adds what a table says: a JSON file, {"byForm": [{"of", "member", "as", "about"}],
-    /// "anyNumberOf": [NAME]}. Its rows come before those that are there. Throws TableError.
+    /// "anyNumberOf": [NAME], "causes": [{"of", "message", "about"}]}. Its rows come before those that are
+    /// there. Throws TableError.
     void Read(const std::filesystem::path& file);
 
     /// `path` has no numbers of elements: "data.programs[].title". The first row that fits counts.
     How Of(const std::string& name, const std::string& path) const;
     /// Whether it is of no matter how many messages of that name come.
     bool IsAnyNumberOf(const std::string& name) const { return any_number_of_.count(name) != 0; }
+    /// The names of the messages that a TV posts for a command that it has carried out, as patterns.
+    std::vector<std::string> CausedBy(const Json::Value& command) const;
 
   private:
     struct Row {
@@ -47,7 +50,12 @@ class ByForm {
         std::string member;
         How how;
     };
+    struct Cause {
+        std::string of;
+        std::string message;  ///< "{key}" is the text that the command has there
+    };
     std::vector<Row> rows_;
+    std::vector<Cause> causes_;
     std::set<std::string> any_number_of_;
     /// What has been asked for. A session asks the same again and again.
     mutable std::map<std::pair<std::string, std::string>, How> asked_;

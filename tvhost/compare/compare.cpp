@@ -125,6 +125,7 @@ class Replay {
     const std::vector<Told>& replayed() const { return replayed_; }
     std::size_t unanswered() const { return unanswered_; }
     const std::set<std::string>& posted() const { return posted_; }
+    const std::vector<Rules::Cause>& causes() const { return causes_; }
 
   private:
     void CarryOut(Session& session, const Json::Value& line)
@@ -151,6 +152,11 @@ class Replay {
             if (expected.line.isMember("call") || expected.line.isMember("log"))
                 continue;
             has_reply = has_reply || expected.line.isMember("reply");
+            const Json::Value& reply = expected.line["reply"];
+            if (reply.isObject() && reply["code"] == 0 && reply["data"] != false) {
+                for (const std::string& message : by_form_.CausedBy(line["await"]))
+                    causes_.push_back({number, page_, message});
+            }
             recorded_.push_back(Read(expected.line, line, expected.number, number));
         }
         for (const std::string& text : lines) {
@@ -207,6 +213,7 @@ class Replay {
     std::vector<Told> recorded_;
     std::vector<Told> replayed_;
     std::set<std::string> posted_;
+    std::vector<Rules::Cause> causes_;
     std::size_t unanswered_ = 0;
     std::size_t players_command_ = 0;  ///< the block of the last one
     int page_ = 0;
@@ -250,7 +257,7 @@ int CompareRecording(const CompareOptions& options)
     const bool is_real_tv = IsOfRealTv(recording);
     Replay replay(recording, by_form, is_real_tv);
     replay.Run(options.plugin);
-    Rules rules{by_form, is_real_tv, replay.posted()};
+    Rules rules{by_form, is_real_tv, replay.posted(), replay.causes()};
     if (recording.blocks.back().cut_off)
         rules.cut_off = recording.blocks.size() - 1;
     const Comparison comparison = Compare(replay.recorded(), replay.replayed(), rules);

@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "core/pattern.h"
+
 namespace host {
 namespace {
 
@@ -50,6 +52,7 @@ class Matching {
             if (IsCompared(replayed_[i]))
                 groups[KeyOf(replayed_[i])].replayed.push_back(i);
         }
+        FindCauses();
         for (const auto& [key, group] : groups)
             Match(group);
         CheckOrder();
@@ -68,6 +71,29 @@ class Matching {
     GroupKey KeyOf(const Told& told) const
     {
         return {IsFree(told) ? static_cast<std::size_t>(told.page) : told.block, told.kind, told.name};
+    }
+
+    /// Of each name, the first message after a cause belongs to that.
+    void FindCauses()
+    {
+        struct Open {
+            int page;
+            std::set<std::string> seen;
+        };
+        std::map<std::string, Open> causes;
+        auto next = rules_.causes.begin();
+        for (std::size_t i = 0; i < recorded_.size(); ++i) {
+            const Told& told = recorded_[i];
+            for (; next != rules_.causes.end() && next->block <= told.block; ++next)
+                causes[next->message] = {next->page, {}};
+            if (!IsFree(told))
+                continue;
+            for (auto& [message, open] : causes) {
+                if (open.page == told.page && tv::FitsPattern(message, told.name) &&
+                    open.seen.insert(told.name).second)
+                    caused_.insert(i);
+            }
+        }
     }
 
     void Match(const Group& group)
@@ -109,10 +135,10 @@ class Matching {
             next = left.erase(next);
         }
         for (const std::size_t i : left)
-            Missing(recorded_[i]);
+            Missing(i);
     }
 
-    /// What came of several causes has an order; of what a TV's own tells, only that of one name.
+    /// What came of one cause has an order, and so has what has one name.
     void CheckOrder()
     {
         std::sort(alike_.begin(), alike_.end());
@@ -121,13 +147,15 @@ class Matching {
             const Told& told = recorded_[recorded];
             if (IsAnyNumber(told))
                 continue;
-            const GroupKey scope =
-                rules_.is_real_tv ? KeyOf(told) : GroupKey(told.block, Told::Kind::Reply, "");
-            const auto place = last.emplace(scope, recorded).first;
-            if (recorded >= place->second) {
-                place->second = recorded;
-                continue;
+            bool is_in_order = true;
+            const std::size_t cause = rules_.is_real_tv ? replayed_[replayed].cause : told.block;
+            for (const GroupKey& scope : {KeyOf(told), GroupKey(cause, Told::Kind::Did, "")}) {
+                std::size_t& place = last.emplace(scope, recorded).first->second;
+                is_in_order = is_in_order && recorded >= place;
+                place = std::max(place, recorded);
             }
+            if (is_in_order)
+                continue;
             --RowOf(told).same;
             ++RowOf(told).differ;
             comparison_.findings.push_back({told.line, Label(told), "in another order", {}});
@@ -165,11 +193,12 @@ class Matching {
             {told.line, Label(told), "additional", {{"", "nothing", Shown(told.value)}}});
     }
 
-    void Missing(const Told& told)
+    void Missing(std::size_t recorded)
     {
+        const Told& told = recorded_[recorded];
         if (IsAnyNumber(told))
             return;
-        if (IsFree(told) && rules_.posted.count(told.name) == 0) {
+        if (IsFree(told) && rules_.posted.count(told.name) == 0 && caused_.count(recorded) == 0) {
             ++RowOf(told).by_itself;
             return;
         }
@@ -181,6 +210,7 @@ class Matching {
     const std::vector<Told>& recorded_;
     const std::vector<Told>& replayed_;
     const Rules& rules_;
+    std::set<std::size_t> caused_;  ///< messages of a TV's own for which a cause is known
     std::vector<std::pair<std::size_t, std::size_t>> alike_;  ///< replayed, recorded
     Comparison comparison_;
 };

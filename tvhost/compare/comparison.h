@@ -35,6 +35,13 @@ struct Rules {
     /// likes.
     bool is_real_tv = false;
     std::set<std::string> posted;  ///< commands that the page posted, whose answers are messages
+    /// What makes a TV post a message: a command that it has carried out.
+    struct Cause {
+        std::size_t block;
+        int page;
+        std::string message;  ///< a pattern of names
+    };
+    std::vector<Cause> causes = {};  ///< in the order of their blocks
     /// The block with which the recording breaks off: there may be more than it holds.
     std::optional<std::size_t> cut_off = std::nullopt;
 };

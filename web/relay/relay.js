@@ -5,6 +5,8 @@
   "use strict";
 
   var TYPE = "application/x-zelumo";
+  var WIDTH = 1920;
+  var HEIGHT = 1080;
   var RETRY_MS = 1000;
   var ALIVE_MS = 3000; // how often something is sent, so that a connection that has died shows
   var LOAD_MS = 5000; // how long a plug-in may take to be there
@@ -129,6 +131,21 @@
     say("This TV is behind the desk", "Open a page there: it gets the plug-in of this TV. Keys of the remote go to it.");
   }
 
+  // A page places its video on 1920 by 1080 pixels. Where this browser has others, its plug-in is told of those.
+  function fit(message) {
+    if (!message || message.command !== "SetDisplayRect") return message;
+    scale(message, ["x", "width"], innerWidth / WIDTH);
+    scale(message, ["y", "height"], innerHeight / HEIGHT);
+    return message;
+  }
+
+  function scale(message, names, factor) {
+    for (var i = 0; i < names.length; i += 1) {
+      var value = message[names[i]];
+      if (typeof value === "number" && factor > 0 && factor !== 1) message[names[i]] = Math.round(value * factor);
+    }
+  }
+
   // ---- What the desk sends, one after the other
 
   function take(frame) {
@@ -137,7 +154,7 @@
     if ("await" in frame) {
       try {
         if (!element) throw new Error("no page is open");
-        send({ id: frame.id, reply: clean(element.postMessageAndAwaitResponse(frame["await"])) });
+        send({ id: frame.id, reply: clean(element.postMessageAndAwaitResponse(fit(frame["await"]))) });
       } catch (error) {
         send({ id: frame.id, error: String((error && error.message) || error) });
       }
