@@ -111,7 +111,14 @@ CheckCommands::CheckCommands(CLI::App& app)
     : doctor_command_(AddDoctor(app, doctor_)),
       conformance_command_(AddConformance(app, conformance_)),
       compare_command_(AddCompare(app, compare_))
-{}
+{
+    // They run on settings of their own.
+    for (CLI::App* command : {doctor_command_, conformance_command_, compare_command_}) {
+        for (const char* name : {"--settings", "--trace"})
+            command->excludes(app.get_option(name));
+    }
+    doctor_command_->excludes(app.get_option("--tv"));
+}
 
 std::optional<int> CheckCommands::Run(const std::string& plugin, const std::string& tv_file)
 {

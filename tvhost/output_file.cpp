@@ -40,7 +40,9 @@ bool WaitToWrite(int descriptor)
 OutputFile::OutputFile(const char* what, std::filesystem::path file, Existing existing)
     : what_(what), path_(std::move(file)), existing_(existing)
 {
-    while ((descriptor_ = ::open(path_.c_str(), kFlags, 0666)) < 0) {
+    descriptor_ = ::open(path_.c_str(), kFlags | O_EXCL, 0666);
+    is_left_over_ = descriptor_ >= 0;
+    while (descriptor_ < 0 && (descriptor_ = ::open(path_.c_str(), kFlags, 0666)) < 0) {
         const int error = errno;
         std::error_code unknown;
         if (error != ENXIO || !std::filesystem::is_fifo(path_, unknown))
@@ -61,6 +63,9 @@ OutputFile::OutputFile(const char* what, std::filesystem::path file, Existing ex
 
 OutputFile::~OutputFile()
 {
+    struct stat status {};
+    if (is_left_over_ && ::fstat(descriptor_, &status) == 0 && status.st_size == 0)
+        ::unlink(path_.c_str());
     ::close(descriptor_);
 }
 
@@ -83,6 +88,7 @@ void OutputFile::Empty()
     Check();
     if (is_regular_ && ::ftruncate(descriptor_, 0) != 0)
         Fail(Reason(errno));
+    is_left_over_ = false;
 }
 
 int OutputFile::Write(std::string_view text)

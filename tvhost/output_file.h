@@ -15,7 +15,8 @@ class FileError : public std::runtime_error {
 };
 
 /// A file that is written anew. It is opened at once, so that what is wrong with it shows early, and keeps
-/// what it holds until it is emptied: a program that can't start destroys nothing. One thread at a time.
+/// what it holds until it is emptied: a program that can't start destroys nothing. One that was made is taken
+/// away again where it wasn't emptied. One thread at a time.
 class OutputFile {
   public:
     /// What becomes of a file that holds something.
@@ -45,6 +46,7 @@ class OutputFile {
     const Existing existing_;
     int descriptor_ = -1;
     bool is_regular_ = false;
+    bool is_left_over_ = false;  ///< made here, and nothing came of it so far
 };
 
 /// Whether both names lead to one file, by whatever links; false where one leads to none, or both to a

@@ -240,6 +240,7 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
     const std::string recording =
         folder.Write("recording.jsonl", Await(R"({"command":"GetVersion"})", kVersionReply));
     const std::string kept = folder.Write("kept.json", "{}");
+    const std::string fresh = (folder / "fresh.json").string();
     const std::string bad_row = folder.Write("row.json", R"({"byForm":[{"member":"a","as":"so"}]})");
     const std::string no_member = folder.Write("member.json", R"({"byForm":[{"of":"a"}]})");
     const std::string no_cause = folder.Write("cause.json", R"({"causes":[{"of":"a"}]})");
@@ -265,9 +266,12 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
              {recording + " --by-form " + no_cause, "", "cause.json: causes[0].message: is missing"},
              {recording + " --tv /no/tv", "", "/no/tv"},
              {recording + " --lern x", "", "did you mean --learn?"},
+             {recording + " --settings x", "", "compare excludes --settings"},
+             {recording + " --learn " + fresh + " --plugin /no/plugin", "", "/no/plugin"},
          })
         EXPECT_EQ(RefusalFault("compare " + arguments, error, input), "") << arguments;
     EXPECT_EQ(ReadFile(kept), "{}");
+    EXPECT_FALSE(std::filesystem::exists(fresh));
 }
 
 }  // namespace

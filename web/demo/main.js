@@ -36,7 +36,6 @@ theme();
 help();
 
 find("journal-view").start(host);
-find("remote-keys").start(host);
 let lost = ""; // why the page has no TV
 plugin.addEventListener("lost", ({ detail }) => {
   lost = detail.reason;
@@ -54,6 +53,8 @@ const show = (now) => {
 show(state);
 remote.addEventListener("state", ({ detail }) => show(detail));
 app.start({ plugin });
-remote.start({ api, plugin, host, relayed: Boolean(state?.relay) });
+const relayed = Boolean(state?.relay);
+find("remote-keys").start(host, { relayed });
+remote.start({ api, plugin, host, relayed });
 app.focus();
 document.body.append(h("span", { hidden: true, id: "started" }));

@@ -6,7 +6,8 @@ const INTO_SUSPEND = { tv: "poweroff", type: 0x40000000 };
 
 /** The remote's keys: each is pressed on the TV, which hands it to the page that it shows. */
 class RemoteKeys extends HTMLElement {
-  start(host) {
+  /** `relayed`: a real TV is behind the desk, which goes into suspend by its own remote alone. */
+  start(host, { relayed = false } = {}) {
     const problem = h("p", { class: "problem", role: "status" });
     const button = (properties, label, verb) =>
       h(
@@ -27,7 +28,7 @@ class RemoteKeys extends HTMLElement {
           "div",
           { class: name },
           keys.map(([key, label, spoken, about]) => button({ dataset: { key }, "aria-label": spoken || label, title: about ?? (spoken || label) }, label, { tv: "key", key })),
-          name === "functions" ? suspend : null,
+          name === "functions" && !relayed ? suspend : null,
         ),
       ),
       problem,

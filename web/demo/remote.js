@@ -12,11 +12,12 @@ const remote = document.querySelector("remote-panel");
 
 theme();
 document.querySelector("journal-view").start(host);
-document.querySelector("remote-keys").start(host);
 const [api, begin] = await Promise.all([fetch("/page-api.json").then((response) => response.json()), host.state(), host.connect()]);
 remote.addEventListener("state", ({ detail: state }) => {
   if (!state) connected("bad", "The TV host can't be reached, trying again");
   else if (state.relay) connected(...relayWords(state));
   else connected("good", `${state.page === null ? "No page open" : "Page open"} · playing time ${duration(state.playingTime)}`);
 });
-remote.start({ api, host, relayed: Boolean(begin?.relay) });
+const relayed = Boolean(begin?.relay);
+document.querySelector("remote-keys").start(host, { relayed });
+remote.start({ api, host, relayed });
