@@ -112,6 +112,11 @@ TEST(Compare, KnowsWhatATvTellsByItself)
               {"message GetVersion code", "message GetVersion data", "message GetVersion errorMessage",
                "message GetVersion errorName"},
               "1 of 2 lines differs"},
+             // What comes before the next of its kind is compared with that, whatever it is like.
+             {post + Changed("GetVersion") + post + refused,
+              {"message GetVersion code", "message GetVersion data", "message GetVersion errorMessage",
+               "message GetVersion errorName"},
+              "1 of 2 lines differs"},
              {post + refused + refused, {"message GetVersion: missing"}, "1 of 2 lines differs"},
              {get + position + position, {}, "0 of 1 line differ"},
              {"{\"post\":7}\n{\"post\":{\"key\":1}}\n" + invalid("Parameter command") +
@@ -184,6 +189,8 @@ TEST(Compare, TablesSayWhatIsComparedByForm)
              {"carried", R"("8.25")", false},
              {"type", R"("next year")", false},
              {"type", "1", true},
+             {"token", R"("next year")", false},
+             {"token", "1", true},
          }) {
         const std::string table =
             folder.Write("table.json",
@@ -191,6 +198,22 @@ TEST(Compare, TablesSayWhatIsComparedByForm)
         const HostResult result = RunHost("compare - --by-form " + table, version(data));
         EXPECT_EQ(result.status, differs ? 1 : 0) << as << data << result.out << result.err;
     }
+    const std::string any = folder.Write("any.json", R"({"anyNumberOf":["Get*"]})");
+    EXPECT_EQ(RunHost("compare - --by-form " + any, "{\"post\":{\"command\":\"GetVersion\"}}\n").status, 0);
+    // An id that a page hands back, as a TV makes it and as the stand-ins do.
+    const std::string present =
+        R"({"await":{"command":"GetPresentProgram","input":"{\"TCServiceId\":\"1001\"}"}})"
+        "\n";
+    const Json::Value reply = J(LinesOf(RunHost("script", present).out).at(0))["reply"];
+    const std::string id = J(reply["data"].asString())["present"]["programId"].asString();
+    const std::string program =
+        R"({"await":{"command":"GetProgram","input":"{\"programId\":\")" + id + "\\\"}\"}}\n";
+    const std::string recording =
+        std::regex_replace(RunHost("script --echo -", present + program).out, std::regex(id), "EP-78");
+    const std::string token =
+        folder.Write("token.json", R"({"byForm":[{"member":"*.programId","as":"token"}]})");
+    EXPECT_EQ(RunHost("compare -", recording).status, 1);
+    EXPECT_EQ(RunHost("compare - --by-form " + token, recording).status, 0);
 }
 
 TEST(Compare, ManyCommandsTakeSeconds)
@@ -244,6 +267,8 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
     const std::string bad_row = folder.Write("row.json", R"({"byForm":[{"member":"a","as":"so"}]})");
     const std::string no_member = folder.Write("member.json", R"({"byForm":[{"of":"a"}]})");
     const std::string no_cause = folder.Write("cause.json", R"({"causes":[{"of":"a"}]})");
+    const std::string part = folder.Write("part.json", R"({"causes":[{"of":"a","message":"is {key}"}]})");
+    const std::string whole = folder.Write("whole.json", R"({"byForm":[{"member":"*"}]})");
     const std::string empty = folder.Write("empty.jsonl", "# nothing\n");
     for (const auto& [arguments, input, error] :
          std::vector<std::tuple<std::string, std::string, std::string>>{
@@ -264,6 +289,9 @@ TEST(Compare, WrongUsageAndUnusableFilesAreOneClearLine)
              {recording + " --by-form " + bad_row, "", "row.json: byForm[0].as: must be \"form\""},
              {recording + " --by-form " + no_member, "", "member.json: byForm[0].member: is missing"},
              {recording + " --by-form " + no_cause, "", "cause.json: causes[0].message: is missing"},
+             {recording + " --by-form " + part, "",
+              "part.json: causes[0].message: must be a name, or {PARAMETER} alone"},
+             {recording + " --by-form " + whole, "", "whole.json: byForm[0].member: must name a member"},
              {recording + " --tv /no/tv", "", "/no/tv"},
              {recording + " --lern x", "", "did you mean --learn?"},
              {recording + " --settings x", "", "compare excludes --settings"},

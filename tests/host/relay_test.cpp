@@ -140,6 +140,7 @@ TEST(Relay, WithoutTheSecretThereIsNothing)
     expect_nothing("GET", wrong, {{"X", std::string(20'000, 'x')}});
     expect_nothing("POST", wrong, {{"Transfer-Encoding", "gzip"}});
     expect_nothing("POST", wrong, {{"Content-Length", "3000000"}});
+    expect_nothing("POST", wrong, {{"Expect", "100-continue"}});
     for (const std::string& path : {wrong + "tv", desk.path, desk.path + "relay.js", std::string("/journal")})
         EXPECT_EQ(WebListener(desk.port, path).status(), 404) << path;
     EXPECT_EQ(WebListener(desk.port, desk.path + "tv", elsewhere).status(), 404);
@@ -277,6 +278,12 @@ TEST_F(Relayed, ThereIsRoomForOneTv)
     WebListener second(desk.port, desk.path + "tv");
     EXPECT_EQ(second.ReadToEnd(), "another TV is behind this desk already");
     EXPECT_EQ(Ask(kVersionMessage, "2"), "2");
+    // Who doesn't say that it is one keeps no place.
+    Desk other;
+    WebListener silent(other.port, other.path + "tv");
+    const Tv last(other);
+    EXPECT_EQ(silent.ReadToEnd(), "another TV has come, and this one has said nothing");
+    EXPECT_EQ(other.State(), "ready");
 }
 
 TEST_F(Relayed, WhatAnElementSaidThatWasReplacedIsNotForTheNextPage)

@@ -61,9 +61,20 @@ ByForm::How ReadHow(const tv::JsonNode& node)
         return ByForm::How::Carried;
     if (how == "type")
         return ByForm::How::Type;
+    if (how == "token")
+        return ByForm::How::Token;
     if (how != "form")
-        node.Fail("must be \"form\", \"carried\", \"type\" or \"value\"");
+        node.Fail("must be \"form\", \"carried\", \"token\", \"type\" or \"value\"");
     return ByForm::How::Form;
+}
+
+/// A reply or message as a whole has code and name beside what differs by nature.
+std::string ReadMember(const tv::JsonNode& node)
+{
+    const std::string member = node.As<std::string>();
+    if (member.empty() || member == "*")
+        node.Fail("must name a member");
+    return member;
 }
 
 }  // namespace
@@ -94,6 +105,21 @@ std::string TypeOf(const Json::Value& value)
     return "object";
 }
 
+ByForm::Cause ByForm::ReadCause(tv::JsonObject& object)
+{
+    Cause cause{object.Get("of").As<std::string>(), "", ""};
+    const tv::JsonNode node = object.Get("message");
+    const std::string message = node.As<std::string>();
+    if (message.find_first_of("{}") == std::string::npos)
+        cause.message = message;
+    else if (message.size() > 2 && message.front() == '{' &&
+             message.find_first_of("{}", 1) == message.size() - 1)
+        cause.parameter = message.substr(1, message.size() - 2);
+    else
+        node.Fail("must be a name, or {PARAMETER} alone");
+    return cause;
+}
+
 void ByForm::Read(const std::filesystem::path& file)
 {
     const auto fail = [&file](const std::string& why) { throw TableError(file.string() + ": " + why); };
@@ -112,7 +138,7 @@ void ByForm::Read(const std::filesystem::path& file)
         if (const auto members = table.Find("byForm")) {
             for (const tv::JsonNode& element : members->Elements()) {
                 tv::JsonObject object(element);
-                Row row{"*", object.Get("member").As<std::string>(), How::Form};
+                Row row{"*", ReadMember(object.Get("member")), How::Form};
                 std::string about;
                 object.Read("of", row.of);
                 if (const auto as = object.Find("as"))
@@ -124,14 +150,13 @@ void ByForm::Read(const std::filesystem::path& file)
         }
         if (const auto names = table.Find("anyNumberOf")) {
             for (const tv::JsonNode& name : names->Elements())
-                any_number_of_.insert(name.As<std::string>());
+                any_number_of_.push_back(name.As<std::string>());
         }
         if (const auto members = table.Find("causes")) {
             for (const tv::JsonNode& element : members->Elements()) {
                 tv::JsonObject object(element);
                 std::string about;
-                causes_.push_back(
-                    {object.Get("of").As<std::string>(), object.Get("message").As<std::string>()});
+                causes_.push_back(ReadCause(object));
                 object.Read("about", about);
                 object.End();
             }
@@ -146,17 +171,27 @@ void ByForm::Read(const std::filesystem::path& file)
     }
 }
 
-std::vector<std::string> ByForm::CausedBy(const Json::Value& command) const
+bool ByForm::Names::Has(const std::string& name) const
 {
-    std::vector<std::string> messages;
+    return is_pattern ? tv::FitsPattern(text, name) : text == name;
+}
+
+bool ByForm::IsAnyNumberOf(const std::string& name) const
+{
+    return std::any_of(any_number_of_.begin(), any_number_of_.end(),
+                       [&name](const std::string& pattern) { return tv::FitsPattern(pattern, name); });
+}
+
+std::vector<ByForm::Names> ByForm::CausedBy(const Json::Value& command) const
+{
+    std::vector<Names> messages;
     for (const Cause& cause : causes_) {
         if (!tv::FitsPattern(cause.of, CommandOf(command)))
             continue;
-        const std::string& message = cause.message;
-        if (message.size() < 3 || message.front() != '{' || message.back() != '}')
-            messages.push_back(message);
-        else if (const Json::Value& text = command[message.substr(1, message.size() - 2)]; text.isString())
-            messages.push_back(text.asString());
+        if (cause.parameter.empty())
+            messages.push_back({cause.message, true});
+        else if (command[cause.parameter].isString())
+            messages.push_back({command[cause.parameter].asString(), false});
     }
     return messages;
 }

@@ -5,11 +5,14 @@
 
 #include <filesystem>
 #include <map>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace tv {
+class JsonObject;
+}
 
 namespace host {
 
@@ -29,8 +32,9 @@ std::string TypeOf(const Json::Value& value);
 /// a time.
 class ByForm {
   public:
-    /// Value: compared as it is. Carried: by its form, and a page hands it back to the TV.
-    enum class How { Value, Form, Carried, Type };
+    /// Value: compared as it is. A page hands back to the TV what is Carried, which is compared by its form,
+    /// or a Token, by its type.
+    enum class How { Value, Form, Carried, Type, Token };
 
     /// Adds what a table says: a JSON file, {"byForm": [{"of", "member", "as", "about"}],
     /// "anyNumberOf": [NAME], "causes": [{"of", "message", "about"}]}. Its rows come before those that are
@@ -40,9 +44,15 @@ class ByForm {
     /// `path` has no numbers of elements: "data.programs[].title". The first row that fits counts.
     How Of(const std::string& name, const std::string& path) const;
     /// Whether it is of no matter how many messages of that name come.
-    bool IsAnyNumberOf(const std::string& name) const { return any_number_of_.count(name) != 0; }
-    /// The names of the messages that a TV posts for a command that it has carried out, as patterns.
-    std::vector<std::string> CausedBy(const Json::Value& command) const;
+    bool IsAnyNumberOf(const std::string& name) const;
+    /// The names of messages: one, or a pattern of them.
+    struct Names {
+        std::string text;
+        bool is_pattern;
+        bool Has(const std::string& name) const;
+    };
+    /// What a TV posts for a command that it has carried out.
+    std::vector<Names> CausedBy(const Json::Value& command) const;
 
   private:
     struct Row {
@@ -52,11 +62,14 @@ class ByForm {
     };
     struct Cause {
         std::string of;
-        std::string message;  ///< "{key}" is the text that the command has there
+        std::string message;    ///< a pattern
+        std::string parameter;  ///< or the command's, which is the name
     };
+    static Cause ReadCause(tv::JsonObject& object);
+
     std::vector<Row> rows_;
     std::vector<Cause> causes_;
-    std::set<std::string> any_number_of_;
+    std::vector<std::string> any_number_of_;  ///< patterns
     /// What has been asked for. A session asks the same again and again.
     mutable std::map<std::pair<std::string, std::string>, How> asked_;
 };

@@ -154,8 +154,8 @@ class Replay {
             has_reply = has_reply || expected.line.isMember("reply");
             const Json::Value& reply = expected.line["reply"];
             if (reply.isObject() && reply["code"] == 0 && reply["data"] != false) {
-                for (const std::string& message : by_form_.CausedBy(line["await"]))
-                    causes_.push_back({number, page_, message});
+                for (const ByForm::Names& messages : by_form_.CausedBy(line["await"]))
+                    causes_.push_back({number, page_, messages});
             }
             recorded_.push_back(Read(expected.line, line, expected.number, number));
         }

@@ -2,12 +2,11 @@
 #include "tvhost/compare/comparison.h"
 
 #include <algorithm>
-#include <deque>
+#include <limits>
+#include <optional>
 #include <tuple>
 #include <unordered_map>
 #include <utility>
-
-#include "core/pattern.h"
 
 namespace host {
 namespace {
@@ -77,65 +76,134 @@ class Matching {
     void FindCauses()
     {
         struct Open {
-            int page;
+            const Rules::Cause* cause = nullptr;
             std::set<std::string> seen;
         };
-        std::map<std::string, Open> causes;
+        std::map<std::pair<std::string, bool>, Open> causes;
         auto next = rules_.causes.begin();
         for (std::size_t i = 0; i < recorded_.size(); ++i) {
             const Told& told = recorded_[i];
             for (; next != rules_.causes.end() && next->block <= told.block; ++next)
-                causes[next->message] = {next->page, {}};
+                causes[{next->messages.text, next->messages.is_pattern}] = {&*next, {}};
             if (!IsFree(told))
                 continue;
-            for (auto& [message, open] : causes) {
-                if (open.page == told.page && tv::FitsPattern(message, told.name) &&
+            for (auto& [key, open] : causes) {
+                if (open.cause->page == told.page && open.cause->messages.Has(told.name) &&
                     open.seen.insert(told.name).second)
                     caused_.insert(i);
             }
         }
     }
 
+    using Places = std::vector<std::size_t>;
+    /// Lines of one group that are alike, by their places in its lists.
+    struct Alike {
+        Places recorded;
+        Places replayed;
+    };
+    /// How the lines of one group meet.
+    struct Meeting {
+        const Group& group;
+        std::vector<std::optional<std::size_t>>
+            partner;                ///< of each replayed line, its place among the recorded
+        std::vector<bool> is_free;  ///< of each recorded line
+    };
+    enum class When { Soon, Ever };
+
+    /// Mostly a TV has answered a command before the next of the kind comes: there a line looks first for one
+    /// that is like it, then for any. What comes later is looked for after that.
     void Match(const Group& group)
     {
-        std::vector<bool> is_matched(group.replayed.size());
-        std::set<std::size_t> left(group.recorded.begin(), group.recorded.end());
-        std::unordered_map<std::string, std::deque<std::size_t>> like;
-        for (const std::size_t i : group.recorded)
-            like[CanonicalOf(recorded_[i])].push_back(i);
-        // A cause comes no later than what it causes: what is too early for one is so for those after it.
-        for (std::size_t n = 0; n < group.replayed.size(); ++n) {
-            const Told& told = replayed_[group.replayed[n]];
-            const auto found = like.find(CanonicalOf(told));
-            if (found == like.end())
-                continue;
-            std::deque<std::size_t>& places = found->second;
-            while (!places.empty() && recorded_[places.front()].block < told.cause)
-                places.pop_front();
-            if (places.empty())
-                continue;
-            is_matched[n] = true;
-            left.erase(places.front());
-            alike_.emplace_back(group.replayed[n], places.front());
-            places.pop_front();
-            ++RowOf(told).same;
+        Meeting meeting{group, std::vector<std::optional<std::size_t>>(group.replayed.size()),
+                        std::vector<bool>(group.recorded.size(), true)};
+        std::unordered_map<std::string, Alike> likes;
+        Alike any;
+        for (std::size_t i = 0; i < group.recorded.size(); ++i) {
+            likes[CanonicalOf(recorded_[group.recorded[i]])].recorded.push_back(i);
+            any.recorded.push_back(i);
         }
-        auto next = left.begin();
-        for (std::size_t n = 0; n < group.replayed.size(); ++n) {
-            const Told& told = replayed_[group.replayed[n]];
-            if (is_matched[n])
+        for (std::size_t i = 0; i < group.replayed.size(); ++i) {
+            likes[CanonicalOf(replayed_[group.replayed[i]])].replayed.push_back(i);
+            any.replayed.push_back(i);
+        }
+        for (const When when : {When::Soon, When::Ever}) {
+            for (const auto& [canonical, alike] : likes)
+                Meet(meeting, alike, when);
+            Meet(meeting, any, when);
+        }
+        for (const auto& [canonical, alike] : likes)
+            Uncross(meeting, alike);
+        for (std::size_t i = 0; i < group.replayed.size(); ++i)
+            Settle(meeting, i);
+        for (std::size_t i = 0; i < group.recorded.size(); ++i) {
+            if (meeting.is_free[i])
+                Missing(group.recorded[i]);
+        }
+    }
+
+    /// Each of the replayed lines meets the first of the recorded ones that is free and comes no earlier than
+    /// its cause. Causes are in order.
+    void Meet(Meeting& meeting, const Alike& alike, When when) const
+    {
+        const auto block = [&](std::size_t place) { return recorded_[meeting.group.recorded[place]].block; };
+        auto place = alike.recorded.begin();
+        for (const std::size_t i : alike.replayed) {
+            if (meeting.partner[i])
                 continue;
-            while (next != left.end() && recorded_[*next].block < told.cause)
-                ++next;
-            if (next == left.end()) {
-                Additional(told);
+            while (place != alike.recorded.end() &&
+                   (!meeting.is_free[*place] || block(*place) < CauseOf(meeting, i)))
+                ++place;
+            if (place == alike.recorded.end())
+                return;
+            if (when == When::Soon && block(*place) >= NextCause(meeting, i))
                 continue;
+            meeting.partner[i] = *place;
+            meeting.is_free[*place] = false;
+        }
+    }
+
+    std::size_t CauseOf(const Meeting& meeting, std::size_t i) const
+    {
+        return replayed_[meeting.group.replayed[i]].cause;
+    }
+    /// The cause of what has a later one.
+    std::size_t NextCause(const Meeting& meeting, std::size_t i) const
+    {
+        const std::vector<std::size_t>& replayed = meeting.group.replayed;
+        const auto next = std::upper_bound(
+            replayed.begin() + static_cast<std::ptrdiff_t>(i), replayed.end(), CauseOf(meeting, i),
+            [this](std::size_t cause, std::size_t later) { return cause < replayed_[later].cause; });
+        return next == replayed.end() ? std::numeric_limits<std::size_t>::max() : replayed_[*next].cause;
+    }
+
+    /// What is alike can't be told apart, so the first came first.
+    static void Uncross(Meeting& meeting, const Alike& alike)
+    {
+        Places replayed;
+        Places recorded;
+        for (const std::size_t i : alike.replayed) {
+            if (meeting.partner[i] &&
+                std::binary_search(alike.recorded.begin(), alike.recorded.end(), *meeting.partner[i])) {
+                replayed.push_back(i);
+                recorded.push_back(*meeting.partner[i]);
             }
-            Differ(recorded_[*next], told);
-            next = left.erase(next);
         }
-        for (const std::size_t i : left)
-            Missing(i);
+        std::sort(recorded.begin(), recorded.end());
+        for (std::size_t i = 0; i < replayed.size(); ++i)
+            meeting.partner[replayed[i]] = recorded[i];
+    }
+
+    /// Counts a replayed line, and what differs from its partner.
+    void Settle(const Meeting& meeting, std::size_t n)
+    {
+        const Told& told = replayed_[meeting.group.replayed[n]];
+        if (!meeting.partner[n])
+            return Additional(told);
+        const std::size_t recorded = meeting.group.recorded[*meeting.partner[n]];
+        if (Differ(recorded_[recorded], told))
+            return;
+        alike_.emplace_back(meeting.group.replayed[n], recorded);
+        ++RowOf(told).same;
     }
 
     /// What came of one cause has an order, and so has what has one name.
@@ -172,16 +240,16 @@ class Matching {
         return told.kind == Told::Kind::Message && rules_.by_form.IsAnyNumberOf(told.name);
     }
 
-    void Differ(const Told& recorded, const Told& replayed)
+    /// Whether they do; tells how.
+    bool Differ(const Told& recorded, const Told& replayed)
     {
         std::vector<JsonDifference> differences =
             Differences(recorded.name, recorded.value, replayed.value, rules_.by_form);
-        if (differences.empty()) {
-            ++RowOf(recorded).same;
-            return;
-        }
+        if (differences.empty())
+            return false;
         ++RowOf(recorded).differ;
         comparison_.findings.push_back({recorded.line, Label(recorded), "", std::move(differences)});
+        return true;
     }
 
     void Additional(const Told& told)

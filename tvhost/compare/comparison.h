@@ -39,7 +39,7 @@ struct Rules {
     struct Cause {
         std::size_t block;
         int page;
-        std::string message;  ///< a pattern of names
+        ByForm::Names messages;
     };
     std::vector<Cause> causes = {};  ///< in the order of their blocks
     /// The block with which the recording breaks off: there may be more than it holds.
@@ -67,8 +67,9 @@ struct Comparison {
 };
 
 /// Lines out meet those of their name: in a TV's own recording those of the same page that come no earlier
-/// than their cause, else those of the same block, first the ones that are like them, then the others in
-/// their order. Of a TV's own, what it did and what was in error is left out.
+/// than their cause, first of all before the next cause, else those of the same block; first the ones that
+/// are like them, then the others in their order. Of a TV's own, what it did and what was in error is left
+/// out.
 Comparison Compare(const std::vector<Told>& recorded, const std::vector<Told>& replayed, const Rules& rules);
 
 }  // namespace host

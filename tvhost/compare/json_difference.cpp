@@ -39,7 +39,7 @@ bool IsSame(const Json::Value& a, const Json::Value& b)
 
 std::string FormAs(How how, const Json::Value& value)
 {
-    return how == How::Type ? TypeOf(value) : FormOf(value);
+    return how == How::Type || how == How::Token ? TypeOf(value) : FormOf(value);
 }
 
 /// Goes through both values together and calls `meet(place, how, recorded, replayed)` for whatever has no
@@ -126,7 +126,8 @@ std::vector<std::pair<std::string, std::string>> Carried(const std::string& name
     std::vector<std::pair<std::string, std::string>> carried;
     Walk(name, {}, &recorded, &replayed, by_form,
          [&](const Place&, How how, const Json::Value* a, const Json::Value* b) {
-             if (how == How::Carried && a != nullptr && b != nullptr && a->isString() && b->isString())
+             if ((how == How::Carried || how == How::Token) && a != nullptr && b != nullptr &&
+                 a->isString() && b->isString())
                  carried.emplace_back(a->asString(), b->asString());
          });
     return carried;

@@ -23,6 +23,11 @@
 namespace host {
 namespace {
 
+/// Types of the player's reports.
+constexpr int kSeekComplete = 35;
+constexpr int kCurrentPosition = 137;
+constexpr int kBeginOfStream = 144;
+
 /// Commands that fail for no other reason than that there is no content service.
 constexpr const char* kOfContentService[] = {"ZELumoProgramInfoIsAvailable", "GetAppIDAndURL",
                                              "CheckFirstBootInZELumo", "LaunchedZELumoWebApp"};
@@ -107,11 +112,13 @@ class Learner {
             return;
         if (command == "Init" && message["url"].isString())
             address_ = message["url"].asString();
-        // From another command of the player on the time to its begin says nothing of the buffer.
-        if (command == "Play" && !streams_[address_].isMember("bufferMs"))
-            play_began_ = playing_time_;
-        else if (texts_.IsPlayers(command))
-            play_began_.reset();
+        // Once there is another command of the player, the time says nothing of the buffer.
+        if (texts_.IsPlayers(command))
+            filling_.reset();
+        if (command == "Play")
+            filling_ = {kBeginOfStream, playing_time_};
+        else if (command == "Seek" || command == "JumpForward" || command == "JumpBackward")
+            filling_ = {kSeekComplete, playing_time_};
         if (command == "SetNextService" || command == "SetPreviousService")
             channels_.Moved(data != true ? 0 : command == "SetNextService" ? 1 : -1);
         if (command == "SetServiceByServiceid" && message["Serviceid"].isString()) {
@@ -153,15 +160,14 @@ class Learner {
     /// Positions are told with the stream's duration, and the begin when its buffer is full.
     void ReadReport(const Json::Value& report)
     {
-        constexpr int kSeekComplete = 35;
-        constexpr int kCurrentPosition = 137;
-        constexpr int kBeginOfStream = 144;
         if (address_.empty())
             return;
         Json::Value& stream = streams_[address_];
-        if (report["type"] == kBeginOfStream && play_began_) {
-            stream["bufferMs"] = static_cast<Json::Int64>(playing_time_ - *play_began_);
-            play_began_.reset();
+        if (filling_ && report["type"] == filling_->until) {
+            // The way to the TV is a part of each, and of the least of them the least one.
+            const Json::Int64 took = playing_time_ - filling_->since;
+            stream["bufferMs"] = std::min(took, stream.get("bufferMs", took).asInt64());
+            filling_.reset();
         }
         if (report["type"] != kSeekComplete && report["type"] != kCurrentPosition)
             return;
@@ -280,7 +286,12 @@ class Learner {
     std::string address_;               ///< of the stream that plays
     std::map<std::string, Json::Value> streams_;
     std::int64_t playing_time_ = 0;           ///< that has passed
-    std::optional<std::int64_t> play_began_;  ///< the playing time of "Play", until the stream begins
+    /// A buffer that is being filled.
+    struct Filling {
+        int until;           ///< the type of the report that says that it is full
+        std::int64_t since;  ///< a playing time
+    };
+    std::optional<Filling> filling_;
     bool has_begun_ = false;
     bool content_failed_ = false;
     bool content_answered_ = false;

@@ -170,7 +170,10 @@ class HttpConnection : public Connection, public std::enable_shared_from_this<Ht
         if (reader_.is_upgrade())
             return Upgrade();
         if (reader_.waits_to_go_on()) {
-            // Who asks first is told at once, and sends no body then.
+            // Who asks first is told at once, and sends no body then. Where there is nothing to be seen
+            // nobody wants one.
+            if (server_.handlers.hides)
+                return Refuse(ErrorResponse(417, "no body is wanted"));
             if (!reader_.visitor().is_welcome())
                 return Refuse(Unwelcome(reader_.visitor(), own_names_));
             if (std::optional<WebResponse> refusal = reader_.TooLarge())

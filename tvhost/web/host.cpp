@@ -268,6 +268,11 @@ int RunServe(const ServeOptions& options)
                          "zelumo-tv: warning: everybody who reaches %s can use this TV, and read what is in "
                          "its folders\n",
                          host.url().c_str());
+        if (host.has_open_relay())
+            std::fprintf(
+                stderr,
+                "zelumo-tv: warning: what passes between this machine and the TV isn't encrypted, and "
+                "who knows the relay's address can take the TV's place\n");
         const OnInterrupt stops([&host] { host.Stop(); });
         host.Run([&host] {
             std::string lines = "zelumo-tv: " + host.url() + '\n';

@@ -65,6 +65,8 @@ class WebHost {
     std::string url() const { return server_.url(); }
     bool is_loopback() const { return server_.is_loopback(); }
     /// Where the TV's browser has to go; empty without a relay.
+    /// Whether others in the network reach the relay, too.
+    bool has_open_relay() const { return relay_ && !relay_->is_loopback(); }
     std::string relay_url() const { return relay_ ? relay_->url() : ""; }
 
     /// Loads the plug-in, empties the recording, calls `ready`, and serves until Stop; then ends the page's

@@ -139,13 +139,17 @@ std::variant<Subscription, WebResponse> Relay::Listen(const WebRequest& request)
     if (BehindSecret(request.path) != "tv")
         return Nothing();
     const tv::MutexLock lock(mutex_);
-    if (tv_) {
+    if (tv_ && has_told_) {
         // It is let in to be told why it can't stay: its page would not see a refusal.
         std::shared_ptr<Channel> full = server_.MakeChannel(Channel::Unheard::Drop);
         full->Close("another TV is behind this desk already", kTakenCode);
         return Subscription{std::move(full), {}};
     }
+    // One that has said nothing so far is none, and keeps no place.
+    if (tv_)
+        tv_->Close("another TV has come, and this one has said nothing", kTakenCode);
     const long long connection = ++connection_;
+    has_told_ = false;
     opened_ = 0;
     tv_ = server_.MakeChannel(Channel::Unheard::Drop,
                               {[this, connection](std::size_t listeners) {
@@ -215,6 +219,7 @@ void Relay::Understand(long long connection, const Json::Value& frame)
 void Relay::TakePlugin(bool is_ready)
 {
     const tv::MutexLock lock(mutex_);
+    has_told_ = true;
     state_ = is_ready ? State::Ready : State::Missing;
 }
 

@@ -43,6 +43,8 @@ class Relay : public Counterpart {
     // Any thread.
     /// `http://192.168.1.5:8048/SECRET/`: where the TV's browser has to go.
     std::string url() const { return server_.url() + secret_ + '/'; }
+    /// Whether it can be reached from this machine alone.
+    bool is_loopback() const { return server_.is_loopback(); }
     /// "waiting": no TV has come yet; "ready"; "missing": its browser has no plug-in; "gone": it may come
     /// back.
     const char* state() const EXCLUDES(mutex_);
@@ -103,6 +105,7 @@ class Relay : public Counterpart {
     State state_ GUARDED_BY(mutex_) = State::Waiting;
     std::shared_ptr<Channel> tv_ GUARDED_BY(mutex_);  ///< null: no TV is connected
     long long connection_ GUARDED_BY(mutex_) = 0;     ///< the last TV's
+    bool has_told_ GUARDED_BY(mutex_) = false;        ///< whether it has a plug-in
     bool open_ GUARDED_BY(mutex_) = false;
     long long opened_ GUARDED_BY(mutex_) = 0;  ///< how many pages that TV has opened
     bool ending_ GUARDED_BY(mutex_) = false;
