@@ -114,6 +114,9 @@ TEST(Learn, FindsExactlyWhatTheFilesMakeDifferentAndLearnsIt)
                "CheckIsFirstBootingInZELumo data", "CheckFirstBootInZELumo data.isFirstEntry",
                "CheckFirstBootInZELumo data.isInstantOn", "GetViewingAgreement data",
                "GetAppIDAndURL data.URL"}},
+             // Which of several that say yes is which.
+             {With("firstUse.firstBoot", "true"), {"CheckIsFirstBootingInZELumo data"}},
+             {With("firstUse.instantOn", "true"), {"CheckFirstBootInZELumo data.isInstantOn"}},
          }) {
         const std::string file = folder.Write("other.json", tv);
         const std::string recording =
@@ -141,9 +144,10 @@ TEST(Learn, FindsExactlyWhatTheFilesMakeDifferentAndLearnsIt)
 std::string Program(const std::string& id, const std::string& title, int begin, int minutes)
 {
     const std::int64_t start = 1767294000000 + std::int64_t{begin} * 60000;
+    const std::string times = R"("startTime":)" + std::to_string(start) + R"(,"endTime":)" +
+                              std::to_string(start + std::int64_t{minutes} * 60000);
     return R"({"programId":")" + id + R"(","TCServiceId":"55","title":")" + title +
-           R"(","synopsis":"","genre":"","startTime":)" + std::to_string(start) + R"(,"endTime":)" +
-           std::to_string(start + std::int64_t{minutes} * 60000) + '}';
+           R"(","synopsis":"","genre":"",)" + times + '}';
 }
 
 TEST(Learn, WritesAGuideThatBeginsAnywhere)
@@ -215,6 +219,7 @@ TEST(Learn, MakesDoWithWhatWasAsked)
              {With("settings", "{}"), language},
              {With("contentService.available", "false"), kSession},
              {With("firstUse.firstBoot", "true"), launched + is_first + restart + is_first},
+             {With("firstUse.instantOn", "true"), ask(R"({"command":"IsInstantOn"})")},
              {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000}]})", film},
              {R"({"streams":[{"pattern":"http://a.tv/*","duration":30000,"bufferMs":1500}]})", film + film},
          }) {

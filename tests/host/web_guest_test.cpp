@@ -106,10 +106,19 @@ TEST(WebGuests, PagesOfAllowedOriginsUseTheTvAndNoOthers)
     EXPECT_EQ(preflight.Header("access-control-allow-private-network"), "true");
     EXPECT_NE(preflight.Header("access-control-max-age"), "");
 
+    // Without any that is allowed there are no guests, and still nobody else is let in.
     const Web closed;
-    const WebReply reply = WebClient(closed.port()).Get("/");
+    WebPage own_page(closed.port());
+    const WebReply reply = own_page.client.Get("/");
     EXPECT_EQ(reply.Header("vary") + reply.Header("access-control-allow-origin"), "");
-    EXPECT_EQ(WebClient(closed.port()).Send("GET", "/", "", {{"Origin", kGuest}}).status, 403);
+    for (const Headers& headers : {Headers{{"Origin", kGuest}},
+                                   Headers{{"Host", "elsewhere.example:" + std::to_string(closed.port())}}}) {
+        const std::string& shown = headers[0].first;
+        EXPECT_EQ(own_page.client.Send("GET", "/", "", headers).status, 403) << shown;
+        EXPECT_EQ(own_page.client.Send("POST", own_page.path + "await", kVersionMessage, headers).status, 403)
+            << shown;
+        EXPECT_EQ(WebListener(closed.port(), own_page.path + "messages", headers).status(), 403) << shown;
+    }
 }
 
 TEST(WebGuests, WhatComesWithoutAnOriginIsJudgedByWhereItComesFrom)

@@ -181,67 +181,81 @@ constexpr Value kValues[] = {
     {"-0.0", 0},  {"\"\"", 0}, {"\"7\"", 0}, {"[7]", 0}, {"{\"a\":7}", 0}, {"-1e12", -2147483648},
 };
 
-TEST(PageApi, ParametersAreRequiredAndCheckedAsDescribed)
-{
-    // The plug-in with a Pepper that stops where a var is asked for what it hasn't.
-    test::Page page(test::Page::Deliveries::Stepped, ZELUMO_ASKING_PLUGIN);
-    // Each command gives the same again, however often.
-    page.Answer(R"("BmsCreatePlayer","result":-1)");
-    page.Answer(R"("BmsGetPlayTime","out":[1000])");
-    test::Calls calls;
-    test::Log log;
-    Lines logged;
-    // The platform calls and the reply.
-    const auto outcome = [&](const Json::Value& message) {
+/// The plug-in with a Pepper that stops where a var is asked for what it hasn't.
+class Parameters : public testing::Test {
+  protected:
+    Parameters()
+    {
+        // Each command gives the same again, however often.
+        page_.Answer(R"("BmsCreatePlayer","result":-1)");
+        page_.Answer(R"("BmsGetPlayTime","out":[1000])");
+    }
+    ~Parameters() override { page_.TakeMessages(); }
+
+    /// The platform calls and the reply.
+    Lines Outcome(const Json::Value& message)
+    {
         SCOPED_TRACE(Text(message));
         Json::Value reply;
-        EXPECT_NO_THROW(reply = page.AwaitValue(message));
+        EXPECT_NO_THROW(reply = page_.AwaitValue(message));
         EXPECT_TRUE(reply["code"].isInt()) << Text(reply);
-        Lines lines = calls.Take();
+        Lines lines = calls_.Take();
         lines.push_back(Text(reply));
-        logged = log.Take();
-        EXPECT_NO_THROW(page.Post(message));
-        EXPECT_TRUE(calls.Take().empty() && log.Take().empty()) << "posted, it reaches no service";
+        logged_ = log_.Take();
+        EXPECT_NO_THROW(page_.Post(message));
+        EXPECT_TRUE(calls_.Take().empty() && log_.Take().empty()) << "posted, it reaches no service";
         return lines;
-    };
-    for (const Value& value : kValues) {
-        outcome(value.json != nullptr ? J(value.json) : Json::Value());
-        for (const Json::Value& command : Description()["commands"]) {
-            const auto with = [&](const std::string& key, const char* json) {
-                Json::Value message = command["example"];
-                message.removeMember(key);
-                if (json != nullptr)
-                    message[key] = J(json);
-                return outcome(message);
-            };
-            with("command", value.json);
-            for (const Json::Value& parameter : command["parameters"]) {
-                const std::string key = parameter["name"].asString();
-                const std::string json = value.json != nullptr ? value.json : "none";
-                SCOPED_TRACE(command["name"].asString() + ' ' + key + ' ' + json);
-                const Lines got = with(key, value.json);
-                const bool refused = got == Lines{Text(ErrorReply(command, "parameters"))};
-                if (refused && command["kind"] == "dispatcher") {
-                    EXPECT_EQ(logged.back().find("Parameter command is invalid") != std::string::npos,
-                              command["name"] != "SetServiceByServiceid");
-                }
-                if (json == "none") {
-                    EXPECT_EQ(refused, parameter["required"].asBool());
-                    continue;
-                }
-                if (json == "[7]") {
-                    EXPECT_EQ(refused, parameter["typeChecked"].asBool());
-                }
-                if (json == "\"\"") {
-                    EXPECT_TRUE(refused || !parameter["nonEmpty"].asBool());
-                }
-                if (parameter["type"] == "integer" && !parameter["typeChecked"].asBool()) {
-                    EXPECT_EQ(got, with(key, std::to_string(value.number).c_str()));
-                }
-            }
+    }
+    /// Of a command's example with that in it; null: without it.
+    Lines With(const Json::Value& command, const std::string& key, const char* json)
+    {
+        Json::Value message = command["example"];
+        message.removeMember(key);
+        if (json != nullptr)
+            message[key] = J(json);
+        return Outcome(message);
+    }
+    void Try(const Json::Value& command, const Json::Value& parameter, const Value& value)
+    {
+        const std::string key = parameter["name"].asString();
+        const std::string json = value.json != nullptr ? value.json : "none";
+        SCOPED_TRACE(command["name"].asString() + ' ' + key + ' ' + json);
+        const Lines got = With(command, key, value.json);
+        const bool refused = got == Lines{Text(ErrorReply(command, "parameters"))};
+        if (refused && command["kind"] == "dispatcher") {
+            EXPECT_EQ(logged_.back().find("Parameter command is invalid") != std::string::npos,
+                      command["name"] != "SetServiceByServiceid");
+        }
+        if (json == "none") {
+            EXPECT_EQ(refused, parameter["required"].asBool());
+        } else if (parameter["type"] == "integer" && !parameter["typeChecked"].asBool()) {
+            EXPECT_EQ(got, With(command, key, std::to_string(value.number).c_str()));
+        }
+        if (json == "[7]") {
+            EXPECT_EQ(refused, parameter["typeChecked"].asBool());
+        }
+        if (json == "\"\"") {
+            EXPECT_TRUE(refused || !parameter["nonEmpty"].asBool());
         }
     }
-    page.TakeMessages();
+
+  private:
+    test::Page page_{test::Page::Deliveries::Stepped, ZELUMO_ASKING_PLUGIN};
+    test::Calls calls_;
+    test::Log log_;
+    Lines logged_;
+};
+
+TEST_F(Parameters, AreRequiredAndCheckedAsDescribed)
+{
+    for (const Value& value : kValues) {
+        Outcome(value.json != nullptr ? J(value.json) : Json::Value());
+        for (const Json::Value& command : Description()["commands"]) {
+            With(command, "command", value.json);
+            for (const Json::Value& parameter : command["parameters"])
+                Try(command, parameter, value);
+        }
+    }
 }
 
 TEST(PageApi, MalformedAndPostedMessagesAreAnsweredAsDescribed)

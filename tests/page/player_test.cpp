@@ -31,7 +31,7 @@ std::string Created(const std::string& type_and_offset, const std::string& drm, 
 
 TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
 {
-    constexpr char refused[] = R"("BmsCreatePlayer","result":-1)";
+    constexpr char kRefused[] = R"("BmsCreatePlayer","result":-1)";
     const std::string without_rights = Created("12,0", kNoDrm, "-1 out [null]");
     // clang-format off
     const Case cases[] = {
@@ -69,12 +69,12 @@ TEST(PlayerCommands, CallThePlayerServiceAndAnswer)
          {"BmsGetPlayTime [-1] -> 0 out [4000]", "BmsSeek [-1,2147483647] -> 0"}, kTrue},
 
         // Rights are used when both texts are there, empty or not.
-        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type","drmData":"<a/>"})", {refused},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type","drmData":"<a/>"})", {kRefused},
          {Created("12,0", R"({"drmData":"<a/>","drmOp":"SetProperties","drmType":"type"})", "-1 out [null]")}, kInvalid},
-        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"","drmData":""})", {refused},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"","drmData":""})", {kRefused},
          {Created("12,0", R"({"drmData":"","drmOp":"SetProperties","drmType":""})", "-1 out [null]")}, kInvalid},
-        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":7,"drmData":"<a/>"})", {refused}, {without_rights}, kInvalid},
-        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type"})", {refused}, {without_rights}, kInvalid},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":7,"drmData":"<a/>"})", {kRefused}, {without_rights}, kInvalid},
+        {R"({"command":"Init","url":"film","timeOffset":12,"drmType":"type"})", {kRefused}, {without_rights}, kInvalid},
     };
     // clang-format on
     test::Page page;

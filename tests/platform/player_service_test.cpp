@@ -220,6 +220,7 @@ TEST(PlayerService, LiveStreamsGrowAndHaveAnEdge)
              {"pass 3000", true, "", "paused 77000/80000"},
              {"live", true, "34 131 131(100) 35(80000,80000)", "playing 80000/80000"},
              {"stop", true, "36", "stopped 0/80000"},
+             {"live", false, "", "stopped 0/80000"},
              {"play", true, "131 131(100) 144", "playing 80000/80000"},
          });
     // With an offset it starts there, and its window slides under it until it is stopped. Buffering does not
