@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -240,10 +241,16 @@ int CompareRecording(const CompareOptions& options)
     for (const std::string& table : options.by_form)
         by_form.Read(table);
     const ScriptFile recording = ReadRecording(options.recording);
+    const bool is_real_tv = IsOfRealTv(recording);
     if (!options.tv_file.empty()) {
-        const std::optional<tv::TvConfig> config = tv::ReadTvFile(options.tv_file, InterruptDescriptor());
+        std::optional<tv::TvConfig> config = tv::ReadTvFile(options.tv_file, InterruptDescriptor());
         if (!config)
             throw Interrupted();
+        // A TV of its own takes another time each time, so the stand-ins' reports have to be there before its.
+        for (tv::StreamConfig& stream : config->streams.streams) {
+            if (is_real_tv)
+                stream.buffer = std::chrono::milliseconds(0);
+        }
         tv::LoadTv(*config);
     }
     tv::PlayerService::Get().SetMedia(HasMediaLines(recording) ? tv::MediaKind::Browser
@@ -254,7 +261,6 @@ int CompareRecording(const CompareOptions& options)
         learned.emplace("TV file", options.learn,
                         options.overwrite ? OutputFile::Existing::Replace : OutputFile::Existing::Refuse);
     }
-    const bool is_real_tv = IsOfRealTv(recording);
     Replay replay(recording, by_form, is_real_tv);
     replay.Run(options.plugin);
     Rules rules{by_form, is_real_tv, replay.posted(), replay.causes()};

@@ -7,7 +7,7 @@ const QUIET = 4; // what a reader needs around a code, in modules
 /** How the relay stands, by its state: [whether a page can be open, in a few words, what to do]. */
 const STATES = {
   waiting: [false, "No TV yet", "Open this address in the TV's browser: scan the code with a phone that can send it there, or type it."],
-  ready: [true, "A real TV answers", "What this page sends goes to the plug-in of that TV; keys of its remote come here."],
+  ready: [true, "A real TV answers", "What this page sends goes to the plug-in of that TV; keys of its remote come here. What it shows and plays, and which calls its plug-in makes, is unknown here."],
   missing: [false, "The TV has no plug-in", "Its browser knows none of the type application/x-zelumo. Is it the TV's own browser?"],
   gone: [false, "The TV has gone", "It connects again by itself when it is back, as long as the relay's page is open there."],
 };
