@@ -272,9 +272,9 @@ async function record(context, faults = []) {
     { command: "Seek", sec: 30 },
     { command: "SetServiceByServiceid", Serviceid: "1002" },
   ]) {
-    const { data } = await asksFor(page, message);
+    const { code } = await asksFor(page, message);
     // What it shows then is told after the reply.
-    if (/^Set.*Service/.test(message.command) && data) await came(++loads, ({ command }) => command?.endsWith("ChLoad"), `the channel after ${message.command}`);
+    if (/^Set.*Service/.test(message.command) && code === 0) await came(++loads, ({ command }) => command?.endsWith("ChLoad"), `the channel after ${message.command}`);
     if (message.command === "Seek") await came(1, ({ type }) => type === 35, "the seek is done");
   }
   await host.end();
