@@ -71,7 +71,7 @@ ByForm::How ReadHow(const tv::JsonNode& node)
 /// A reply or message as a whole has code and name beside what differs by nature.
 std::string ReadMember(const tv::JsonNode& node)
 {
-    const std::string member = node.As<std::string>();
+    std::string member = node.As<std::string>();
     if (member.empty() || member == "*")
         node.Fail("must name a member");
     return member;

@@ -48,7 +48,7 @@ class ByForm {
     /// The names of messages: one, or a pattern of them.
     struct Names {
         std::string text;
-        bool is_pattern;
+        bool is_pattern = false;
         bool Has(const std::string& name) const;
     };
     /// What a TV posts for a command that it has carried out.

@@ -37,8 +37,8 @@ struct Rules {
     std::set<std::string> posted;  ///< commands that the page posted, whose answers are messages
     /// What makes a TV post a message: a command that it has carried out.
     struct Cause {
-        std::size_t block;
-        int page;
+        std::size_t block = 0;
+        int page = 0;
         ByForm::Names messages;
     };
     std::vector<Cause> causes = {};  ///< in the order of their blocks
