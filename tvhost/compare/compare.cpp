@@ -246,7 +246,8 @@ int CompareRecording(const CompareOptions& options)
         std::optional<tv::TvConfig> config = tv::ReadTvFile(options.tv_file, InterruptDescriptor());
         if (!config)
             throw Interrupted();
-        // A TV of its own takes another time each time, so the stand-ins' reports have to be there before its.
+        // A TV of its own takes another time each time, so the stand-ins' reports have to be there before
+        // its.
         for (tv::StreamConfig& stream : config->streams.streams) {
             if (is_real_tv)
                 stream.buffer = std::chrono::milliseconds(0);

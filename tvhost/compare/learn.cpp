@@ -285,7 +285,7 @@ class Learner {
     std::optional<std::int64_t> now_;   ///< that it told first
     std::string address_;               ///< of the stream that plays
     std::map<std::string, Json::Value> streams_;
-    std::int64_t playing_time_ = 0;           ///< that has passed
+    std::int64_t playing_time_ = 0;  ///< that has passed
     /// A buffer that is being filled.
     struct Filling {
         int until;           ///< the type of the report that says that it is full
