@@ -90,6 +90,7 @@ TEST(Compare, KnowsWhatATvTellsByItself)
              {mark + film + advance + begins + get + advance + advance + get + advance + begins,
               {},
               "0 of 7 lines differ"},
+             {mark + film + begins + get, {}, "0 of 6 lines differ"},
              {get + Changed("ITVS_Signal_Instant_Off") + get, {}, "0 of 2 lines differ"},
              {Watch("a") + Set("a", 1) + Changed("a"), {}, "0 of 3 lines differ"},
              // It comes when it likes, as long as that is not before its cause.

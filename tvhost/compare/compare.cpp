@@ -242,18 +242,16 @@ int CompareRecording(const CompareOptions& options)
         by_form.Read(table);
     const ScriptFile recording = ReadRecording(options.recording);
     const bool is_real_tv = IsOfRealTv(recording);
-    if (!options.tv_file.empty()) {
-        std::optional<tv::TvConfig> config = tv::ReadTvFile(options.tv_file, InterruptDescriptor());
-        if (!config)
-            throw Interrupted();
-        // A TV of its own takes another time each time, so the stand-ins' reports have to be there before
-        // its.
-        for (tv::StreamConfig& stream : config->streams.streams) {
-            if (is_real_tv)
-                stream.buffer = std::chrono::milliseconds(0);
-        }
-        tv::LoadTv(*config);
+    std::optional<tv::TvConfig> config =
+        options.tv_file.empty() ? tv::SampleTv() : tv::ReadTvFile(options.tv_file, InterruptDescriptor());
+    if (!config)
+        throw Interrupted();
+    // A TV of its own takes another time each time, so the stand-ins' reports have to be there before its.
+    for (tv::StreamConfig& stream : config->streams.streams) {
+        if (is_real_tv)
+            stream.buffer = std::chrono::milliseconds(0);
     }
+    tv::LoadTv(*config);
     tv::PlayerService::Get().SetMedia(HasMediaLines(recording) ? tv::MediaKind::Browser
                                                                : tv::MediaKind::Simulated);
     std::optional<OutputFile> learned;
