@@ -8,7 +8,7 @@ const says = (message) => ({ annotation: { type: "says", description: message.so
 const failing = (name, act, message) =>
   test(name, says(message), async ({ page, tv }) => {
     await page.goto("/");
-    await expect(page.locator("#started")).toBeAttached();
+    await expect(page.locator("#started")).toBeAttached({ timeout: 10_000 });
     await tv.press("ChannelUp");
     await expect(tv).toBeTunedTo("Pellmoor News", { timeout: 10_000 });
     await tv.advance("00:05");
