@@ -204,8 +204,9 @@ void WebHost::ForgetPages()
 {
     // A line goes only with the others of its chunk; two chunks more than are kept push out everything else.
     constexpr std::size_t kLines = host::KeptLines::kLines + 1300;
+    const std::string alike(100, '.');
     for (std::size_t i = 0; i < kLines; ++i)
-        __dlog_print(DLOG_BUFFER_MAIN, DLOG_DEBUG, "soak", "%s", std::string(100, '.').c_str());
+        __dlog_print(DLOG_BUFFER_MAIN, DLOG_DEBUG, "soak", "%s", alike.c_str());
 }
 
 void WebHost::Listen(std::size_t index, int lateness)

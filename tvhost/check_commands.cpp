@@ -93,11 +93,14 @@ CLI::App* AddCompare(CLI::App& app, CompareOptions& options)
         ->type_name("FILE")
         ->allow_extra_args(false)
         ->check(kNotEmpty);
-    command
-        ->add_option("--learn", options.learn, "Write the TV that the recording tells of, as a file for --tv")
-        ->type_name("FILE")
-        ->check(kNotEmpty);
-    command->add_flag("--overwrite", options.overwrite, "Let --learn replace a file that holds something");
+    CLI::Option* const learn =
+        command
+            ->add_option("--learn", options.learn,
+                         "Write the TV that the recording tells of, as a file for --tv")
+            ->type_name("FILE")
+            ->check(kNotEmpty);
+    command->add_flag("--overwrite", options.overwrite, "Let --learn replace a file that holds something")
+        ->needs(learn);
     command->footer(
         "--tv names the TV to compare with.\nStatus 0: nothing differs; 1: something does; 2: no such file, "
         "or "

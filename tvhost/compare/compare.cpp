@@ -90,8 +90,8 @@ bool HasMediaLines(const ScriptFile& recording)
 /// Replays a recording, and collects both sides.
 class Replay {
   public:
-    Replay(const ScriptFile& recording, const ByForm& by_form, bool is_real_tv)
-        : recording_(recording), by_form_(by_form), is_real_tv_(is_real_tv)
+    Replay(const ScriptFile& recording, const LikenessTable& table, bool is_real_tv)
+        : recording_(recording), table_(table), is_real_tv_(is_real_tv)
     {}
 
     /// Throws PluginError, Interrupted.
@@ -155,7 +155,7 @@ class Replay {
             has_reply = has_reply || expected.line.isMember("reply");
             const Json::Value& reply = expected.line["reply"];
             if (reply.isObject() && reply["code"] == 0 && reply["data"] != false) {
-                for (const ByForm::Names& messages : by_form_.CausedBy(line["await"]))
+                for (const LikenessTable::Names& messages : table_.CausedBy(line["await"]))
                     causes_.push_back({number, page_, messages});
             }
             recorded_.push_back(Read(expected.line, line, expected.number, number));
@@ -202,12 +202,12 @@ class Replay {
                 replayed_.begin() + static_cast<std::ptrdiff_t>(replayed), replayed_.end(),
                 [&one](const Told& told) { return told.kind == one.kind && told.name == one.name; });
             if (other != replayed_.end())
-                carried_.Note(Carried(one.name, one.value, other->value, by_form_));
+                carried_.Note(Carried(one.name, one.value, other->value, table_));
         }
     }
 
     const ScriptFile& recording_;
-    const ByForm& by_form_;
+    const LikenessTable& table_;
     const bool is_real_tv_;
     const PageTexts texts_;
     CarriedTexts carried_;
@@ -226,8 +226,8 @@ void RefuseSameFile(const CompareOptions& options)
     const std::string recording = options.recording == "-" ? "/dev/stdin" : options.recording;
     std::vector<std::pair<std::string, const char*>> read{
         {recording, "the recording"}, {options.tv_file, "--tv"}, {options.plugin.string(), "--plugin"}};
-    for (const std::string& table : options.by_form)
-        read.emplace_back(table, "--by-form");
+    for (const std::string& file : options.by_form)
+        read.emplace_back(file, "--by-form");
     for (const auto& [file, what] : read) {
         if (!file.empty() && IsSameFile(options.learn, file))
             throw FileError("--learn " + options.learn + " would overwrite the file of " + what);
@@ -236,10 +236,10 @@ void RefuseSameFile(const CompareOptions& options)
 
 int CompareRecording(const CompareOptions& options)
 {
-    ByForm by_form;
-    by_form.Read(DefaultTable());
-    for (const std::string& table : options.by_form)
-        by_form.Read(table);
+    LikenessTable table;
+    table.Read(DefaultTable());
+    for (const std::string& file : options.by_form)
+        table.Read(file);
     const ScriptFile recording = ReadRecording(options.recording);
     const bool is_real_tv = IsOfRealTv(recording);
     std::optional<tv::TvConfig> config =
@@ -260,9 +260,9 @@ int CompareRecording(const CompareOptions& options)
         learned.emplace("TV file", options.learn,
                         options.overwrite ? OutputFile::Existing::Replace : OutputFile::Existing::Refuse);
     }
-    Replay replay(recording, by_form, is_real_tv);
+    Replay replay(recording, table, is_real_tv);
     replay.Run(options.plugin);
-    Rules rules{by_form, is_real_tv, replay.posted(), replay.causes()};
+    Rules rules{table, is_real_tv, replay.posted(), replay.causes()};
     if (recording.blocks.back().cut_off)
         rules.cut_off = recording.blocks.size() - 1;
     const Comparison comparison = Compare(replay.recorded(), replay.replayed(), rules);

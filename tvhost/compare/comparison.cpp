@@ -230,21 +230,18 @@ class Matching {
         }
     }
 
-    std::string CanonicalOf(const Told& told) const
-    {
-        return Canonical(told.name, told.value, rules_.by_form);
-    }
+    std::string CanonicalOf(const Told& told) const { return Canonical(told.name, told.value, rules_.table); }
     Row& RowOf(const Told& told) { return comparison_.rows[Label(told)]; }
     bool IsAnyNumber(const Told& told) const
     {
-        return told.kind == Told::Kind::Message && rules_.by_form.IsAnyNumberOf(told.name);
+        return told.kind == Told::Kind::Message && rules_.table.IsAnyNumberOf(told.name);
     }
 
     /// Whether they do; tells how.
     bool Differ(const Told& recorded, const Told& replayed)
     {
         std::vector<JsonDifference> differences =
-            Differences(recorded.name, recorded.value, replayed.value, rules_.by_form);
+            Differences(recorded.name, recorded.value, replayed.value, rules_.table);
         if (differences.empty())
             return false;
         ++RowOf(recorded).differ;

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "tvhost/compare/by_form.h"
 #include "tvhost/compare/json_difference.h"
+#include "tvhost/compare/likeness_table.h"
 
 namespace host {
 
@@ -30,7 +30,7 @@ struct Told {
 
 /// How two lists are set against each other.
 struct Rules {
-    const ByForm& by_form;
+    const LikenessTable& table;
     /// A TV of its own made the recording. What it tells by itself has no cause there and comes when it
     /// likes.
     bool is_real_tv = false;
@@ -39,7 +39,7 @@ struct Rules {
     struct Cause {
         std::size_t block = 0;
         int page = 0;
-        ByForm::Names messages;
+        LikenessTable::Names messages;
     };
     std::vector<Cause> causes = {};  ///< in the order of their blocks
     /// The block with which the recording breaks off: there may be more than it holds.

@@ -11,7 +11,7 @@
 namespace host {
 namespace {
 
-using How = ByForm::How;
+using How = LikenessTable::How;
 
 /// Where a member stands: as it is told, and as the table has it, without numbers of elements.
 struct Place {
@@ -46,9 +46,9 @@ std::string FormAs(How how, const Json::Value& value)
 /// members on one side at least; null: there is no such member.
 using Meet = std::function<void(const Place&, How, const Json::Value*, const Json::Value*)>;
 void Walk(const std::string& name, const Place& place, const Json::Value* recorded,
-          const Json::Value* replayed, const ByForm& by_form, const Meet& meet)
+          const Json::Value* replayed, const LikenessTable& table, const Meet& meet)
 {
-    const How how = by_form.Of(name, place.general);
+    const How how = table.Of(name, place.general);
     const bool both = recorded != nullptr && replayed != nullptr;
     if (both && how == How::Value && recorded->isObject() && replayed->isObject()) {
         std::set<std::string> names;
@@ -59,31 +59,31 @@ void Walk(const std::string& name, const Place& place, const Json::Value* record
         for (const std::string& member : names) {
             const char* const end = member.data() + member.size();
             Walk(name, place.Member(member), recorded->find(member.data(), end),
-                 replayed->find(member.data(), end), by_form, meet);
+                 replayed->find(member.data(), end), table, meet);
         }
     } else if (both && how == How::Value && recorded->isArray() && replayed->isArray()) {
         const auto element = [](const Json::Value& array, Json::ArrayIndex i) {
             return i < array.size() ? &array[i] : nullptr;
         };
         for (Json::ArrayIndex i = 0; i < std::max(recorded->size(), replayed->size()); ++i)
-            Walk(name, place.Element(i), element(*recorded, i), element(*replayed, i), by_form, meet);
+            Walk(name, place.Element(i), element(*recorded, i), element(*replayed, i), table, meet);
     } else {
         meet(place, how, recorded, replayed);
     }
 }
 
 Json::Value Masked(const std::string& name, const Place& place, const Json::Value& value,
-                   const ByForm& by_form)
+                   const LikenessTable& table)
 {
-    if (const How how = by_form.Of(name, place.general); how != How::Value)
+    if (const How how = table.Of(name, place.general); how != How::Value)
         return FormAs(how, value);
     Json::Value masked = value;
     if (value.isObject()) {
         for (const std::string& member : value.getMemberNames())
-            masked[member] = Masked(name, place.Member(member), value[member], by_form);
+            masked[member] = Masked(name, place.Member(member), value[member], table);
     } else if (value.isArray()) {
         for (Json::ArrayIndex i = 0; i < value.size(); ++i)
-            masked[i] = Masked(name, place.Element(i), value[i], by_form);
+            masked[i] = Masked(name, place.Element(i), value[i], table);
     }
     return masked;
 }
@@ -96,10 +96,10 @@ std::string Shown(const Json::Value& value)
 }
 
 std::vector<JsonDifference> Differences(const std::string& name, const Json::Value& recorded,
-                                        const Json::Value& replayed, const ByForm& by_form)
+                                        const Json::Value& replayed, const LikenessTable& table)
 {
     std::vector<JsonDifference> differences;
-    Walk(name, {}, &recorded, &replayed, by_form,
+    Walk(name, {}, &recorded, &replayed, table,
          [&](const Place& place, How how, const Json::Value* a, const Json::Value* b) {
              const bool by_its_form = how != How::Value;
              if (a != nullptr && b != nullptr &&
@@ -115,16 +115,17 @@ std::vector<JsonDifference> Differences(const std::string& name, const Json::Val
     return differences;
 }
 
-std::string Canonical(const std::string& name, const Json::Value& value, const ByForm& by_form)
+std::string Canonical(const std::string& name, const Json::Value& value, const LikenessTable& table)
 {
-    return WriteJson(Masked(name, {}, value, by_form));
+    return WriteJson(Masked(name, {}, value, table));
 }
 
 std::vector<std::pair<std::string, std::string>> Carried(const std::string& name, const Json::Value& recorded,
-                                                         const Json::Value& replayed, const ByForm& by_form)
+                                                         const Json::Value& replayed,
+                                                         const LikenessTable& table)
 {
     std::vector<std::pair<std::string, std::string>> carried;
-    Walk(name, {}, &recorded, &replayed, by_form,
+    Walk(name, {}, &recorded, &replayed, table,
          [&](const Place&, How how, const Json::Value* a, const Json::Value* b) {
              if ((how == How::Carried || how == How::Token) && a != nullptr && b != nullptr &&
                  a->isString() && b->isString())

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tvhost/compare/by_form.h"
+#include "tvhost/compare/likeness_table.h"
 
 namespace host {
 
@@ -25,13 +25,14 @@ std::string Shown(const Json::Value& value);
 
 /// Where two replies or messages of that name differ, in the order of their members.
 std::vector<JsonDifference> Differences(const std::string& name, const Json::Value& recorded,
-                                        const Json::Value& replayed, const ByForm& by_form);
+                                        const Json::Value& replayed, const LikenessTable& table);
 
 /// A text that two values share just if they differ nowhere.
-std::string Canonical(const std::string& name, const Json::Value& value, const ByForm& by_form);
+std::string Canonical(const std::string& name, const Json::Value& value, const LikenessTable& table);
 
 /// Texts that a page hands back to the TV: those of the recording with those that stand in their places now.
 std::vector<std::pair<std::string, std::string>> Carried(const std::string& name, const Json::Value& recorded,
-                                                         const Json::Value& replayed, const ByForm& by_form);
+                                                         const Json::Value& replayed,
+                                                         const LikenessTable& table);
 
 }  // namespace host

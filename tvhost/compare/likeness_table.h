@@ -28,9 +28,9 @@ std::string FormOf(const Json::Value& value);
 /// Of which type it is: a text is a text.
 std::string TypeOf(const Json::Value& value);
 
-/// Which members differ by nature, by the name of what they stand in and their path there. One thread at
-/// a time.
-class ByForm {
+/// When what a TV tells is like what the stand-ins tell: which members differ by nature, by the name of what
+/// they stand in and their path there, and which messages have which cause. One thread at a time.
+class LikenessTable {
   public:
     /// Value: compared as it is. A page hands back to the TV what is Carried, which is compared by its form,
     /// or a Token, by its type.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tvhost/compare/by_form.h"
+#include "tvhost/compare/likeness_table.h"
 
 #include <algorithm>
 #include <cctype>
@@ -52,20 +52,20 @@ std::string FormOfText(const std::string& text)
     return "text " + form;
 }
 
-ByForm::How ReadHow(const tv::JsonNode& node)
+LikenessTable::How ReadHow(const tv::JsonNode& node)
 {
     const std::string how = node.As<std::string>();
     if (how == "value")
-        return ByForm::How::Value;
+        return LikenessTable::How::Value;
     if (how == "carried")
-        return ByForm::How::Carried;
+        return LikenessTable::How::Carried;
     if (how == "type")
-        return ByForm::How::Type;
+        return LikenessTable::How::Type;
     if (how == "token")
-        return ByForm::How::Token;
+        return LikenessTable::How::Token;
     if (how != "form")
         node.Fail("must be \"form\", \"carried\", \"token\", \"type\" or \"value\"");
-    return ByForm::How::Form;
+    return LikenessTable::How::Form;
 }
 
 /// A reply or message as a whole has code and name beside what differs by nature.
@@ -105,7 +105,7 @@ std::string TypeOf(const Json::Value& value)
     return "object";
 }
 
-ByForm::Cause ByForm::ReadCause(tv::JsonObject& object)
+LikenessTable::Cause LikenessTable::ReadCause(tv::JsonObject& object)
 {
     Cause cause{object.Get("of").As<std::string>(), "", ""};
     const tv::JsonNode node = object.Get("message");
@@ -120,7 +120,7 @@ ByForm::Cause ByForm::ReadCause(tv::JsonObject& object)
     return cause;
 }
 
-void ByForm::Read(const std::filesystem::path& file)
+void LikenessTable::Read(const std::filesystem::path& file)
 {
     const auto fail = [&file](const std::string& why) { throw TableError(file.string() + ": " + why); };
     std::error_code error;
@@ -171,18 +171,18 @@ void ByForm::Read(const std::filesystem::path& file)
     }
 }
 
-bool ByForm::Names::Has(const std::string& name) const
+bool LikenessTable::Names::Has(const std::string& name) const
 {
     return is_pattern ? tv::FitsPattern(text, name) : text == name;
 }
 
-bool ByForm::IsAnyNumberOf(const std::string& name) const
+bool LikenessTable::IsAnyNumberOf(const std::string& name) const
 {
     return std::any_of(any_number_of_.begin(), any_number_of_.end(),
                        [&name](const std::string& pattern) { return tv::FitsPattern(pattern, name); });
 }
 
-std::vector<ByForm::Names> ByForm::CausedBy(const Json::Value& command) const
+std::vector<LikenessTable::Names> LikenessTable::CausedBy(const Json::Value& command) const
 {
     std::vector<Names> messages;
     for (const Cause& cause : causes_) {
@@ -196,7 +196,7 @@ std::vector<ByForm::Names> ByForm::CausedBy(const Json::Value& command) const
     return messages;
 }
 
-ByForm::How ByForm::Of(const std::string& name, const std::string& path) const
+LikenessTable::How LikenessTable::Of(const std::string& name, const std::string& path) const
 {
     const auto [place, is_new] = asked_.emplace(std::pair(name, path), How::Value);
     if (is_new) {
