@@ -64,7 +64,10 @@ OutputFile::OutputFile(const char* what, std::filesystem::path file, Existing ex
 OutputFile::~OutputFile()
 {
     struct stat status {};
-    if (is_left_over_ && ::fstat(descriptor_, &status) == 0 && status.st_size == 0)
+    struct stat named {};
+    // Somebody may have put another file in its place.
+    if (is_left_over_ && ::fstat(descriptor_, &status) == 0 && status.st_size == 0 &&
+        ::stat(path_.c_str(), &named) == 0 && named.st_ino == status.st_ino && named.st_dev == status.st_dev)
         ::unlink(path_.c_str());
     ::close(descriptor_);
 }
