@@ -88,7 +88,7 @@ TEST_F(Content, EveryChannelHasProgramsAndPictures)
         for (const Json::Value& picture : {AskOf("GetChannelLogo", "TCServiceId", id),
                                            AskOf("GetProgramThumbnail", "programId", present["programId"])}) {
             EXPECT_EQ(picture["url"].asString().find("data:image/svg+xml,%3Csvg"), 0U);
-            EXPECT_EQ(picture["url"].asString().find_first_of("\"<>() #"), std::string::npos);
+            EXPECT_EQ(picture["url"].asString().find_first_of("\"'<>() #"), std::string::npos);
         }
     }
 }
@@ -125,7 +125,7 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
 TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
 {
     tv::LoadTv(tv::ParseTv(
-        R"({"channels":[{"id":"7","provider":"P","guide":[{"title":"Ä","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]}]})",
+        R"({"channels":[{"id":"7","provider":"P","guide":[{"title":"Ä","minutes":20},{"title":"B","minutes":25,"identifier":"b"}]},{"id":"8"}]})",
         tv::SampleTv()));
     page_.Do(R"({"tv":"clock","date":1767295799999})");  // one millisecond before the half hour
     const Json::Value list =
@@ -133,6 +133,7 @@ TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
     EXPECT_EQ(Text(Ask("GetServiceIdFromOnTVProviderAndService",
                        R"({"provider":"P","service":""})")["TCServiceId"]),
               R"("7")");
+    EXPECT_TRUE(Ask("GetServiceIdFromOnTVProviderAndService", R"({"provider":"","service":""})").isNull());
     std::string times;
     for (const Json::Value& program : list)
         times += program["title"].asString() + program["startTime"].asString() + ' ';
