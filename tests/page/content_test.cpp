@@ -16,6 +16,7 @@ using test::Text;
 
 constexpr Json::Int64 kMinute = 60'000;
 constexpr Json::Int64 kHour = 60 * kMinute;
+constexpr Json::Int64 kDay = 24 * kHour;
 constexpr Json::Int64 kStart = 1767294000000;  // 2026-01-01T19:00:00Z
 
 class Content : public testing::Test {
@@ -119,7 +120,7 @@ TEST_F(Content, TheGuideHasNoGapsAndNoEnd)
     }
     // A list reaches a week at most.
     ExpectCover(Ask("GetProgramList", R"({"TCServiceId":"1002","from":0,"to":4000000000000})")["programs"], 0,
-                7 * 24 * kHour);
+                7 * kDay);
 }
 
 TEST_F(Content, AnOwnGuideRunsRoundFromTheHalfHourOfTheDate)
