@@ -298,21 +298,4 @@ TEST(PageApi, EventsAreToldAsDescribed)
     }
 }
 
-TEST(PageApi, NumbersAreWholeAndNamesHaveNoEndButTheirOwn)
-{
-    test::Page page;
-    const auto code = [&](const std::string& event) {
-        return page.Await(R"({"command":"UnRegisterEvent","event":)" + event + "}")["code"];
-    };
-    for (const char* whole : {"1", "1.0", "1e3", "-2147483648"})
-        EXPECT_EQ(code(whole), 0) << whole;
-    for (const char* other : {"2147483648", "1.5", "-0", "-0.0"})
-        EXPECT_EQ(code(other), 26) << other;
-    test::Log log;
-    EXPECT_EQ(page.Await(R"({"command":"GetVersion\u0000"})")["errorMessage"], "Command no recognized");
-    EXPECT_EQ(log.Take().back(),
-              "0/6 zelumo-pepper HandleBlockingMessageImpl: Can not handler the command!! ");
-    EXPECT_EQ(page.Await(R"({"command":"GetVersion","input":[[]]})")["data"], "1.00");
-}
-
 }  // namespace

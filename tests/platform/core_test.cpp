@@ -11,7 +11,6 @@
 #include "core/mutex.h"
 #include "core/nearest.h"
 #include "core/reply_once.h"
-#include "tv/tv.h"
 
 namespace {
 
@@ -91,22 +90,6 @@ TEST(Core, JsonIsStrict)
     const std::string nines(100'000, '9');
     EXPECT_LT(MistakeIn("0" + nines).size(), 300U);
     EXPECT_LT(MistakeIn(nines).size(), 300U);
-}
-
-TEST(Core, ASettingsStoreIsBounded)
-{
-    tv::Deliveries deliveries;
-    tv::SettingsStore store(deliveries);
-    const std::string part(std::size_t{1024} * 1024, 'x');
-    int written = 0;
-    while (written < 100 && store.Set("key" + std::to_string(written), part))
-        ++written;
-    EXPECT_EQ(written, 63);
-    EXPECT_TRUE(store.Set("key0", part)) << "no larger than before";
-    EXPECT_TRUE(store.Set("key0", 1));
-    EXPECT_TRUE(store.Set("key63", part)) << "there is room again";
-    EXPECT_FALSE(store.Set("key0", part));
-    EXPECT_EQ(store.Get<int>("key0"), 1);
 }
 
 #ifndef NDEBUG

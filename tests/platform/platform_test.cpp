@@ -31,123 +31,6 @@ class Platform : public testing::Test {
     static void Do(const std::string& verb) { tv::CarryOut(J(verb)); }
 };
 
-TEST_F(Platform, AnswersMayHoldForSomeArguments)
-{
-    const auto write = [](const char* key, int value) { return vconf_set_int(key, value); };
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-1})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-2,"args":["a"]})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-3,"args":[null,5]})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-4,"args":["b",7.0],"times":1})");
-    EXPECT_EQ(write("a", 5), -2) << "of two that hold, the one that was set first";
-    EXPECT_EQ(write("b", 5), -3);
-    EXPECT_EQ(write("b", 7), -4);
-    EXPECT_EQ(write("b", 7), -1) << "whatever the arguments, once no other holds";
-    // The same arguments: replaced. Others: kept.
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-5,"args":["a"]})");
-    Do(R"({"tv":"answer","call":"vconf_set_int","result":-6})");
-    EXPECT_EQ(write("a", 1), -5);
-    EXPECT_EQ(write("a", 5), -3);
-    EXPECT_EQ(write("c", 1), -6);
-    EXPECT_EQ(test::Text(tv::TheCalls().AnswersJson()),
-              R"([{"args":[null,5],"call":"vconf_set_int","result":-3},)"
-              R"({"args":["a"],"call":"vconf_set_int","result":-5},{"call":"vconf_set_int","result":-6}])");
-    Do(R"({"tv":"restore","call":"vconf_set_int"})");
-    EXPECT_EQ(write("a", 5), 0);
-    EXPECT_FALSE(tv::Calls::Watched());
-}
-
-TEST_F(Platform, AnswersQueueReplaceRunOutAndWriteOutArguments)
-{
-    vconf_set_int("k", 3);
-    test::Calls calls;
-    // A verb (of an answer what it holds), and what the calls behind it give: result and value, 77 where
-    // that is not written.
-    for (const auto& [verb, given] : std::vector<std::pair<std::string, std::vector<std::pair<int, int>>>>{
-             {R"("out":[9])", {{0, 9}}},
-             {R"("result":-1,"out":[9])", {{-1, 9}}},
-             {R"("out":[null])", {{0, 77}, {0, 77}}},
-             {R"({"tv":"restore"})", {{0, 3}}},
-             {R"("result":-5,"times":2)", {}},
-             {R"("result":-6,"times":1)", {{-5, 77}, {-5, 77}, {-6, 77}, {0, 3}}},
-             {R"("result":-5,"times":2)", {}},
-             {R"("result":-7)", {{-7, 77}, {-7, 77}}},
-             {R"({"tv":"restore","call":"vconf_set_int"})", {{-7, 77}}},
-             {R"({"tv":"restore","call":"vconf_get_int"})", {{0, 3}}},
-         }) {
-        SCOPED_TRACE(verb);
-        Do(verb[0] == '{' ? verb : R"({"tv":"answer","call":"vconf_get_int",)" + verb + "}");
-        for (const auto& [result, read] : given) {
-            int value = 77;
-            EXPECT_EQ(vconf_get_int("k", &value), result);
-            EXPECT_EQ(value, read);
-            EXPECT_EQ(calls.Take(),
-                      test::Lines{"vconf_get_int [\"k\"] -> " + std::to_string(result) + " out [" +
-                                  (read == 77 ? "null" : std::to_string(read)) + "]"});
-        }
-    }
-}
-
-TEST_F(Platform, MistakenVerbsDoNothingAndSayWhy)
-{
-    // A verb, and what is said behind its name.
-    for (
-        const auto& [verb, expected] : std::vector<std::pair<const char*, const char*>>{
-            // clang-format off
-             {R"({"tv":5})", R"("tv" must name a verb)"},
-             {R"({"tv":"poweroff","type":2147483648})", R"("type" must be a whole number of 32 bits)"},
-             {R"({"tv":"poweroff","type":1,"user":0})", R"("user" can only be null)"},
-             {R"({"tv":"setting","key":"k"})", R"("value" must be a string, a whole number of 32 bits, or true or false)"},
-             {R"({"tv":"setting","key":"","value":1})", R"("key" must not be empty)"},
-             {R"({"tv":"answer","call":"BmsDance"})", R"(there is no platform call "BmsDance")"},
-             {R"({"tv":"answer","call":"BmsPlay","result":"0"})", R"("result" of BmsPlay must be a whole number of 32 bits)"},
-             {R"({"tv":"answer","call":"BmsPlay","out":[1]})", R"(BmsPlay has 0 out arguments, "out" gives 1)"},
-             {R"({"tv":"answer","call":"BmsGetPlayTime","out":["1"]})", R"("out"[0] of BmsGetPlayTime must be null or a whole number of 32 bits)"},
-             {R"({"tv":"answer","call":"BmsGetPlayTime","out":{}})", R"("out" must be an array)"},
-             {R"({"tv":"answer","call":"FCAPI::GetZELumoAPI","result":false})", R"("result" of FCAPI::GetZELumoAPI must be true or null)"},
-             {R"({"tv":"answer","call":"BmsPlay","args":1})", R"("args" must be an array)"},
-             {R"({"tv":"answer","call":"BmsPlay","args":[1,2]})",
-              R"(BmsPlay has 1 arguments, "args" gives 2)"},
-             {R"({"tv":"answer","call":"BmsPlay","times":0})", R"("times" must be 1 or more)"},
-             {R"({"tv":"answer","call":"BmsPlay","delay":-1})", R"("delay" must be 0 or more)"},
-             {R"({"tv":"answer","call":"BmsPlay","works":true,"result":-1})", R"("works" goes with neither "result" nor "out")"},
-             {R"({"tv":"answer","call":"IServiceNavigation::GetCurrentService","out":[{"12":12}]})",
-              R"("out"[0] of IServiceNavigation::GetCurrentService must be null or an object from )"
-              "field identifier to value"},
-             {R"({"tv":"advance","ms":-1})", R"("ms" must be 0 or more)"},
-             {R"({"tv":"setting","key":"unwritten","value":1,"force":1})", R"("force" must be true or false)"},
-             {R"({"tv":"setting","kye":"k"})", R"("key" is missing)"},
-             {R"({"tv":"setting","key":"unwritten","value":1,"usr":1})", R"("usr" is not known; did you mean "user"?)"},
-             {R"({"tv":"evnet"})", R"(there is no verb "evnet"; did you mean "event"?)"},
-             {R"({"tv":"restore","call":"GetProgramlist"})",
-              R"(there is no platform call "GetProgramlist"; did you mean "FIVirtualChannelsAPI::GetProgramList"?)"},
-             {R"({"tv":"speed","factor":true})", R"("factor" must be a number from 0 to 100000)"},
-             {R"({"tv":"speed","factor":-0.1})", R"("factor" must be a number from 0 to 100000)"},
-             {R"({"tv":"speed","factor":100000.1})", R"("factor" must be a number from 0 to 100000)"},
-             {R"({"tv":"at","ms":-1,"do":{"tv":"restore"}})", R"("ms" must be 0 or more)"},
-             {R"({"tv":"at","ms":1})", R"("do" is missing)"},
-             {R"({"tv":"at","ms":1,"do":"restore"})", R"("do" must be a verb)"},
-             {R"({"tv":"at","ms":1,"do":{"tv":"open"}})", R"("do" can't be "open")"},
-             {R"({"tv":"at","ms":1,"do":{"tv":"close"}})", R"("do" can't be "close")"},
-             {R"({"tv":"at","ms":1,"do":{"tv":"advance","ms":1}})", R"("do" can't be "advance")"},
-             {R"({"tv":"at","ms":1,"do":{"tv":"at","ms":1,"do":{"tv":"restore"}}})", R"("do" can't be "at")"},
-             {R"({"tv":"at","ms":1,"do":{"tv":"event"}})", R"("do": verb "event": "event" is missing)"},
-             {R"({"tv":"at","ms":1,"do":{}})", R"("do": "tv" must name a verb)"},
-            // clang-format on
-        }) {
-        try {
-            Do(verb);
-            ADD_FAILURE() << verb;
-        } catch (const tv::VerbError& error) {
-            const std::string why = error.what();
-            const std::size_t at = why.find("verb \"") == 0 ? why.find(": ") + 2 : 0;
-            EXPECT_EQ(why.substr(at), expected) << verb;
-        }
-    }
-    EXPECT_FALSE(tv::Calls::Watched());
-    EXPECT_EQ(tv::StateJson()["scheduled"], J("[]"));
-    EXPECT_EQ(tv::StateJson()["settings"].isMember("unwritten"), false);
-}
-
 TEST_F(Platform, WhatIsScheduledIsBounded)
 {
     int scheduled = 0;
@@ -202,6 +85,7 @@ TEST_F(Platform, TheStateShowsTheWholeTv)
             R"("poweroff":1,"signals":[177]},"time":5,"watches":["s"]})");
     Do(R"({"tv":"restore"})");
     EXPECT_EQ(tv::StateJson()["answers"], J("[]"));
+    EXPECT_FALSE(tv::Calls::Watched());
     page.Close();
     tv::LoadTv(tv::SampleTv());
 }
